@@ -1,0 +1,106 @@
+#pragma once
+
+#include "host/kz_array.h"
+#include "host/objects.h"
+
+/// A list of object ids, as the host and its modules hand it to each other.
+using KzDbObjectIdArray = KzArray<KzDbObjectId>;
+
+/// One drawing in memory. Known by its address.
+class KzDbDatabase {
+public:
+    KzDbDatabase() = default;
+    KzDbDatabase(const KzDbDatabase&) = delete;
+    KzDbDatabase& operator=(const KzDbDatabase&) = delete;
+    virtual ~KzDbDatabase() = default;
+
+    /// The drawing's block table.
+    [[nodiscard]] virtual KzDbObjectId blockTableId() const = 0;
+};
+
+/// Walks the records of a block table in table order. Deleted by whoever asked for it.
+class KzDbBlockTableIterator {
+public:
+    KzDbBlockTableIterator() = default;
+    KzDbBlockTableIterator(const KzDbBlockTableIterator&) = delete;
+    KzDbBlockTableIterator& operator=(const KzDbBlockTableIterator&) = delete;
+    virtual ~KzDbBlockTableIterator() = default;
+
+    virtual void start(bool atBeginning, bool skipErased) = 0;
+    virtual void step(bool forward, bool skipErased) = 0;
+    [[nodiscard]] virtual bool done() const = 0;
+    /// The id of the current record. On failure `id` is null.
+    virtual Orvo::ErrorStatus getRecordId(KzDbObjectId& id) const = 0;
+};
+
+/// The table of a drawing's block definitions and layouts.
+class KzDbBlockTable : public KzDbObject {
+public:
+    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+
+    /// Finds a record by name. `keyNotFound` leaves `id` null.
+    virtual Orvo::ErrorStatus getAt(const char16_t* name, KzDbObjectId& id, bool getErased) const = 0;
+
+    /// Makes an iterator, which the caller deletes. It is valid while the table is open.
+    virtual Orvo::ErrorStatus newIterator(KzDbBlockTableIterator*& iterator, bool atBeginning,
+                                          bool skipErased) const = 0;
+};
+
+/// A block definition or a layout.
+class KzDbBlockTableRecord : public KzDbObject {
+public:
+    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+
+    [[nodiscard]] virtual bool isAnonymous() const = 0;
+    [[nodiscard]] virtual bool isLayout() const = 0;
+    /// Whether the record came with an attached drawing and mirrors a record of it.
+    [[nodiscard]] virtual bool isDependent() const = 0;
+    /// Whether the record stands for an attached drawing as a whole.
+    [[nodiscard]] virtual bool isFromExternalReference() const = 0;
+    /// The attached drawing; null when there is none.
+    [[nodiscard]] virtual KzDbDatabase* xrefDatabase(bool includeUnresolved) const = 0;
+
+    /// The record's name. It points into the record and is valid while that is open.
+    virtual Orvo::ErrorStatus getName(const char16_t*& name) const = 0;
+
+    /// Appends the ids of the live references that insert this record, in order of creation.
+    virtual Orvo::ErrorStatus getBlockReferenceIds(KzDbObjectIdArray& ids, bool directOnly,
+                                                   bool forceValidity) const = 0;
+    /// Appends the ids of the erased references that insert this record, in order of creation.
+    virtual Orvo::ErrorStatus getErasedBlockReferenceIds(KzDbObjectIdArray& ids) const = 0;
+};
+
+/// Walks the ids of objects held by another one. Deleted by whoever asked for it.
+class KzDbObjectIterator {
+public:
+    KzDbObjectIterator() = default;
+    KzDbObjectIterator(const KzDbObjectIterator&) = delete;
+    KzDbObjectIterator& operator=(const KzDbObjectIterator&) = delete;
+    virtual ~KzDbObjectIterator() = default;
+
+    [[nodiscard]] virtual bool done() const = 0;
+    [[nodiscard]] virtual KzDbObjectId objectId() const = 0;
+    virtual void step(bool backwards, bool skipErased) = 0;
+};
+
+/// A reference that inserts a block definition into its owner, a layout or another block definition.
+class KzDbBlockReference : public KzDbObject {
+public:
+    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+
+    /// The record that is inserted.
+    [[nodiscard]] virtual KzDbObjectId blockTableRecord() const = 0;
+
+    /// The reference's attributes, without erased ones at its start; null when there are none. The caller
+    /// deletes it.
+    [[nodiscard]] virtual KzDbObjectIterator* attributeIterator() const = 0;
+};
+
+/// A text that belongs to one reference, under a tag.
+class KzDbAttribute : public KzDbObject {
+public:
+    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+
+    [[nodiscard]] virtual const char16_t* tag() const = 0;
+    [[nodiscard]] virtual const char16_t* textString() const = 0;
+};

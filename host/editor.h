@@ -1,0 +1,17 @@
+#pragma once
+
+#include "host/export.h"
+#include "host/platform.h"
+
+/// Sees each queued message of the main thread before it is dispatched. Non-zero: the message was taken.
+using KzEdMessageFilter = int (*)(const KzPlatform::Message* message);
+
+/// Registers a filter. Non-zero on success; 0 when the host refuses or the filter is null. A filter that is
+/// registered already stays registered once. Filters may register and remove filters while they run.
+[[nodiscard]] KZHOST_API int kzedRegisterFilterWinMsg(KzEdMessageFilter filter);
+
+/// Removes a filter. Non-zero on success; 0 when the host refuses or the filter is not registered.
+[[nodiscard]] KZHOST_API int kzedRemoveFilterWinMsg(KzEdMessageFilter filter);
+
+/// Non-zero while a command runs.
+[[nodiscard]] KZHOST_API int kzedCommandActive();

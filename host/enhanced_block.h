@@ -1,0 +1,30 @@
+#pragma once
+
+#include "host/block_table.h"
+
+/// The protocol between an enhanced block and the anonymous records that represent it.
+///
+/// The class of block references keeps one such object for all (`KzRxClass::queryX`); a reference
+/// answers `queryX` with it only when the record that it inserts is a representation.
+class KzDbBlockRepresentation : public KzRxObject {
+public:
+    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+
+    /// Appends the ids of the records that represent `block`, erased ones too, in the host's order.
+    virtual Orvo::ErrorStatus getRepresentations(KzDbObjectId block, KzDbObjectIdArray& ids) const = 0;
+
+    /// The enhanced block whose representation `reference` inserts; null when it inserts none.
+    [[nodiscard]] virtual KzDbObjectId
+    originalBlockTableRecord(const KzDbBlockReference* reference) const = 0;
+};
+
+/// What makes a block enhanced: a graph that the host evaluates. Only its presence matters to modules.
+class KzDbEvalGraph : public KzDbObject {
+public:
+    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+
+    /// Opens the graph that `object` carries under `key`. `keyNotFound`: it carries none, and `graph` is
+    /// null.
+    KZHOST_API static Orvo::ErrorStatus getGraph(const KzDbObject* object, const char16_t* key,
+                                                 KzDbEvalGraph*& graph, KzDb::OpenMode mode);
+};

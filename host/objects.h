@@ -1,0 +1,58 @@
+#pragma once
+
+#include "host/ids.h"
+#include "host/runtime_class.h"
+#include "host/status.h"
+
+#include <cstdint>
+
+class KzDbObjectReactor;
+
+namespace KzDb {
+
+/// How an object is opened. Any number of readers and notifiers share an object; a writer shares it with
+/// nobody.
+enum class OpenMode : std::int32_t {
+    forRead = 0,
+    forWrite = 1,
+    forNotify = 2, ///< to change its reactors, and nothing else
+};
+
+} // namespace KzDb
+
+/// An object of a drawing. A pointer to one is valid from its opening until it is closed.
+class KzDbObject : public KzRxObject {
+public:
+    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+
+    /// The object's id; null for an object that is in no drawing.
+    [[nodiscard]] virtual KzDbObjectId objectId() const = 0;
+
+    /// The id of the object that holds this one: the record of a reference, the reference of an attribute.
+    [[nodiscard]] virtual KzDbObjectId ownerId() const = 0;
+
+    /// Ends one opening. An object whose id is null is deleted by its opener instead of closed.
+    virtual Orvo::ErrorStatus close() = 0;
+
+    /// Adds a reactor, which is borrowed and must be removed before it is destroyed. One that is there
+    /// already stays there once. The object must be open for notify or write, or be the subject of a
+    /// notification.
+    virtual void addReactor(KzDbObjectReactor* reactor) const = 0;
+
+    /// Removes a reactor; one that is not there is no error. Conditions as for `addReactor`; allowed from
+    /// within a notification, which then passes the removed reactor over.
+    virtual void removeReactor(KzDbObjectReactor* reactor) const = 0;
+};
+
+/// Opens an object of class `expected` or a class derived from it. On success `object` is open until `close`;
+/// otherwise it is null. Costs one look-up in a table.
+///
+/// Statuses: `invalidObjectId` for an id that is not valid, `wasErased` for an erased object unless
+/// `openErased`, `wrongClass`, `heldOpenForWrite`, and `heldOpenForRead` when opening for write what others
+/// have open.
+KZHOST_API Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
+                                                const KzRxClass* expected, bool openErased);
+
+/// The same for an object of any class.
+KZHOST_API Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
+                                                bool openErased);

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "host/export.h"
+
+#include <cstdint>
+
+/// All that the module needs of the operating system. Whoever plays the host implements it; on the host's own
+/// system each function is one call of that system. Wide strings are UTF-16 and end with a null.
+namespace KzPlatform {
+
+/// A window; null when there is none. Never dereferenced.
+using Window = void*;
+/// A loaded library; null when it could not be loaded.
+using Library = void*;
+
+/// A queued window message.
+struct Message {
+    Window window = nullptr;
+    std::uint32_t number = 0;
+    std::uintptr_t first = 0;
+    std::intptr_t second = 0;
+    std::uint32_t time = 0; ///< the tick count at its posting
+    std::int32_t cursorX = 0;
+    std::int32_t cursorY = 0;
+};
+
+/// How a message box looks.
+enum class BoxStyle : std::uint32_t {
+    error = 16, ///< error icon, one OK button
+};
+
+/// Milliseconds since the system started; wraps around after about 49.7 days.
+[[nodiscard]] KZHOST_API std::uint32_t tickCount();
+
+/// Loads a library by its bare file name, in the system's search order. Each load is given back by one
+/// `freeLibrary`.
+[[nodiscard]] KZHOST_API Library loadLibrary(const char16_t* fileName);
+KZHOST_API void freeLibrary(Library library);
+
+/// The number of a message known by name; the same for the same name as long as the process lives, never 0.
+[[nodiscard]] KZHOST_API std::uint32_t registerWindowMessage(const char16_t* name);
+
+/// The main window of the main thread; null when there is none.
+[[nodiscard]] KZHOST_API Window mainWindow();
+
+/// Puts a message at the end of the queue. False when it could not.
+KZHOST_API bool postMessage(Window window, std::uint32_t number, std::uintptr_t first, std::intptr_t second);
+
+/// Whether keyboard or mouse input waits in the queue.
+[[nodiscard]] KZHOST_API bool inputIsWaiting();
+
+/// Shows a text and waits until the user has read it. `helpContext` 0 means that there is no help on it.
+KZHOST_API void messageBox(const char16_t* text, BoxStyle style, std::uint32_t helpContext);
+
+} // namespace KzPlatform

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "host/export.h"
+
+/// Enters a service under `name` in the service dictionary. True unless the name is null or taken.
+KZHOST_API bool kzrxRegisterService(const char16_t* name);
+
+/// Whether a service of that name is in the service dictionary.
+[[nodiscard]] KZHOST_API bool kzrxServiceIsRegistered(const char16_t* name);
+
+/// Declares a module able to serve several documents at once. `moduleToken` is the packet that came with the
+/// module's load message. True unless the token is null.
+KZHOST_API bool kzrxRegisterAppMDIAware(void* moduleToken);
