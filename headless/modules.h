@@ -1,0 +1,47 @@
+#pragma once
+
+#include "headless/export.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+/// Loading and unloading of extension modules.
+namespace Headless {
+
+/// A loaded module. Null stands for none; a value is not used again after the unloading.
+enum class ModuleId : std::uint32_t { none = 0 };
+
+struct LoadResult {
+    ModuleId module = ModuleId::none;
+    std::int32_t answer = 0; ///< what the module answered to its load message, when it was asked
+    std::string failure;     ///< why it was not even asked; empty when it was
+};
+
+/// Opens a library, checks its interface version and sends the load message. Any other answer than 0 closes
+/// it again at once. `resources` is the folder in which libraries loaded by bare name are looked for first;
+/// when empty, only the system's search order counts.
+HEADLESS_API LoadResult loadModule(const std::string& path, const std::string& resources);
+
+/// Sends the unload message and closes the library; gives the answer. From inside a call into any module the
+/// message is sent at once and the library closed when the last call has returned. Filters and reactors that
+/// the module left behind are dropped before. 0 for a module that is not loaded. Nothing when an object is
+/// held open: then nothing was done.
+HEADLESS_API std::optional<std::int32_t> unloadModule(ModuleId module);
+
+/// The module loaded last; `none` when none is loaded.
+[[nodiscard]] HEADLESS_API ModuleId lastModule();
+[[nodiscard]] HEADLESS_API bool isLoaded(ModuleId module);
+/// The address of an export; null when the module is not loaded or has no such export.
+[[nodiscard]] HEADLESS_API void* moduleExport(ModuleId module, const char* name);
+
+/// Stands around a call into a module, so that its library stays until the call has returned.
+class HEADLESS_API ModuleCall {
+public:
+    ModuleCall();
+    ModuleCall(const ModuleCall&) = delete;
+    ModuleCall& operator=(const ModuleCall&) = delete;
+    ~ModuleCall();
+};
+
+} // namespace Headless
