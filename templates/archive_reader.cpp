@@ -1,0 +1,150 @@
+#include "templates/archive_reader.h"
+
+#include "templates/code_page_1252.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <span>
+
+using namespace KzDxArchive;
+
+const char* describe(KzDxArchiveError error) {
+    switch (error) {
+    case KzDxArchiveError::none:
+        return "nothing is wrong";
+    case KzDxArchiveError::endsEarly:
+        return "the file ends inside this field";
+    case KzDxArchiveError::readFailed:
+        return "the file cannot be read from here on";
+    case KzDxArchiveError::stringTooLong:
+        return "the string is longer than the rest of the file";
+    case KzDxArchiveError::unknownSchema:
+        return "the class has a schema other than 1";
+    case KzDxArchiveError::unknownClass:
+        return "the class is not CEattBlockInfo";
+    case KzDxArchiveError::noSuchClass:
+        return "the tag asks for a class that was not defined";
+    case KzDxArchiveError::noSuchObject:
+        return "the tag asks for an object that was not read";
+    case KzDxArchiveError::outOfMemory:
+        return "memory ran out";
+    }
+    return "unknown";
+}
+
+bool KzDxArchiveReader::number(std::int32_t& result) {
+    std::uint32_t bits = 0;
+    if (!number(bits)) return false;
+    result = static_cast<std::int32_t>(bits);
+    return true;
+}
+
+bool KzDxArchiveReader::count(std::uint64_t& result) {
+    std::uint16_t short16 = 0;
+    if (!number(short16)) return false;
+    result = short16;
+    if (short16 < escape16) return true;
+
+    std::uint32_t long32 = 0;
+    if (!number(long32)) return false;
+    result = long32;
+    return long32 < escape32 || number(result);
+}
+
+bool KzDxArchiveReader::string(std::u16string& result) {
+    const auto start = offset();
+    bool isUtf16 = false;
+    std::uint64_t length = 0;
+    if (!stringLength(isUtf16, length)) return false;
+
+    const std::uint64_t unitSize = isUtf16 ? sizeof(char16_t) : 1;
+    if (length > remaining() / unitSize || length > result.max_size())
+        return refuse(KzDxArchiveError::stringTooLong, start);
+    result.resize(length);
+
+    if (!isUtf16) {
+        auto to = result.begin();
+        return pass(length, [&](auto part) { to = std::ranges::transform(part, to, fromCodePage1252).out; });
+    }
+    auto* to = reinterpret_cast<std::byte*>(result.data());
+    const auto copy = [&to](auto part) {
+        std::memcpy(to, part.data(), part.size());
+        to += part.size();
+    };
+    if (!pass(length * unitSize, copy)) return false;
+    if constexpr (std::endian::native == std::endian::big)
+        for (auto& unit : result) unit = static_cast<char16_t>(unit << 8 | unit >> 8);
+    return true;
+}
+
+bool KzDxArchiveReader::bytes(std::string& result, std::size_t size) {
+    result.clear();
+    return pass(size,
+                [&](auto part) { result.append(reinterpret_cast<const char*>(part.data()), part.size()); });
+}
+
+bool KzDxArchiveReader::refuse(KzDxArchiveError error, std::uint64_t offset) {
+    if (!failure_) failure_ = {error, offset};
+    return false;
+}
+
+std::uint64_t KzDxArchiveReader::remaining() const {
+    return source_.size() > offset() ? source_.size() - offset() : 0;
+}
+
+// Makes `size` bytes stand together in the buffer; takes none when there are fewer.
+bool KzDxArchiveReader::hold(std::size_t size) {
+    if (buffered() >= size) return true;
+    std::memmove(buffer_.data(), buffer_.data() + at_, buffered());
+    consumed_ += at_;
+    end_ -= at_;
+    at_ = 0;
+    while (end_ < size) {
+        const auto count = source_.read(std::span(buffer_).subspan(end_));
+        end_ += count;
+        if (count != 0) continue;
+        return refuse(source_.failed() ? KzDxArchiveError::readFailed : KzDxArchiveError::endsEarly,
+                      offset());
+    }
+    return true;
+}
+
+bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
+    std::uint8_t short8 = 0;
+    std::uint16_t next = 0;
+    isUtf16 = false;
+    if (!number(short8)) return false;
+    length = short8;
+    if (short8 < escape8) return true;
+
+    if (!number(next)) return false;
+    if (next != utf16Marker) return longLength(next, length);
+
+    // The length starts afresh; there is no second marker, so a utf16Marker here is an ordinary length.
+    isUtf16 = true;
+    if (!number(short8)) return false;
+    length = short8;
+    return short8 < escape8 || (number(next) && longLength(next, length));
+}
+
+bool KzDxArchiveReader::longLength(std::uint16_t start, std::uint64_t& length) {
+    length = start;
+    if (start < escape16) return true;
+    std::uint32_t long32 = 0;
+    if (!number(long32)) return false;
+    length = long32;
+    return long32 < escape32 || number(length);
+}
+
+// Gives the next `size` bytes to the sink, in as many parts as the buffer makes of them.
+bool KzDxArchiveReader::pass(std::uint64_t size, auto&& sink) {
+    while (size > 0) {
+        if (!hold(1)) return false;
+        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(size, buffered()));
+        sink(std::span<const std::byte>(buffer_).subspan(at_, count));
+        at_ += count;
+        size -= count;
+    }
+    return true;
+}

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "templates/archive_format.h"
+#include "templates/byte_source.h"
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/// Why an archive cannot be read.
+enum class KzDxArchiveError {
+    none,
+    endsEarly,     ///< the bytes end inside a field
+    readFailed,    ///< the source reported an error
+    stringTooLong, ///< a string's length exceeds the rest of the file
+    unknownSchema,
+    unknownClass,
+    noSuchClass,  ///< a tag asks for a class that was not defined
+    noSuchObject, ///< a tag asks for an object that was not read
+    outOfMemory,
+};
+
+/// What is wrong, in words that complete "at byte N: ".
+[[nodiscard]] const char* describe(KzDxArchiveError error);
+
+/// The first thing that went wrong, and the offset of the field in which it did.
+struct KzDxArchiveFailure {
+    KzDxArchiveError error = KzDxArchiveError::none;
+    std::uint64_t offset = 0;
+
+    /// True when something went wrong.
+    explicit operator bool() const { return error != KzDxArchiveError::none; }
+    bool operator==(const KzDxArchiveFailure&) const = default;
+};
+
+/// Reads the numbers and strings of an archive, front to back, through a buffer of 4096 bytes.
+///
+/// Every operation gives false when it fails. The first failure is kept; after it nothing more may be read. A
+/// result is meaningful only when true was given. Memory is taken for bytes that the source says it has,
+/// never for a claim.
+class KzDxArchiveReader {
+public:
+    /// The source is borrowed, and read from where it stands: its start.
+    explicit KzDxArchiveReader(KzDxByteSource& source) : source_(source) {}
+
+    [[nodiscard]] bool number(std::unsigned_integral auto& result);
+    [[nodiscard]] bool number(std::int32_t& result);
+
+    /// The count of a list: 16 bits, or more behind an escape.
+    [[nodiscard]] bool count(std::uint64_t& result);
+
+    /// A string in either form.
+    [[nodiscard]] bool string(std::u16string& result);
+
+    /// `size` bytes as they are. For short, fixed texts.
+    [[nodiscard]] bool bytes(std::string& result, std::size_t size);
+
+    /// The offset of the next byte, counted from the start of the source.
+    [[nodiscard]] std::uint64_t offset() const { return consumed_ + at_; }
+
+    /// Keeps a failure, unless there is one already. Gives false, for `return refuse(...)`.
+    bool refuse(KzDxArchiveError error, std::uint64_t offset);
+
+    [[nodiscard]] const KzDxArchiveFailure& failure() const { return failure_; }
+
+private:
+    [[nodiscard]] std::size_t buffered() const { return end_ - at_; }
+    [[nodiscard]] std::uint64_t remaining() const;
+    [[nodiscard]] bool hold(std::size_t size);
+    [[nodiscard]] bool stringLength(bool& isUtf16, std::uint64_t& length);
+    [[nodiscard]] bool longLength(std::uint16_t start, std::uint64_t& length);
+    [[nodiscard]] bool pass(std::uint64_t size, auto&& sink);
+
+    KzDxByteSource& source_;
+    KzDxArchiveFailure failure_;
+    std::uint64_t consumed_ = 0; // bytes before the buffer
+    std::size_t at_ = 0;
+    std::size_t end_ = 0;
+    std::array<std::byte, KzDxArchive::bufferSize> buffer_{};
+};
+
+bool KzDxArchiveReader::number(std::unsigned_integral auto& result) {
+    if (!hold(sizeof result)) return false;
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < sizeof result; ++i)
+        value |= std::to_integer<std::uint64_t>(buffer_[at_ + i]) << (8 * i);
+    result = static_cast<std::remove_reference_t<decltype(result)>>(value);
+    at_ += sizeof result;
+    return true;
+}

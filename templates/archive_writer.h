@@ -1,0 +1,37 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+/// Writes the numbers and strings of an archive into memory, each in its shortest form.
+class KzDxArchiveWriter {
+public:
+    void number(std::unsigned_integral auto value);
+    void number(std::int32_t value) { number(static_cast<std::uint32_t>(value)); }
+
+    /// The count of a list.
+    void count(std::uint64_t value);
+
+    /// A string in UTF-16 form.
+    void string(std::u16string_view text);
+
+    /// The text as it is, without a length.
+    void bytes(std::string_view text);
+
+    /// All that was written so far; valid until more is written.
+    [[nodiscard]] std::span<const std::byte> written() const { return written_; }
+
+private:
+    void stringLength(std::uint64_t length);
+
+    std::vector<std::byte> written_;
+};
+
+void KzDxArchiveWriter::number(std::unsigned_integral auto value) {
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        written_.push_back(static_cast<std::byte>(static_cast<std::uint64_t>(value) >> (8 * i)));
+}

@@ -1,0 +1,34 @@
+#include "templates/byte_source.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <ios>
+
+std::size_t KzDxMemorySource::read(std::span<std::byte> to) {
+    const auto count = std::min(to.size(), rest_.size());
+    std::copy_n(rest_.begin(), count, to.begin());
+    rest_ = rest_.subspan(count);
+    return count;
+}
+
+std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (error) return error;
+    if (status.type() != std::filesystem::file_type::regular)
+        return std::make_error_code(std::errc::invalid_argument);
+    size_ = std::filesystem::file_size(path, error);
+    if (error) return error;
+
+    file_.rdbuf()->pubsetbuf(nullptr, 0); // the archive reader has the buffer
+    errno = 0;
+    file_.open(path, std::ios::in | std::ios::binary);
+    if (file_.is_open()) return {};
+    return errno != 0 ? std::error_code(errno, std::generic_category())
+                      : std::make_error_code(std::errc::io_error);
+}
+
+std::size_t KzDxFileSource::read(std::span<std::byte> to) {
+    file_.read(reinterpret_cast<char*>(to.data()), static_cast<std::streamsize>(to.size()));
+    return static_cast<std::size_t>(file_.gcount());
+}

@@ -1,0 +1,39 @@
+#include "templates/eatt_block_info.h"
+
+#include "templates/archive_reader.h"
+#include "templates/archive_writer.h"
+#include "templates/eatt_util.h"
+
+#include <algorithm>
+#include <cstddef>
+
+bool CEattBlockInfo::load(KzDxArchiveReader& reader) {
+    constexpr std::int32_t reservedAtMost = 64; // a count is only a claim
+    std::int32_t count = 0;
+    if (!reader.string(blockName) || !reader.number(blockFlag) || !reader.number(count)) return false;
+    if (count <= 0) return true;
+
+    attributes.reserve(static_cast<std::size_t>(std::min(count, reservedAtMost)));
+    std::u16string name;
+    std::int32_t flag = 0;
+    for (; count > 0; --count) {
+        if (!reader.string(name) || !reader.number(flag)) return false;
+        attributes.add(name, flag);
+    }
+    return true;
+}
+
+void CEattBlockInfo::store(KzDxArchiveWriter& writer) const {
+    writer.string(blockName);
+    writer.number(blockFlag);
+    writer.number(static_cast<std::int32_t>(attributes.size()));
+
+    std::vector<std::u16string> names;
+    names.reserve(attributes.size());
+    for (std::size_t i = 0; i < attributes.size(); ++i) names.emplace_back(attributes.name(i));
+    CEattUtil::sortNames(names);
+    for (const auto& name : names) {
+        writer.string(name);
+        writer.number(attributes.entry(attributes.find(name)).flag);
+    }
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "host/geometry.h"
+#include "templates/attribute_table.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+class KzDxArchiveReader;
+class KzDxArchiveWriter;
+
+/// An object of the attribute-info list. Templates never hold one.
+class CEattAttributeInfo {
+public:
+    CEattAttributeInfo() = default;
+    CEattAttributeInfo(const CEattAttributeInfo&) = delete;
+    CEattAttributeInfo& operator=(const CEattAttributeInfo&) = delete;
+    virtual ~CEattAttributeInfo() = default;
+};
+
+/// One block of a template: its name, whether it is selected, and its attributes. Only these three are
+/// stored; the other members have their start values in every block that is read.
+class CEattBlockInfo {
+public:
+    std::u16string blockName;
+    std::int32_t blockFlag = 1; ///< non-zero: the block is selected
+    KzDxAttributeTable attributes;
+
+    std::vector<std::unique_ptr<CEattAttributeInfo>> attributeInfos;
+    std::u16string secondName;
+    std::u16string thirdText;
+    std::u16string fourthText;
+    std::int32_t entryCounter = 0;       ///< 1 in the blocks of CEattMain::LoadTemplate
+    std::int32_t secondEntryCounter = 0; ///< likewise
+    std::array<std::int32_t, 2> furtherIntegers{};
+    std::array<std::uint64_t, 3> furtherValues{};
+    KzGeScale3d scale;
+    std::array<std::uint64_t, 4> moreValues{};
+
+    /// Reads the stored members into this block, which must be fresh. An attribute name that repeats is read
+    /// and dropped: the first one stays. False: the reader keeps why, and the block is to be thrown away.
+    [[nodiscard]] bool load(KzDxArchiveReader& reader);
+
+    /// Writes the stored members, the attributes in the order of CEattUtil.
+    void store(KzDxArchiveWriter& writer) const;
+};
+
+/// The blocks of a template in the order of its file. Null elements are allowed; the same object may stand at
+/// several places and is stored once.
+using CEattBlockList = std::vector<std::shared_ptr<CEattBlockInfo>>;

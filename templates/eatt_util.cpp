@@ -1,0 +1,70 @@
+#include "templates/eatt_util.h"
+
+#include "templates/utf16.h"
+
+#include <cstddef>
+#include <cwchar>
+#include <cwctype>
+#include <utility>
+
+namespace {
+
+struct KeyedName {
+    std::wstring key;
+    std::u16string name;
+};
+
+std::wstring folded(std::u16string_view text) {
+    std::wstring result;
+    for (std::size_t at = 0; at < text.size();) {
+        const char32_t codePoint = sizeof(wchar_t) == sizeof(char16_t) ? text[at++] : nextCodePoint(text, at);
+        result += static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(codePoint)));
+    }
+    return result;
+}
+
+std::wstring collationKey(const wchar_t* text) {
+    std::wstring key(std::wcsxfrm(nullptr, text, 0), L'\0');
+    std::wcsxfrm(key.data(), text, key.size() + 1);
+    return key;
+}
+
+// Keys compare, unit by unit, as their names collate. The C library stops at a NUL, so each part between NULs
+// is given its own key.
+std::wstring collationKey(std::u16string_view name) {
+    const std::wstring text = folded(name);
+    std::wstring key = collationKey(text.c_str());
+    for (auto nul = text.find(L'\0'); nul != std::wstring::npos; nul = text.find(L'\0', nul + 1)) {
+        key += L'\0';
+        key += collationKey(text.c_str() + nul + 1);
+    }
+    return key;
+}
+
+// The walk down may stop at the first pair in order: all pairs below it are in order since the rounds before.
+void sinkDown(std::vector<KeyedName>& names, std::size_t from, std::size_t gap) {
+    for (std::size_t upper = from; upper >= gap; upper -= gap) {
+        auto& low = names[upper - gap];
+        auto& high = names[upper];
+        if (!(high.key < low.key)) return;
+        std::swap(low, high);
+    }
+}
+
+} // namespace
+
+int CEattUtil::sortNames(std::vector<std::u16string>& names) {
+    std::vector<KeyedName> keyed;
+    keyed.reserve(names.size());
+    for (auto& name : names) keyed.push_back({collationKey(name), name});
+
+    for (std::size_t gap = keyed.size() / 2; gap >= 1; gap /= 2)
+        for (std::size_t i = gap; i < keyed.size(); ++i) sinkDown(keyed, i, gap);
+
+    for (std::size_t i = 0; i < keyed.size(); ++i) names[i] = std::move(keyed[i].name);
+    return 1;
+}
+
+int CEattUtil::collateNoCase(std::u16string_view a, std::u16string_view b) {
+    return collationKey(a).compare(collationKey(b));
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+#include <vector>
+
+/// Finds names in a sequence that its owner keeps, by exact comparison, in constant time.
+///
+/// Only positions are kept: a row of slots with open addressing, so that a million names are one allocation
+/// and the owner's sequence keeps its order. `nameAt(position)` must give the name at a position that was
+/// added.
+class KzDxNameIndex {
+public:
+    static constexpr std::size_t none = static_cast<std::size_t>(-1);
+
+    /// The position of the name, or none.
+    [[nodiscard]] std::size_t find(std::u16string_view name, const auto& nameAt) const {
+        if (slots_.empty()) return none;
+        const Slot& slot = slots_[slotOf(name, hashOf(name), nameAt)];
+        return slot.isFree() ? none : slot.position;
+    }
+
+    /// Adds the name under the position and gives true; gives false and changes nothing when the name is
+    /// there.
+    bool add(std::u16string_view name, std::size_t position, const auto& nameAt) {
+        if (isFull()) resize(std::max(smallest, slots_.size() * 2));
+        const auto hash = hashOf(name);
+        Slot& slot = slots_[slotOf(name, hash, nameAt)];
+        if (!slot.isFree()) return false;
+        slot = {hash, static_cast<std::uint32_t>(position)};
+        ++count_;
+        return true;
+    }
+
+    /// Makes room for that many names.
+    void reserve(std::size_t count) {
+        auto size = smallest;
+        while (size * 4 < count * 5) size *= 2;
+        if (size > slots_.size()) resize(size);
+    }
+
+    void clear() { *this = {}; }
+
+private:
+    struct Slot {
+        std::uint32_t hash = 0;
+        std::uint32_t position = 0xFFFFFFFF;
+
+        [[nodiscard]] bool isFree() const { return position == 0xFFFFFFFF; }
+    };
+
+    static constexpr std::size_t smallest = 8;
+
+    [[nodiscard]] static std::uint32_t hashOf(std::u16string_view name) {
+        return static_cast<std::uint32_t>(std::hash<std::u16string_view>()(name));
+    }
+
+    // The comparison of the string class goes unit by unit, which shows when every name of a file is looked
+    // up.
+    [[nodiscard]] static bool same(std::u16string_view a, std::u16string_view b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    }
+
+    [[nodiscard]] bool isFull() const { return (count_ + 1) * 5 > slots_.size() * 4; }
+
+    // The slot that holds the name, or the free one where it belongs.
+    [[nodiscard]] std::size_t slotOf(std::u16string_view name, std::uint32_t hash, const auto& nameAt) const {
+        auto at = hash & (slots_.size() - 1);
+        while (!slots_[at].isFree() && !(slots_[at].hash == hash && same(nameAt(slots_[at].position), name)))
+            at = (at + 1) & (slots_.size() - 1);
+        return at;
+    }
+
+    void resize(std::size_t size) {
+        std::vector<Slot> old(size);
+        old.swap(slots_);
+        for (const Slot& slot : old) {
+            if (slot.isFree()) continue;
+            auto at = slot.hash & (size - 1);
+            while (!slots_[at].isFree()) at = (at + 1) & (size - 1);
+            slots_[at] = slot;
+        }
+    }
+
+    std::vector<Slot> slots_; // a power of two of them, at most four fifths taken
+    std::size_t count_ = 0;
+};
