@@ -1,0 +1,120 @@
+#include "blocks/block_graph.h"
+
+#include "blocks/block_node.h"
+#include "blocks/departing_reactors.h"
+#include "frame/block_table_walk.h"
+#include "frame/document.h"
+#include "timers/timer.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+KzDxBlocks::KzDxBlocks() = default;
+
+KzDxBlocks::~KzDxBlocks() {
+    letGo();
+    KzDxBlocks::reset();
+}
+
+Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocument* document) {
+    graph = nullptr;
+    std::unique_ptr<KzDxBlocks> made(new (std::nothrow) KzDxBlocks);
+    if (made == nullptr) return Orvo::missingCollaborator;
+    const Orvo::ErrorStatus status = made->init(document);
+    if (status == Orvo::ok) graph = made.release();
+    return status;
+}
+
+void KzDxBlocks::dispose(KzDxBlocks* graph) {
+    if (graph == nullptr) return;
+    graph->letGo();
+    graph->reset();
+    std::vector<KzDbObjectId> registered;
+    if (!graph->watchedTable_.isNull()) registered.push_back(graph->watchedTable_);
+    KzDxDepartingReactors::instance().adopt(graph, std::move(registered));
+}
+
+Orvo::ErrorStatus KzDxBlocks::init(KzDxDocument* document) {
+    reset();
+    if (document == nullptr) return Orvo::missingCollaborator;
+    document_ = document;
+    const KzDbDatabase* const drawing = database();
+    if (drawing == nullptr) return Orvo::missingCollaborator;
+    const KzDxOpened<KzDbBlockTable> table(drawing->blockTableId());
+    if (!table) return table.status();
+    const Orvo::ErrorStatus status = table->getAt(u"*Model_Space", modelSpaceId_, false);
+    if (status != Orvo::ok) return status;
+    scanBlockTable();
+    setHasChanges(false);
+    return Orvo::ok;
+}
+
+void KzDxBlocks::reset() {
+    document_ = nullptr;
+    modelSpaceId_ = KzDbObjectId();
+    nesting_.release();
+    std::vector<KzDxBlock*> nodes;
+    for (const auto& [key, node] : std::exchange(blockMap_, {})) nodes.push_back(node);
+    std::ranges::sort(nodes, std::less<>());
+    const auto repeated = std::ranges::unique(nodes);
+    nodes.erase(repeated.begin(), repeated.end());
+    for (KzDxBlock* const node : nodes) KzDxBlock::dispose(node);
+    layoutIds_.clear();
+    setNeedsScan(true);
+    setHasChanges(false);
+    disableTimer();
+    timer_.reset();
+}
+
+Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* record) {
+    node = nullptr;
+    if (record == nullptr) return Orvo::missingCollaborator;
+    const KzDbObjectId id = record->objectId();
+    if (blockMap_.contains(id)) return Orvo::alreadyInGraph;
+    const Orvo::ErrorStatus status = KzDxBlock::create(node, this, record);
+    if (status != Orvo::ok) return status;
+    blockMap_[id] = node;
+    nesting_.outdate();
+    return Orvo::ok;
+}
+
+void KzDxBlocks::addBlockAlias(KzDbObjectId key, KzDxBlock* node) {
+    blockMap_.try_emplace(key, node);
+}
+
+KzDxBlock* KzDxBlocks::node(KzDbObjectId record) const {
+    const auto at = blockMap_.find(record);
+    return at == blockMap_.end() ? nullptr : at->second;
+}
+
+KzDbDatabase* KzDxBlocks::database() const {
+    return document_ == nullptr ? nullptr : document_->database();
+}
+
+void KzDxBlocks::setNeedsScan(bool value) {
+    needsScan_ = value;
+    if (value) return;
+    for (const auto& [key, node] : blockMap_) node->setNeedsScan(false);
+}
+
+void KzDxBlocks::setHasChanges(bool value) {
+    hasChanges_ = value;
+    if (value) return;
+    for (const auto& [key, node] : blockMap_) node->setHasChanges(false);
+}
+
+KzDbObjectId KzDxBlocks::xrefBlockOf(KzDbObjectId id) const {
+    const KzDbDatabase* const own = database();
+    const KzDbDatabase* const attached = id.database();
+    if (own == nullptr || attached == own) return {};
+    KzDbObjectId found;
+    kzdxForEachRecordId(*own, [&](KzDbObjectId recordId) {
+        const KzDxOpened<KzDbBlockTableRecord> record(recordId);
+        if (record && record->isFromExternalReference() && record->xrefDatabase(false) == attached) {
+            found = record->objectId();
+        }
+        return found.isNull();
+    });
+    return found;
+}

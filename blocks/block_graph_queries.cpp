@@ -1,0 +1,54 @@
+#include "blocks/block_graph.h"
+#include "blocks/block_node.h"
+#include "blocks/model_space.h"
+
+std::uint32_t KzDxBlocks::countReferences(KzDbObjectId block, KzDbObjectId container, bool nested,
+                                          KzDxIdSet& counted) {
+    const KzDxBlock* const blockNode = node(block);
+    if (blockNode == nullptr || node(container) == nullptr) return 0;
+    if (nested) return counted.insert(block) ? countNested(*blockNode, container, counted) : 0;
+    const KzDxContainers::Entry* const entry = blockNode->containers().find(container);
+    return entry == nullptr ? 0 : static_cast<std::uint32_t>(entry->references.size());
+}
+
+std::uint32_t KzDxBlocks::countNested(const KzDxBlock& node, KzDbObjectId container, KzDxIdSet& counted) {
+    std::uint32_t sum = 0;
+    for (const KzDxContainers::Entry& entry : node.containers()) {
+        KzDbObjectId placedIn = entry.container;
+        if (kzdxIsForeignModelSpace(placedIn, database())) placedIn = xrefBlockOf(placedIn);
+        if (!placedIn.isValid() || placedIn.isErased() || placedIn.isEffectivelyErased()) continue;
+        const auto references = static_cast<std::uint32_t>(entry.references.size());
+        const std::uint32_t times =
+            placedIn == container ? 1 : countReferences(placedIn, container, false, counted);
+        sum += references * times;
+    }
+    return sum;
+}
+
+std::uint32_t KzDxBlocks::countReferencesIn(KzDbObjectId block, KzDbObjectId container, bool nested) {
+    KzDxIdSet counted;
+    return countReferences(block, container, nested, counted);
+}
+
+std::uint32_t KzDxBlocks::countReferencesInLayouts(KzDbObjectId block, bool modelSpaceOnly, bool nested) {
+    if (modelSpaceOnly) return countReferencesIn(block, modelSpaceId_, nested);
+    std::uint32_t sum = 0;
+    for (const KzDbObjectId layout : layoutIds_) sum += countReferencesIn(block, layout, nested);
+    return sum;
+}
+
+Orvo::ErrorStatus KzDxBlocks::collectNestedBlocks(KzDbObjectId block, bool recursive, KzDxIdSet& found,
+                                                  KzDxIdSet& visited) {
+    builtNesting().collect(block, recursive, found, visited);
+    return Orvo::ok;
+}
+
+Orvo::ErrorStatus KzDxBlocks::getNestedBlocks(KzDbObjectId block, bool recursive, KzDxIdSet& found) {
+    KzDxIdSet visited;
+    return collectNestedBlocks(block, recursive, found, visited);
+}
+
+KzDxBlockNesting& KzDxBlocks::builtNesting() {
+    if (!nesting_.isBuilt()) nesting_.build(blockMap_);
+    return nesting_;
+}

@@ -1,0 +1,84 @@
+#include "blocks/block_graph.h"
+#include "blocks/block_node.h"
+#include "blocks/block_representation.h"
+#include "blocks/departing_reactors.h"
+#include "frame/block_table_walk.h"
+
+#include <algorithm>
+#include <functional>
+#include <vector>
+
+/// One walk over the block table, and after it the reading of all nodes that the walk came by.
+///
+/// Reading comes last so that a node is read once, however many of its records the table holds. The walk
+/// itself changes only which nodes there are and under which keys; reading changes neither.
+class KzDxBlocks::Scan {
+public:
+    explicit Scan(KzDxBlocks& graph) : graph_(graph) {}
+
+    void walk(const KzDbDatabase& drawing) {
+        kzdxForEachRecordId(drawing, [this](KzDbObjectId id) {
+            const KzDxOpened<KzDbBlockTableRecord> record(id);
+            if (record) visit(id, *record.get());
+            return true;
+        });
+    }
+
+    void readNodes() {
+        std::ranges::sort(nodes_, std::less<>());
+        const auto repeated = std::ranges::unique(nodes_);
+        nodes_.erase(repeated.begin(), repeated.end());
+        for (KzDxBlock* const node : nodes_) node->readAgain();
+    }
+
+private:
+    void visit(KzDbObjectId id, KzDbBlockTableRecord& record) {
+        if (record.isLayout()) graph_.layoutIds_.append(id);
+        KzDbObjectId key = id;
+        if (record.isAnonymous()) {
+            const KzDbObjectId original = graph_.originalBlockOf(record);
+            if (!original.isNull()) key = original;
+        }
+        KzDxBlock* node = graph_.node(key);
+        if (node == nullptr) {
+            graph_.addBlock(node, &record); // a record whose node cannot be made is passed over
+        } else if (node->listRecord(id) || !node->wasReadIn(graph_.scanNumber_)) {
+            nodes_.push_back(node);
+        }
+    }
+
+    KzDxBlocks& graph_;
+    /// The nodes to read, some of them repeatedly; not those that the walk has made, which have just been
+    /// read.
+    std::vector<KzDxBlock*> nodes_;
+};
+
+Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
+    const KzDbDatabase* const drawing = database();
+    if (drawing == nullptr) return Orvo::missingCollaborator;
+    KzDxDepartingReactors::instance().retry();
+    layoutIds_.clear();
+    ++scanNumber_;
+    reader_.forgetDrawings();
+    Scan scan(*this);
+    scan.walk(*drawing);
+    scan.readNodes();
+    reader_.release();
+    setNeedsScan(false);
+    return Orvo::ok;
+}
+
+/// The enhanced block that an anonymous record represents: the first of its references to carry the protocol
+/// tells. Null when none does.
+KzDbObjectId KzDxBlocks::originalBlockOf(const KzDbBlockTableRecord& record) const {
+    KzDbObjectIdArray references;
+    record.getBlockReferenceIds(references, true, true);
+    for (const KzDbObjectId id : references) {
+        const KzDxOpened<KzDbBlockReference> reference(id, KzDb::OpenMode::forNotify, true);
+        if (!reference) continue;
+        const KzDbBlockRepresentation* const protocol =
+            asBlockRepresentation(reference->queryX(KzDbBlockRepresentation::desc()));
+        if (protocol != nullptr) return protocol->originalBlockTableRecord(reference.get());
+    }
+    return {};
+}

@@ -1,0 +1,132 @@
+#include "blocks/block_node.h"
+
+#include "blocks/block_graph.h"
+#include "blocks/block_representation.h"
+#include "blocks/departing_reactors.h"
+#include "frame/opened.h"
+
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace {
+
+constexpr const char16_t* enhancedBlockKey = u"ORVO_ENHANCEDBLOCK";
+
+bool isBlockTableRecord(const KzDbObject* object) {
+    return object->isA() == KzDbBlockTableRecord::desc();
+}
+
+bool isEnhancedBlock(const KzDbBlockTableRecord* record) {
+    KzDbEvalGraph* graph = nullptr;
+    if (KzDbEvalGraph::getGraph(record, enhancedBlockKey, graph, KzDb::OpenMode::forRead) != Orvo::ok) {
+        return false;
+    }
+    const KzDxOpened<KzDbEvalGraph> presenceIsEnough(graph);
+    return true;
+}
+
+} // namespace
+
+Orvo::ErrorStatus KzDxBlock::create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
+    node = nullptr;
+    if (owner == nullptr || record == nullptr) return Orvo::missingCollaborator;
+    std::unique_ptr<KzDxBlock> made(new (std::nothrow) KzDxBlock);
+    if (made == nullptr) return Orvo::missingCollaborator;
+    const Orvo::ErrorStatus status = made->init(owner, record);
+    if (status == Orvo::ok) node = made.release();
+    return status;
+}
+
+Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* record) {
+    owner_ = owner;
+    id_ = record->objectId();
+    recordIds_.append(id_);
+    if (isEnhancedBlock(record)) appendRecords(representationsOf(record));
+    // Disabled as yet: the first reading files the references, and enabling registers with all of them.
+    const Orvo::ErrorStatus status = refresh();
+    if (status != Orvo::ok) return status;
+    // Only now: the graph must hold no key of a node that did not come to be.
+    for (const KzDbObjectId recordId : recordIds_) {
+        if (recordId != id_) owner->addBlockAlias(recordId, this);
+    }
+    setEnabled(owner->isEnabled());
+    return Orvo::ok;
+}
+
+KzDbObjectIdArray KzDxBlock::representationsOf(const KzDbBlockTableRecord* record) const {
+    KzDbObjectIdArray ids;
+    const KzDbBlockRepresentation* const protocol =
+        asBlockRepresentation(KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc()));
+    if (protocol == nullptr) return ids;
+    if (protocol->getRepresentations(record->objectId(), ids) != Orvo::ok) ids.clear();
+    return ids;
+}
+
+void KzDxBlock::appendRecords(const KzDbObjectIdArray& records) {
+    recordIds_.append(records);
+    for (const KzDbObjectId record : records) furtherRecords_.insert(record);
+}
+
+void KzDxBlock::dispose(KzDxBlock* node) {
+    if (node == nullptr) return;
+    std::vector<KzDbObjectId> registered = node->leaveEverything();
+    node->forgetGraph();
+    KzDxDepartingReactors::instance().adopt(node, std::move(registered));
+}
+
+KzDxBlock::~KzDxBlock() {
+    static_cast<void>(leaveEverything());
+}
+
+void KzDxBlock::forgetGraph() {
+    hasChanges_ = false;
+    needsScan_ = true;
+    owner_ = nullptr;
+    id_ = KzDbObjectId();
+    containers_ = KzDxContainers();
+    clients_.clear();
+    recordIds_ = KzDbObjectIdArray();
+    furtherRecords_.clear();
+    lingering_.clear();
+}
+
+void KzDxBlock::copied(const KzDbObject* object, const KzDbObject*) {
+    setNeedsScan(true);
+    if (!isBlockTableRecord(object)) setHasChanges(true);
+}
+
+void KzDxBlock::openedForModify(const KzDbObject* object) {
+    setNeedsScan(true);
+    const bool isPlainRecord = isBlockTableRecord(object) &&
+                               !static_cast<const KzDbBlockTableRecord*>(object)->isFromExternalReference();
+    if (!isPlainRecord) setHasChanges(true);
+}
+
+void KzDxBlock::goodbye(const KzDbObject* object) {
+    object->removeReactor(this);
+}
+
+void KzDxBlock::setNeedsScan(bool value) {
+    if (value) {
+        if (owner_ == nullptr) return;
+        owner_->setNeedsScan(true);
+    }
+    needsScan_ = value;
+}
+
+void KzDxBlock::setHasChanges(bool value) {
+    if (value) {
+        if (owner_ == nullptr) return;
+        owner_->setHasChanges(true);
+    }
+    hasChanges_ = value;
+}
+
+void KzDxBlock::addClient(KzDxClientCallback callback) {
+    if (callback != nullptr) clients_.insert(callback);
+}
+
+void KzDxBlock::removeClient(KzDxClientCallback callback) {
+    if (callback != nullptr) clients_.erase(callback);
+}

@@ -1,0 +1,140 @@
+#pragma once
+
+#include "blocks/containers.h"
+#include "blocks/id_set.h"
+#include "blocks/watched_attributes.h"
+#include "frame/call_set.h"
+#include "frame/enable_base.h"
+#include "host/block_table.h"
+#include "host/object_reactor.h"
+#include "zelvane/zelvane.h"
+
+#include <cstdint>
+#include <vector>
+
+class KzDxBlocks;
+class KzDxReferenceReader;
+
+/// One block definition of a drawing, as a node of the block graph: where its references are placed, whether
+/// it changed, and who wants to know.
+///
+/// While switched on, the node is reactor of its records, of its references and of their attributes. What it
+/// hears only sets two marks, on the node and on the graph: the block must be read again (`needsScan`), and
+/// it changed in a way that clients have not been told of (`hasChanges`). The graph reads it again later.
+///
+/// An enhanced block's node also stands for the anonymous records that represent it: their references count
+/// as references of the block.
+///
+/// Made by `create` and destroyed by `dispose`, both called by the graph that owns the node.
+class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase {
+public:
+    using Clients = KzDxCallSet<KzDxClientCallback>;
+
+    /// Makes the node of a record, which is open, reads it and takes over the graph's switch. On failure
+    /// `node` is null: `missingCollaborator` for a null argument, else the status of the first reading. The
+    /// graph then has no key for the node.
+    static Orvo::ErrorStatus create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record);
+
+    /// Unregisters a node from everything and destroys it, now or as soon as every object it is registered on
+    /// can be opened. The node does not touch its graph any more.
+    static void dispose(KzDxBlock* node);
+
+    ~KzDxBlock() override;
+
+    // What the host tells; nothing is opened here.
+    void copied(const KzDbObject* object, const KzDbObject* copy) override;
+    void goodbye(const KzDbObject* object) override;
+    void openedForModify(const KzDbObject* object) override;
+
+    /// Takes `record` among the node's records if it is not there yet, and reads the references of all of
+    /// them again. Files them by container, marks a change when one is new or gone or a container appeared or
+    /// lost its last one, and, while switched on, registers with new references; it always unregisters from
+    /// references that are gone.
+    ///
+    /// `missingCollaborator` without a graph, `invalidObjectId` for a null record, or the status of a record
+    /// that did not open or answer; then nothing has changed but the list of records.
+    virtual Orvo::ErrorStatus evaluate(KzDbObjectId record);
+
+    /// `evaluate` for the node's own record.
+    virtual Orvo::ErrorStatus refresh();
+
+    [[nodiscard]] virtual const KzDxContainers& containers() const { return containers_; }
+
+    [[nodiscard]] virtual bool needsScan() const { return needsScan_; }
+    /// Setting tells the graph first, and has no effect without one; clearing does not tell it.
+    virtual void setNeedsScan(bool value);
+
+    [[nodiscard]] virtual bool hasChanges() const { return hasChanges_; }
+    /// Like `setNeedsScan`.
+    virtual void setHasChanges(bool value);
+
+    /// The callbacks of this block, not owned, in ascending order of address.
+    [[nodiscard]] virtual const Clients& clients() const { return clients_; }
+    /// A null callback is ignored.
+    virtual void addClient(KzDxClientCallback callback);
+    virtual void removeClient(KzDxClientCallback callback);
+
+    /// Registers with every object of the node, or unregisters. The flag is stored in any case;
+    /// `invalidObjectId` when the node's record cannot be registered with, or the status of the first record
+    /// that does not open, after which no further record is tried.
+    Orvo::ErrorStatus setEnabled(bool enable) override;
+
+    /// The node's own record.
+    [[nodiscard]] KzDbObjectId id() const { return id_; }
+
+    /// All records whose references make up the block, the own one first.
+    [[nodiscard]] const KzDbObjectIdArray& recordIds() const { return recordIds_; }
+
+    /// The first half of `evaluate`: takes a record among the node's records, with its key in the graph.
+    /// False when it was there already.
+    bool listRecord(KzDbObjectId record);
+
+    /// The second half of `evaluate`: reads all records again.
+    Orvo::ErrorStatus readAgain();
+
+    /// Whether the node was read in the scan of that number; see `KzDxBlocks::scanNumber`.
+    [[nodiscard]] bool wasReadIn(std::uint32_t scan) const { return lastScan_ == scan; }
+
+private:
+    KzDxBlock() = default;
+
+    Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
+    [[nodiscard]] KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) const;
+    void appendRecords(const KzDbObjectIdArray& records);
+    void forgetGraph();
+
+    // Reading (block_node_reading.cpp).
+    [[nodiscard]] bool isFiledAs(const KzDxReferenceReader& reader) const;
+    void file(const KzDxReferenceReader& reader);
+    void markContainerChanges(const KzDxContainers& before);
+    [[nodiscard]] std::vector<KzDbObjectId> filedReferences() const;
+
+    // Registering (block_node_watching.cpp).
+    Orvo::ErrorStatus watchReference(KzDbObjectId reference, bool watch);
+    Orvo::ErrorStatus startWatching(KzDbObjectId reference);
+    Orvo::ErrorStatus stopWatching(KzDbObjectId reference);
+    void watchAttributes(const KzDbBlockReference& reference, KzDbObjectId id);
+    void watchReferences(bool watch);
+    Orvo::ErrorStatus watchRecords(bool watch);
+    void join(const KzDbObject& object, KzDbObjectId id);
+    void leave(KzDbObjectId id);
+    void lingerOn(const KzDbObjectId* first, const KzDbObjectId* last);
+    void leaveAttributesOf(KzDbObjectId reference);
+    void leaveLingering(const std::vector<KzDbObjectId>& stillReported);
+    [[nodiscard]] std::vector<KzDbObjectId> leaveEverything();
+
+    KzDxBlocks* owner_ = nullptr;
+    KzDbObjectId id_;
+    KzDxContainers containers_;
+    bool hasChanges_ = false;
+    bool needsScan_ = true;
+    Clients clients_;
+    KzDxWatchedAttributes watchedAttributes_;
+    KzDbObjectIdArray recordIds_;
+    /// The records after the first, for looking up.
+    KzDxIdSet furtherRecords_;
+    /// Objects that the node may still be reactor of although nothing above names them: references that could
+    /// not be read, and whatever somebody held open when the node wanted to leave it.
+    KzDxIdSet lingering_;
+    std::uint32_t lastScan_ = 0;
+};

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "host/ids.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// A hash table from ids to 32-bit numbers that is emptied at no cost, for use again and again within one
+/// scan.
+///
+/// Open addressing with linear probing in a power-of-two table, at most half full. An entry counts only in
+/// the round in which it was made; `clear` begins the next round.
+class KzDxIdIndex {
+public:
+    /// The number under `id`; when there is none, `number` is entered and returned.
+    std::uint32_t findOrInsert(KzDbObjectId id, std::uint32_t number) {
+        if (2 * (size_ + 1) > entries_.size()) grow();
+        Entry& entry = entries_[slotOf(id)];
+        if (entry.round != round_) {
+            entry = {id, round_, number};
+            ++size_;
+        }
+        return entry.number;
+    }
+
+    /// The number under `id`, or `otherwise`.
+    [[nodiscard]] std::uint32_t find(KzDbObjectId id, std::uint32_t otherwise) const {
+        if (entries_.empty()) return otherwise;
+        const Entry& entry = entries_[slotOf(id)];
+        return entry.round == round_ ? entry.number : otherwise;
+    }
+
+    /// Forgets all entries; the storage stays.
+    void clear() {
+        size_ = 0;
+        if (++round_ == 0) release(); // the round number has wrapped: old entries would count again
+    }
+
+    /// Forgets all entries and gives the storage back.
+    void release() {
+        entries_ = {};
+        size_ = 0;
+        round_ = 1;
+    }
+
+private:
+    struct Entry {
+        KzDbObjectId id;
+        std::uint32_t round = 0;
+        std::uint32_t number = 0;
+    };
+
+    /// Where `id` stands, or the free place where it would.
+    [[nodiscard]] std::size_t slotOf(KzDbObjectId id) const {
+        constexpr std::uint64_t spread =
+            0x9E3779B97F4A7C15; // 2^64 over the golden ratio: neighbours lie apart
+        const std::size_t mask = entries_.size() - 1;
+        std::size_t slot = (id.value() * spread) >> (64 - std::countr_zero(entries_.size()));
+        while (entries_[slot].round == round_ && entries_[slot].id != id) slot = (slot + 1) & mask;
+        return slot;
+    }
+
+    void grow() {
+        constexpr std::size_t smallest = 16;
+        std::vector<Entry> before(entries_.empty() ? smallest : 2 * entries_.size());
+        before.swap(entries_);
+        for (const Entry& entry : before) {
+            if (entry.round == round_) entries_[slotOf(entry.id)] = entry;
+        }
+    }
+
+    std::vector<Entry> entries_;
+    std::size_t size_ = 0;
+    std::uint32_t round_ = 1;
+};

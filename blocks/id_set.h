@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/ids.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <vector>
+
+/// Puts ids into ascending order and drops repeated ones. Linear for ids that are in order already or lie
+/// close together, as those of one drawing do.
+void kzdxSortUnique(std::vector<KzDbObjectId>& ids);
+
+/// An ordered set of ids, kept as a sorted array.
+class KzDxIdSet {
+public:
+    /// Adds an id; false when it was there already. Cheap at the end, linear in the middle.
+    bool insert(KzDbObjectId id) {
+        const auto at = ids_.empty() || ids_.back() < id ? ids_.end() : std::ranges::lower_bound(ids_, id);
+        if (at != ids_.end() && *at == id) return false;
+        ids_.insert(at, id);
+        return true;
+    }
+
+    /// Adds ids that are in ascending order, in one pass over both.
+    void insertAscending(std::span<const KzDbObjectId> ids);
+
+    bool erase(KzDbObjectId id) {
+        const auto at = std::ranges::lower_bound(ids_, id);
+        if (at == ids_.end() || *at != id) return false;
+        ids_.erase(at);
+        return true;
+    }
+
+    [[nodiscard]] bool contains(KzDbObjectId id) const { return std::ranges::binary_search(ids_, id); }
+    [[nodiscard]] bool isEmpty() const { return ids_.empty(); }
+    [[nodiscard]] std::size_t size() const { return ids_.size(); }
+    [[nodiscard]] auto begin() const { return ids_.begin(); }
+    [[nodiscard]] auto end() const { return ids_.end(); }
+
+    void clear() { ids_.clear(); }
+
+private:
+    std::vector<KzDbObjectId> ids_;
+};

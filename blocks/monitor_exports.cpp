@@ -1,0 +1,60 @@
+#include "blocks/block_graph.h"
+#include "frame/application.h"
+#include "frame/border.h"
+#include "zelvane/zelvane.h"
+
+namespace {
+
+/// The graph of a document, with its record made if needed; null when there is none to be had.
+KzDxBlocks* graphOf(KzApDocument* document) {
+    KzDxDocument* const record = kzdxRecordOf(document);
+    return record == nullptr ? nullptr : record->blocks();
+}
+
+/// Begins to follow the drawing from its present state: what happened before is not reported.
+Orvo::ErrorStatus startFollowing(KzDxBlocks& graph) {
+    graph.scanBlockTable();
+    graph.setHasChanges(false);
+    return graph.setEnabled(true);
+}
+
+std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzDxClientCallback callback) {
+    KzDxBlocks* const graph = graphOf(document);
+    if (graph == nullptr) return 0;
+    if (!graph->isEnabled() && startFollowing(*graph) != Orvo::ok) return 0;
+    return graph->addClient(callback, blocks) == Orvo::ok ? 1 : 0;
+}
+
+void detach(KzApDocument* document, KzDxClientCallback callback) {
+    KzDxApplication* const application = KzDxApplication::instance();
+    KzDxDocument* const record = application == nullptr ? nullptr : application->docData(document, false);
+    KzDxBlocks* const graph = record == nullptr ? nullptr : record->blocks();
+    if (graph == nullptr) return;
+    graph->removeClient(callback);
+    KzDxBlocks::Clients left;
+    if (graph->getClients(left) == Orvo::ok && left.isEmpty()) graph->setEnabled(false);
+}
+
+} // namespace
+
+ZELVANE_EXPORT std::int32_t kzdxBlockReferenceMonitorAttach(KzApDocument* document,
+                                                            const KzDbObjectIdArray* blocks,
+                                                            KzDxClientCallback callback) noexcept {
+    if (blocks == nullptr || blocks->length() == 0 || callback == nullptr) return 0;
+    return kzdxAtBorder(std::int32_t{0}, [&] { return attach(document, *blocks, callback); });
+}
+
+ZELVANE_EXPORT void kzdxBlockReferenceMonitorDetach(KzApDocument* document,
+                                                    KzDxClientCallback callback) noexcept {
+    if (callback == nullptr) return;
+    kzdxAtBorder([&] { detach(document, callback); });
+}
+
+ZELVANE_EXPORT std::int32_t kzdxUpdateBlockGraph(KzApDocument* document, bool force, bool notify) noexcept {
+    return kzdxAtBorder(std::int32_t{0}, [&] {
+        KzDxBlocks* const graph = graphOf(document);
+        if (graph == nullptr) return 0;
+        graph->update(force, notify);
+        return 1;
+    });
+}

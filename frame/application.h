@@ -1,0 +1,35 @@
+#pragma once
+
+#include "frame/app_data.h"
+#include "frame/document.h"
+#include "frame/enable_base.h"
+
+/// The one application object: it keeps the records of the open documents and starts their idle checks.
+///
+/// Made at load and destroyed at unload. Exports answer with their failure value while there is none.
+class KzDxApplication : public AppDataT<KzDxDocument>, public KzDxEnableBase {
+public:
+    /// The application object; null before load and after unload.
+    [[nodiscard]] static KzDxApplication* instance() { return instance_; }
+
+    /// Attaches to the document manager, if there is one, and makes a record for every open document.
+    KzDxApplication();
+    ~KzDxApplication() override;
+
+    /// Posts an idle check when the current document reports the end of a lock-mode change.
+    void documentLockModeChanged(KzApDocument* document, KzAp::DocLockMode myPrevious,
+                                 KzAp::DocLockMode myCurrent, KzAp::DocLockMode current,
+                                 const char16_t* command) override;
+
+    /// Attaches to or detaches from the document manager. Idle checks are posted only while switched on.
+    Orvo::ErrorStatus setEnabled(bool enable) override;
+
+private:
+    [[nodiscard]] bool wantsIdleCheck(KzApDocument* document, const char16_t* command);
+
+    static inline KzDxApplication* instance_ = nullptr;
+};
+
+/// The record of a document for an export, made if needed; null without an application object, for a null
+/// document and for one without a drawing.
+[[nodiscard]] KzDxDocument* kzdxRecordOf(KzApDocument* document);

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "frame/opened.h"
+#include "host/block_table.h"
+
+#include <memory>
+
+/// Calls `visit(id)` for the id of each record of a drawing's block table, in table order, with the table
+/// open for read; ends when a visit returns false. The id is null when the host does not tell it. A table
+/// that cannot be walked is walked as if it were empty.
+template <class Visit>
+void kzdxForEachRecordId(const KzDbDatabase& database, Visit visit) {
+    const KzDxOpened<KzDbBlockTable> table(database.blockTableId());
+    if (!table) return;
+    KzDbBlockTableIterator* made = nullptr;
+    if (table->newIterator(made, true, true) != Orvo::ok || made == nullptr) return;
+    const std::unique_ptr<KzDbBlockTableIterator> records(made);
+    for (records->start(true, true); !records->done(); records->step(true, true)) {
+        KzDbObjectId id;
+        if (records->getRecordId(id) != Orvo::ok) id = KzDbObjectId();
+        if (!visit(id)) return;
+    }
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <utility>
+
+/// Runs `work` at a border of the library, which no exception may cross: what the host or a client calls.
+/// When memory runs out inside, the caller gets `failure`.
+template <class Result, class Work>
+Result kzdxAtBorder(Result failure, Work&& work) noexcept {
+    try {
+        return std::forward<Work>(work)();
+    } catch (...) {
+        return failure;
+    }
+}
+
+/// The same for work without a result.
+template <class Work>
+void kzdxAtBorder(Work&& work) noexcept {
+    try {
+        std::forward<Work>(work)();
+    } catch (...) {
+        return;
+    }
+}

@@ -1,0 +1,65 @@
+#include "blocks/departing_reactors.h"
+#include "frame/application.h"
+#include "frame/border.h"
+#include "frame/resource_library.h"
+#include "host/module_interface.h"
+#include "host/services.h"
+#include "zelvane/zelvane.h"
+
+#include <new>
+
+namespace {
+
+constexpr const char16_t* serviceName = u"Zelvane";
+
+KzDxResourceLibrary resourceLibrary;
+
+bool initModule(void* packet) {
+    if (!resourceLibrary.load()) return false;
+    if (kzrxServiceIsRegistered(serviceName)) return false;
+    kzrxRegisterService(serviceName);
+    kzrxRegisterAppMDIAware(packet);
+    // The object makes itself known as the instance.
+    return KzDxApplication::instance() != nullptr || new (std::nothrow) KzDxApplication != nullptr;
+}
+
+/// The host's dictionary of services; null when it has none.
+KzRxDictionary* serviceDictionary() {
+    KzRxDictionary* const registry = kzrxSysRegistry();
+    KzRxObject* const entry = registry == nullptr ? nullptr : registry->at(u"ServiceDictionary");
+    const bool isDictionary = entry != nullptr && entry->isA()->isDerivedFrom(KzRxDictionary::desc());
+    return isDictionary ? static_cast<KzRxDictionary*>(entry) : nullptr;
+}
+
+void removeService() {
+    if (!kzrxServiceIsRegistered(serviceName)) return;
+    KzRxDictionary* const services = serviceDictionary();
+    if (services == nullptr) return;
+    KzRxObject* const service = services->remove(serviceName);
+    if (service != nullptr && service->isA()->isDerivedFrom(KzRxService::desc())) delete service;
+}
+
+void unloadModule() {
+    delete KzDxApplication::instance();
+    KzDxDepartingReactors::instance().retry();
+    removeService();
+    resourceLibrary.release();
+}
+
+} // namespace
+
+ZELVANE_EXPORT std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) noexcept {
+    switch (message) {
+    case KzRx::loadMessage:
+        return kzdxAtBorder(false, [&] { return initModule(packet); }) ? KzRx::done : KzRx::loadFailed;
+    case KzRx::unloadMessage:
+        kzdxAtBorder(unloadModule);
+        return KzRx::done;
+    default:
+        return KzRx::done;
+    }
+}
+
+ZELVANE_EXPORT std::uint32_t kzrxGetApiVersion() noexcept {
+    return KzRx::apiVersion;
+}

@@ -1,0 +1,63 @@
+#include "timers/idle_check.h"
+
+#include "frame/application.h"
+#include "frame/border.h"
+#include "host/documents.h"
+#include "host/editor.h"
+#include "timers/timer.h"
+
+#include <bit>
+
+namespace {
+
+/// The number of the idle-check message; 0 until the first one is posted.
+std::uint32_t idleCheckNumber = 0;
+
+/// Whether the host waits for the user and for nothing else.
+bool isDocumentIdle(const KzDxDocument& record) {
+    const KzApDocument* const document = record.document();
+    if (document == nullptr || !document->isQuiescent()) return false;
+    const KzAp::DocLockMode mode = document->lockMode(false);
+    if (mode != KzAp::DocLockMode::notLocked && mode != KzAp::DocLockMode::none) return false;
+    if (kzedCommandActive() != 0) return false;
+    const KzApDocManager* const manager = kzDocManagerPtr();
+    if (manager == nullptr || manager->pendingInput(document) != 0) return false;
+    return !KzPlatform::inputIsWaiting();
+}
+
+/// The switched-on record of the document that a message carries. The parameter may be anything: it is
+/// compared with the current document before it is used as an address.
+KzDxDocument* recordOfCurrent(std::uintptr_t parameter) {
+    KzDxApplication* const application = KzDxApplication::instance();
+    if (application == nullptr || parameter == 0) return nullptr;
+    const KzApDocManager* const manager = kzDocManagerPtr();
+    KzApDocument* const current = manager == nullptr ? nullptr : manager->currentDocument();
+    if (std::bit_cast<std::uintptr_t>(current) != parameter) return nullptr;
+    if (!current->isQuiescent()) return nullptr;
+    KzDxDocument* const record = application->docData(current, false);
+    return record != nullptr && record->isEnabled() ? record : nullptr;
+}
+
+void runTimers(KzDxDocument& record) {
+    record.runningTimers().callEach(KzDxCallSet<KzDxTimer*>::Next::chosenBeforeCall,
+                                    [](KzDxTimer* timer) { timer->checkElapsed(); });
+}
+
+} // namespace
+
+void kzdxPostIdleCheck(KzApDocument* document) {
+    const KzPlatform::Window window = KzPlatform::mainWindow();
+    if (window == nullptr) return;
+    if (idleCheckNumber == 0) idleCheckNumber = KzPlatform::registerWindowMessage(u"WM_KZDX_IDLE_CHECK");
+    KzPlatform::postMessage(window, idleCheckNumber, std::bit_cast<std::uintptr_t>(document), 0);
+}
+
+int kzdxIdleCheckFilter(const KzPlatform::Message* message) noexcept {
+    if (message->number != idleCheckNumber) return 0;
+    if (idleCheckNumber == 0) return 0; // no message is ours before the first posting, not even number 0
+    kzdxAtBorder([&] {
+        KzDxDocument* const record = recordOfCurrent(message->first);
+        if (record != nullptr && isDocumentIdle(*record)) runTimers(*record);
+    });
+    return 1;
+}
