@@ -4,6 +4,7 @@
 #include "host/documents.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -78,7 +79,7 @@ HEADLESS_API Outcome letGo(KzDbObjectId object);
 
 // ---- looking
 
-enum class Kind { none, table, record, reference, attribute, graph };
+enum class Kind : std::uint8_t { none, table, record, reference, attribute, graph };
 
 /// The kind of an object; `none` for an id that is not valid.
 [[nodiscard]] HEADLESS_API Kind kindOf(KzDbObjectId object);

@@ -1,0 +1,143 @@
+#include "headless/document_manager.h"
+
+#include "headless/fault_gate.h"
+
+#include <algorithm>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#endif
+
+namespace Headless {
+
+DocumentManager& documentManager = *new DocumentManager;
+bool isManagerRefused = false;
+
+namespace {
+
+/// Yields the documents that were listed when it was made, without those closed since.
+class DocumentIterator final : public KzApDocumentIterator {
+public:
+    explicit DocumentIterator(const std::vector<Document*>& documents) {
+        for (Document* const each : documents) {
+            if (each->isListed) documents_.push_back(each);
+        }
+    }
+
+    [[nodiscard]] bool done() const override { return position() >= documents_.size(); }
+    [[nodiscard]] KzApDocument* document() const override {
+        return done() ? nullptr : documents_[position()];
+    }
+    void step() override { at_ = position() + 1; }
+
+private:
+    [[nodiscard]] std::size_t position() const {
+        std::size_t at = at_;
+        while (at < documents_.size() && documentManager.find(documents_[at]) == nullptr) ++at;
+        return at;
+    }
+
+    std::vector<Document*> documents_;
+    std::size_t at_ = 0;
+};
+
+} // namespace
+
+KzDbDatabase* Document::database() const {
+    return const_cast<Document*>(this)->drawing();
+}
+
+void Document::bury() {
+    drawing_.reset();
+    name_.clear();
+    name_.shrink_to_fit();
+#if defined(__SANITIZE_ADDRESS__)
+    ASAN_POISON_MEMORY_REGION(this, sizeof(Document));
+#endif
+}
+
+KzApDocument* DocumentManager::open(std::u16string_view name, bool withDrawing) {
+    auto* const document = new Document(name, withDrawing);
+    tell([document](KzApDocManagerReactor* reactor) { reactor->documentCreateStarted(document); });
+    open_.push_back(document);
+    tellOf(*document, [document](KzApDocManagerReactor& reactor) { reactor.onDocumentAdded(document); });
+    makeCurrent(document);
+    return document;
+}
+
+bool DocumentManager::close(const KzApDocument* address) {
+    Document* const document = find(address);
+    if (document == nullptr || document->isClosing) return false;
+    if (document->drawing() != nullptr && document->drawing()->isBeingEdited()) return false;
+    document->isClosing = true;
+    tell([document](KzApDocManagerReactor* reactor) { reactor->onDocumentRemoving(document); });
+    if (Drawing* const drawing = document->drawing(); drawing != nullptr) {
+        drawing->takeLeave();
+        for (Document* const each : open_) {
+            if (each->drawing() != nullptr) each->drawing()->forgetAttachedDrawing(drawing);
+        }
+    }
+    takeOut(*document);
+    const std::u16string name = document->name();
+    document->bury();
+    tell([&name](KzApDocManagerReactor* reactor) { reactor->documentDestroyed(name.c_str()); });
+    return true;
+}
+
+void DocumentManager::takeOut(Document& document) {
+    std::erase(open_, &document);
+    buried_.push_back(&document);
+    if (current_ == &document) setCurrent(open_.empty() ? nullptr : open_.back());
+}
+
+bool DocumentManager::makeCurrent(const KzApDocument* address) {
+    Document* const document = find(address);
+    if (document == nullptr) return false;
+    if (document != current_) setCurrent(document);
+    return true;
+}
+
+void DocumentManager::setCurrent(Document* document) {
+    current_ = document;
+    if (document == nullptr) return;
+    tellOf(*document,
+           [document](KzApDocManagerReactor& reactor) { reactor.documentBecameCurrent(document); });
+}
+
+void DocumentManager::reportLockMode(const KzApDocument* address, const char16_t* command) {
+    Document* const document = find(address);
+    if (document == nullptr) return;
+    tellOf(*document, [&](KzApDocManagerReactor& reactor) {
+        const KzAp::DocLockMode mode = document->lock;
+        reactor.documentLockModeChanged(document, mode, mode, mode, command);
+    });
+}
+
+Document* DocumentManager::find(const KzApDocument* document) const {
+    const auto found = std::find(open_.begin(), open_.end(), document);
+    return found != open_.end() ? *found : nullptr;
+}
+
+void DocumentManager::addReactor(KzApDocManagerReactor* reactor) {
+    if (reactor != nullptr) reactors_.add(reactor);
+}
+
+void DocumentManager::removeReactor(KzApDocManagerReactor* reactor) {
+    if (reactor != nullptr) reactors_.remove(reactor);
+}
+
+KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
+    if (refusesIterators || FaultGate::strikes()) return nullptr;
+    return new DocumentIterator(open_);
+}
+
+std::int32_t DocumentManager::pendingInput(const KzApDocument* document) const {
+    const Document* const found = find(document);
+    return found != nullptr ? found->pending : 0;
+}
+
+} // namespace Headless
+
+KzApDocManager* kzDocManagerPtr() {
+    return Headless::isManagerRefused ? nullptr : &Headless::documentManager;
+}

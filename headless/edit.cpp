@@ -1,0 +1,34 @@
+#include "headless/edit.h"
+
+namespace Headless {
+
+Edit::Edit(std::initializer_list<Object*> objects) : editing_((*objects.begin())->drawing()) {
+    for (Object* const each : objects) {
+        if (each == nullptr) continue;
+        each->beginWriting();
+        objects_[count_++] = each;
+    }
+}
+
+void Edit::tellBefore() {
+    for (std::size_t at = 0; at < count_; ++at) {
+        Object& object = *objects_[at];
+        object.tell([&object](KzDbObjectReactor* reactor) { reactor->openedForModify(object.face()); });
+    }
+}
+
+void Edit::tellAfter() {
+    for (std::size_t at = 0; at < count_; ++at) {
+        Object& object = *objects_[at];
+        object.tell([&object](KzDbObjectReactor* reactor) { reactor->modified(object.face()); });
+    }
+    for (std::size_t at = 0; at < count_; ++at) {
+        Object& object = *objects_[at];
+        object.endWriting();
+        object.pin(); // others may open it again, but it stays in memory while they are told
+        object.tell([&object](KzDbObjectReactor* reactor) { reactor->objectClosed(object.id()); });
+        object.unpin();
+    }
+}
+
+} // namespace Headless

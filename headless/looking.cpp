@@ -1,0 +1,115 @@
+#include "headless/document_manager.h"
+#include "headless/edits.h"
+#include "headless/reference.h"
+
+namespace Headless {
+
+namespace {
+
+Drawing* drawingOf(const KzApDocument* document) {
+    Document* const found = documentManager.find(document);
+    return found != nullptr ? found->drawing() : nullptr;
+}
+
+/// The block table of an open document; null when it has none, or none any more.
+const BlockTable* tableOf(const KzApDocument* document) {
+    const Drawing* const drawing = drawingOf(document);
+    return drawing != nullptr ? drawing->table() : nullptr;
+}
+
+/// Adds up `count(object)` over the objects of a drawing.
+template <class Count>
+std::size_t sumOver(const KzApDocument* document, Count count) {
+    std::size_t sum = 0;
+    if (const Drawing* const drawing = drawingOf(document)) {
+        drawing->forEachObject([&](const Object& object) { sum += count(object); });
+    }
+    return sum;
+}
+
+} // namespace
+
+Kind kindOf(KzDbObjectId id) {
+    const Object* const object = objectTable.find(id);
+    return object != nullptr ? object->kind() : Kind::none;
+}
+
+std::size_t reactorCount(KzDbObjectId id) {
+    const Object* const object = objectTable.find(id);
+    return object != nullptr ? object->reactorCount() : 0;
+}
+
+std::size_t reactorCountOf(const KzApDocument* document) {
+    return sumOver(document, [](const Object& object) { return object.reactorCount(); });
+}
+
+std::size_t openCount(KzDbObjectId id) {
+    const Object* const object = objectTable.find(id);
+    return object != nullptr ? object->openCount() : 0;
+}
+
+std::size_t openCountOf(const KzApDocument* document) {
+    return sumOver(document, [](const Object& object) { return object.isOpen() ? 1U : 0U; });
+}
+
+KzDbObjectId find(const KzApDocument* document, std::u16string_view name) {
+    const BlockTable* const table = tableOf(document);
+    const KzDbObjectId id = table != nullptr ? table->named(name) : KzDbObjectId();
+    return id.isErased() ? KzDbObjectId() : id;
+}
+
+KzDbObjectId modelSpace(const KzApDocument* document) {
+    return find(document, u"*Model_Space");
+}
+
+std::vector<KzDbObjectId> records(const KzApDocument* document) {
+    std::vector<KzDbObjectId> result;
+    if (const BlockTable* const table = tableOf(document)) result = table->records();
+    std::erase_if(result, [](KzDbObjectId id) { return id.isErased(); });
+    return result;
+}
+
+std::u16string recordName(KzDbObjectId id) {
+    const auto* const record = findAs<Record>(id);
+    return record != nullptr ? record->name() : std::u16string();
+}
+
+std::vector<KzDbObjectId> references(KzDbObjectId id, bool isErased) {
+    std::vector<KzDbObjectId> result;
+    if (const auto* const record = findAs<Record>(id)) {
+        record->reportReferences(isErased, [&result](const std::vector<KzDbObjectId>& list) {
+            result.insert(result.end(), list.begin(), list.end());
+        });
+    }
+    return result;
+}
+
+KzDbObjectId blockOf(KzDbObjectId id) {
+    const auto* const reference = findAs<Reference>(id);
+    return reference != nullptr ? reference->blockTableRecord() : KzDbObjectId();
+}
+
+KzDbObjectId ownerOf(KzDbObjectId id) {
+    const Object* const object = objectTable.find(id);
+    return object != nullptr ? object->owner() : KzDbObjectId();
+}
+
+KzDbObjectId attributeOf(KzDbObjectId id, std::u16string_view tag) {
+    const auto* const reference = findAs<Reference>(id);
+    if (reference == nullptr) return {};
+    KzDbObjectId firstErased;
+    for (const KzDbObjectId each : reference->attributes()) {
+        const auto* const attribute = findAs<Attribute>(each);
+        if (attribute == nullptr || attribute->tagText() != tag) continue;
+        if (!attribute->isErased()) return each;
+        if (firstErased.isNull()) firstErased = each;
+    }
+    return firstErased;
+}
+
+std::u16string attributeText(KzDbObjectId id) {
+    const auto* const attribute = findAs<Attribute>(id);
+    return attribute != nullptr ? attribute->text() : std::u16string();
+}
+
+} // namespace Headless

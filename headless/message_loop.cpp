@@ -1,0 +1,121 @@
+#include "headless/message_loop.h"
+
+#include "headless/outward_call.h"
+#include "headless/unicode.h"
+
+#include <dlfcn.h>
+
+namespace Headless {
+
+MessageLoop& messageLoop = *new MessageLoop;
+std::string& resourceFolder = *new std::string;
+
+Pumped MessageLoop::pump() {
+    Pumped result;
+    while (!queue_.empty()) {
+        const KzPlatform::Message message = queue_.front();
+        queue_.pop_front();
+        ++result.dispatched;
+        if (isTaken(message)) ++result.taken; // the window itself has no use for messages
+    }
+    return result;
+}
+
+bool MessageLoop::isTaken(const KzPlatform::Message& message) {
+    const OutwardCall outward;
+    bool isTaken = false;
+    filters.callEach([&](KzEdMessageFilter filter) {
+        if (!isTaken) isTaken = filter(&message) != 0;
+    });
+    return isTaken;
+}
+
+void MessageLoop::post(std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
+    queue_.push_back({.window = &window_, .number = number, .first = first, .second = second, .time = ticks});
+}
+
+KzPlatform::Window MessageLoop::window() {
+    return refusesWindow ? nullptr : &window_;
+}
+
+std::uint32_t MessageLoop::registerMessage(const std::u16string& name) {
+    constexpr std::uint32_t firstNumber = 0xC000;
+    const auto next = firstNumber + static_cast<std::uint32_t>(numbers_.size());
+    return numbers_.emplace(name, next).first->second;
+}
+
+void resetMessageLoop() {
+    MessageLoop& loop = messageLoop;
+    loop.filters.removeIf([](KzEdMessageFilter) { return true; });
+    loop.boxes.clear();
+    loop.ticks = 0;
+    loop.activeCommands = 0;
+    loop.isInputWaiting = false;
+    loop.refusesFilters = false;
+    loop.refusesWindow = false;
+    loop.clearQueue();
+}
+
+} // namespace Headless
+
+int kzedRegisterFilterWinMsg(KzEdMessageFilter filter) {
+    Headless::MessageLoop& loop = Headless::messageLoop;
+    if (loop.refusesFilters || filter == nullptr) return 0;
+    loop.filters.add(filter);
+    return 1;
+}
+
+int kzedRemoveFilterWinMsg(KzEdMessageFilter filter) {
+    Headless::MessageLoop& loop = Headless::messageLoop;
+    if (loop.refusesFilters || filter == nullptr) return 0;
+    return loop.filters.remove(filter) ? 1 : 0;
+}
+
+int kzedCommandActive() {
+    return Headless::messageLoop.activeCommands != 0 ? 1 : 0;
+}
+
+namespace KzPlatform {
+
+std::uint32_t tickCount() {
+    return Headless::messageLoop.ticks;
+}
+
+Library loadLibrary(const char16_t* fileName) {
+    if (fileName == nullptr) return nullptr;
+    const std::string name = Headless::toUtf8(fileName);
+    const std::string& folder = Headless::resourceFolder;
+    if (!folder.empty() && name.find('/') == std::string::npos) {
+        void* const library = dlopen((folder + "/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (library != nullptr) return library;
+    }
+    return dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+void freeLibrary(Library library) {
+    if (library != nullptr) dlclose(library);
+}
+
+std::uint32_t registerWindowMessage(const char16_t* name) {
+    return name != nullptr ? Headless::messageLoop.registerMessage(name) : 0;
+}
+
+Window mainWindow() {
+    return Headless::messageLoop.window();
+}
+
+bool postMessage(Window window, std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
+    if (window == nullptr || window != Headless::messageLoop.window()) return false;
+    Headless::messageLoop.post(number, first, second);
+    return true;
+}
+
+bool inputIsWaiting() {
+    return Headless::messageLoop.isInputWaiting;
+}
+
+void messageBox(const char16_t* text, BoxStyle style, std::uint32_t /*helpContext*/) {
+    Headless::messageLoop.boxes.push_back({text != nullptr ? text : u"", style});
+}
+
+} // namespace KzPlatform

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "headless/call_list.h"
+#include "headless/session.h"
+#include "host/editor.h"
+
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Headless {
+
+/// The main thread as a module meets it: its message queue with the filters before it, its clock, its window
+/// and the boxes that it shows.
+class MessageLoop {
+public:
+    Pumped pump();
+    void post(std::uint32_t number, std::uintptr_t first, std::intptr_t second);
+    void clearQueue() { queue_.clear(); }
+    [[nodiscard]] KzPlatform::Window window();
+    std::uint32_t registerMessage(const std::u16string& name);
+
+    CallList<KzEdMessageFilter> filters;
+    std::vector<ShownBox> boxes;
+    std::uint32_t ticks = 0;
+    int activeCommands = 0;
+    bool isInputWaiting = false;
+    bool refusesFilters = false;
+    bool refusesWindow = false;
+
+private:
+    bool isTaken(const KzPlatform::Message& message);
+
+    std::deque<KzPlatform::Message> queue_;
+    std::map<std::u16string, std::uint32_t> numbers_;
+    char window_ = 0; // its address is the window
+};
+
+extern MessageLoop& messageLoop;
+
+/// The folder in which libraries loaded by bare name are looked for first; empty when there is none.
+extern std::string& resourceFolder;
+
+/// As a process finds it at its start. Registered message numbers stay: they live as long as the process.
+void resetMessageLoop();
+
+} // namespace Headless

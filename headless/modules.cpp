@@ -1,0 +1,195 @@
+#include "headless/modules.h"
+
+#include "headless/document_manager.h"
+#include "headless/edits.h"
+#include "headless/message_loop.h"
+#include "headless/outward_call.h"
+#include "host/module_interface.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace Headless {
+
+namespace {
+
+struct Module {
+    ModuleId id = ModuleId::none;
+    void* library = nullptr;
+    KzRx::EntryPoint entry = nullptr;
+};
+
+/// What a module gets with its load message: a token that it hands back.
+struct Packet {
+    ModuleId module;
+};
+
+struct Loader {
+    std::vector<Module> modules;       // in the order of loading
+    std::vector<void*> waitingToClose; // libraries with calls under way
+    std::uint32_t lastId = 0;
+};
+
+Loader& loader = *new Loader;
+
+Module* find(ModuleId id) {
+    const auto found = std::find_if(loader.modules.begin(), loader.modules.end(),
+                                    [id](const Module& each) { return each.id == id; });
+    return found != loader.modules.end() ? &*found : nullptr;
+}
+
+/// Says whether an address lies in one library. Asks the dynamic linker once per run of equal addresses:
+/// the reactors of a drawing are mostly of one class.
+class LibraryOf {
+public:
+    explicit LibraryOf(const void* inside) : base_(baseOf(inside)) {}
+
+    bool contains(const void* address) {
+        if (address != last_) {
+            last_ = address;
+            isInside_ = baseOf(address) == base_;
+        }
+        return isInside_;
+    }
+    /// Whether the code of an object lies there, by its table of operations.
+    bool containsCodeOf(const KzRxObject* object) {
+        return contains(*reinterpret_cast<const void* const*>(object));
+    }
+
+private:
+    static const void* baseOf(const void* address) {
+        Dl_info info{};
+        return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
+    }
+
+    const void* base_;
+    const void* last_ = nullptr;
+    bool isInside_ = false;
+};
+
+/// Nobody may call into a library that is about to be closed.
+void dropWhatCallsInto(const void* inside) {
+    LibraryOf library(inside);
+    messageLoop.filters.removeIf(
+        [&](KzEdMessageFilter filter) { return library.contains(reinterpret_cast<const void*>(filter)); });
+    documentManager.dropReactors(
+        [&](const KzApDocManagerReactor* reactor) { return library.containsCodeOf(reactor); });
+    for (Document* const document : documentManager.documents()) {
+        if (document->drawing() == nullptr) continue;
+        document->drawing()->forEachObject([&](Object& object) {
+            object.dropReactors(
+                [&](const KzDbObjectReactor* reactor) { return library.containsCodeOf(reactor); });
+        });
+    }
+}
+
+bool isInUse(const void* library) {
+    const bool isLoaded = std::any_of(loader.modules.begin(), loader.modules.end(),
+                                      [&](const Module& each) { return each.library == library; });
+    const auto& waiting = loader.waitingToClose;
+    return isLoaded || std::find(waiting.begin(), waiting.end(), library) != waiting.end();
+}
+
+void closeNow(void* library) {
+    if (!isInUse(library)) dropWhatCallsInto(dlsym(library, "kzrxEntryPoint"));
+    dlclose(library);
+}
+
+void closeLibrary(void* library) {
+    loader.waitingToClose.push_back(library);
+    // With no call under way this one ends at once, and with it the waiting.
+    const OutwardCall outward;
+    OutwardCall::libraryIsWaiting();
+}
+
+/// The two functions that every module has. Gives in words what is missing; empty when nothing is.
+std::string readInterface(void* library, KzRx::EntryPoint& entry) {
+    entry = reinterpret_cast<KzRx::EntryPoint>(dlsym(library, "kzrxEntryPoint"));
+    if (entry == nullptr) return "it has no kzrxEntryPoint";
+    const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(dlsym(library, "kzrxGetApiVersion"));
+    if (version == nullptr) return "it has no kzrxGetApiVersion";
+    const OutwardCall outward;
+    const std::uint32_t number = version();
+    if (number == KzRx::apiVersion) return {};
+    return "it was built for another version of the interface (" + std::to_string(number) + ")";
+}
+
+/// A bare file name means the one in the working folder, not one of the system's libraries.
+std::string asPath(const std::string& path) {
+    return path.find('/') == std::string::npos ? "./" + path : path;
+}
+
+std::int32_t send(KzRx::EntryPoint entry, KzRx::Message message, ModuleId id) {
+    const OutwardCall outward;
+    Packet packet{id};
+    return entry(message, &packet);
+}
+
+} // namespace
+
+void OutwardCall::closeWaitingLibraries() {
+    areLibrariesWaiting = false;
+    while (!loader.waitingToClose.empty()) {
+        void* const library = loader.waitingToClose.back();
+        loader.waitingToClose.pop_back();
+        closeNow(library);
+    }
+}
+
+LoadResult loadModule(const std::string& path, const std::string& resources) {
+    resourceFolder = resources;
+    void* const library = dlopen(asPath(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) return {.failure = dlerror()};
+    KzRx::EntryPoint entry = nullptr;
+    if (std::string missing = readInterface(library, entry); !missing.empty()) {
+        dlclose(library);
+        return {.failure = path + ": " + missing};
+    }
+    const auto id = ModuleId(++loader.lastId);
+    const std::int32_t answer = send(entry, KzRx::loadMessage, id);
+    if (answer != KzRx::done) {
+        closeLibrary(library);
+        return {.answer = answer};
+    }
+    loader.modules.push_back({.id = id, .library = library, .entry = entry});
+    return {.module = id};
+}
+
+std::optional<std::int32_t> unloadModule(ModuleId id) {
+    if (heldOpenCount() != 0) return std::nullopt;
+    const Module* const found = find(id);
+    if (found == nullptr) return 0;
+    const Module module = *found;
+    // Out of the list first: what the module does now may ask for another unloading.
+    std::erase_if(loader.modules, [id](const Module& each) { return each.id == id; });
+    const OutwardCall outward;
+    const std::int32_t answer = send(module.entry, KzRx::unloadMessage, id);
+    closeLibrary(module.library);
+    return answer;
+}
+
+ModuleId lastModule() {
+    return loader.modules.empty() ? ModuleId::none : loader.modules.back().id;
+}
+
+bool isLoaded(ModuleId module) {
+    return find(module) != nullptr;
+}
+
+void* moduleExport(ModuleId module, const char* name) {
+    const Module* const found = find(module);
+    return found != nullptr ? dlsym(found->library, name) : nullptr;
+}
+
+ModuleCall::ModuleCall() {
+    OutwardCall::begin();
+}
+
+ModuleCall::~ModuleCall() {
+    OutwardCall::end();
+}
+
+} // namespace Headless

@@ -1,0 +1,111 @@
+#include "headless/object.h"
+
+#include "headless/drawing.h"
+#include "headless/fault_gate.h"
+#include "headless/reference.h"
+#include "headless/runtime_classes.h"
+
+namespace Headless {
+
+ObjectTable& objectTable = *new ObjectTable;
+
+KzDbObject* Object::face() {
+    switch (kind_) {
+    case Kind::table:
+        return static_cast<BlockTable*>(this);
+    case Kind::record:
+        return static_cast<Record*>(this);
+    case Kind::reference:
+        return static_cast<Reference*>(this);
+    case Kind::attribute:
+        return static_cast<Attribute*>(this);
+    case Kind::graph:
+        return static_cast<Graph*>(this);
+    case Kind::none:
+        break;
+    }
+    return nullptr;
+}
+
+void Object::hold() {
+    isWriting_ = true;
+    isHeld_ = true;
+    ++held;
+}
+
+void Object::letGo() {
+    isWriting_ = false;
+    isHeld_ = false;
+    --held;
+}
+
+// A module's opening for write ends the held and the edited kinds never, only its own: they are apart.
+Orvo::ErrorStatus Object::close() {
+    if (readers_ != 0) {
+        --readers_;
+    } else if (notifiers_ != 0) {
+        --notifiers_;
+    } else if (isWriting_ && !isHeld_) {
+        isWriting_ = false;
+    } else {
+        return Orvo::invalidObjectId;
+    }
+    if (hasLeft_ && !isOpen()) delete face();
+    return Orvo::ok;
+}
+
+void Object::leaveMemory() {
+    objectTable.forget(id_);
+    if (isHeld_) letGo();
+    hasLeft_ = true;
+    if (!isOpen()) delete face();
+}
+
+namespace {
+
+bool isOfClass(Kind kind, const KzRxClass* expected) {
+    const KzRxClass* const own = classOf(kind);
+    return own == expected || own->isDerivedFrom(expected);
+}
+
+} // namespace
+
+} // namespace Headless
+
+bool KzDbObjectId::isValid() const {
+    return Headless::objectTable.find(*this) != nullptr;
+}
+
+bool KzDbObjectId::isErased() const {
+    const Headless::Object* const object = Headless::objectTable.find(*this);
+    return object != nullptr && object->isErased();
+}
+
+bool KzDbObjectId::isEffectivelyErased() const {
+    const Headless::Object* object = Headless::objectTable.find(*this);
+    while (object != nullptr && !object->isErased()) object = Headless::objectTable.find(object->owner());
+    return object != nullptr;
+}
+
+KzDbDatabase* KzDbObjectId::database() const {
+    const Headless::Object* const object = Headless::objectTable.find(*this);
+    return object != nullptr ? &object->drawing() : nullptr;
+}
+
+Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
+                                     const KzRxClass* expected, bool openErased) {
+    object = nullptr;
+    if (Headless::FaultGate::strikes()) return Headless::FaultGate::status();
+    Headless::Object* const found = Headless::objectTable.find(id);
+    if (found == nullptr) return Orvo::invalidObjectId;
+    if (found->isErased() && !openErased) return Orvo::wasErased;
+    if (!Headless::isOfClass(found->kind(), expected)) return Orvo::wrongClass;
+    const Orvo::ErrorStatus status = found->open(mode);
+    if (status == Orvo::ok) object = found->face();
+    return status;
+}
+
+Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
+                                     bool openErased) {
+    return kzdbOpenKzDbObject(object, id, mode, KzDbObject::desc(), openErased);
+}

@@ -1,0 +1,149 @@
+#pragma once
+
+#include "headless/call_list.h"
+#include "headless/edits.h"
+#include "headless/object_table.h"
+#include "headless/outward_call.h"
+#include "host/object_reactor.h"
+#include "host/objects.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+namespace Headless {
+
+class Drawing;
+
+/// What all objects of a drawing have in common, beside the interface that modules see: id, owner, openings
+/// and reactors.
+///
+/// An object that leaves memory while somebody has it open is no longer found by its id and is deleted by the
+/// last closing.
+class Object {
+public:
+    Object(Kind kind, Drawing& drawing, KzDbObjectId owner)
+        : id_(objectTable.add(this)), owner_(owner), drawing_(&drawing), kind_(kind) {}
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+
+    [[nodiscard]] KzDbObjectId id() const { return id_; }
+    [[nodiscard]] KzDbObjectId owner() const { return owner_; }
+    [[nodiscard]] Drawing& drawing() const { return *drawing_; }
+    [[nodiscard]] Kind kind() const { return kind_; }
+    [[nodiscard]] bool isErased() const { return isErased_; }
+    [[nodiscard]] std::size_t reactorCount() const { return reactors_.size(); }
+
+    void setOwner(KzDbObjectId owner) { owner_ = owner; }
+    void setErased(bool isErased) { isErased_ = isErased; }
+
+    /// The same object as modules see it.
+    [[nodiscard]] KzDbObject* face();
+
+    // ---- openings
+    [[nodiscard]] bool isOpen() const { return isWriting_ || readers_ != 0 || notifiers_ != 0; }
+    [[nodiscard]] std::size_t openCount() const {
+        return std::size_t{readers_} + notifiers_ + (isWriting_ ? 1 : 0);
+    }
+    [[nodiscard]] bool isHeld() const { return isHeld_; }
+
+    Orvo::ErrorStatus open(KzDb::OpenMode mode) {
+        if (isWriting_) return Orvo::heldOpenForWrite;
+        if (mode == KzDb::OpenMode::forRead) return countUp(readers_);
+        if (mode == KzDb::OpenMode::forNotify) return countUp(notifiers_);
+        if (isOpen()) return Orvo::heldOpenForRead;
+        isWriting_ = true;
+        return Orvo::ok;
+    }
+    /// Ends one opening, and the object itself when it has left memory and this was the last one.
+    Orvo::ErrorStatus close();
+
+    // Openings of the host itself, for edits and for scripts. All but `pin` need an object that is not open.
+    void beginWriting() { isWriting_ = true; }
+    void endWriting() { isWriting_ = false; }
+    void hold();
+    void letGo();
+    void pin() { ++readers_; }
+    void unpin() { --readers_; }
+    [[nodiscard]] static std::size_t heldCount() { return held; }
+
+    /// Makes the id invalid and deletes the object as soon as nobody has it open.
+    void leaveMemory();
+
+    // ---- reactors
+    void addReactor(KzDbObjectReactor* reactor) {
+        if (reactor != nullptr && mayChangeReactors()) reactors_.add(reactor);
+    }
+    void removeReactor(KzDbObjectReactor* reactor) {
+        if (reactor != nullptr && mayChangeReactors()) reactors_.remove(reactor);
+    }
+    template <class Predicate>
+    void dropReactors(Predicate isUnwanted) {
+        reactors_.removeIf(isUnwanted);
+    }
+
+    /// Calls `call(reactor)` for each reactor. Somebody has to have the object open meanwhile.
+    template <class Call>
+    void tell(Call call) {
+        if (reactors_.isEmpty()) return;
+        const OutwardCall outward;
+        ++tellings_;
+        reactors_.callEach(call);
+        --tellings_;
+    }
+
+protected:
+    ~Object() = default;
+
+private:
+    /// Refuses to lose count of a user who opens without ever closing.
+    static Orvo::ErrorStatus countUp(std::uint16_t& count) {
+        if (count == std::numeric_limits<std::uint16_t>::max()) return Orvo::heldOpenForRead;
+        ++count;
+        return Orvo::ok;
+    }
+
+    [[nodiscard]] bool mayChangeReactors() const { return notifiers_ != 0 || isWriting_ || tellings_ != 0; }
+
+    static inline std::size_t held = 0;
+
+    KzDbObjectId id_;
+    KzDbObjectId owner_;
+    Drawing* drawing_;
+    CallList<KzDbObjectReactor*> reactors_;
+    std::uint16_t readers_ = 0;
+    std::uint16_t notifiers_ = 0;
+    std::uint16_t tellings_ = 0;
+    Kind kind_;
+    bool isErased_ : 1 = false;
+    bool isWriting_ : 1 = false;
+    bool isHeld_ : 1 = false;
+    bool hasLeft_ : 1 = false;
+};
+
+/// An object behind one of the host's interfaces.
+template <class Interface>
+class ObjectOf : public Interface, public Object {
+public:
+    using Object::Object;
+
+    [[nodiscard]] KzRxClass* isA() const override { return Interface::desc(); }
+    [[nodiscard]] KzDbObjectId objectId() const override { return id(); }
+    [[nodiscard]] KzDbObjectId ownerId() const override { return owner(); }
+    Orvo::ErrorStatus close() override { return Object::close(); }
+    // Whoever may change the reactors has been given a const object: a notification's subject is one.
+    void addReactor(KzDbObjectReactor* reactor) const override { self().Object::addReactor(reactor); }
+    void removeReactor(KzDbObjectReactor* reactor) const override { self().Object::removeReactor(reactor); }
+
+private:
+    [[nodiscard]] Object& self() const { return const_cast<ObjectOf&>(*this); }
+};
+
+/// The object of that id when it is a T, else null. T is a class below and has its kind as `ownKind`.
+template <class T>
+[[nodiscard]] T* findAs(KzDbObjectId id) {
+    Object* const object = objectTable.find(id);
+    return object != nullptr && object->kind() == T::ownKind ? static_cast<T*>(object) : nullptr;
+}
+
+} // namespace Headless

@@ -1,0 +1,62 @@
+#include "headless/record.h"
+
+#include "headless/fault_gate.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace Headless {
+
+void ReferenceLists::sort() {
+    std::vector<KzDbObjectId> all;
+    all.reserve(live_.size() + erased_.size());
+    // References brought back lie in the erased list and the other way round: both ascend, only mixed up.
+    std::merge(live_.begin(), live_.end(), erased_.begin(), erased_.end(), std::back_inserter(all));
+    live_.clear();
+    erased_.clear();
+    for (const KzDbObjectId id : all) {
+        const Object* const reference = objectTable.find(id);
+        if (reference == nullptr) continue; // it has left memory
+        (reference->isErased() ? erased_ : live_).push_back(id);
+    }
+    isInOrder_ = true;
+}
+
+Record::Record(Drawing& drawing, KzDbObjectId table, std::u16string_view name, const Origin& origin)
+    : ObjectOf(ownKind, drawing, table), name_(name), origin_(origin) {}
+
+void Record::addRepresentation(Record& representation) {
+    representations_.push_back(representation.id());
+    representation.representedBlock_ = id();
+}
+
+KzDbDatabase* Record::xrefDatabase(bool /*includeUnresolved*/) const {
+    return FaultGate::strikes() ? nullptr : origin_.attachedDrawing;
+}
+
+Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
+    name = nullptr;
+    if (FaultGate::strikes()) return FaultGate::status();
+    name = name_.c_str();
+    return Orvo::ok;
+}
+
+Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool /*directOnly*/,
+                                               bool /*forceValidity*/) const {
+    return appendReferences(false, ids);
+}
+
+Orvo::ErrorStatus Record::getErasedBlockReferenceIds(KzDbObjectIdArray& ids) const {
+    return appendReferences(true, ids);
+}
+
+Orvo::ErrorStatus Record::appendReferences(bool isErased, KzDbObjectIdArray& ids) const {
+    if (FaultGate::strikes()) return FaultGate::status();
+    reportReferences(isErased, [&ids](const std::vector<KzDbObjectId>& list) {
+        ids.append(list.data(), static_cast<std::int32_t>(list.size()));
+    });
+    return Orvo::ok;
+}
+
+} // namespace Headless

@@ -1,0 +1,101 @@
+#pragma once
+
+#include "headless/object.h"
+#include "host/block_table.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Headless {
+
+/// The references that insert one record, live and erased ones apart and each in order of creation.
+///
+/// A query copies a whole list, so the lists are put in order when somebody asks and not when something is
+/// erased or leaves memory: any number of such changes costs one pass.
+class ReferenceLists {
+public:
+    /// References come in order of creation.
+    void add(KzDbObjectId reference) { live_.push_back(reference); }
+    /// A reference was erased, brought back or has left memory.
+    void changed() { isInOrder_ = false; }
+
+    [[nodiscard]] const std::vector<KzDbObjectId>& live() { return inOrder().live_; }
+    [[nodiscard]] const std::vector<KzDbObjectId>& erased() { return inOrder().erased_; }
+
+private:
+    ReferenceLists& inOrder() {
+        if (!isInOrder_) sort();
+        return *this;
+    }
+    void sort();
+
+    std::vector<KzDbObjectId> live_;
+    std::vector<KzDbObjectId> erased_;
+    bool isInOrder_ = true;
+};
+
+/// A block table record.
+class Record final : public ObjectOf<KzDbBlockTableRecord> {
+public:
+    static constexpr Kind ownKind = Kind::record;
+
+    /// Where the record comes from, fixed at its making.
+    struct Origin {
+        bool isAnonymous = false;
+        bool isLayout = false;
+        bool isDependent = false;
+        KzDbDatabase* attachedDrawing = nullptr; ///< of a record that stands for an attached drawing
+        KzDbObjectId source = {};                ///< the record of it that a dependent record mirrors
+    };
+
+    Record(Drawing& drawing, KzDbObjectId table, std::u16string_view name, const Origin& origin);
+
+    [[nodiscard]] const std::u16string& name() const { return name_; }
+    void setName(std::u16string_view name) { name_ = name; }
+
+    [[nodiscard]] const KzDbDatabase* attachedDrawing() const { return origin_.attachedDrawing; }
+    /// The attached drawing has gone.
+    void forgetAttachedDrawing() { origin_.attachedDrawing = nullptr; }
+
+    [[nodiscard]] ReferenceLists& references() const { return references_; }
+    /// The live (or erased) references that are reported: those of the mirrored record, then its own.
+    template <class Take>
+    void reportReferences(bool isErased, Take take) const {
+        if (const auto* const source = findAs<Record>(origin_.source)) take(source->ownReferences(isErased));
+        take(ownReferences(isErased));
+    }
+
+    [[nodiscard]] KzDbObjectId graph() const { return graph_; }
+    void setGraph(KzDbObjectId graph) { graph_ = graph; }
+    [[nodiscard]] const std::vector<KzDbObjectId>& representations() const { return representations_; }
+    /// The enhanced block that this record represents; null when it represents none.
+    [[nodiscard]] KzDbObjectId representedBlock() const { return representedBlock_; }
+    void addRepresentation(Record& representation);
+
+    // What modules see.
+    [[nodiscard]] bool isAnonymous() const override { return origin_.isAnonymous; }
+    [[nodiscard]] bool isLayout() const override { return origin_.isLayout; }
+    [[nodiscard]] bool isDependent() const override { return origin_.isDependent; }
+    [[nodiscard]] bool isFromExternalReference() const override { return origin_.attachedDrawing != nullptr; }
+    [[nodiscard]] KzDbDatabase* xrefDatabase(bool includeUnresolved) const override;
+    Orvo::ErrorStatus getName(const char16_t*& name) const override;
+    Orvo::ErrorStatus getBlockReferenceIds(KzDbObjectIdArray& ids, bool directOnly,
+                                           bool forceValidity) const override;
+    Orvo::ErrorStatus getErasedBlockReferenceIds(KzDbObjectIdArray& ids) const override;
+
+private:
+    [[nodiscard]] const std::vector<KzDbObjectId>& ownReferences(bool isErased) const {
+        return isErased ? references_.erased() : references_.live();
+    }
+    Orvo::ErrorStatus appendReferences(bool isErased, KzDbObjectIdArray& ids) const;
+
+    std::u16string name_;
+    Origin origin_;
+    mutable ReferenceLists references_; // put in order by whoever asks
+    KzDbObjectId graph_;
+    std::vector<KzDbObjectId> representations_;
+    KzDbObjectId representedBlock_;
+};
+
+} // namespace Headless

@@ -1,0 +1,32 @@
+#include "headless/representation_protocol.h"
+
+#include "headless/fault_gate.h"
+#include "headless/record.h"
+
+namespace {
+
+class Protocol final : public KzDbBlockRepresentation {
+public:
+    [[nodiscard]] KzRxClass* isA() const override { return KzDbBlockRepresentation::desc(); }
+
+    Orvo::ErrorStatus getRepresentations(KzDbObjectId block, KzDbObjectIdArray& ids) const override {
+        if (Headless::FaultGate::strikes()) return Headless::FaultGate::status();
+        const auto* const record = Headless::findAs<Headless::Record>(block);
+        if (record == nullptr) return Orvo::invalidObjectId;
+        for (const KzDbObjectId each : record->representations()) ids.append(each);
+        return Orvo::ok;
+    }
+
+    [[nodiscard]] KzDbObjectId originalBlockTableRecord(const KzDbBlockReference* reference) const override {
+        if (reference == nullptr || Headless::FaultGate::strikes()) return {};
+        const auto* const record = Headless::findAs<Headless::Record>(reference->blockTableRecord());
+        return record != nullptr ? record->representedBlock() : KzDbObjectId();
+    }
+};
+
+} // namespace
+
+KzDbBlockRepresentation& Headless::representationProtocol() {
+    static Protocol& protocol = *new Protocol;
+    return protocol;
+}

@@ -1,0 +1,130 @@
+#include "headless/runtime_classes.h"
+
+#include "headless/representation_protocol.h"
+#include "host/enhanced_block.h"
+
+#include <utility>
+#include <vector>
+
+namespace {
+
+class ClassDescription final : public KzRxClass {
+public:
+    ClassDescription(const char16_t* name, const ClassDescription* base) : name_(name), base_(base) {}
+
+    [[nodiscard]] const char16_t* name() const override { return name_; }
+
+    [[nodiscard]] bool isDerivedFrom(const KzRxClass* other) const override {
+        for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
+            if (each == other) return other != nullptr;
+        }
+        return false;
+    }
+
+    [[nodiscard]] KzRxObject* queryX(const KzRxClass* protocol) const override {
+        for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
+            for (const auto& [offered, object] : each->protocols_) {
+                if (offered == protocol) return object;
+            }
+        }
+        return nullptr;
+    }
+
+    void offer(const KzRxClass* protocol, KzRxObject* object) { protocols_.emplace_back(protocol, object); }
+
+private:
+    const char16_t* name_;
+    const ClassDescription* base_;
+    std::vector<std::pair<const KzRxClass*, KzRxObject*>> protocols_;
+};
+
+/// All descriptions. They live as long as the process, beyond the destruction of static objects.
+struct Classes {
+    ClassDescription object{u"KzRxObject", nullptr};
+    ClassDescription dictionary{u"KzRxDictionary", &object};
+    ClassDescription service{u"KzRxService", &object};
+    ClassDescription representation{u"KzDbBlockRepresentation", &object};
+    ClassDescription dbObject{u"KzDbObject", &object};
+    ClassDescription table{u"KzDbBlockTable", &dbObject};
+    ClassDescription record{u"KzDbBlockTableRecord", &dbObject};
+    ClassDescription reference{u"KzDbBlockReference", &dbObject};
+    ClassDescription attribute{u"KzDbAttribute", &dbObject};
+    ClassDescription graph{u"KzDbEvalGraph", &dbObject};
+
+    Classes() { reference.offer(&representation, &Headless::representationProtocol()); }
+};
+
+Classes& classes = *new Classes;
+
+/// Whether a reference alone decides on a protocol that its class keeps for all references.
+bool isDecidedByObject(const KzRxClass* ofObject, const KzRxClass* protocol) {
+    return ofObject == &classes.reference && protocol == &classes.representation;
+}
+
+} // namespace
+
+KzRxClass* Headless::classOf(Kind kind) {
+    switch (kind) {
+    case Kind::table:
+        return &classes.table;
+    case Kind::record:
+        return &classes.record;
+    case Kind::reference:
+        return &classes.reference;
+    case Kind::attribute:
+        return &classes.attribute;
+    case Kind::graph:
+        return &classes.graph;
+    case Kind::none:
+        break;
+    }
+    return nullptr;
+}
+
+KzRxClass* KzRxObject::desc() {
+    return &classes.object;
+}
+
+KzRxObject* KzRxObject::queryX(const KzRxClass* protocol) const {
+    if (protocol == nullptr) return nullptr;
+    if (KzRxObject* const own = subQueryX(protocol); own != nullptr) return own;
+    const KzRxClass* const description = isA();
+    if (description == nullptr || isDecidedByObject(description, protocol)) return nullptr;
+    return description->queryX(protocol);
+}
+
+KzRxClass* KzRxDictionary::desc() {
+    return &classes.dictionary;
+}
+
+KzRxClass* KzRxService::desc() {
+    return &classes.service;
+}
+
+KzRxClass* KzDbBlockRepresentation::desc() {
+    return &classes.representation;
+}
+
+KzRxClass* KzDbObject::desc() {
+    return &classes.dbObject;
+}
+
+KzRxClass* KzDbBlockTable::desc() {
+    return &classes.table;
+}
+
+KzRxClass* KzDbBlockTableRecord::desc() {
+    return &classes.record;
+}
+
+KzRxClass* KzDbBlockReference::desc() {
+    return &classes.reference;
+}
+
+KzRxClass* KzDbAttribute::desc() {
+    return &classes.attribute;
+}
+
+KzRxClass* KzDbEvalGraph::desc() {
+    return &classes.graph;
+}

@@ -1,0 +1,174 @@
+#include "headless/session.h"
+
+#include "headless/dictionary.h"
+#include "headless/document_manager.h"
+#include "headless/fault_gate.h"
+#include "headless/message_loop.h"
+#include "headless/modules.h"
+
+namespace Headless {
+
+namespace {
+
+void letGoOfAll() {
+    for (Document* const document : documentManager.documents()) {
+        if (document->drawing() == nullptr) continue;
+        document->drawing()->forEachObject([](Object& object) {
+            if (object.isHeld()) object.letGo();
+        });
+    }
+}
+
+} // namespace
+
+void reset() {
+    endFaults();
+    for (const Facility each : {Facility::filter, Facility::manager, Facility::iterator, Facility::window}) {
+        refuse(each, false);
+    }
+    if (heldOpenCount() != 0) letGoOfAll();
+    while (lastModule() != ModuleId::none) static_cast<void>(unloadModule(lastModule()));
+    while (!documentManager.documents().empty()) {
+        if (!closeDocument(documentManager.documents().back())) break; // called from inside an edit after all
+    }
+    documentManager.dropReactors([](KzApDocManagerReactor*) { return true; });
+    resetMessageLoop();
+    resetRegistry();
+}
+
+KzApDocument* openDocument(std::u16string_view name, bool withDrawing) {
+    return documentManager.open(name, withDrawing);
+}
+
+bool closeDocument(KzApDocument* document) {
+    return documentManager.close(document);
+}
+
+std::vector<KzApDocument*> documents() {
+    return {documentManager.documents().begin(), documentManager.documents().end()};
+}
+
+bool isOpen(const KzApDocument* document) {
+    return documentManager.find(document) != nullptr;
+}
+
+std::u16string documentName(const KzApDocument* document) {
+    const Document* const found = documentManager.find(document);
+    return found != nullptr ? found->name() : std::u16string();
+}
+
+KzApDocument* currentDocument() {
+    return documentManager.current();
+}
+
+bool makeCurrent(KzApDocument* document) {
+    return documentManager.makeCurrent(document);
+}
+
+void setListed(KzApDocument* document, bool isListed) {
+    if (Document* const found = documentManager.find(document)) found->isListed = isListed;
+}
+
+void setQuiescent(KzApDocument* document, bool isQuiescent) {
+    if (Document* const found = documentManager.find(document)) found->isAtRest = isQuiescent;
+}
+
+void setPendingInput(KzApDocument* document, std::int32_t count) {
+    if (Document* const found = documentManager.find(document)) found->pending = count;
+}
+
+void setLockMode(KzApDocument* document, KzAp::DocLockMode mode) {
+    if (Document* const found = documentManager.find(document)) found->lock = mode;
+}
+
+bool isQuiescent(const KzApDocument* document) {
+    const Document* const found = documentManager.find(document);
+    return found != nullptr && found->isAtRest;
+}
+
+std::int32_t pendingInput(const KzApDocument* document) {
+    return documentManager.pendingInput(document);
+}
+
+KzAp::DocLockMode lockMode(const KzApDocument* document) {
+    const Document* const found = documentManager.find(document);
+    return found != nullptr ? found->lock : KzAp::DocLockMode::none;
+}
+
+void reportLockMode(KzApDocument* document, const char16_t* command) {
+    documentManager.reportLockMode(document, command);
+}
+
+KzApDocument* beginCommand(const std::u16string& name) {
+    KzApDocument* const document = currentDocument();
+    if (document == nullptr) return nullptr;
+    reportLockMode(document, name.c_str());
+    ++messageLoop.activeCommands;
+    return document;
+}
+
+void endCommand(KzApDocument* document, const std::u16string& name) {
+    if (document == nullptr) return;
+    --messageLoop.activeCommands;
+    reportLockMode(document, (u"#" + name).c_str());
+}
+
+Pumped pump() {
+    return messageLoop.pump();
+}
+
+Pumped idle() {
+    reportLockMode(currentDocument(), u"#idle");
+    return pump();
+}
+
+void post(std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
+    messageLoop.post(number, first, second);
+}
+
+std::uint32_t ticks() {
+    return messageLoop.ticks;
+}
+
+void setTicks(std::uint32_t value) {
+    messageLoop.ticks = value;
+}
+
+void advance(std::uint32_t milliseconds) {
+    messageLoop.ticks += milliseconds;
+}
+
+void setInputWaiting(bool isWaiting) {
+    messageLoop.isInputWaiting = isWaiting;
+}
+
+const std::vector<ShownBox>& shownBoxes() {
+    return messageLoop.boxes;
+}
+
+std::size_t filterCount() {
+    return messageLoop.filters.size();
+}
+
+std::size_t managerReactorCount() {
+    return documentManager.reactorCount();
+}
+
+void refuse(Facility what, bool isRefused) {
+    switch (what) {
+    case Facility::filter:
+        messageLoop.refusesFilters = isRefused;
+        break;
+    case Facility::manager:
+        isManagerRefused = isRefused;
+        break;
+    case Facility::iterator:
+        documentManager.refusesIterators = isRefused;
+        break;
+    case Facility::window:
+        messageLoop.refusesWindow = isRefused;
+        break;
+    }
+}
+
+} // namespace Headless
