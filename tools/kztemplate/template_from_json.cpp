@@ -1,0 +1,105 @@
+#include "tools/kztemplate/template_from_json.h"
+
+#include "tools/kztemplate/utf8.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <memory>
+#include <utility>
+
+using nlohmann::json;
+
+namespace {
+
+// A value and where it stands. Each step in gives false when the value is not as wanted, and says why in
+// `refusal`.
+class TemplateMaker {
+public:
+    std::optional<Refusal> refusal;
+
+    bool document(const json& from, CEattMain& to) {
+        const std::string path = "$";
+        if (!object(from, path, {"header", "blocks"})) return false;
+        return number(from["header"], memberPath(path, "header"), to.headerValue) &&
+               elements(from["blocks"], memberPath(path, "blocks"), [&](const json& block, const auto& at) {
+                   to.blocks.push_back(std::make_shared<CEattBlockInfo>());
+                   return blockInfo(block, at, *to.blocks.back());
+               });
+    }
+
+private:
+    bool refuse(const std::string& path, std::string reason) {
+        refusal = Refusal{path, std::move(reason)};
+        return false;
+    }
+
+    bool blockInfo(const json& from, const std::string& path, CEattBlockInfo& to) {
+        if (!object(from, path, {"name", "flag", "attributes"})) return false;
+        return text(from["name"], memberPath(path, "name"), to.blockName) &&
+               number(from["flag"], memberPath(path, "flag"), to.blockFlag) &&
+               elements(from["attributes"], memberPath(path, "attributes"),
+                        [&](const json& attribute, const auto& at) {
+                            return this->attribute(attribute, at, to.attributes);
+                        });
+    }
+
+    bool attribute(const json& from, const std::string& path, KzDxAttributeTable& to) {
+        std::u16string name;
+        std::int32_t flag = 0;
+        if (!object(from, path, {"name", "flag"})) return false;
+        if (!text(from["name"], memberPath(path, "name"), name)) return false;
+        if (!number(from["flag"], memberPath(path, "flag"), flag)) return false;
+        return to.add(name, flag) ||
+               refuse(memberPath(path, "name"), "the block has an attribute of this name already");
+    }
+
+    bool object(const json& from, const std::string& path, std::initializer_list<const char*> keys) {
+        if (!from.is_object()) return refuse(path, "must be an object");
+        for (const auto& member : from.items())
+            if (std::ranges::find(keys, member.key()) == keys.end())
+                return refuse(memberPath(path, member.key()), "the key is unknown");
+        for (const char* key : keys)
+            if (!from.contains(key)) return refuse(memberPath(path, key), "is missing");
+        return true;
+    }
+
+    bool elements(const json& from, const std::string& path, const auto& each) {
+        if (!from.is_array()) return refuse(path, "must be an array");
+        for (std::size_t i = 0; i < from.size(); ++i)
+            if (!each(from[i], elementPath(path, i))) return false;
+        return true;
+    }
+
+    bool text(const json& from, const std::string& path, std::u16string& to) {
+        if (!from.is_string()) return refuse(path, "must be a string");
+        to = utf16FromUtf8(from.get_ref<const std::string&>());
+        return true;
+    }
+
+    bool number(const json& from, const std::string& path, std::int32_t& to) {
+        using Limits = std::numeric_limits<std::int32_t>;
+        // A whole number beyond 64 bits is a floating-point one to the parser.
+        const bool fits = from.is_number_unsigned()
+                              ? from.get<std::uint64_t>() <= Limits::max()
+                              : from.is_number_integer() && from.get<std::int64_t>() >= Limits::min();
+        if (!fits) return refuse(path, "must be a whole number from -2147483648 to 2147483647");
+        to = from.get<std::int32_t>();
+        return true;
+    }
+};
+
+} // namespace
+
+std::optional<Refusal> templateFromJson(std::string_view text, CEattMain& result) {
+    json document;
+    if (auto refusal = parseJson(text, document)) return refusal;
+
+    CEattMain made;
+    TemplateMaker maker;
+    if (!maker.document(document, made)) return maker.refusal;
+    result.headerValue = made.headerValue;
+    result.blocks.swap(made.blocks);
+    return std::nullopt;
+}

@@ -1,0 +1,83 @@
+#include "tools/kztemplate/template_to_json.h"
+
+#include "tools/kztemplate/utf8.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <string_view>
+
+namespace {
+
+// Written piece by piece: a tree of JSON values would take many times the memory of the template.
+class JsonWriter {
+public:
+    explicit JsonWriter(std::ostream& to) : to_(to) {}
+
+    std::size_t replaced = 0;
+
+    void document(const CEattMain& eattMain) {
+        to_ << "{\"header\": " << eattMain.headerValue << ", \"blocks\": [";
+        const char* separator = "\n";
+        for (const auto& block : eattMain.blocks) {
+            if (!block) continue;
+            to_ << separator;
+            blockInfo(*block);
+            separator = ",\n";
+        }
+        to_ << "]}\n";
+    }
+
+private:
+    void blockInfo(const CEattBlockInfo& block) {
+        to_ << "  {";
+        nameAndFlag(block.blockName, block.blockFlag);
+        to_ << ", \"attributes\": [";
+        for (std::size_t i = 0; i < block.attributes.size(); ++i) {
+            to_ << (i == 0 ? "\n    {" : ",\n    {");
+            nameAndFlag(block.attributes.name(i), block.attributes.entry(i).flag);
+            to_ << '}';
+        }
+        to_ << "]}";
+    }
+
+    void nameAndFlag(std::u16string_view name, std::int32_t flag) {
+        to_ << "\"name\": " << nlohmann::json(utf8FromUtf16(name, replaced)).dump() << ", \"flag\": " << flag;
+    }
+
+    std::ostream& to_;
+};
+
+bool isControl(char32_t codePoint) {
+    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
+}
+
+// The name with every control character, which could break the line or the terminal, as \u000A.
+std::u16string onOneLine(std::u16string_view name) {
+    std::u16string result;
+    for (const char16_t unit : name) {
+        if (!isControl(unit)) {
+            result += unit;
+            continue;
+        }
+        char escape[8];
+        const auto size = std::snprintf(escape, sizeof escape, "\\u%04X", unsigned{unit});
+        result.append(escape, escape + size);
+    }
+    return result;
+}
+
+} // namespace
+
+std::size_t templateToJson(const CEattMain& eattMain, std::ostream& to) {
+    JsonWriter writer(to);
+    writer.document(eattMain);
+    return writer.replaced;
+}
+
+std::size_t writeNames(const char* heading, const std::vector<std::u16string>& names, std::ostream& to) {
+    std::size_t replaced = 0;
+    to << heading << " (" << names.size() << "):\n";
+    for (const auto& name : names) to << utf8FromUtf16(onOneLine(name), replaced) << '\n';
+    return replaced;
+}
