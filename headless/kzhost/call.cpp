@@ -1,0 +1,173 @@
+#include "headless/kzhost/call.h"
+
+#include "headless/kzhost/values.h"
+#include "headless/session.h"
+#include "headless/unicode.h"
+
+#include <cstring>
+#include <exception>
+#include <optional>
+
+namespace KzHost {
+
+namespace {
+
+/// What came, in words.
+std::string describeValue(lua_State* state, int index) {
+    switch (lua_type(state, index)) {
+    case LUA_TNONE:
+        return "nothing";
+    case LUA_TSTRING:
+        return "the string \"" + std::string(lua_tostring(state, index)) + "\"";
+    case LUA_TNIL:
+    case LUA_TBOOLEAN:
+    case LUA_TNUMBER:
+    case LUA_TUSERDATA: {
+        const std::string text = luaL_tolstring(state, index, nullptr);
+        lua_pop(state, 1);
+        return text;
+    }
+    default:
+        return std::string("a ") + luaL_typename(state, index);
+    }
+}
+
+int dispatch(lua_State* state) {
+    const auto& function = *static_cast<const Function*>(lua_touserdata(state, lua_upvalueindex(1)));
+    Call call(state, function.name);
+    std::optional<std::string> failure;
+    try {
+        Outward outward(state);
+        const int results = function.run(call);
+        outward.raiseKept();
+        return results;
+    } catch (const std::exception& exception) { // Lua's own errors are none of these and pass
+        failure = exception.what();
+    }
+    call.fail(*failure);
+}
+
+} // namespace
+
+std::string Call::bytes(int index, const char* what) const {
+    if (lua_type(state_, index) != LUA_TSTRING) expected(index, what);
+    std::size_t length = 0;
+    const char* const bytes = lua_tolstring(state_, index, &length);
+    return {bytes, length};
+}
+
+std::u16string Call::text(int index, const char* what) const {
+    const std::optional<std::u16string> text = Headless::toUtf16(bytes(index, what));
+    if (!text.has_value()) fail("expected " + std::string(what) + ", got a string that is not valid UTF-8");
+    // Strings of the host end with a null, so there cannot be one inside.
+    if (text->find(u'\0') != std::u16string::npos) {
+        fail("expected " + std::string(what) + ", got a string with a null character inside");
+    }
+    return *text;
+}
+
+bool Call::boolean(int index, const char* what) const {
+    if (!lua_isboolean(state_, index)) expected(index, what);
+    return lua_toboolean(state_, index) != 0;
+}
+
+lua_Integer Call::integer(int index, const char* what) const {
+    int isInteger = 0;
+    const lua_Integer value = lua_tointegerx(state_, index, &isInteger);
+    if (isInteger == 0 || lua_type(state_, index) != LUA_TNUMBER) expected(index, what);
+    return value;
+}
+
+std::uint32_t Call::number32(int index, const char* what) const {
+    return static_cast<std::uint32_t>(static_cast<lua_Unsigned>(integer(index, what)));
+}
+
+void Call::table(int index, const char* what) const {
+    if (!lua_istable(state_, index)) expected(index, what);
+}
+
+void Call::function(int index, const char* what) const {
+    if (!lua_isfunction(state_, index)) expected(index, what);
+}
+
+KzApDocument* Call::document(int index) const {
+    KzApDocument* const document = toDocument(state_, index);
+    if (document == nullptr || !Headless::isOpen(document)) expected(index, "an open document");
+    return document;
+}
+
+KzApDocument* Call::drawing(int index) const {
+    KzApDocument* const result = document(index);
+    if (result->database() == nullptr) expected(index, "a document with a drawing");
+    return result;
+}
+
+const ObjectValue& Call::object(int index, Headless::Kind kind) const {
+    const ObjectValue* const value = toObject(state_, index, kind);
+    if (value == nullptr) expected(index, nameOf(kind));
+    if (value->id.isValid()) return *value;
+    const bool isDrawingGone = !Headless::isOpen(value->document);
+    fail(std::string("expected ") + nameOf(kind) + " in memory, got one " +
+         (isDrawingGone ? "of a drawing that is closed" : "that has left memory") + " (id " +
+         std::to_string(value->id.value()) + ")");
+}
+
+void Call::require(const Headless::Outcome& outcome) const {
+    if (outcome) return;
+    std::string message = Headless::describe(outcome.refusal);
+    if (!outcome.about.isNull()) message += " (" + describeObject(outcome.about) + ")";
+    fail(message);
+}
+
+void Call::expected(int index, const char* what) const {
+    fail("expected " + std::string(what) + ", got " + describeValue(state_, index));
+}
+
+void Call::fail(const std::string& message) const {
+    luaL_where(state_, 1);
+    lua_pushfstring(state_, "%s: %s", function_, message.c_str());
+    lua_concat(state_, 2);
+    lua_error(state_);
+    std::terminate(); // lua_error does not return
+}
+
+void pushFunction(lua_State* state, const Function& function, int upvalues) {
+    lua_pushlightuserdata(state, const_cast<Function*>(&function));
+    lua_insert(state, -1 - upvalues);
+    lua_pushcclosure(state, dispatch, 1 + upvalues);
+}
+
+const char* shortName(const Function& function) {
+    const char* const separator = std::strpbrk(function.name, ".:");
+    return separator != nullptr ? separator + 1 : function.name;
+}
+
+Outward* Outward::innermost = nullptr;
+
+Outward::~Outward() {
+    innermost = outer_;
+    luaL_unref(state_, LUA_REGISTRYINDEX, kept_);
+}
+
+void Outward::callClient(int functionReference) {
+    Outward* const outward = innermost;
+    if (outward == nullptr) return; // the script is over
+    lua_State* const state = outward->state_;
+    const bool hasRoom = lua_checkstack(state, LUA_MINSTACK) != 0;
+    if (!hasRoom) return;
+    lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
+    if (lua_pcall(state, 0, 0, 0) == LUA_OK) return;
+    if (outward->kept_ == LUA_NOREF) {
+        outward->kept_ = luaL_ref(state, LUA_REGISTRYINDEX);
+    } else {
+        lua_pop(state, 1);
+    }
+}
+
+void Outward::raiseKept() {
+    if (kept_ == LUA_NOREF) return;
+    lua_rawgeti(state_, LUA_REGISTRYINDEX, kept_);
+    lua_error(state_);
+}
+
+} // namespace KzHost

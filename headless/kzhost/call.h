@@ -1,0 +1,104 @@
+#pragma once
+
+#include "headless/edits.h"
+#include "host/documents.h"
+
+#include <lua.hpp>
+
+#include <string>
+
+namespace KzHost {
+
+/// What a Lua value of a drawing's object holds. Its document tells, once the id is not valid any more,
+/// whether the object alone has gone or its drawing too.
+struct ObjectValue {
+    KzDbObjectId id;
+    KzApDocument* document = nullptr;
+};
+
+/// One call of a function of the host from Lua: its arguments, and errors that name the function. Arguments
+/// are counted from 1; in a method 1 is the object itself. Errors are raised, so nothing has to be checked
+/// after.
+class Call {
+public:
+    Call(lua_State* state, const char* function) : state_(state), function_(function) {}
+
+    [[nodiscard]] lua_State* state() const { return state_; }
+    /// Whether an argument is there and not nil.
+    [[nodiscard]] bool has(int index) const { return !lua_isnoneornil(state_, index); }
+
+    // `what` completes "expected ...", for example "a name (string)".
+    [[nodiscard]] std::string bytes(int index, const char* what) const;
+    [[nodiscard]] std::u16string text(int index, const char* what) const;
+    [[nodiscard]] bool boolean(int index, const char* what) const;
+    [[nodiscard]] lua_Integer integer(int index, const char* what) const;
+    /// An integer modulo 2^32.
+    [[nodiscard]] std::uint32_t number32(int index, const char* what) const;
+    void table(int index, const char* what) const;
+    void function(int index, const char* what) const;
+
+    /// An open document, and one that has a drawing.
+    [[nodiscard]] KzApDocument* document(int index) const;
+    [[nodiscard]] KzApDocument* drawing(int index) const;
+    /// An object of a kind that is in memory; of any kind when it is `none`.
+    [[nodiscard]] const ObjectValue& object(int index, Headless::Kind kind = Headless::Kind::none) const;
+
+    /// Raises what an edit was refused for.
+    void require(const Headless::Outcome& outcome) const;
+
+    [[noreturn]] void expected(int index, const char* what) const;
+    [[noreturn]] void fail(const std::string& message) const;
+
+private:
+    lua_State* state_;
+    const char* function_;
+};
+
+/// A function that scripts call by the last word of its name, for example "document:block". Gives how many
+/// results it has pushed.
+struct Function {
+    const char* name;
+    int (*run)(Call& call);
+};
+
+/// Pushes a function. Further values on the stack become its upvalues from 2 on; `Function` has to stay.
+void pushFunction(lua_State* state, const Function& function, int upvalues = 0);
+
+/// Enters functions under their last words into the table on top of the stack.
+template <std::size_t count>
+void enter(lua_State* state, const Function (&functions)[count]);
+
+/// The last word of a function's name.
+[[nodiscard]] const char* shortName(const Function& function);
+
+/// Stands around all that a function does in the host, because that may lead to client functions. The first
+/// error of one of them is kept and raised when the function is done.
+class Outward {
+public:
+    explicit Outward(lua_State* state) : state_(state), outer_(innermost) { innermost = this; }
+    Outward(const Outward&) = delete;
+    Outward& operator=(const Outward&) = delete;
+    ~Outward();
+
+    /// Calls the Lua function on top of the stack of the innermost one's state.
+    static void callClient(int functionReference);
+
+    void raiseKept();
+
+private:
+    static Outward* innermost;
+
+    lua_State* state_;
+    Outward* outer_;
+    int kept_ = LUA_NOREF;
+};
+
+template <std::size_t count>
+void enter(lua_State* state, const Function (&functions)[count]) {
+    for (const Function& each : functions) {
+        pushFunction(state, each);
+        lua_setfield(state, -2, shortName(each));
+    }
+}
+
+} // namespace KzHost

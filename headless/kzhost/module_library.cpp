@@ -1,0 +1,289 @@
+#include "headless/kzhost/clients.h"
+#include "headless/kzhost/libraries.h"
+#include "headless/kzhost/values.h"
+#include "headless/modules.h"
+#include "host/block_table.h"
+#include "host/kz_array.h"
+#include "host/module_interface.h"
+
+#include <string>
+#include <vector>
+
+namespace KzHost {
+
+using Headless::ModuleId;
+
+namespace {
+
+constexpr const char* moduleKind = "module";
+
+struct ModuleValue {
+    ModuleId id;
+};
+
+// ---- exports. Each closure has the number of its module as its second upvalue.
+
+ModuleId moduleOf(const Call& call) {
+    return ModuleId(static_cast<std::uint32_t>(lua_tointeger(call.state(), lua_upvalueindex(2))));
+}
+
+/// An export of the module that is called, as a function of type F.
+template <class F>
+F* exported(const Call& call, const char* name) {
+    const ModuleId module = moduleOf(call);
+    if (!Headless::isLoaded(module)) call.fail("the module is not loaded any more");
+    void* const address = Headless::moduleExport(module, name);
+    if (address == nullptr) call.fail("the module has no such export");
+    return reinterpret_cast<F*>(address);
+}
+
+/// A document argument: nil is a null pointer.
+KzApDocument* documentOrNull(const Call& call, int index) {
+    return call.has(index) ? call.document(index) : nullptr;
+}
+
+/// A flag, as a boolean or as a number that is 0 or not.
+bool flag(const Call& call, int index, const char* what) {
+    if (lua_isinteger(call.state(), index)) return call.integer(index, what) != 0;
+    return call.boolean(index, what);
+}
+
+/// The client of an export, which from now on stays as long as the module.
+ClientFunction keptClient(const Call& call, int index) {
+    const ClientFunction function = clientFunction(call, index);
+    keepClient(call.state(), index, lua_tointeger(call.state(), lua_upvalueindex(2)));
+    return function;
+}
+
+KzDbObjectId idAt(const Call& call, int index) {
+    lua_State* const state = call.state();
+    if (const ObjectValue* const object = toObject(state, index, Headless::Kind::none)) return object->id;
+    return KzDbObjectId(static_cast<std::uint64_t>(call.integer(index, "an id (integer) or an object")));
+}
+
+/// Reads a list of ids or objects.
+void readIds(const Call& call, int index, KzDbObjectIdArray& ids) {
+    call.table(index, "a list of ids or objects");
+    lua_State* const state = call.state();
+    const lua_Integer count = luaL_len(state, index);
+    for (lua_Integer at = 1; at <= count; ++at) {
+        lua_geti(state, index, at);
+        ids.append(idAt(call, lua_gettop(state)));
+        lua_pop(state, 1);
+    }
+}
+
+int giveIds(const Call& call, std::int32_t result, const KzDbObjectIdArray& ids) {
+    lua_State* const state = call.state();
+    lua_pushinteger(state, result);
+    lua_createtable(state, ids.length(), 0);
+    lua_Integer at = 0;
+    for (const KzDbObjectId id : ids) {
+        lua_pushinteger(state, static_cast<lua_Integer>(id.value()));
+        lua_rawseti(state, -2, ++at);
+    }
+    return 2;
+}
+
+int giveResult(const Call& call, std::int32_t result) {
+    lua_pushinteger(call.state(), result);
+    return 1;
+}
+
+int docTimerAttach(Call& call) {
+    auto* const function = exported<std::int32_t(KzApDocument*, ClientFunction, std::uint32_t, std::int32_t)>(
+        call, "kzdxDocTimerAttach");
+    KzApDocument* const document = documentOrNull(call, 1);
+    const std::uint32_t interval = call.number32(3, "an interval (integer)");
+    const auto attach = static_cast<std::int32_t>(call.number32(4, "whether to attach (integer)"));
+    const ClientFunction client = keptClient(call, 2);
+    const Headless::ModuleCall guard;
+    return giveResult(call, function(document, client, interval, attach));
+}
+
+int monitorAttach(Call& call) {
+    auto* const function = exported<std::int32_t(KzApDocument*, const KzDbObjectIdArray*, ClientFunction)>(
+        call, "kzdxBlockReferenceMonitorAttach");
+    KzApDocument* const document = documentOrNull(call, 1);
+    KzDbObjectIdArray ids;
+    if (call.has(2)) readIds(call, 2, ids);
+    const ClientFunction client = keptClient(call, 3);
+    const Headless::ModuleCall guard;
+    return giveResult(call, function(document, call.has(2) ? &ids : nullptr, client));
+}
+
+int monitorDetach(Call& call) {
+    auto* const function =
+        exported<void(KzApDocument*, ClientFunction)>(call, "kzdxBlockReferenceMonitorDetach");
+    KzApDocument* const document = documentOrNull(call, 1);
+    const ClientFunction client = keptClient(call, 2);
+    const Headless::ModuleCall guard;
+    function(document, client);
+    return 0;
+}
+
+int updateBlockGraph(Call& call) {
+    auto* const function = exported<std::int32_t(KzApDocument*, bool, bool)>(call, "kzdxUpdateBlockGraph");
+    KzApDocument* const document = documentOrNull(call, 1);
+    const bool isForced = flag(call, 2, "whether to force (boolean)");
+    const bool isNotifying = flag(call, 3, "whether to notify (boolean)");
+    const Headless::ModuleCall guard;
+    return giveResult(call, function(document, isForced, isNotifying));
+}
+
+int tableQuery(const Call& call, const char* name) {
+    auto* const function = exported<std::int32_t(KzApDocument*, KzDbObjectIdArray*)>(call, name);
+    KzApDocument* const document = documentOrNull(call, 1);
+    KzDbObjectIdArray ids;
+    if (call.has(2)) readIds(call, 2, ids);
+    const Headless::ModuleCall guard;
+    const std::int32_t result = function(document, &ids);
+    return giveIds(call, result, ids);
+}
+
+int tableRecordIds(Call& call) {
+    return tableQuery(call, "kzdxGetBlockRecordIdsOfKzDbTables");
+}
+
+int tableIds(Call& call) {
+    return tableQuery(call, "kzdxGetKzDbTableIds");
+}
+
+std::vector<std::u16string> readNames(const Call& call, int index) {
+    std::vector<std::u16string> names;
+    if (!call.has(index)) return names;
+    call.table(index, "a list of names (strings)");
+    lua_State* const state = call.state();
+    const lua_Integer count = luaL_len(state, index);
+    for (lua_Integer at = 1; at <= count; ++at) {
+        lua_geti(state, index, at);
+        names.push_back(call.text(lua_gettop(state), "a name (string)"));
+        lua_pop(state, 1);
+    }
+    return names;
+}
+
+void pushNames(lua_State* state, const std::vector<std::u16string>& names) {
+    lua_createtable(state, static_cast<int>(names.size()), 0);
+    lua_Integer at = 0;
+    for (const std::u16string& name : names) {
+        pushText(state, name);
+        lua_rawseti(state, -2, ++at);
+    }
+}
+
+int readLegacyTemplate(Call& call) {
+    using Names = std::vector<std::u16string>;
+    auto* const function =
+        exported<void(const std::u16string&, Names&, Names&)>(call, "kzdxReadLegacyBlkTemplate");
+    const std::u16string path = call.text(1, "a path (string)");
+    Names blocks = readNames(call, 2);
+    Names attributes = readNames(call, 3);
+    {
+        const Headless::ModuleCall guard;
+        function(path, blocks, attributes);
+    }
+    pushNames(call.state(), blocks);
+    pushNames(call.state(), attributes);
+    return 2;
+}
+
+constexpr Function exports[] = {
+    {"module.kzdxDocTimerAttach", docTimerAttach},
+    {"module.kzdxBlockReferenceMonitorAttach", monitorAttach},
+    {"module.kzdxBlockReferenceMonitorDetach", monitorDetach},
+    {"module.kzdxUpdateBlockGraph", updateBlockGraph},
+    {"module.kzdxGetBlockRecordIdsOfKzDbTables", tableRecordIds},
+    {"module.kzdxGetKzDbTableIds", tableIds},
+    {"module.kzdxReadLegacyBlkTemplate", readLegacyTemplate},
+};
+
+// ---- the module as a value: its exports and fields lie in a table that belongs to it
+
+int moduleField(Call& call, const std::string& key) {
+    lua_State* const state = call.state();
+    lua_getiuservalue(state, 1, 1);
+    lua_getfield(state, -1, key.c_str());
+    return 1;
+}
+
+int describeModule(lua_State* state) {
+    lua_getiuservalue(state, 1, 1);
+    lua_getfield(state, -1, "path");
+    lua_pushfstring(state, "module \"%s\"", lua_tostring(state, -1));
+    return 1;
+}
+
+void pushModule(lua_State* state, ModuleId id, const std::string& path) {
+    auto* const value = static_cast<ModuleValue*>(lua_newuserdatauv(state, sizeof(ModuleValue), 1));
+    *value = {id};
+    luaL_setmetatable(state, moduleKind);
+    lua_newtable(state);
+    for (const Function& each : exports) {
+        lua_pushinteger(state, static_cast<lua_Integer>(id));
+        pushFunction(state, each, 1);
+        lua_setfield(state, -2, shortName(each));
+    }
+    lua_pushinteger(state, KzRx::apiVersion);
+    lua_setfield(state, -2, "apiVersion");
+    lua_pushlstring(state, path.data(), path.size());
+    lua_setfield(state, -2, "path");
+    lua_setiuservalue(state, -2, 1);
+}
+
+const Setup& setupOf(const Call& call) {
+    return *static_cast<const Setup*>(lua_touserdata(call.state(), lua_upvalueindex(2)));
+}
+
+/// Why a load failed: what the module answered, or in words why it was not asked.
+void pushFailure(lua_State* state, const Headless::LoadResult& loaded) {
+    if (loaded.failure.empty()) {
+        lua_pushinteger(state, loaded.answer);
+    } else {
+        lua_pushlstring(state, loaded.failure.data(), loaded.failure.size());
+    }
+}
+
+int load(Call& call) {
+    const Setup& setup = setupOf(call);
+    const std::string path = call.has(1) ? call.bytes(1, "a path (string)") : setup.modulePath;
+    const std::string resources = call.has(2) ? call.bytes(2, "a folder (string)") : setup.program;
+    const Headless::LoadResult loaded = Headless::loadModule(path, resources);
+    if (loaded.module == ModuleId::none) {
+        lua_pushnil(call.state());
+        pushFailure(call.state(), loaded);
+        return 2;
+    }
+    pushModule(call.state(), loaded.module, path);
+    return 1;
+}
+
+int unload(Call& call) {
+    ModuleId id = Headless::lastModule();
+    if (call.has(1)) {
+        const auto* const value = static_cast<ModuleValue*>(luaL_testudata(call.state(), 1, moduleKind));
+        if (value == nullptr) call.expected(1, "a module");
+        id = value->id;
+    }
+    const std::optional<std::int32_t> answer = Headless::unloadModule(id);
+    if (!answer.has_value()) call.fail("an object is held open: close it first");
+    releaseClients(call.state(), static_cast<lua_Integer>(id));
+    return giveResult(call, *answer);
+}
+
+constexpr Function loadFunction = {"host.load", load};
+constexpr Function unloadFunction = {"host.unload", unload};
+
+} // namespace
+
+void enterModuleFunctions(lua_State* state, const Setup& setup) {
+    newKind(state, moduleKind, moduleField, describeModule);
+    lua_pop(state, 1);
+    lua_pushlightuserdata(state, const_cast<Setup*>(&setup));
+    pushFunction(state, loadFunction, 1);
+    lua_setfield(state, -2, shortName(loadFunction));
+    pushFunction(state, unloadFunction);
+    lua_setfield(state, -2, shortName(unloadFunction));
+}
+
+} // namespace KzHost

@@ -1,0 +1,218 @@
+#include "headless/kzhost/prompt.h"
+
+#include <editline/readline.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <set>
+#include <string_view>
+
+namespace KzHost {
+
+namespace {
+
+// ---- printing
+
+constexpr int deepest = 3;
+constexpr int mostEntries = 20;
+
+std::string readableAt(lua_State* state, int index, int depth);
+
+std::string quoted(lua_State* state, int index) {
+    std::string result = "\"";
+    for (const char each : std::string_view(lua_tostring(state, index))) {
+        if (each == '"' || each == '\\') result += '\\';
+        result += each == '\n' ? std::string("\\n") : std::string(1, each);
+    }
+    return result + "\"";
+}
+
+/// One entry of a table, whose key and value are on top of the stack.
+std::string readableEntry(lua_State* state, lua_Integer position, int depth) {
+    const int value = lua_gettop(state);
+    const std::string text = readableAt(state, value, depth + 1);
+    if (lua_isinteger(state, value - 1) && lua_tointeger(state, value - 1) == position) return text;
+    const bool isName = lua_type(state, value - 1) == LUA_TSTRING;
+    const std::string key = readableAt(state, value - 1, depth + 1);
+    return (isName ? std::string(lua_tostring(state, value - 1)) : "[" + key + "]") + " = " + text;
+}
+
+std::string readableTable(lua_State* state, int index, int depth) {
+    if (depth == deepest) return "{...}";
+    luaL_checkstack(state, LUA_MINSTACK, "a table is nested too deeply");
+    std::string result = "{";
+    lua_Integer position = 0;
+    for (lua_pushnil(state); lua_next(state, index) != 0; lua_pop(state, 1)) {
+        if (++position > mostEntries) {
+            lua_pop(state, 2);
+            result += ", ...";
+            break;
+        }
+        if (position > 1) result += ", ";
+        result += readableEntry(state, position, depth);
+    }
+    return result + "}";
+}
+
+std::string readableAt(lua_State* state, int index, int depth) {
+    if (lua_type(state, index) == LUA_TSTRING) return quoted(state, index);
+    if (lua_istable(state, index)) return readableTable(state, index, depth);
+    const std::string text = luaL_tolstring(state, index, nullptr);
+    lua_pop(state, 1);
+    return text;
+}
+
+// ---- completing
+
+/// Pushes the table of the methods of a value's kind; false, with nothing pushed, when it has none.
+bool pushMethods(lua_State* state, int index) {
+    if (luaL_getmetafield(state, index, "methods") == LUA_TNIL) return false;
+    return true;
+}
+
+/// Replaces the table on top of the stack by its entry of that name.
+void stepInto(lua_State* state, const std::string& name) {
+    if (lua_istable(state, -1)) {
+        lua_getfield(state, -1, name.c_str());
+    } else {
+        lua_pushnil(state);
+    }
+    lua_remove(state, -2);
+}
+
+/// Pushes what a chain of names ("host", "a.b") stands for; the methods of a kind for its name.
+void pushOwner(lua_State* state, const std::string& chain) {
+    lua_pushglobaltable(state);
+    std::size_t begin = 0;
+    while (begin <= chain.size() && !chain.empty()) {
+        const std::size_t end = std::min(chain.find('.', begin), chain.size());
+        stepInto(state, chain.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    if (!lua_isnil(state, -1)) return;
+    lua_pop(state, 1);
+    if (luaL_getmetatable(state, chain.c_str()) == LUA_TTABLE) stepInto(state, "methods");
+}
+
+/// The names that the value on top of the stack knows.
+void collectNames(lua_State* state, std::set<std::string>& names) {
+    if (lua_isuserdata(state, -1)) {
+        if (!pushMethods(state, -1)) return;
+        lua_remove(state, -2);
+    }
+    if (!lua_istable(state, -1)) return;
+    for (lua_pushnil(state); lua_next(state, -2) != 0; lua_pop(state, 1)) {
+        if (lua_type(state, -2) == LUA_TSTRING) names.insert(lua_tostring(state, -2));
+    }
+}
+
+lua_State* completingState = nullptr; // the library's callbacks carry no data
+
+char* nextCompletion(const char* word, int state) {
+    static std::vector<std::string> found;
+    if (state == 0) {
+        found = completions(completingState, word);
+        std::reverse(found.begin(), found.end());
+    }
+    if (found.empty()) return nullptr;
+    char* const result = strdup(found.back().c_str());
+    found.pop_back();
+    return result;
+}
+
+char** complete(const char* word, int /*begin*/, int /*end*/) {
+    rl_attempted_completion_over = 1; // file names are not meant
+    rl_completion_append_character = '\0';
+    return rl_completion_matches(word, nextCompletion);
+}
+
+// ---- reading
+
+std::optional<std::string> readLine(const char* sign) {
+    char* const line = readline(sign);
+    if (line == nullptr) return std::nullopt;
+    std::string result = line;
+    std::free(line);
+    return result;
+}
+
+bool load(lua_State* state, const std::string& chunk) {
+    return luaL_loadbuffer(state, chunk.data(), chunk.size(), "=prompt") == LUA_OK;
+}
+
+/// Whether the message on top of the stack says that a statement goes on.
+bool isIncomplete(lua_State* state) {
+    const std::string_view message = lua_tostring(state, -1);
+    return message.ends_with("<eof>");
+}
+
+/// Pushes a line as a function: an expression if it is one, else a statement, for which more lines are read.
+/// False leaves the message.
+bool loadStatement(lua_State* state, std::string& line) {
+    if (load(state, "return " + line)) return true;
+    lua_pop(state, 1);
+    while (!load(state, line)) {
+        if (!isIncomplete(state)) return false;
+        const std::optional<std::string> more = readLine("...> ");
+        if (!more.has_value()) return false;
+        lua_pop(state, 1);
+        line += "\n" + *more;
+    }
+    return true;
+}
+
+void printResults(lua_State* state) {
+    for (int index = 1; index <= lua_gettop(state); ++index) {
+        std::printf("%s%s", index == 1 ? "" : "  ", readable(state, index).c_str());
+    }
+    if (lua_gettop(state) != 0) std::printf("\n");
+}
+
+} // namespace
+
+std::string readable(lua_State* state, int index) {
+    return readableAt(state, lua_absindex(state, index), 0);
+}
+
+std::vector<std::string> completions(lua_State* state, const std::string& word) {
+    const std::size_t separator = word.find_last_of(".:");
+    const bool hasOwner = separator != std::string::npos;
+    const std::string owner = hasOwner ? word.substr(0, separator) : std::string();
+    const std::string start = hasOwner ? word.substr(separator + 1) : word;
+    const int top = lua_gettop(state);
+    std::set<std::string> names;
+    pushOwner(state, owner);
+    collectNames(state, names);
+    lua_settop(state, top);
+    std::vector<std::string> result;
+    for (const std::string& name : names) {
+        if (name.starts_with(start)) result.push_back(word.substr(0, word.size() - start.size()) + name);
+    }
+    return result;
+}
+
+void prompt(Session& session) {
+    lua_State* const state = session.state();
+    completingState = state;
+    rl_attempted_completion_function = complete;
+    static std::array<char, 16> breaks = {" \t\n\"'=,(){}[]+"};
+    rl_completer_word_break_characters = breaks.data();
+    while (std::optional<std::string> line = readLine("kzhost> ")) {
+        if (line->empty()) continue;
+        const bool isDone = loadStatement(state, *line) && session.call(0);
+        add_history(line->c_str());
+        if (isDone) {
+            printResults(state);
+        } else {
+            std::printf("%s\n", lua_tostring(state, -1));
+        }
+        lua_settop(state, 0);
+    }
+    std::printf("\n");
+}
+
+} // namespace KzHost

@@ -1,0 +1,226 @@
+#include "headless/kzhost/values.h"
+
+#include "headless/kzhost/libraries.h"
+#include "headless/session.h"
+#include "headless/unicode.h"
+
+#include <algorithm>
+#include <array>
+
+namespace KzHost {
+
+using Headless::Kind;
+
+namespace {
+
+constexpr const char* documentKind = "document";
+// The address of this is the key of the table of values that exist already.
+constexpr char valuesKey = 0;
+
+const char* metatableOf(Kind kind) {
+    switch (kind) {
+    case Kind::record:
+        return "record";
+    case Kind::reference:
+        return "reference";
+    case Kind::attribute:
+        return "attribute";
+    default:
+        return "object";
+    }
+}
+
+struct DocumentValue {
+    KzApDocument* document;
+};
+
+/// Pushes the table of the values that somebody still uses, by id or address.
+void pushValues(lua_State* state) {
+    lua_rawgetp(state, LUA_REGISTRYINDEX, &valuesKey);
+}
+
+/// Enters the new value on top of the stack, below which the table of values lies, and leaves it alone there.
+void finishValue(lua_State* state, const char* kind, lua_Integer key) {
+    luaL_setmetatable(state, kind);
+    lua_pushvalue(state, -1);
+    lua_rawseti(state, -3, key);
+    lua_remove(state, -2);
+}
+
+/// Pushes the value of a key when there is one; else the table of values, under the value to be made.
+bool pushKnown(lua_State* state, lua_Integer key) {
+    pushValues(state);
+    if (lua_rawgeti(state, -1, key) == LUA_TNIL) {
+        lua_pop(state, 1);
+        return false;
+    }
+    lua_remove(state, -2);
+    return true;
+}
+
+/// Documents are entered by address, which is negated: ids ascend from 1 and never meet one.
+lua_Integer keyOf(const KzApDocument* document) {
+    return -static_cast<lua_Integer>(reinterpret_cast<std::uintptr_t>(document));
+}
+
+KzApDocument* documentOf(KzDbObjectId id, KzApDocument* near) {
+    const KzDbDatabase* const drawing = id.database();
+    if (near != nullptr && Headless::isOpen(near) && near->database() == drawing) return near;
+    for (KzApDocument* const each : Headless::documents()) {
+        if (each->database() == drawing) return each;
+    }
+    return nullptr;
+}
+
+int describeDocumentValue(lua_State* state) {
+    const KzApDocument* const document = toDocument(state, 1);
+    const bool isOpen = Headless::isOpen(document);
+    const std::string name = Headless::toUtf8(Headless::documentName(document));
+    lua_pushstring(state, isOpen ? ("document \"" + name + "\"").c_str() : "a closed document");
+    return 1;
+}
+
+int describeObjectValue(lua_State* state) {
+    const ObjectValue* const value = toObject(state, 1, Kind::none);
+    lua_pushstring(state, describeObject(value->id).c_str());
+    return 1;
+}
+
+/// Looks a name up among the methods, then among the fields that a function computes.
+int index(lua_State* state) {
+    lua_pushvalue(state, 2);
+    if (lua_rawget(state, lua_upvalueindex(1)) != LUA_TNIL) return 1;
+    const auto* const kind = static_cast<const char*>(lua_touserdata(state, lua_upvalueindex(2)));
+    const auto field =
+        reinterpret_cast<int (*)(Call&, const std::string&)>(lua_touserdata(state, lua_upvalueindex(3)));
+    if (lua_type(state, 2) != LUA_TSTRING) return 0;
+    const std::string key = lua_tostring(state, 2);
+    const std::string name = std::string(kind) + "." + key;
+    Call call(state, name.c_str());
+    return field(call, key);
+}
+
+} // namespace
+
+void newKind(lua_State* state, const char* name, int (*field)(Call& call, const std::string& key),
+             int (*describe)(lua_State* state)) {
+    luaL_newmetatable(state, name);
+    lua_newtable(state);
+    lua_pushvalue(state, -1);
+    lua_pushlightuserdata(state, const_cast<char*>(name));
+    lua_pushlightuserdata(state, reinterpret_cast<void*>(field));
+    lua_pushcclosure(state, index, 3);
+    lua_setfield(state, -3, "__index");
+    lua_pushcfunction(state, describe);
+    lua_setfield(state, -3, "__tostring");
+    lua_pushboolean(state, 0); // scripts cannot take the metatable apart
+    lua_setfield(state, -3, "__metatable");
+    lua_pushvalue(state, -1);
+    lua_setfield(state, -3, "methods"); // for completion
+    lua_remove(state, -2);
+}
+
+void registerValues(lua_State* state) {
+    lua_newtable(state);
+    lua_newtable(state);
+    lua_pushstring(state, "v"); // a value that nobody uses may go
+    lua_setfield(state, -2, "__mode");
+    lua_setmetatable(state, -2);
+    lua_rawsetp(state, LUA_REGISTRYINDEX, &valuesKey);
+
+    newKind(state, documentKind, documentField, describeDocumentValue);
+    enterDocumentMethods(state);
+    lua_pop(state, 1);
+    for (const Kind kind : {Kind::none, Kind::record, Kind::reference, Kind::attribute}) {
+        newKind(state, metatableOf(kind), objectField, describeObjectValue);
+        enterObjectMethods(state, kind);
+        lua_pop(state, 1);
+    }
+}
+
+void pushDocument(lua_State* state, KzApDocument* document) {
+    if (document == nullptr) {
+        lua_pushnil(state);
+        return;
+    }
+    if (pushKnown(state, keyOf(document))) return;
+    auto* const value = static_cast<DocumentValue*>(lua_newuserdatauv(state, sizeof(DocumentValue), 0));
+    *value = {document};
+    finishValue(state, documentKind, keyOf(document));
+}
+
+KzApDocument* toDocument(lua_State* state, int index) {
+    const auto* const value = static_cast<DocumentValue*>(luaL_testudata(state, index, documentKind));
+    return value != nullptr ? value->document : nullptr;
+}
+
+void pushObject(lua_State* state, KzDbObjectId id, KzApDocument* near) {
+    if (!id.isValid()) {
+        lua_pushnil(state);
+        return;
+    }
+    const auto key = static_cast<lua_Integer>(id.value());
+    if (pushKnown(state, key)) return;
+    auto* const value = static_cast<ObjectValue*>(lua_newuserdatauv(state, sizeof(ObjectValue), 0));
+    *value = {id, documentOf(id, near)};
+    finishValue(state, metatableOf(Headless::kindOf(id)), key);
+}
+
+const ObjectValue* toObject(lua_State* state, int index, Kind kind) {
+    if (kind != Kind::none) return static_cast<ObjectValue*>(luaL_testudata(state, index, metatableOf(kind)));
+    for (const Kind each : {Kind::reference, Kind::record, Kind::attribute, Kind::none}) {
+        if (void* const value = luaL_testudata(state, index, metatableOf(each))) {
+            return static_cast<ObjectValue*>(value);
+        }
+    }
+    return nullptr;
+}
+
+void pushObjects(lua_State* state, const std::vector<KzDbObjectId>& ids, KzApDocument* near) {
+    lua_createtable(state, static_cast<int>(ids.size()), 0);
+    lua_Integer at = 0;
+    for (const KzDbObjectId id : ids) {
+        pushObject(state, id, near);
+        lua_rawseti(state, -2, ++at);
+    }
+}
+
+const char* nameOf(Kind kind) {
+    switch (kind) {
+    case Kind::record:
+        return "a record";
+    case Kind::reference:
+        return "a reference";
+    case Kind::attribute:
+        return "an attribute";
+    default:
+        return "an object";
+    }
+}
+
+std::string describeObject(KzDbObjectId id) {
+    const std::string number = std::to_string(id.value());
+    switch (Headless::kindOf(id)) {
+    case Kind::none:
+        return "an object that is gone, " + number;
+    case Kind::table:
+        return "block table " + number;
+    case Kind::record:
+        return "record " + number + " \"" + Headless::toUtf8(Headless::recordName(id)) + "\"";
+    case Kind::reference:
+        return "reference " + number + " of \"" +
+               Headless::toUtf8(Headless::recordName(Headless::blockOf(id))) + "\"";
+    case Kind::attribute:
+        return "attribute " + number;
+    case Kind::graph:
+        return "evaluation graph " + number;
+    }
+    return number;
+}
+
+void pushText(lua_State* state, std::u16string_view text) {
+    const std::string bytes = Headless::toUtf8(text);
+    lua_pushlstring(state, bytes.data(), bytes.size());
+}
+
+} // namespace KzHost
