@@ -1,0 +1,84 @@
+#pragma once
+
+#include "zelvane/zelvane.h"
+
+#include <dlfcn.h>
+
+/// The exports of the loaded "Zelvane.hmx", found at run time: a client links no library of the module.
+///
+///     KzDxExports zelvane;                  // in the answer to the load message
+///     if (!zelvane.areFound()) return KzRx::loadFailed;
+///     zelvane.kzdxDocTimerAttach(document, &save, 60000, 1);
+///
+/// The functions are those of `zelvane/zelvane.h` under their own names, with the failure value as their
+/// result when the module was not found. They may be called at any time as long as this object stands: it
+/// keeps the library in memory, also after the module was unloaded, and an unloaded module answers with its
+/// failure values. Keep one from the load message to the unload message, and let go of it there: as long as
+/// it stands, loading the module again brings the same library back.
+class KzDxExports {
+public:
+    /// Looks for the module. Nothing is loaded by this: the module has to be there already.
+    KzDxExports() noexcept : library_(dlopen("Zelvane.hmx", RTLD_NOW | RTLD_NOLOAD)) {
+        find(docTimerAttach_, "kzdxDocTimerAttach");
+        find(monitorAttach_, "kzdxBlockReferenceMonitorAttach");
+        find(monitorDetach_, "kzdxBlockReferenceMonitorDetach");
+        find(updateBlockGraph_, "kzdxUpdateBlockGraph");
+        find(tableRecordIds_, "kzdxGetBlockRecordIdsOfKzDbTables");
+        find(tableIds_, "kzdxGetKzDbTableIds");
+        find(readLegacyBlkTemplate_, "kzdxReadLegacyBlkTemplate");
+    }
+    KzDxExports(const KzDxExports&) = delete;
+    KzDxExports& operator=(const KzDxExports&) = delete;
+    ~KzDxExports() {
+        if (library_ != nullptr) dlclose(library_);
+    }
+
+    /// Whether the module was there with all its exports.
+    [[nodiscard]] bool areFound() const noexcept { return library_ != nullptr && areAllFound_; }
+
+    std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClientCallback callback,
+                                    std::uint32_t interval, std::int32_t attach) const noexcept {
+        return areFound() ? docTimerAttach_(document, callback, interval, attach) : 0;
+    }
+    std::int32_t kzdxBlockReferenceMonitorAttach(KzApDocument* document, const KzDbObjectIdArray* blocks,
+                                                 KzDxClientCallback callback) const noexcept {
+        return areFound() ? monitorAttach_(document, blocks, callback) : 0;
+    }
+    void kzdxBlockReferenceMonitorDetach(KzApDocument* document, KzDxClientCallback callback) const noexcept {
+        if (areFound()) monitorDetach_(document, callback);
+    }
+    std::int32_t kzdxUpdateBlockGraph(KzApDocument* document, bool force, bool notify) const noexcept {
+        return areFound() ? updateBlockGraph_(document, force, notify) : 0;
+    }
+    std::int32_t kzdxGetBlockRecordIdsOfKzDbTables(KzApDocument* document,
+                                                   KzDbObjectIdArray* ids) const noexcept {
+        return areFound() ? tableRecordIds_(document, ids) : 0;
+    }
+    std::int32_t kzdxGetKzDbTableIds(KzApDocument* document, KzDbObjectIdArray* ids) const noexcept {
+        return areFound() ? tableIds_(document, ids) : 0;
+    }
+    void kzdxReadLegacyBlkTemplate(const std::u16string& path, std::vector<std::u16string>& blocks,
+                                   std::vector<std::u16string>& attributes) const noexcept {
+        blocks.clear();
+        attributes.clear();
+        if (areFound()) readLegacyBlkTemplate_(path, blocks, attributes);
+    }
+
+private:
+    template <class Function>
+    void find(Function& function, const char* name) noexcept {
+        if (library_ == nullptr) return;
+        function = reinterpret_cast<Function>(dlsym(library_, name));
+        if (function == nullptr) areAllFound_ = false;
+    }
+
+    void* library_;
+    bool areAllFound_ = true;
+    decltype(&::kzdxDocTimerAttach) docTimerAttach_ = nullptr;
+    decltype(&::kzdxBlockReferenceMonitorAttach) monitorAttach_ = nullptr;
+    decltype(&::kzdxBlockReferenceMonitorDetach) monitorDetach_ = nullptr;
+    decltype(&::kzdxUpdateBlockGraph) updateBlockGraph_ = nullptr;
+    decltype(&::kzdxGetBlockRecordIdsOfKzDbTables) tableRecordIds_ = nullptr;
+    decltype(&::kzdxGetKzDbTableIds) tableIds_ = nullptr;
+    decltype(&::kzdxReadLegacyBlkTemplate) readLegacyBlkTemplate_ = nullptr;
+};
