@@ -1,0 +1,91 @@
+#include "bench/drawings.h"
+
+#include "bench/comparison.h"
+#include "frame/application.h"
+#include "headless/edits.h"
+#include "headless/session.h"
+
+#include <string>
+
+namespace Bench {
+
+namespace {
+
+std::u16string numbered(std::u16string_view prefix, std::size_t number) {
+    const std::string digits = std::to_string(number);
+    std::u16string name(prefix);
+    name.append(digits.begin(), digits.end());
+    return name;
+}
+
+KzDbObjectId insertOrEnd(KzDbObjectId record, KzDbObjectId block,
+                         const std::vector<Headless::AttributeText>& attributes = {}) {
+    const Headless::Made made = Headless::insert(record, block, attributes);
+    require(static_cast<bool>(made), "the reference is inserted");
+    return made.id;
+}
+
+} // namespace
+
+OpenDocument::OpenDocument() : document_(Headless::openDocument(u"bench")) {
+    require(document_ != nullptr, "the document is open");
+}
+
+OpenDocument::~OpenDocument() {
+    Headless::closeDocument(document_);
+}
+
+KzDbObjectId OpenDocument::modelSpace() const {
+    return Headless::modelSpace(document_);
+}
+
+KzDxDocument& OpenDocument::record() const {
+    KzDxDocument* const record = kzdxRecordOf(document_);
+    require(record != nullptr, "the module has a record of the document");
+    return *record;
+}
+
+KzDxBlocks& OpenDocument::graph() const {
+    KzDxBlocks* const graph = record().blocks();
+    require(graph != nullptr, "the document has a graph");
+    return *graph;
+}
+
+std::vector<KzDbObjectId> addStandardDrawing(KzApDocument* document, std::size_t references,
+                                             std::u16string_view prefix) {
+    constexpr std::size_t referencesPerBlock = 100;
+    constexpr std::size_t referencesPerAttribute = 10;
+    const std::size_t blockCount = references / referencesPerBlock;
+    const std::vector<Headless::AttributeText> oneAttribute{{u"NUMBER", u"1"}};
+
+    std::vector<KzDbObjectId> blocks;
+    for (std::size_t b = 0; b < blockCount; ++b) {
+        blocks.push_back(Headless::makeBlock(document, numbered(std::u16string(prefix) + u"B", b)));
+    }
+    const KzDbObjectId modelSpace = Headless::modelSpace(document);
+    for (std::size_t j = 0; j < references; ++j) {
+        const std::size_t b = j % blockCount;
+        const bool isInModelSpace = (j / blockCount) % 2 == 0 || b == 0;
+        const bool hasAttribute = j % referencesPerAttribute == 0;
+        insertOrEnd(isInModelSpace ? modelSpace : blocks[b / 2], blocks[b],
+                    hasAttribute ? oneAttribute : std::vector<Headless::AttributeText>());
+    }
+    return blocks;
+}
+
+void addPlainBlock(KzApDocument* document, std::size_t references) {
+    const KzDbObjectId block = Headless::makeBlock(document, u"PLAIN");
+    const KzDbObjectId modelSpace = Headless::modelSpace(document);
+    for (std::size_t j = 0; j < references; ++j) insertOrEnd(modelSpace, block);
+}
+
+void addEnhancedBlock(KzApDocument* document, std::size_t references, std::size_t representations) {
+    const KzDbObjectId block = Headless::makeBlock(document, u"ENHANCED");
+    require(static_cast<bool>(Headless::enhance(block)), "the block is enhanced");
+    std::vector<KzDbObjectId> records;
+    for (std::size_t r = 0; r < representations; ++r) records.push_back(Headless::represent(block));
+    const KzDbObjectId modelSpace = Headless::modelSpace(document);
+    for (std::size_t j = 0; j < references; ++j) insertOrEnd(modelSpace, records[j % representations]);
+}
+
+} // namespace Bench

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "bench/promises.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Bench {
+
+/// What was measured of one promise at one size: medians over all repetitions.
+struct Result {
+    const Promise* promise = nullptr;
+    std::size_t size = 0;
+    double ratio = 0;
+    double seconds = 0; ///< our side
+
+    /// The benchmark's name in the tables.
+    [[nodiscard]] std::string title() const;
+    [[nodiscard]] bool isOver() const;
+};
+
+/// Registers the benchmark of a result that is not measured yet.
+void registerBenchmark(const Result& result);
+
+/// Prints the tables and takes the medians out of them.
+class Reporter : public benchmark::ConsoleReporter {
+public:
+    /// `results` are borrowed.
+    explicit Reporter(std::vector<Result>& results) : ConsoleReporter(OO_Tabular), results_(results) {}
+
+    void ReportRuns(const std::vector<Run>& runs) override;
+
+private:
+    std::vector<Result>& results_;
+};
+
+/// Prints a line for each result that has a limit. False when one is over.
+[[nodiscard]] bool printRatios(const std::vector<Result>& results);
+
+/// Prints the figures, each for the largest of its sizes.
+void printFigures(const std::vector<Result>& results);
+
+} // namespace Bench

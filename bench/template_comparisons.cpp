@@ -1,0 +1,165 @@
+#include "bench/comparisons.h"
+#include "templates/archive_writer.h"
+#include "templates/eatt_main.h"
+#include "zelvane/zelvane.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace Bench {
+
+namespace {
+
+using Names = std::vector<std::u16string>;
+
+constexpr std::size_t attributesPerBlock = 100;
+constexpr std::size_t unitsPerName = 16;
+/// A marker of three bytes, a length of one, the text, a flag.
+constexpr std::size_t bytesPerAttribute = 4 + sizeof(char16_t) * unitsPerName + 4;
+
+std::u16string nameOf(char16_t kind, std::size_t number) {
+    const std::string digits = std::to_string(number);
+    std::u16string name(unitsPerName - digits.size(), kind);
+    name.append(digits.begin(), digits.end());
+    return name;
+}
+
+CEattMain templateWith(std::size_t names) {
+    CEattMain result;
+    for (std::size_t made = 0; made < names; made += attributesPerBlock) {
+        auto block = std::make_shared<CEattBlockInfo>();
+        block->blockName = nameOf(u'B', made);
+        for (std::size_t at = 0; at < attributesPerBlock; ++at) {
+            block->attributes.add(nameOf(u'A', made + at), 1);
+        }
+        result.blocks.push_back(std::move(block));
+    }
+    return result;
+}
+
+/// A template file with so many attribute names, all different and selected; removed at the end.
+class TemplateFile {
+public:
+    explicit TemplateFile(std::size_t names) : names_(names) {
+        KzDxArchiveWriter writer;
+        writeTemplate(templateWith(names), writer);
+        std::ofstream file(path_, std::ios::binary);
+        const auto bytes = writer.written();
+        file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        require(file.flush().good(), "the template is written");
+    }
+    TemplateFile(const TemplateFile&) = delete;
+    TemplateFile& operator=(const TemplateFile&) = delete;
+    ~TemplateFile() {
+        std::error_code isGoneAnyway;
+        std::filesystem::remove(path_, isGoneAnyway);
+    }
+
+    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+    /// The attributes' names and the blocks'.
+    [[nodiscard]] std::size_t names() const { return names_ + names_ / attributesPerBlock; }
+
+    /// How long the export takes.
+    [[nodiscard]] double secondsToRead() const {
+        Names blocks;
+        Names attributes;
+        const std::u16string path = path_.u16string();
+        const double seconds = secondsOf([&] { kzdxReadLegacyBlkTemplate(path, blocks, attributes); });
+        require(blocks.size() + attributes.size() == names(), "every name is read");
+        return seconds;
+    }
+
+private:
+    std::size_t names_;
+    std::filesystem::path path_ =
+        std::filesystem::temp_directory_path() /
+        ("zelvane-bench-" + std::to_string(getpid()) + "-" + std::to_string(names_));
+};
+
+/// Reads the bytes of a file and makes a string of each name in it, knowing where the names stand.
+class BareStrings {
+public:
+    explicit BareStrings(const TemplateFile& file)
+        : path_(file.path()), bytes_(std::filesystem::file_size(path_)) {
+        readBytes();
+        const std::string_view all(bytes_.data(), bytes_.size());
+        constexpr std::string_view marker = "\xFF\xFE\xFF";
+        for (std::size_t at = all.find(marker); at != all.npos; at = all.find(marker, at + marker.size())) {
+            textOffsets_.push_back(at + marker.size() + 1);
+        }
+        require(textOffsets_.size() == file.names(), "every name is found");
+    }
+
+    [[nodiscard]] double secondsToRead() {
+        Names names;
+        return secondsOf([&] {
+            readBytes();
+            names.reserve(textOffsets_.size());
+            for (const std::size_t offset : textOffsets_) {
+                std::array<char16_t, unitsPerName> text{};
+                std::memcpy(text.data(), bytes_.data() + offset, sizeof text);
+                names.emplace_back(text.data(), text.size());
+            }
+        });
+    }
+
+private:
+    void readBytes() {
+        std::ifstream file(path_, std::ios::binary);
+        require(file.read(bytes_.data(), static_cast<std::streamsize>(bytes_.size())).good(),
+                "the template is read");
+    }
+
+    std::filesystem::path path_;
+    std::vector<char> bytes_;
+    std::vector<std::size_t> textOffsets_;
+};
+
+class TemplateOverStrings : public TimedComparison {
+public:
+    explicit TemplateOverStrings(std::size_t names) : file_(names) {}
+
+protected:
+    double ours() override { return file_.secondsToRead(); }
+    double other() override { return floor_.secondsToRead(); }
+
+private:
+    TemplateFile file_;
+    BareStrings floor_{file_};
+};
+
+class TemplatePerName : public TimedComparison {
+public:
+    explicit TemplatePerName(std::size_t names) : large_(names), small_(smallSizeFor(names)) {}
+
+protected:
+    double ours() override { return secondsPerName(large_); }
+    double other() override { return secondsPerName(small_); }
+    double unitsOfWork() const override { return static_cast<double>(large_.names()); }
+
+private:
+    static double secondsPerName(const TemplateFile& file) {
+        return file.secondsToRead() / static_cast<double>(file.names());
+    }
+
+    TemplateFile large_;
+    TemplateFile small_;
+};
+
+} // namespace
+
+Made templateOverStrings(std::size_t megabytes) {
+    return std::make_unique<TemplateOverStrings>(megabytes * 1'000'000 / bytesPerAttribute);
+}
+Made templatePerName(std::size_t names) {
+    return std::make_unique<TemplatePerName>(names);
+}
+
+} // namespace Bench
