@@ -1,0 +1,137 @@
+#!/usr/bin/env bash
+# kztemplate from outside: what it prints, how it ends, and that a refused input leaves the output as it was.
+set -u
+kztemplate=$1
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" || exit 1
+faults=0
+
+fault() {
+  echo "FAILED: $*" >&2
+  faults=$((faults + 1))
+}
+
+# ends STATUS COMMAND...: runs it, keeping its output in "out" and its messages in "err".
+ends() {
+  local wanted=$1 status=0
+  shift
+  "$@" >out 2>err || status=$?
+  [ "$status" = "$wanted" ] || fault "$* ended with $status, not $wanted: $(cat err)"
+}
+
+# says FILE TEXT: the file holds exactly this.
+says() {
+  [ "$(cat "$1")" = "$2" ] || fault "$1 is: $(cat "$1")"$'\n'"expected: $2"
+}
+
+# refuses JSON MESSAGE: the text is refused in one line, and the file that was there stays.
+refuses() {
+  echo kept >target
+  printf '%s' "$1" >in.json
+  ends 1 "$kztemplate" build in.json target
+  says err "kztemplate: in.json: $2"
+  says target kept
+}
+
+block() { printf '{"header": 1, "blocks": [%s]}' "$1"; }
+
+example='{"header": 1, "blocks": [
+  {"name": "DOOR", "flag": 1, "attributes": [
+    {"name": "NOTE", "flag": 0},
+    {"name": "TAG", "flag": 1}]},
+  {"name": "WIN", "flag": 0, "attributes": []}]}'
+hex=010000000200ffff01000e004345617474426c6f636b496e666f
+hex+=fffeff0444004f004f0052000100000002000000fffeff044e004f005400450000000000
+hex+=fffeff03540041004700010000000180fffeff03570049004e000000000000000000
+
+# The example, both ways, through files and through pipes.
+echo "$example" >example.json
+ends 0 "$kztemplate" build example.json example.tpl
+says <(od -An -v -tx1 example.tpl | tr -d ' \n') "$hex"
+ends 0 "$kztemplate" dump example.tpl
+says out "$example"
+ends 0 "$kztemplate" names example.tpl
+says out $'Blocks (1):\nDOOR\nAttributes (1):\nTAG'
+"$kztemplate" dump - <example.tpl | "$kztemplate" build - - | cmp - example.tpl || fault "pipes change the template"
+
+# An unreadable template: nothing on standard output, one line that says what and where.
+head -c 95 example.tpl >cut.tpl
+for command in dump names; do
+  ends 1 "$kztemplate" $command cut.tpl
+  says out ""
+  says err "kztemplate: cut.tpl: at byte 92: the file ends inside this field"
+  ends 1 "$kztemplate" $command missing.tpl
+  says err "kztemplate: missing.tpl: No such file or directory"
+  ends 1 "$kztemplate" $command .
+  says err "kztemplate: .: not a regular file"
+done
+
+# Names of any kind come through; half of a pair is replaced and told.
+printf '%s' "$(block '{"name": "Tür \ud83d\udeaa\n\u0000\u0085", "flag": -2147483648, "attributes": []}')" >odd.json
+ends 0 "$kztemplate" build odd.json odd.tpl
+ends 0 "$kztemplate" dump odd.tpl
+grep -qF '{"name": "Tür 🚪\n\u0000'$'\xc2\x85''", "flag": -2147483648' out || fault "dump gives: $(cat out)"
+ends 0 "$kztemplate" names odd.tpl
+says out $'Blocks (1):\nTür 🚪\\u000A\\u0000\\u0085\nAttributes (0):'
+printf '\1\0\0\0\1\0\377\377\1\0\16\0CEattBlockInfo\377\376\377\3A\0\0\330B\0\0\0\0\0\0\0\0\0' >half.tpl
+ends 0 "$kztemplate" dump half.tpl
+grep -qF '"A'$'\xef\xbf\xbd''B"' out || fault "half a pair gives: $(cat out)"
+says err "kztemplate: note: 1 unpaired surrogates are shown as U+FFFD"
+
+# What is refused, and where.
+number="must be a whole number from -2147483648 to 2147483647"
+refuses '[]' '$: must be an object'
+refuses '{"header": 1}' '$.blocks: is missing'
+refuses '{"header": 1, "blocks": [], "title": ""}' '$.title: the key is unknown'
+refuses '{"header": 1, "blocks": {}}' '$.blocks: must be an array'
+refuses '{"header": 1, "header": 1, "blocks": []}' '$.header: the key is repeated'
+for bad in 2147483648 -2147483649 99999999999999999999 -99999999999999999999 1.0 true '"1"' null; do
+  refuses "{\"header\": $bad, \"blocks\": []}" "\$.header: $number"
+done
+good='{"name": "A", "flag": 1, "attributes": []}'
+refuses "$(block "$good, {\"name\": 5, \"flag\": 1, \"attributes\": []}")" '$.blocks[1].name: must be a string'
+attribute='{"name": "x", "flag": 1}'
+in_block() { block "{\"name\": \"A\", \"flag\": 1, \"attributes\": [$attribute, $1]}"; }
+refuses "$(in_block "$attribute")" '$.blocks[0].attributes[1].name: the block has an attribute of this name already'
+refuses "$(in_block '{"name": "y", "flag": 1, "a b": 1}')" '$.blocks[0].attributes[1]["a b"]: the key is unknown'
+refuses "$(in_block '{"name": "y", "flag": 1, "flag": 1}')" '$.blocks[0].attributes[1].flag: the key is repeated'
+refuses "$(in_block '[{"p": {}}]')" '$.blocks[0].attributes[1]: must be an object'
+printf '{"header": 1, "blocks": ["\xff"]}' >in.json
+ends 1 "$kztemplate" build in.json target
+grep -qF 'in.json: $.blocks[0]: parse error at line 1' err || fault "wrong text gives: $(cat err)"
+
+# The output is whole or untouched, nothing is left beside it, and links and permissions stay.
+mkdir made
+echo kept >made/real.tpl
+chmod 640 made/real.tpl
+ln -s real.tpl made/link.tpl
+ends 0 "$kztemplate" build example.json made/link.tpl
+cmp -s made/real.tpl example.tpl || fault "the link's file was not written"
+says <(ls made) $'link.tpl\nreal.tpl'
+says <(stat -c %a made/real.tpl) 640
+umask 027
+ends 0 "$kztemplate" build example.json made/new.tpl
+says <(stat -c %a made/new.tpl) 640
+ends 1 "$kztemplate" build example.json made
+says err "kztemplate: made: not a regular file"
+ends 1 "$kztemplate" build example.json none/new.tpl
+(ulimit -f 0 && trap '' XFSZ && ! "$kztemplate" build example.json made/real.tpl 2>/dev/null) || fault "a full disk went unseen"
+cmp -s made/real.tpl example.tpl || fault "a failed write harmed the file"
+says <(ls made) $'link.tpl\nnew.tpl\nreal.tpl'
+if [ -w /dev/full ]; then
+  "$kztemplate" dump example.tpl >/dev/full 2>/dev/null && fault "a dump that was not written went unseen"
+  "$kztemplate" build example.json - >/dev/full 2>/dev/null && fault "a template that was not written went unseen"
+fi
+
+# Usage.
+for words in "" "dump" "build example.json" "frob x" "dump a b" "names --what x"; do
+  ends 2 "$kztemplate" $words
+  says out ""
+done
+for command in "" dump build names; do
+  ends 0 "$kztemplate" $command --help
+  grep -q '^Example: kztemplate' out || fault "no example in the help of '$command'"
+done
+
+[ "$faults" = 0 ] && echo "kztemplate behaves"

@@ -1,0 +1,155 @@
+// Guards what a caller gets from a file: the two lists of the export, LoadTemplate, and files that cannot be
+// read.
+#include "templates/selected_names.h"
+#include "tests/templates/template_bytes.h"
+
+#include <zelvane/zelvane.h>
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+namespace {
+
+using Names = std::vector<std::u16string>;
+
+class TemplateFiles : public testing::Test {
+protected:
+    TemplateFiles()
+        : folder_(fs::temp_directory_path() / ("template_files_test." + std::to_string(::getpid()))) {
+        fs::create_directory(folder_);
+    }
+    ~TemplateFiles() override { fs::remove_all(folder_); }
+
+    std::u16string path(const char16_t* name) const { return (folder_ / name).u16string(); }
+
+    std::u16string file(std::span<const std::byte> bytes, const char16_t* name = u"file.tpl") const {
+        std::ofstream out(folder_ / name, std::ios::binary);
+        out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        return path(name);
+    }
+
+    // Both lists hold something before.
+    void readNames(const std::u16string& path) {
+        blocks = {u"before"};
+        attributes = {u"before"};
+        kzdxReadLegacyBlkTemplate(path, blocks, attributes);
+    }
+
+    Names blocks;
+    Names attributes;
+
+private:
+    fs::path folder_;
+};
+
+TEST_F(TemplateFiles, ExampleGivesItsSelectedNames) {
+    readNames(file(exampleBytes().bytes));
+    EXPECT_THAT(blocks, ElementsAre(u"DOOR"));
+    EXPECT_THAT(attributes, ElementsAre(u"TAG"));
+}
+
+TEST_F(TemplateFiles, NamesComeOnceInTheOrderOfTheFile) {
+    TemplateBytes all;
+    all.start(6)
+        .classDefinition()
+        .text(u"W")
+        .u32(1)
+        .u32(3)
+        .text(u"z")
+        .u32(1)
+        .text(u"no")
+        .u32(0)
+        .text(u"a")
+        .u32(~0U);
+    all.u16(0x8001).text(u"off").u32(0).u32(2).text(u"hidden").u32(1).text(u"b").u32(1);
+    all.u16(0x8001).text(u"W").u32(1).u32(3).text(u"Z").u32(1).text(u"a").u32(1).text(u"b").u32(1);
+    all.u16(0x8001).text(u"").u32(7).u32(0).u16(2).u16(0x8001).text(u"w").u32(1).u32(0);
+    readNames(file(all.bytes));
+    EXPECT_THAT(blocks, ElementsAre(u"W", u"", u"w"));
+    EXPECT_THAT(attributes, ElementsAre(u"z", u"a", u"Z", u"b"));
+}
+
+TEST_F(TemplateFiles, ListsMayBeOneAndHoldThePath) {
+    Names both = {file(exampleBytes().bytes)};
+    kzdxReadLegacyBlkTemplate(both[0], both, both);
+    EXPECT_THAT(both, ElementsAre(u"DOOR", u"TAG"));
+}
+
+TEST_F(TemplateFiles, PathMayBeAnyUnicode) {
+    readNames(file(exampleBytes().bytes, u"T\u00FCr \u9580 \U0001F6AA.tpl"));
+    EXPECT_THAT(blocks, ElementsAre(u"DOOR"));
+}
+
+TEST_F(TemplateFiles, FileCutAnywhereGivesTwoEmptyLists) {
+    const auto all = exampleBytes().bytes;
+    for (std::size_t size = 0; size < all.size(); ++size) {
+        readNames(file(std::span(all).first(size)));
+        ASSERT_THAT(blocks, IsEmpty()) << size;
+        ASSERT_THAT(attributes, IsEmpty()) << size;
+    }
+}
+
+TEST_F(TemplateFiles, WhatCannotBeReadGivesTwoEmptyLists) {
+    const auto good = file(exampleBytes().bytes);
+    const std::u16string loneSurrogate(1, char16_t{0xD800});
+    for (const auto& bad :
+         {std::u16string(), path(u"missing"), path(u""), good + u"/x", good + std::u16string(1, u'\0'),
+          loneSurrogate, std::u16string(u"/dev/zero"),
+          std::u16string(u"/proc/self/mem")}) { // the last is a regular file whose reading fails
+        readNames(bad);
+        EXPECT_THAT(blocks, IsEmpty());
+        EXPECT_THAT(attributes, IsEmpty());
+    }
+}
+
+TEST_F(TemplateFiles, FileThatShrinksWhileBeingReadGivesNothing) {
+    TemplateBytes all;
+    all.start(1).classDefinition().u8(0xFF).u16(8000).plain(std::string(8000, 'n')).u32(1).u32(0);
+    const auto name = file(all.bytes);
+    KzDxFileSource source;
+    ASSERT_FALSE(source.open(fs::path(name)));
+    fs::resize_file(fs::path(name), 6000);
+    EXPECT_EQ(read(source), std::string(describe(KzDxArchiveError::endsEarly)) + " at byte 6000");
+}
+
+TEST_F(TemplateFiles, LoadTakesOverWhatIsSelectedAndCountsIt) {
+    CEattMain eattMain;
+    eattMain.templatePath = file(variedBytes().bytes);
+    ASSERT_EQ(eattMain.LoadTemplate(), 1);
+    EXPECT_EQ(shown(eattMain), "1: A=1(c=5) ^0 B=0(x=1) C=1() ^3 D=0()");
+    for (const auto& block : eattMain.blocks) EXPECT_EQ(block->entryCounter + block->secondEntryCounter, 2);
+    EXPECT_EQ(eattMain.blocks[0]->attributes.find(u"ab"), KzDxAttributeTable::none);
+    EXPECT_EQ(eattMain.blocks[0]->attributes.find(u"c"), 0U);
+
+    eattMain.templatePath = path(u"missing");
+    EXPECT_EQ(eattMain.LoadTemplate(), 0);
+    EXPECT_EQ(eattMain.blocks.size(), 6U);
+}
+
+// Without an index a name, or a block that stands in the list again and again, is searched for until the test
+// is stopped for taking hours.
+TEST_F(TemplateFiles, ManyNamesAndManyRepeatsAreNotSearchedThrough) {
+    constexpr unsigned count = 300000;
+    TemplateBytes all;
+    all.u32(1).u16(0xFFFF).u32(count + 1).classDefinition().text(u"A").u32(1).u32(count);
+    for (unsigned i = 0; i < count; ++i) {
+        const std::string name = std::to_string(i + count);
+        all.u8(static_cast<std::uint8_t>(name.size())).plain(name).u32(i % 2);
+    }
+    for (unsigned i = 0; i < count; ++i) all.u16(2);
+    readNames(file(all.bytes));
+    EXPECT_EQ(attributes.size(), count / 2);
+    EXPECT_EQ(attributes.back(), u"599999");
+}
+
+} // namespace

@@ -1,0 +1,205 @@
+// Guards the reading of template files: every form that the format allows, and what is refused, where, and
+// that a refusal leaves nothing behind.
+#include "tests/templates/template_bytes.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+using testing::HasSubstr;
+
+namespace {
+
+const std::string endsEarly = describe(KzDxArchiveError::endsEarly);
+const std::string tooLong = describe(KzDxArchiveError::stringTooLong);
+const std::string noClass = describe(KzDxArchiveError::noSuchClass);
+const std::string noObject = describe(KzDxArchiveError::noSuchObject);
+
+bool isRefused(const std::string& result) {
+    return result.find(" at byte ") != std::string::npos;
+}
+
+// Bytes in small parts, so that every field straddles a refill of the reader's buffer somewhere.
+class Trickle : public KzDxByteSource {
+public:
+    Trickle(std::span<const std::byte> bytes, std::size_t step) : source_(bytes), step_(step) {}
+    std::uint64_t size() const override { return source_.size(); }
+    std::size_t read(std::span<std::byte> to) override {
+        return source_.read(to.first(std::min(step_, to.size())));
+    }
+
+private:
+    KzDxMemorySource source_;
+    std::size_t step_;
+};
+
+std::string readWithName(const TemplateBytes& name) {
+    TemplateBytes all;
+    all.start(1).classDefinition();
+    all.bytes.insert(all.bytes.end(), name.bytes.begin(), name.bytes.end());
+    return read(all.u32(1).u32(0));
+}
+
+// The file begins with two blocks A and B (class 1, objects 2 and 3); the third element is what is given.
+std::string readThird(const TemplateBytes& element) {
+    TemplateBytes all;
+    all.start(3).classDefinition().body(u"A").u16(0x8001).body(u"B");
+    all.bytes.insert(all.bytes.end(), element.bytes.begin(), element.bytes.end());
+    return read(all);
+}
+
+TEST(TemplateRead, ExampleIsUnderstood) {
+    EXPECT_EQ(read(exampleBytes()), "1: DOOR=1(NOTE=0 TAG=1) WIN=0()");
+}
+
+TEST(TemplateRead, EveryFormIsUnderstoodHoweverTheBytesCome) {
+    const auto all = variedBytes();
+    const std::string expected = "1: A=1(ab=0 c=5) ^0 B=0(x=1) C=1() ^3 D=0()";
+    EXPECT_EQ(read(variedBytes().u32(0x12345678)), expected); // bytes behind the last element are nobody's
+    TemplateBytes padded;
+    const std::u16string filler(2000, u'f');
+    padded.start(2).classDefinition().u8(0xFF).u16(0xFFFE).u8(0xFF).u16(2000).units(filler).u32(1).u32(0);
+    padded.u16(0x8001).u8(0xFF).u16(0xFFFE).u8(0xFF).u16(2000).units(filler).u32(1).u32(0);
+    for (std::size_t step = 1; step < 60; ++step) {
+        Trickle source(all.bytes, step);
+        EXPECT_EQ(read(source), expected) << step;
+        Trickle other(padded.bytes, 64 + step);
+        EXPECT_EQ(read(other), read(padded)) << step;
+    }
+}
+
+TEST(TemplateRead, FileCutAtAnyLengthGivesNothing) {
+    for (const auto& all : {exampleBytes(), variedBytes()})
+        for (std::size_t size = 0; size < all.bytes.size(); ++size)
+            EXPECT_PRED1(isRefused, read(std::span(all.bytes).first(size))) << size;
+}
+
+TEST(TemplateRead, AnyDamagedByteIsRefusedOrUnderstood) {
+    for (auto all : {exampleBytes(), variedBytes()})
+        for (auto& byte : all.bytes) {
+            const auto good = byte;
+            for (unsigned damage = 1; damage < 256; ++damage) {
+                byte = good ^ static_cast<std::byte>(damage);
+                KzDxMemorySource source(all.bytes);
+                CEattMain eattMain;
+                const auto failure = readTemplate(source, eattMain);
+                if (failure)
+                    ASSERT_LE(failure.offset, all.bytes.size());
+                else
+                    ASSERT_FALSE(isRefused(read(written(eattMain))));
+                ASSERT_THAT(read(all), Not(HasSubstr("half a result")));
+            }
+            byte = good;
+        }
+}
+
+TEST(TemplateRead, ClaimsAreNotBelieved) {
+    const auto all64 = ~std::uint64_t{0};
+    EXPECT_EQ(read(TemplateBytes().u32(1).u16(0xFFFF).u32(0xFFFFFFFF).u64(all64)), endsEarly + " at byte 18");
+    EXPECT_EQ(readWithName(TemplateBytes().u8(0xFF).u16(0xFFFF).u32(0xFFFFFFFF).u64(all64)),
+              tooLong + " at byte 26");
+    const auto wide = TemplateBytes().u8(0xFF).u16(0xFFFE).u8(0xFF).u16(0xFFFF);
+    EXPECT_EQ(readWithName(TemplateBytes(wide).u32(0xFFFFFFFF).u64(all64)), tooLong + " at byte 26");
+    EXPECT_EQ(readWithName(TemplateBytes(wide).u32(0xFFFFFFFF).u64(all64 / 2 + 2)),
+              tooLong + " at byte 26"); // 2 bytes each
+    EXPECT_EQ(readWithName(TemplateBytes(wide).u32(0xFFFFFFFE)), tooLong + " at byte 26");
+    EXPECT_EQ(read(TemplateBytes().start(1).classDefinition().text(u"A").u32(1).u32(0x7FFFFFFF)),
+              endsEarly + " at byte 40");
+}
+
+TEST(TemplateRead, EveryLengthFormIsReadEvenWhenAShorterOneWouldDo) {
+    const auto wide = TemplateBytes().u8(0xFF).u16(0xFFFE);
+    EXPECT_EQ(readWithName(TemplateBytes(wide).u8(0xFF).u16(1).units(u"A")), "1: A=1()");
+    EXPECT_EQ(readWithName(TemplateBytes(wide).u8(0xFF).u16(0xFFFF).u32(1).units(u"A")), "1: A=1()");
+    EXPECT_EQ(readWithName(TemplateBytes(wide).u8(0xFF).u16(0xFFFF).u32(~0U).u64(1).units(u"A")), "1: A=1()");
+    EXPECT_EQ(readWithName(TemplateBytes().u8(0xFF).u16(1).plain("A")), "1: A=1()");
+    EXPECT_EQ(readWithName(TemplateBytes().u8(0xFF).u16(0xFFFF).u32(1).plain("A")), "1: A=1()");
+    EXPECT_EQ(readWithName(TemplateBytes().u8(0xFF).u16(0xFFFF).u32(~0U).u64(1).plain("A")), "1: A=1()");
+    EXPECT_EQ(read(TemplateBytes().u32(1).u16(0xFFFF).u32(1).u16(0)), "1:");
+    EXPECT_EQ(read(TemplateBytes().u32(~0U).u16(0xFFFF).u32(~0U).u64(1).u16(0)), "-1:");
+}
+
+// FFFE behind the marker is a length like any other.
+TEST(TemplateRead, MarkerIsNotReadTwice) {
+    const std::u16string name(0xFFFE, u'n');
+    const auto all = TemplateBytes().u8(0xFF).u16(0xFFFE).u8(0xFF).u16(0xFFFE).units(name);
+    EXPECT_EQ(readWithName(all), "1: " + std::string(name.size(), 'n') + "=1()");
+}
+
+TEST(TemplateRead, SingleBytesAreCodePage1252) {
+    EXPECT_EQ(readWithName(TemplateBytes().u8(5).plain("\x80\x9F\xA0\xE9\x7F")),
+              "1: {8364}{376}{160}{233}{127}=1()");
+    EXPECT_EQ(readWithName(TemplateBytes().u8(5).plain("\x81\x8D\x8F\x90\x9D")),
+              "1: {129}{141}{143}{144}{157}=1()");
+    EXPECT_EQ(readWithName(TemplateBytes().u8(3).plain("\x93\x94\x96")), "1: {8220}{8221}{8211}=1()");
+}
+
+TEST(TemplateRead, TagsNameWhatWasGivenOutBefore) {
+    EXPECT_EQ(readThird(TemplateBytes().u16(0)), "1: A=1() B=1()");
+    EXPECT_EQ(readThird(TemplateBytes().u16(0x7FFF).u32(0)), "1: A=1() B=1()"); // null, in the long form
+    EXPECT_EQ(readThird(TemplateBytes().u16(3)), "1: A=1() B=1() ^1");
+    EXPECT_EQ(readThird(TemplateBytes().u16(0x7FFF).u32(2)), "1: A=1() B=1() ^0");
+    EXPECT_EQ(readThird(TemplateBytes().u16(0x7FFF).u32(0x80000001).body(u"C")), "1: A=1() B=1() C=1()");
+
+    for (const unsigned tag : {0x8000U, 0x8002U, 0x8003U, 0x8004U, 0xFFFEU})
+        EXPECT_EQ(readThird(TemplateBytes().u16(static_cast<std::uint16_t>(tag)).body(u"C")),
+                  noClass + " at byte 56")
+            << tag;
+    for (const unsigned tag : {0x80000000U, 0x80000002U, 0x80000004U, 0xFFFFFFFFU})
+        EXPECT_EQ(readThird(TemplateBytes().u16(0x7FFF).u32(tag).body(u"C")), noClass + " at byte 56") << tag;
+    for (const unsigned tag : {1U, 4U, 0x7FFEU})
+        EXPECT_EQ(readThird(TemplateBytes().u16(static_cast<std::uint16_t>(tag))), noObject + " at byte 56");
+    for (const unsigned tag : {1U, 4U, 0x7FFFFFFFU})
+        EXPECT_EQ(readThird(TemplateBytes().u16(0x7FFF).u32(tag)), noObject + " at byte 56");
+}
+
+TEST(TemplateRead, OnlyTheOneClassIsKnown) {
+    const auto withClass = [](std::uint16_t schema, std::uint16_t length, std::string_view name) {
+        return read(TemplateBytes().start(1).u16(0xFFFF).u16(schema).u16(length).plain(name).body(u"A"));
+    };
+    const std::string schema = describe(KzDxArchiveError::unknownSchema);
+    const std::string name = describe(KzDxArchiveError::unknownClass);
+    EXPECT_EQ(withClass(1, 14, "CEattBlockInfo"), "1: A=1()");
+    EXPECT_EQ(withClass(2, 14, "CEattBlockInfo"), schema + " at byte 8");
+    EXPECT_EQ(withClass(0, 14, "CEattBlockInfo"), schema + " at byte 8");
+    EXPECT_EQ(withClass(1, 14, "CEattBlockinfo"), name + " at byte 10");
+    EXPECT_EQ(withClass(1, 13, "CEattBlockInf"), name + " at byte 10");
+    EXPECT_EQ(withClass(1, 15, "CEattBlockInfo2"), name + " at byte 10");
+    EXPECT_EQ(withClass(1, 64, std::string(64, 'C')), name + " at byte 10");
+    EXPECT_EQ(withClass(1, 0xFFFF, ""), name + " at byte 10");
+}
+
+TEST(TemplateRead, FirstOfEqualAttributeNamesStays) {
+    const std::u16string nul(1, u'\0');
+    TemplateBytes all;
+    all.start(2)
+        .classDefinition()
+        .text(u"A")
+        .u32(1)
+        .u32(6)
+        .text(u"x")
+        .u32(0)
+        .text(u"X")
+        .u32(1)
+        .text(u"x")
+        .u32(2);
+    all.text(u"").u32(3).text(nul).u32(4).u8(1).plain("X").u32(5).u16(0x8001).text(u"B").u32(1).u32(
+        0x80000000);
+    EXPECT_EQ(read(all), "1: A=1(x=0 X=1 =3 {0}=4) B=1()");
+}
+
+TEST(TemplateRead, ManyAttributesInOneBlockKeepTheirOrder) {
+    constexpr unsigned count = 3000;
+    TemplateBytes all;
+    std::string expected;
+    all.start(1).classDefinition().text(u"A").u32(1).u32(2 * count);
+    for (unsigned i = 0; i < 2 * count; ++i) {
+        const std::string name = std::to_string((i % count) * 7919 % count);
+        all.u8(static_cast<std::uint8_t>(name.size())).plain(name).u32(i);
+        if (i < count) expected += (i == 0 ? "" : " ") + name + '=' + std::to_string(i);
+    }
+    EXPECT_EQ(read(all), "1: A=1(" + expected + ")");
+}
+
+} // namespace
