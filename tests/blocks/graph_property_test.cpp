@@ -1,0 +1,158 @@
+// Guards the graph as a whole: whatever was edited, one update brings it to what a graph built afresh would
+// be, and whatever was watched, nothing stays registered when nobody watches.
+
+#include "blocks/block_graph.h"
+#include "blocks/block_node.h"
+#include "frame/application.h"
+#include "tests/support/module_test.h"
+#include "tests/support/random_drawing.h"
+
+#include <map>
+#include <memory>
+
+namespace {
+
+using Filing = std::map<KzDbObjectId, std::map<KzDbObjectId, std::vector<KzDbObjectId>>>;
+
+struct Disposer {
+    void operator()(KzDxBlocks* graph) const { KzDxBlocks::dispose(graph); }
+};
+using OwnedGraph = std::unique_ptr<KzDxBlocks, Disposer>;
+
+class GraphProperty : public ModuleTest {
+protected:
+    static KzDxDocument* recordOf(KzApDocument* document) {
+        return KzDxApplication::instance()->docData(document, true);
+    }
+    static OwnedGraph freshGraph(KzApDocument* document) {
+        KzDxBlocks* graph = nullptr;
+        EXPECT_EQ(KzDxBlocks::create(graph, recordOf(document)), Orvo::ok);
+        return OwnedGraph(graph);
+    }
+
+    /// Where each live block is placed. A representation that stands before its block in the table keeps a
+    /// node of its own, which is no longer read once the block has one; such nodes are left out.
+    static Filing filingOf(const KzDxBlocks& graph, const std::vector<KzDbObjectId>& blocks) {
+        Filing filing;
+        for (const KzDbObjectId block : blocks) {
+            const KzDxBlock* const node = graph.node(block);
+            if (node == nullptr || isRepresentation(block)) continue;
+            for (const KzDxContainers::Entry& entry : node->containers()) {
+                filing[block][entry.container] = entry.references;
+            }
+        }
+        return filing;
+    }
+    static bool isRepresentation(KzDbObjectId record) {
+        const std::u16string name = Headless::recordName(record);
+        return name.starts_with(u"*E") || name.starts_with(u"*U");
+    }
+
+    /// Whether a graph built afresh would have a node for what this object belongs to, and look at the object. Not
+    /// always so at a representation: its block may be erased, and enabling ends at the first record that is.
+    static bool isSeenAfresh(KzDbObjectId object) {
+        switch (Headless::kindOf(object)) {
+        case Headless::Kind::record:
+            return !object.isErased() && !isRepresentation(object);
+        case Headless::Kind::reference:
+            return isSeenAfresh(Headless::blockOf(object));
+        default:
+            return !object.isEffectivelyErased() && isSeenAfresh(Headless::ownerOf(object));
+        }
+    }
+};
+
+TEST_F(GraphProperty, OneUpdateEqualsAGraphBuiltAfresh) {
+    for (unsigned seed = 0; seed < 150; ++seed) {
+        RandomDrawing drawing(seed);
+        ASSERT_EQ(watch(drawing.document, {Headless::modelSpace(drawing.document)}, TestClients::client(0)),
+                  1);
+        const KzDxBlocks& graph = *recordOf(drawing.document)->blocks();
+        for (int round = 0; round < 3; ++round) {
+            drawing.edit(25);
+            kzdxUpdateBlockGraph(drawing.document, true, false); // some objects are held open at this time
+            drawing.letGo();
+            kzdxUpdateBlockGraph(drawing.document, true, round % 2 == 0);
+            const OwnedGraph fresh = freshGraph(drawing.document);
+            const auto blocks = Headless::records(drawing.document);
+            ASSERT_EQ(filingOf(graph, blocks), filingOf(*fresh, blocks))
+                << "seed " << seed << " round " << round;
+
+            std::map<KzDbObjectId, std::size_t> registered;
+            for (const KzDbObjectId object : drawing.objects())
+                registered[object] = Headless::reactorCount(object);
+            ASSERT_EQ(fresh->setEnabled(true), Orvo::ok);
+            for (const auto& [object, count] : registered) {
+                if (!isSeenAfresh(object)) continue;
+                ASSERT_LE(count, Headless::reactorCount(object) - count)
+                    << "seed " << seed << " round " << round << " object " << object.value();
+            }
+        }
+        kzdxBlockReferenceMonitorDetach(drawing.document, TestClients::client(0));
+        ASSERT_EQ(Headless::reactorCountOf(drawing.document), 0U) << "seed " << seed;
+        ASSERT_EQ(Headless::reactorCountOf(drawing.attached), 0U) << "seed " << seed;
+        Headless::closeDocument(drawing.document);
+        Headless::closeDocument(drawing.attached);
+    }
+}
+
+TEST_F(GraphProperty, NothingIsCalledWithoutAnEdit) {
+    RandomDrawing drawing(7);
+    ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(0)), 1);
+    for (int round = 0; round < 5; ++round) {
+        kzdxUpdateBlockGraph(drawing.document, true, true);
+        EXPECT_THAT(clients.takeCalls(), testing::IsEmpty());
+        drawing.edit(10);
+        drawing.letGo();
+        kzdxUpdateBlockGraph(drawing.document, true, true);
+        clients.takeCalls();
+    }
+}
+
+// Whatever fails inside the host, and whether it goes on failing: nothing is left open, and when the host
+// works again the next update is as good as ever.
+TEST_F(GraphProperty, EveryHostCallMayFail) {
+    for (const Headless::FaultSpan span : {Headless::FaultSpan::once, Headless::FaultSpan::onwards}) {
+        bool clean = false;
+        for (std::size_t call = 1; !clean; ++call) {
+            RandomDrawing drawing(3);
+            drawing.letGo();
+            Headless::failHostCall(call, span);
+            watch(drawing.document, Headless::records(drawing.document), TestClients::client(0));
+            kzdxUpdateBlockGraph(drawing.document, true, true);
+            clean = Headless::endFaults() == 0;
+            ASSERT_EQ(Headless::openCountOf(drawing.document), 0U) << "call " << call;
+
+            ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(0)),
+                      1);
+            kzdxUpdateBlockGraph(drawing.document, true, true);
+            const OwnedGraph fresh = freshGraph(drawing.document);
+            const auto blocks = Headless::records(drawing.document);
+            ASSERT_EQ(filingOf(*recordOf(drawing.document)->blocks(), blocks), filingOf(*fresh, blocks))
+                << "call " << call;
+            kzdxBlockReferenceMonitorDetach(drawing.document, TestClients::client(0));
+            Headless::closeDocument(drawing.document);
+            Headless::closeDocument(drawing.attached);
+        }
+    }
+}
+
+// The module unloads and documents close while objects are held open: the host must not call what is gone.
+TEST_F(GraphProperty, GoingAwayWhileObjectsAreHeldOpen) {
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        RandomDrawing drawing(seed);
+        ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(0)), 1);
+        drawing.edit(40); // leaves some held open
+        if (seed % 2 == 0) kzdxUpdateBlockGraph(drawing.document, true, false);
+        KzDxApplication::instance()->removeDocData(drawing.document);
+        drawing.edit(20); // notifies whoever is still registered
+        drawing.letGo();
+        ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(1)), 1);
+        kzdxBlockReferenceMonitorDetach(drawing.document, TestClients::client(1));
+        ASSERT_EQ(Headless::reactorCountOf(drawing.document), 0U) << "seed " << seed;
+        Headless::closeDocument(drawing.document);
+        Headless::closeDocument(drawing.attached);
+    }
+}
+
+} // namespace

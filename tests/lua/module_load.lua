@@ -1,0 +1,84 @@
+-- Guards load and unload as the host sees them: what is registered at each point, refusals, and nothing left behind.
+
+package.path = arg[0]:match("^(.*)/") .. "/?.lua;" .. package.path
+local check = require("check")
+
+local function expectNothing(when)
+  check.equal(host.services(), {}, "services " .. when)
+  check.equal(host.reactors(), 0, "reactors " .. when)
+  check.equal(host.filters(), 0, "filters " .. when)
+end
+
+-- Load, open documents, unload, load again.
+expectNothing("before")
+local drawing = host.open("first")
+for _ = 1, 2 do
+  local module = assert(host.load())
+  check.equal(module.apiVersion, 0x130000, "api version")
+  check.equal(host.services(), {"Zelvane"})
+  check.equal(host.reactors(), 1)
+  check.equal(host.filters(), 0, "no timer runs yet")
+  local other = host.open("second")
+  check.equal(module.kzdxUpdateBlockGraph(other, true, false), 1)
+  check.equal(module.kzdxDocTimerAttach(drawing, host.client(function() end), 0, 1), 1)
+  check.equal(host.filters(), 1)
+  other:close()
+  check.equal(host.unload(module), 0)
+  expectNothing("after unloading")
+end
+check.equal(host.messages(), {}, "message boxes")
+
+-- Loaded twice: refused, and the first goes on as it was.
+do
+  local first = assert(host.load())
+  local calls = 0
+  local client = host.client(function() calls = calls + 1 end)
+  check.equal(first.kzdxDocTimerAttach(drawing, client, 0, 1), 1)
+  local again, result = host.load()
+  check.equal(again, nil)
+  check.equal(result, 3)
+  check.equal(host.services(), {"Zelvane"})
+  check.equal(host.reactors(), 1)
+  host.idle()
+  check.equal(calls, 1, "calls of the first instance")
+  check.equal(host.unload(first), 0)
+  expectNothing("after the second load")
+end
+
+-- Without its resource library.
+do
+  local empty = os.tmpname() .. ".d"
+  local module, result = host.load(nil, empty)
+  check.equal(module, nil)
+  check.equal(result, 3)
+  check.equal(#host.messages(), 1, "message boxes")
+  check.equal(host.messages()[1].text, "Unable to load resource DLL: ZelvaneRes.dll")
+  check.equal(host.messages()[1].style, 16)
+  expectNothing("after a failed load")
+end
+
+-- The host refuses this and that; unloading leaves nothing all the same.
+for _, what in ipairs({"filter", "manager", "iterator", "window"}) do
+  local module = assert(host.load())
+  module.kzdxDocTimerAttach(drawing, host.client(function() end), 0, 1)
+  host.refuse(what, true)
+  module.kzdxUpdateBlockGraph(drawing, true, true)
+  module.kzdxDocTimerAttach(host.open("more"), host.client(function() end), 0, 1)
+  host.idle()
+  check.equal(host.unload(module), 0)
+  host.refuse(what, false)
+  expectNothing("after refusing the " .. what)
+end
+
+-- From inside a callback, in the middle of several, and at once again.
+do
+  local module = assert(host.load())
+  local log = check.log()
+  local clients = log:clients(3, {[2] = function() host.unload(module) end})
+  for _, client in ipairs(clients) do module.kzdxDocTimerAttach(drawing, client, 0, 1) end
+  host.makeCurrent = nil
+  host.current(drawing)
+  host.idle()
+  check.equal(log:take(), {1, 2}, "calls up to the unloading")
+  expectNothing("after unloading from inside")
+end

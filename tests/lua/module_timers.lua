@@ -1,0 +1,232 @@
+-- Guards the idle timers of outside clients: when callbacks are called, in which order, and what they may change.
+
+package.path = arg[0]:match("^(.*)/") .. "/?.lua;" .. package.path
+local check = require("check")
+
+local module = assert(host.load())
+local drawing = host.open("drawing")
+local log = check.log()
+
+local function attach(client, interval, document)
+  check.equal(module.kzdxDocTimerAttach(document or drawing, client, interval or 0, 1), 1, "attach")
+end
+local function detach(client, interval, document)
+  check.equal(module.kzdxDocTimerAttach(document or drawing, client, interval or 0, 0), 1, "detach")
+end
+local function callsOfIdle()
+  host.idle()
+  return log:take()
+end
+
+-- Intervals count from the attach, then from the end of the calls; the latest one counts for all.
+do
+  local clients = log:clients(2, {function() host.advance(30) end})
+  attach(clients[2], 100)
+  attach(clients[1], 100)
+  check.equal(callsOfIdle(), {}, "before the first interval has passed")
+  host.advance(99)
+  check.equal(callsOfIdle(), {})
+  host.advance(1)
+  check.equal(callsOfIdle(), {1, 2}, "in order of address")
+  host.advance(99)
+  check.equal(callsOfIdle(), {}, "counted from the end of the calls")
+  host.advance(1)
+  check.equal(callsOfIdle(), {1, 2})
+  detach(clients[2], 500)
+  host.advance(499)
+  check.equal(callsOfIdle(), {}, "a detaching call changes the interval too")
+  host.advance(1)
+  check.equal(callsOfIdle(), {1})
+  attach(clients[1], 2 ^ 31 // 1 | 0)
+  check.equal(callsOfIdle(), {1}, "negative as a signed number means every idle check")
+  attach(clients[1], -1)
+  check.equal(callsOfIdle(), {1})
+  detach(clients[1])
+  check.equal(callsOfIdle(), {})
+end
+
+-- The tick count wraps around in the middle of an interval.
+do
+  host.ticks(2 ^ 32 // 1 - 50 | 0)
+  local document = host.open("wrap")
+  local client = log:client("wrap")
+  attach(client, 100, document)
+  host.advance(99)
+  check.equal(host.ticks(), 49)
+  check.equal(callsOfIdle(), {})
+  host.advance(1)
+  check.equal(callsOfIdle(), {"wrap"})
+  document:close()
+  host.advance(1000)
+  check.equal(callsOfIdle(), {}, "a closed document")
+end
+
+-- The first interval is taken as it stands: 2^32-1 is never reached by a day or two.
+do
+  local document = host.open("long")
+  attach(log:client("long"), 2 ^ 32 // 1 - 1 | 0, document)
+  host.advance(2 ^ 31 // 1 | 0)
+  check.equal(callsOfIdle(), {})
+  host.advance(2 ^ 31 // 1 - 1 | 0)
+  check.equal(callsOfIdle(), {"long"})
+  document:close()
+end
+
+-- What keeps a document from being idle. The message is taken all the same.
+do
+  host.current(drawing)
+  local client = log:client("idle")
+  attach(client)
+  local function taken()
+    host.lock(drawing, "#END")
+    local dispatched, took = host.pump()
+    check.equal({dispatched, took}, {1, 1})
+    return log:take()
+  end
+  check.equal(taken(), {"idle"})
+  drawing:quiescent(false)
+  check.equal(taken(), {}, "not quiescent")
+  drawing:quiescent(true)
+  drawing:pending(3)
+  check.equal(taken(), {}, "pending input")
+  drawing:pending(0)
+  host.input(true)
+  check.equal(taken(), {}, "waiting keys")
+  host.input(false)
+  for mode, isIdle in pairs({[0] = true, [1] = false, [2] = true, [3] = false, [4] = false}) do
+    drawing:lockMode(mode)
+    check.equal(#taken(), isIdle and 1 or 0, "lock mode " .. mode)
+  end
+  drawing:lockMode(0)
+  host.command("LINE", function() check.equal(taken(), {}, "active command") end)
+  check.equal(callsOfIdle(), {"idle", "idle"}, "the command's own end and #idle")
+  host.refuse("manager", true)
+  host.idle()
+  check.equal(log:take(), {}, "no document manager")
+  host.refuse("manager", false)
+  host.refuse("window", true)
+  check.equal({host.idle()}, {0, 0}, "no main window: nothing is posted")
+  host.refuse("window", false)
+  check.equal(log:take(), {})
+
+  -- Who posts: only a command name that begins with "#", on the current document.
+  for _, name in ipairs({"LINE", "", "LINE#"}) do
+    host.lock(drawing, name)
+    check.equal(host.pump(), 0, "posted for " .. name)
+  end
+  host.lock(drawing, nil)
+  check.equal(host.pump(), 0, "posted for a null name")
+  local other = host.open("other")
+  host.lock(drawing, "#END")
+  check.equal(host.pump(), 0, "posted for a document that is not current")
+  host.current(drawing)
+  host.lock(drawing, "#END")
+  host.current(other)
+  check.equal({host.pump()}, {1, 1}, "no longer current when the message arrives")
+  check.equal(log:take(), {})
+  other:close()
+  check.equal(host.current().name, "long" and host.current().name)
+  host.current(drawing)
+  detach(client)
+end
+
+-- Made-up messages with the idle check's number: it is the first one registered.
+do
+  local client = log:client("made up")
+  attach(client)
+  for _, parameter in ipairs({0, 1, -1, 0x1234567}) do
+    host.post(0xC000, parameter, 7)
+    check.equal({host.pump()}, {1, 1})
+  end
+  host.post(0, 0, 0)
+  host.post(0xC001, 1, 1)
+  check.equal({host.pump()}, {2, 0}, "other numbers pass")
+  check.equal(log:take(), {})
+  detach(client)
+end
+
+-- A filter that the host refused is registered by the next switching on.
+do
+  host.unload(module)
+  module = assert(host.load())
+  local client = log:client("refused")
+  host.refuse("filter", true)
+  attach(client)
+  check.equal(host.filters(), 0)
+  check.equal(callsOfIdle(), {}, "without a filter")
+  host.refuse("filter", false)
+  detach(client)
+  attach(client)
+  check.equal(host.filters(), 1)
+  check.equal(callsOfIdle(), {"refused"})
+  detach(client)
+  check.equal(host.filters(), 1, "stays until the last timer goes")
+end
+
+-- Bad arguments.
+do
+  local client = log:client("bad")
+  check.equal(module.kzdxDocTimerAttach(nil, client, 0, 1), 0)
+  check.equal(module.kzdxDocTimerAttach(drawing, nil, 0, 1), 0)
+  local empty = host.open("empty", {database = false})
+  check.equal(module.kzdxDocTimerAttach(empty, client, 0, 1), 0, "no drawing")
+  check.equal(module.kzdxDocTimerAttach(empty, client, 0, 0), 0, "no drawing")
+  empty:close()
+  detach(client)
+  host.current(drawing)
+  check.equal(callsOfIdle(), {})
+end
+
+-- What a callback may do: five clients, the third one acts once.
+local function callsWhen(action)
+  local clients
+  local done = false
+  local made = {}
+  clients = log:clients(5, {[3] = function()
+    if done then return end
+    done = true
+    action(made)
+  end})
+  for at, client in ipairs(clients) do made[at] = client end
+  for at = 1, 5 do
+    if at ~= 4 then attach(made[at]) end
+  end
+  host.idle()
+  local calls = log:take()
+  if module and not made.keep then
+    for _, client in ipairs(clients) do detach(client) end
+  end
+  return calls
+end
+
+check.equal(callsWhen(function(c) detach(c[3]) end), {1, 2, 3, 5}, "detaches itself")
+check.equal(callsWhen(function(c) detach(c[5]) end), {1, 2, 3}, "detaches one ahead")
+check.equal(callsWhen(function(c) detach(c[1]) end), {1, 2, 3, 5}, "detaches one behind")
+check.equal(callsWhen(function(c) attach(c[4]) end), {1, 2, 3, 4, 5}, "attaches one ahead")
+check.equal(callsWhen(function(c) for at = 1, 5 do detach(c[at]) end end), {1, 2, 3}, "detaches all")
+check.equal(callsWhen(function(c)
+  for at = 1, 5 do detach(c[at]) end
+  attach(c[5])
+end), {1, 2, 3, 5}, "detaches all and attaches one")
+check.equal(callsWhen(function(c)
+  host.open("another"):close()
+  host.current(drawing)
+end), {1, 2, 3, 5}, "opens and closes another document")
+check.equal(callsWhen(function(c) host.idle() end), {1, 2, 3, 1, 2, 3, 5, 5}, "idles again")
+check.equal(callsWhen(function(c)
+  c.keep = true
+  drawing:close()
+end), {1, 2, 3}, "closes its own document")
+drawing = host.open("again")
+check.equal(callsWhen(function(c)
+  c.keep = true
+  host.unload(module)
+end), {1, 2, 3}, "unloads the module")
+module = assert(host.load())
+check.equal(callsWhen(function(c)
+  c.keep = true
+  host.unload(module)
+  module = assert(host.load())
+  for at = 1, 5 do attach(c[at]) end
+end), {1, 2, 3}, "unloads and loads again")
+check.equal(callsOfIdle(), {1, 2, 3, 4, 5}, "the new instance")
