@@ -119,7 +119,9 @@ Document* DocumentManager::find(const KzApDocument* document) const {
 }
 
 void DocumentManager::addReactor(KzApDocManagerReactor* reactor) {
-    if (reactor != nullptr) reactors_.add(reactor);
+    if (reactor == nullptr) return;
+    reactorOrigins.note(reactor);
+    reactors_.add(reactor);
 }
 
 void DocumentManager::removeReactor(KzApDocManagerReactor* reactor) {

@@ -54,10 +54,8 @@ public:
         }
         return isInside_;
     }
-    /// Whether the code of an object lies there, by its table of operations.
-    bool containsCodeOf(const KzRxObject* object) {
-        return contains(*reinterpret_cast<const void* const*>(object));
-    }
+    /// Whether the code of a reactor lies there, which itself may be gone already.
+    bool containsCodeOf(const KzRxObject* reactor) { return contains(reactorOrigins.codeOf(reactor)); }
 
 private:
     static const void* baseOf(const void* address) {
@@ -84,6 +82,7 @@ void dropWhatCallsInto(const void* inside) {
                 [&](const KzDbObjectReactor* reactor) { return library.containsCodeOf(reactor); });
         });
     }
+    reactorOrigins.forgetIf([&](const void* code) { return library.contains(code); });
 }
 
 bool isInUse(const void* library) {

@@ -8,6 +8,7 @@
 namespace Headless {
 
 ObjectTable& objectTable = *new ObjectTable;
+ReactorOrigins& reactorOrigins = *new ReactorOrigins;
 
 KzDbObject* Object::face() {
     switch (kind_) {

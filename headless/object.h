@@ -4,6 +4,7 @@
 #include "headless/edits.h"
 #include "headless/object_table.h"
 #include "headless/outward_call.h"
+#include "headless/reactor_origins.h"
 #include "host/object_reactor.h"
 #include "host/objects.h"
 
@@ -72,7 +73,9 @@ public:
 
     // ---- reactors
     void addReactor(KzDbObjectReactor* reactor) {
-        if (reactor != nullptr && mayChangeReactors()) reactors_.add(reactor);
+        if (reactor == nullptr || !mayChangeReactors()) return;
+        reactorOrigins.note(reactor);
+        reactors_.add(reactor);
     }
     void removeReactor(KzDbObjectReactor* reactor) {
         if (reactor != nullptr && mayChangeReactors()) reactors_.remove(reactor);
