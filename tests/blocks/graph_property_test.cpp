@@ -48,8 +48,9 @@ protected:
         return name.starts_with(u"*E") || name.starts_with(u"*U");
     }
 
-    /// Whether a graph built afresh would have a node for what this object belongs to, and look at the object. Not
-    /// always so at a representation: its block may be erased, and enabling ends at the first record that is.
+    /// Whether a graph built afresh would have a node for what this object belongs to, and look at the
+    /// object. Not always so at a representation: its block may be erased, and enabling ends at the first
+    /// record that is.
     static bool isSeenAfresh(KzDbObjectId object) {
         switch (Headless::kindOf(object)) {
         case Headless::Kind::record:

@@ -1,0 +1,122 @@
+// Guards counting and nesting: worked examples for the counts, and for nesting the definition itself,
+// followed literally over random graphs.
+
+#include "blocks/block_graph.h"
+#include "blocks/block_node.h"
+#include "frame/application.h"
+#include "tests/support/module_test.h"
+#include "tests/support/random_drawing.h"
+
+#include <set>
+
+namespace {
+
+using IdSet = std::set<KzDbObjectId>;
+
+class GraphQueries : public ModuleTest {
+protected:
+    static KzDxBlocks& graphOf(KzApDocument* document) {
+        return *KzDxApplication::instance()->docData(document, true)->blocks();
+    }
+    static void place(KzDbObjectId block, KzDbObjectId container, int times) {
+        while (times-- > 0) ASSERT_TRUE(Headless::insert(container, block));
+    }
+
+    /// The definition of nesting: every node is asked for every container.
+    static void collect(const KzDxBlocks& graph, KzDbObjectId block, bool recursive, IdSet& found,
+                        IdSet& visited) {
+        if (!visited.insert(block).second) return;
+        for (const auto& [key, node] : graph.blockMap()) {
+            if (node->id() == block || node->containers().find(block) == nullptr) continue;
+            found.insert(node->id());
+            if (recursive) collect(graph, node->id(), true, found, visited);
+        }
+    }
+};
+
+TEST_F(GraphQueries, CountsDirectlyAndOneLevelDeep) {
+    KzApDocument* const document = Headless::openDocument(u"document");
+    const KzDbObjectId space = Headless::modelSpace(document);
+    const KzDbObjectId paper = Headless::find(document, u"*Paper_Space");
+    const KzDbObjectId x = Headless::makeBlock(document, u"X");
+    const KzDbObjectId b = Headless::makeBlock(document, u"B");
+    const KzDbObjectId q = Headless::makeBlock(document, u"Q");
+    const KzDbObjectId y = Headless::makeBlock(document, u"Y");
+    place(x, space, 1);
+    place(x, b, 2);
+    place(b, space, 3);
+    place(b, paper, 1);
+    place(q, b, 1);
+    place(y, q, 1);
+    KzDxBlocks& graph = graphOf(document);
+    EXPECT_EQ(graph.countReferencesIn(x, space, false), 1U);
+    EXPECT_EQ(graph.countReferencesInLayouts(x, true, false), 1U);
+    EXPECT_EQ(graph.countReferencesInLayouts(x, true, true), 7U);
+    EXPECT_EQ(graph.countReferencesInLayouts(x, false, true), 9U);
+    EXPECT_EQ(graph.countReferencesIn(x, b, true), 2U);
+    EXPECT_EQ(graph.countReferencesInLayouts(y, true, true), 0U) << "two levels down is not counted";
+    EXPECT_EQ(graph.countReferencesIn(KzDbObjectId(123456), space, true), 0U);
+    EXPECT_EQ(graph.countReferencesIn(x, KzDbObjectId(123456), true), 0U);
+    KzDxIdSet counted;
+    EXPECT_EQ(graph.countReferences(x, space, true, counted), 7U);
+    EXPECT_EQ(graph.countReferences(x, space, true, counted), 0U) << "counted already";
+
+    ASSERT_TRUE(Headless::erase(b));
+    graph.update(true, false);
+    EXPECT_EQ(graph.countReferencesIn(x, space, true), 1U) << "what lies in an erased block does not count";
+}
+
+TEST_F(GraphQueries, NestingFollowsItsDefinition) {
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        RandomDrawing drawing(seed);
+        KzDxBlocks& graph = graphOf(drawing.document);
+        for (int round = 0; round < 2; ++round) {
+            for (const auto& [block, node] : graph.blockMap()) {
+                for (const bool recursive : {false, true}) {
+                    IdSet expected;
+                    IdSet expectedVisited{Headless::records(drawing.document)[4]};
+                    collect(graph, block, recursive, expected, expectedVisited);
+                    KzDxIdSet found;
+                    KzDxIdSet visited;
+                    visited.insert(Headless::records(drawing.document)[4]);
+                    graph.collectNestedBlocks(block, recursive, found, visited);
+                    ASSERT_EQ(IdSet(found.begin(), found.end()), expected) << "seed " << seed;
+                    ASSERT_EQ(IdSet(visited.begin(), visited.end()), expectedVisited) << "seed " << seed;
+                }
+            }
+            drawing.edit(30);
+            drawing.letGo();
+            graph.update(true, false);
+        }
+    }
+}
+
+// Whoever is called after random edits is whoever watches a changed block or one that lies inside a changed
+// block.
+TEST_F(GraphQueries, ChangesReachExactlyWhatLiesInside) {
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        RandomDrawing drawing(seed);
+        KzDxBlocks& graph = graphOf(drawing.document);
+        IdSet changed;
+        for (const auto& [block, node] : graph.blockMap()) {
+            if ((block.value() + seed) % 7 == 0) {
+                node->setHasChanges(true);
+                changed.insert(node->id());
+            }
+        }
+        IdSet expected = changed;
+        for (const KzDbObjectId block : changed) {
+            IdSet visited;
+            collect(graph, block, true, expected, visited);
+        }
+        graph.propagateChanges();
+        IdSet marked;
+        for (const auto& [block, node] : graph.blockMap()) {
+            if (node->hasChanges()) marked.insert(node->id());
+        }
+        ASSERT_EQ(marked, expected) << "seed " << seed;
+        graph.setHasChanges(false);
+    }
+}
+
+} // namespace

@@ -1,0 +1,130 @@
+// Guards the records of the documents: when they come and go, and that one whose document went unannounced
+// touches nothing that is gone and leaves nothing registered.
+
+#include "blocks/block_graph.h"
+#include "frame/application.h"
+#include "tests/support/module_test.h"
+
+namespace {
+
+class Application : public ModuleTest {
+protected:
+    static KzDxApplication& application() { return *KzDxApplication::instance(); }
+    static bool hasRecord(KzApDocument* document) {
+        return application().docData(document, false) != nullptr;
+    }
+};
+
+TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
+    KzApDocument* const first = Headless::openDocument(u"first");
+    KzApDocument* const empty = Headless::openDocument(u"empty", false);
+    EXPECT_TRUE(hasRecord(first));
+    EXPECT_FALSE(hasRecord(empty));
+    EXPECT_EQ(application().docData(empty, true), nullptr);
+    EXPECT_EQ(application().docData(nullptr, true), nullptr);
+    EXPECT_EQ(application().docData(first, true), application().docData(first, true));
+    Headless::closeDocument(first);
+    EXPECT_FALSE(hasRecord(first));
+    EXPECT_FALSE(application().removeDocData(first));
+}
+
+TEST_F(Application, DetachedItKeepsNothingUntilARecordIsAskedFor) {
+    KzApDocument* const document = Headless::openDocument(u"document");
+    KzApDocument* const other = Headless::openDocument(u"other");
+    EXPECT_EQ(application().setAttached(false), Orvo::ok);
+    EXPECT_EQ(Headless::managerReactorCount(), 0U);
+    EXPECT_FALSE(hasRecord(document));
+    EXPECT_NE(application().docData(document, true), nullptr);
+    EXPECT_TRUE(application().isAttached());
+    EXPECT_TRUE(hasRecord(other)) << "attaching again makes the records of all open documents";
+}
+
+TEST_F(Application, WithoutADocumentManagerItAnswersFromWhatItHas) {
+    KzApDocument* const document = Headless::openDocument(u"document");
+    Headless::refuse(Headless::Facility::manager, true);
+    EXPECT_EQ(application().setAttached(false), Orvo::missingCollaborator);
+    EXPECT_EQ(application().createAll(), Orvo::missingCollaborator);
+    EXPECT_EQ(application().purge(), Orvo::missingCollaborator);
+    EXPECT_TRUE(hasRecord(document));
+    KzApDocument* const later = Headless::openDocument(u"later");
+    EXPECT_NE(application().docData(later, true), nullptr);
+    Headless::refuse(Headless::Facility::manager, false);
+}
+
+// A document that the host no longer lists: its record goes at the next purge, with all that was registered
+// for it, also in a drawing that lives on because it is attached elsewhere.
+TEST_F(Application, APurgedRecordLeavesNothingRegistered) {
+    KzApDocument* const document = Headless::openDocument(u"unlisted");
+    const KzDbObjectId block = Headless::makeBlock(document, u"A");
+    ASSERT_TRUE(Headless::insert(Headless::modelSpace(document), block, {{u"TAG", u"1"}}));
+    ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
+    ASSERT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 0, 1), 1);
+    ASSERT_GT(Headless::reactorCountOf(document), 0U);
+    Headless::setListed(document, false);
+    Headless::openDocument(u"next");
+    EXPECT_FALSE(hasRecord(document));
+    EXPECT_EQ(Headless::reactorCountOf(document), 0U);
+    Headless::setListed(document, true);
+    Headless::makeCurrent(document);
+    Headless::idle();
+    EXPECT_THAT(clients.calls, testing::IsEmpty());
+}
+
+// A record made for a document that is not listed is purged by its own making, and good for its caller all
+// the same, until the next one is made.
+TEST_F(Application, ARecordPurgedByItsOwnMakingIsUsable) {
+    KzApDocument* const document = Headless::openDocument(u"unlisted");
+    const KzDbObjectId block = Headless::makeBlock(document, u"A");
+    application().removeDocData(document);
+    Headless::setListed(document, false);
+    EXPECT_EQ(watch(document, {block}, TestClients::client(0)), 1);
+    EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
+    EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 0, 1), 1);
+    EXPECT_FALSE(hasRecord(document));
+
+    // The same while the making attaches the application and so makes the records of all documents.
+    Headless::openDocument(u"one");
+    Headless::openDocument(u"two");
+    application().setAttached(false);
+    EXPECT_EQ(watch(document, {block}, TestClients::client(0)), 1);
+    EXPECT_GT(Headless::reactorCountOf(document), 0U);
+    Headless::openDocument(u"three");
+    EXPECT_EQ(Headless::reactorCountOf(document), 0U);
+}
+
+// From inside a callback of a purged record's own graph.
+TEST_F(Application, APurgeFromInsideACallbackOfThePurgedRecord) {
+    KzApDocument* const document = Headless::openDocument(u"document");
+    const KzDbObjectId block = Headless::makeBlock(document, u"A");
+    ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
+    ASSERT_EQ(watch(document, {block}, TestClients::client(1)), 1);
+    ASSERT_TRUE(Headless::insert(Headless::modelSpace(document), block));
+    clients.onCall[0] = [&] {
+        Headless::setListed(document, false);
+        Headless::openDocument(u"another");
+    };
+    EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
+    EXPECT_THAT(clients.calls, testing::ElementsAre(0));
+    EXPECT_EQ(Headless::reactorCountOf(document), 0U);
+}
+
+TEST_F(Application, TheEntryPointTakesAnyCallInAnyOrder) {
+    EXPECT_EQ(kzrxEntryPoint(7, nullptr), KzRx::done);
+    EXPECT_EQ(load(), KzRx::loadFailed) << "loaded already";
+    const KzDxApplication* const running = KzDxApplication::instance();
+    EXPECT_EQ(load(), KzRx::loadFailed);
+    EXPECT_EQ(KzDxApplication::instance(), running);
+    EXPECT_EQ(unload(), KzRx::done);
+    EXPECT_EQ(unload(), KzRx::done);
+    EXPECT_EQ(KzDxApplication::instance(), nullptr);
+    KzApDocument* const document = Headless::openDocument(u"unheard of");
+    KzDbObjectIdArray ids;
+    EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 0);
+    EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(0), 0, 1), 0);
+    EXPECT_EQ(kzdxGetKzDbTableIds(document, &ids), 0);
+    kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+    EXPECT_EQ(load(), KzRx::done);
+    EXPECT_TRUE(hasRecord(document));
+}
+
+} // namespace

@@ -1,0 +1,292 @@
+-- Guards what clients of the block reference monitor see: which edits call whom, when, in which order, and what a
+-- callback may do.
+
+package.path = arg[0]:match("^(.*)/") .. "/?.lua;" .. package.path
+local check = require("check")
+
+local module = assert(host.load())
+local log = check.log()
+
+local function attach(document, blocks, client)
+  check.equal(module.kzdxBlockReferenceMonitorAttach(document, blocks, client), 1, "attach")
+end
+local function callsOfIdle()
+  host.idle()
+  local calls = log:take()
+  check.equal(host.idle() and log:take(), {}, "a second idle check without an edit")
+  return calls
+end
+
+-- A frame holds two doors, a door holds a handle; a desk lies beside them. Each block has a client of its name.
+local drawing = host.open("house")
+local space = drawing:modelSpace()
+local frame, door, handle, desk = drawing:block("FRAME"), drawing:block("DOOR"), drawing:block("HANDLE"),
+                                  drawing:block("DESK")
+local doors = {frame:insert(door, {TAG = "left"}), frame:insert(door)}
+local handleInDoor = door:insert(handle)
+local frameInSpace = space:insert(frame, {NO = "1", OLD = "x"})
+local deskInSpace = space:insert(desk)
+for name, block in pairs({frame = frame, door = door, handle = handle, desk = desk}) do
+  attach(drawing, {block}, log:client(name))
+end
+
+local function callsAfter(edit)
+  edit()
+  local calls = callsOfIdle()
+  table.sort(calls)
+  return calls
+end
+
+-- What was edited before the first attach is not reported.
+check.equal(callsOfIdle(), {})
+
+-- A change goes down to what lies inside, never up to what holds it.
+check.equal(callsAfter(function() space:insert(frame) end), {"door", "frame", "handle"}, "insert")
+check.equal(callsAfter(function() doors[1]:set("TAG", "right") end), {"door", "handle"}, "attribute")
+check.equal(callsAfter(function() handleInDoor:touch() end), {"handle"}, "touched reference")
+check.equal(callsAfter(function() frameInSpace:add("NEW", "1") end), {"door", "frame", "handle"}, "new attribute")
+check.equal(callsAfter(function() doors[2]:move(space) end), {"door", "handle"}, "move")
+check.equal(callsAfter(function() doors[1]:copy(desk) end), {"door", "handle"}, "copy")
+check.equal(callsAfter(function() deskInSpace:erase() end), {"desk", "door", "handle"}, "erase")
+check.equal(callsAfter(function() deskInSpace:erase(false) end), {"desk", "door", "handle"}, "erasure taken back")
+
+-- An edit of a plain record has it read again and changes nothing by itself; nor does a new record.
+check.equal(callsAfter(function() door:rename("DOOR2") end), {}, "rename")
+check.equal(callsAfter(function() door:touch() end), {}, "touched record")
+check.equal(callsAfter(function() drawing:block("NEW") end), {}, "new record")
+-- An erased record keeps its node and its references.
+check.equal(callsAfter(function() desk:erase() end), {}, "erased record")
+check.equal(callsAfter(function() deskInSpace:touch() end), {"desk", "door", "handle"}, "reference of an erased record")
+check.equal(callsAfter(function() desk:erase(false) end), {}, "erased record back")
+
+-- An erased reference is watched and filed on; one that leaves memory is gone at the next reading.
+check.equal(callsAfter(function() handleInDoor:erase() end), {"handle"})
+check.equal(callsAfter(function() doors[1]:set("TAG", "x") end), {"door", "handle"}, "through an erased reference")
+check.equal(callsAfter(function() handleInDoor:goodbye() end), {}, "goodbye marks nothing")
+check.equal(callsAfter(function() door:touch() end), {"handle"}, "the next reading misses it")
+check.equal(callsAfter(function() doors[1]:set("TAG", "y") end), {"door"}, "nothing inside any more")
+handleInDoor = door:insert(handle)
+check.equal(callsOfIdle(), {"handle"})
+
+-- One call per notification however many blocks changed, and any number of edits at once; in order of address.
+do
+  local clients = log:clients(3)
+  attach(drawing, {frame, door, handle, desk}, clients[2])
+  attach(drawing, {desk, desk}, clients[3])
+  attach(drawing, {handle}, clients[1])
+  for _ = 1, 3 do
+    deskInSpace:touch()
+    handleInDoor:touch()
+  end
+  host.idle()
+  local calls, numbers = log:take(), {}
+  for _, name in ipairs(calls) do
+    if type(name) == "number" then numbers[#numbers + 1] = name end
+  end
+  check.equal(numbers, {1, 2, 3})
+  for _, client in ipairs(clients) do module.kzdxBlockReferenceMonitorDetach(drawing, client) end
+end
+
+-- On request instead of at idle; unnoticed changes wait for the next notification.
+deskInSpace:touch()
+check.equal(module.kzdxUpdateBlockGraph(drawing, false, true), 1)
+check.equal(#log:take(), 3, "desk and the door in it")
+deskInSpace:touch()
+check.equal(module.kzdxUpdateBlockGraph(drawing, true, false), 1)
+check.equal(log:take(), {})
+check.equal(callsOfIdle(), {}, "nothing to scan: what waits goes on waiting")
+module.kzdxUpdateBlockGraph(drawing, false, true)
+check.equal(log:take(), {})
+module.kzdxUpdateBlockGraph(drawing, true, true)
+check.equal(#log:take(), 3, "desk and the door in it")
+drawing:close()
+check.equal(callsOfIdle(), {})
+
+-- The last detach ends the watching; what is edited then is dropped at the next attach, or found by force.
+do
+  local other = host.open("second")
+  local block = other:block("A")
+  local inside = other:block("B")
+  local reference = other:modelSpace():insert(block, {TAG = "1"})
+  local attribute = reference:attribute("TAG")
+  local client, second = log:client("first"), log:client("second")
+  check.equal(block:reactors() + reference:reactors() + attribute:reactors(), 0)
+  attach(other, {block.id, 12345}, client)
+  attach(other, {block}, second)
+  check.equal({block:reactors(), reference:reactors(), attribute:reactors()}, {1, 1, 1})
+  module.kzdxBlockReferenceMonitorDetach(other, client)
+  check.equal(block:reactors(), 1, "one client is left")
+  module.kzdxBlockReferenceMonitorDetach(other, second)
+  check.equal({block:reactors(), reference:reactors(), attribute:reactors()}, {0, 0, 0})
+  other:modelSpace():insert(block)
+  block:insert(inside)
+  attach(other, {block}, client)
+  check.equal(callsOfIdle(), {}, "edited while nobody watched")
+  module.kzdxBlockReferenceMonitorDetach(other, client)
+
+  -- Ids that name no block: the graph watches with no client on it, until any detach.
+  attach(other, {reference, 99999}, client)
+  check.equal(block:reactors(), 1)
+  module.kzdxBlockReferenceMonitorDetach(other, second)
+  check.equal(block:reactors(), 0)
+
+  -- Refusals.
+  check.equal(module.kzdxBlockReferenceMonitorAttach(other, {}, client), 0, "no ids")
+  check.equal(module.kzdxBlockReferenceMonitorAttach(other, nil, client), 0, "null array")
+  check.equal(module.kzdxBlockReferenceMonitorAttach(nil, {block}, client), 0, "null document")
+  check.equal(module.kzdxBlockReferenceMonitorAttach(other, {block}, nil), 0, "null callback")
+  local without = host.open("without", {database = false})
+  check.equal(module.kzdxBlockReferenceMonitorAttach(without, {block}, client), 0, "no drawing")
+  check.equal(module.kzdxUpdateBlockGraph(without, true, true), 0, "no drawing")
+  module.kzdxBlockReferenceMonitorDetach(without, client)
+  without:close()
+  other:close()
+end
+
+-- Blocks inside themselves and inside each other: the search ends.
+do
+  local other = host.open("cycles")
+  local a, b = other:block("A"), other:block("B")
+  local inA = a:insert(b)
+  b:insert(a)
+  a:insert(a)
+  attach(other, {a}, log:client("a"))
+  attach(other, {b}, log:client("b"))
+  inA:touch()
+  local calls = callsOfIdle()
+  table.sort(calls)
+  check.equal(calls, {"a", "b"}, "B changed, and A lies in B")
+  other:close()
+end
+
+-- An enhanced block and its representations, in either order of the table.
+do
+  local other = host.open("enhanced")
+  local early = other:block("*Early")
+  local enhanced = other:block("D")
+  local holder = other:block("HOLDER")
+  enhanced:enhance()
+  enhanced:represent(early)
+  local late = enhanced:represent()
+  local references = {holder:insert(early), holder:insert(enhanced), holder:insert(late, {TAG = "1"})}
+  attach(other, {late}, log:client("through a representation"))
+  for at, reference in ipairs(references) do
+    reference:touch()
+    check.equal(callsOfIdle(), {"through a representation"}, "reference " .. at)
+  end
+  references[3]:set("TAG", "2")
+  check.equal(callsOfIdle(), {"through a representation"})
+  -- One that comes later is taken in when a reference of it leads back.
+  local later = enhanced:represent()
+  check.equal(callsOfIdle(), {}, "not placed yet")
+  local placed = holder:insert(later)
+  check.equal(callsOfIdle(), {"through a representation"})
+  check.equal(placed:reactors() >= 1, true)
+  local whole = other:modelSpace():insert(holder)
+  check.equal(callsOfIdle(), {"through a representation"}, "lies inside the holder")
+  later:erase()
+  check.equal(callsOfIdle(), {"through a representation"}, "its references no longer count")
+  whole:erase()
+  check.equal(callsOfIdle(), {"through a representation"})
+  other:close()
+end
+
+-- An attached drawing: what lies in its model space lies in the record that stands for it here.
+do
+  local site = host.open("site")
+  local tree = site:block("TREE")
+  local first = site:modelSpace():insert(tree)
+  local plan = host.open("plan")
+  local xref = plan:attach(site, "SITE")
+  local here = plan:find("SITE|TREE")
+  attach(plan, {here}, log:client("tree"))
+  attach(plan, {xref}, log:client("site"))
+  local placed = plan:modelSpace():insert(xref)
+  local calls = callsOfIdle()
+  table.sort(calls)
+  check.equal(calls, {"site", "tree"}, "the trees lie inside the site")
+  first:touch()
+  check.equal(callsOfIdle(), {"tree"}, "edited in the other drawing")
+  xref:touch()
+  calls = callsOfIdle()
+  table.sort(calls)
+  check.equal(calls, {"site", "tree"}, "an external reference's record changes with any edit")
+  site:modelSpace():insert(tree)
+  check.equal(callsOfIdle(), {}, "nothing here was told")
+  placed:touch()
+  calls = callsOfIdle()
+  table.sort(calls)
+  check.equal(calls, {"site", "tree"})
+  site:close()
+  placed:touch()
+  calls = callsOfIdle()
+  table.sort(calls)
+  check.equal(calls, {"site", "tree"}, "the trees are gone, the record is still placed")
+  plan:close()
+end
+
+-- Somebody holds an object open while the graph reads, is switched off, or goes.
+do
+  local other = host.open("held")
+  local block = other:block("A")
+  local references = {other:modelSpace():insert(block, {TAG = "1"}), other:modelSpace():insert(block)}
+  local client = log:client("held")
+  attach(other, {block}, client)
+  references[1]:open()
+  references[2]:touch()
+  check.equal(callsOfIdle(), {"held"})
+  references[1]:close()
+  check.equal(references[1]:reactors(), 1, "passed over, and still watched")
+  module.kzdxBlockReferenceMonitorDetach(other, client)
+  check.equal(references[1]:reactors(), 0, "found again when the watching ends")
+  check.equal(references[1]:attribute("TAG"):reactors(), 0)
+
+  attach(other, {block}, client)
+  references[1]:open()
+  block:open()
+  module.kzdxBlockReferenceMonitorDetach(other, client)
+  check.equal({references[1]:reactors(), references[2]:reactors(), block:reactors()}, {1, 0, 1})
+  other:close()
+  host.open("after"):close()
+end
+
+-- What a callback may do: three clients on one block, the second one acts.
+local function callsWhen(action)
+  local document = host.open("callback")
+  local block = document:block("A")
+  local reference = document:modelSpace():insert(block)
+  local made, done = nil, false
+  made = log:clients(3, {[2] = function()
+    if done then return end
+    done = true
+    action(document, block, reference, made)
+  end})
+  for _, client in ipairs(made) do attach(document, {block}, client) end
+  reference:touch()
+  host.idle()
+  local calls = log:take()
+  pcall(document.close, document)
+  return calls
+end
+local function detachAll(document, clients)
+  for _, client in ipairs(clients) do module.kzdxBlockReferenceMonitorDetach(document, client) end
+end
+
+check.equal(callsWhen(function(document, _, _, clients) detachAll(document, clients) end), {1, 2, 3},
+            "detaches all: those gathered are still called")
+check.equal(callsWhen(function(document, block, reference)
+  reference:touch()
+  block:insert(document:block("B"))
+end), {1, 2, 3}, "edits")
+check.equal(callsWhen(function(document, _, reference)
+  reference:touch()
+  module.kzdxUpdateBlockGraph(document, true, true)
+end), {1, 2, 1, 2, 3, 3}, "edits and updates")
+check.equal(callsWhen(function(document) document:close() end), {1, 2}, "closes its document")
+check.equal(callsWhen(function() host.open("another"):close() end), {1, 2, 3}, "opens and closes another one")
+check.equal(callsWhen(function(document, block, _, clients)
+  detachAll(document, clients)
+  attach(document, {block}, clients[1])
+end), {1, 2, 3}, "detaches all and attaches again")
+check.equal(callsWhen(function() host.unload(module) end), {1, 2}, "unloads the module")
+check.equal(host.services(), {})

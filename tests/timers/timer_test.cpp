@@ -1,0 +1,112 @@
+// Guards what no client can see from outside: one-shot timers, receivers that destroy their timer, and the
+// hook that comes with the first timer and goes with the last.
+
+#include "frame/application.h"
+#include "tests/support/module_test.h"
+#include "timers/timer.h"
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+class Receiver final : public KzDxTimerReactor {
+public:
+    void timerElapsed() override {
+        ++count;
+        if (action) action();
+    }
+    int count = 0;
+    std::function<void()> action;
+};
+
+class Timer : public ModuleTest {
+protected:
+    Timer() : document(Headless::openDocument(u"document")) {
+        record = KzDxApplication::instance()->docData(document, true);
+        timer = std::make_unique<KzDxTimer>(record, 0);
+        for (Receiver& receiver : receivers) timer->attach(&receiver);
+    }
+    /// How often each receiver was called, in order of address.
+    std::vector<int> counts() const { return {receivers[0].count, receivers[1].count, receivers[2].count}; }
+
+    KzApDocument* document;
+    KzDxDocument* record = nullptr;
+    std::array<Receiver, 3> receivers;
+    std::unique_ptr<KzDxTimer> timer;
+};
+
+TEST_F(Timer, AOneShotFiresOnceAndIsOut) {
+    timer->setRepeating(false);
+    timer->setEnabled(true);
+    Headless::idle();
+    Headless::idle();
+    EXPECT_THAT(counts(), testing::ElementsAre(1, 1, 1));
+    EXPECT_FALSE(timer->isEnabled());
+    EXPECT_TRUE(record->runningTimers().isEmpty());
+}
+
+TEST_F(Timer, OnlyADueOneFires) {
+    KzDxTimer slow(record, 1000);
+    Receiver late;
+    slow.attach(&late);
+    slow.setEnabled(true);
+    timer->setEnabled(true);
+    timer->setEnabled(true);
+    EXPECT_EQ(record->runningTimers().size(), 2U);
+    EXPECT_EQ(Headless::filterCount(), 1U);
+    Headless::idle();
+    EXPECT_THAT(counts(), testing::ElementsAre(1, 1, 1));
+    EXPECT_EQ(late.count, 0);
+    Headless::advance(1000);
+    Headless::idle();
+    EXPECT_EQ(late.count, 1);
+}
+
+TEST_F(Timer, AReceiverMayDestroyTheTimerThatCallsIt) {
+    KzDxTimer second(record, 0);
+    second.attach(&receivers[2]);
+    second.setEnabled(true);
+    timer->setEnabled(true);
+    receivers[1].action = [this] { timer.reset(); };
+    Headless::idle();
+    EXPECT_THAT(counts(), testing::AnyOf(testing::ElementsAre(1, 1, 1), testing::ElementsAre(1, 1, 2)));
+    Headless::idle();
+    EXPECT_EQ(receivers[1].count, 1);
+}
+
+TEST_F(Timer, AReceiverAttachedRightAheadWaitsForTheNextFiring) {
+    timer->detach(&receivers[1]);
+    receivers[0].action = [this] { timer->attach(&receivers[1]); };
+    timer->fire();
+    EXPECT_THAT(counts(), testing::ElementsAre(1, 0, 1));
+    timer->fire();
+    EXPECT_THAT(counts(), testing::ElementsAre(2, 1, 2));
+}
+
+TEST_F(Timer, AStoppedOneNotifiesNobody) {
+    Headless::advance(5000);
+    timer->checkElapsed();
+    EXPECT_THAT(counts(), testing::ElementsAre(0, 0, 0));
+}
+
+TEST_F(Timer, SwitchingNeedsAnOwner) {
+    KzDxTimer ownerless(nullptr, 0);
+    EXPECT_EQ(ownerless.setEnabled(true), Orvo::missingCollaborator);
+    EXPECT_FALSE(ownerless.isEnabled());
+    EXPECT_EQ(ownerless.setEnabled(false), Orvo::ok) << "it is off already";
+    EXPECT_EQ(timer->attach(nullptr), Orvo::missingCollaborator);
+}
+
+TEST_F(Timer, TheHookGoesWithTheLastTimer) {
+    timer->setEnabled(true);
+    timer->setEnabled(false);
+    EXPECT_EQ(Headless::filterCount(), 1U) << "switching off keeps the filter";
+    timer.reset();
+    EXPECT_EQ(Headless::filterCount(), 0U);
+    timer = std::make_unique<KzDxTimer>(record, 0);
+    timer->setEnabled(true);
+    EXPECT_EQ(Headless::filterCount(), 1U);
+}
+
+} // namespace
