@@ -24,7 +24,7 @@ ALLOWED = {
     "headless": HOST | {"headless"},
     "tools": HOST | {"templates", "tools"},
     "examples": HOST,
-    "fuzz": HOST | {"templates", "fuzz"},
+    "fuzzing": HOST | {"templates", "fuzzing"},
     "bench": MODULE | {"headless", "templates", "bench"},
     "tests": MODULE | {"headless", "templates", "tools", "tests"},
 }

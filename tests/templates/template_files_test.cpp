@@ -28,7 +28,7 @@ protected:
         : folder_(fs::temp_directory_path() / ("template_files_test." + std::to_string(::getpid()))) {
         fs::create_directory(folder_);
     }
-    ~TemplateFiles() override { fs::remove_all(folder_); }
+    void TearDown() override { fs::remove_all(folder_); }
 
     std::u16string path(const char16_t* name) const { return (folder_ / name).u16string(); }
 

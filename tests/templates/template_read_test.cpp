@@ -24,8 +24,8 @@ bool isRefused(const std::string& result) {
 class Trickle : public KzDxByteSource {
 public:
     Trickle(std::span<const std::byte> bytes, std::size_t step) : source_(bytes), step_(step) {}
-    std::uint64_t size() const override { return source_.size(); }
-    std::size_t read(std::span<std::byte> to) override {
+    [[nodiscard]] std::uint64_t size() const override { return source_.size(); }
+    [[nodiscard]] std::size_t read(std::span<std::byte> to) override {
         return source_.read(to.first(std::min(step_, to.size())));
     }
 
