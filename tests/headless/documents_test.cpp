@@ -1,0 +1,185 @@
+// Documents: what the document manager's reactors hear and may do, which document is current, and the message
+// loop between them.
+
+#include "tests/headless/recorder.h"
+
+#include <memory>
+
+using namespace Headless;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+/// Hears the document manager under a name and may do something then.
+class Listener final : public KzApDocManagerReactor {
+public:
+    Listener(Log& log, std::string name) : log_(log), name_(std::move(name)) {
+        kzDocManagerPtr()->addReactor(this);
+    }
+    ~Listener() override { kzDocManagerPtr()->removeReactor(this); }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    void onDocumentAdded(KzApDocument* document) override { hear("added", isOpen(document), document); }
+    void onDocumentRemoving(KzApDocument* document) override { hear("removing", isOpen(document), document); }
+    void documentDestroyed(const char16_t* name) override {
+        hear("destroyed " + std::string(name, name + std::char_traits<char16_t>::length(name)), true,
+             nullptr);
+    }
+    void documentLockModeChanged(KzApDocument* document, KzAp::DocLockMode, KzAp::DocLockMode,
+                                 KzAp::DocLockMode, const char16_t* command) override {
+        const std::u16string text = command != nullptr ? command : u"(null)";
+        const std::string state = kzedCommandActive() != 0 ? " active" : "";
+        hear("lock " + std::string(text.begin(), text.end()) + state, isOpen(document), document);
+    }
+
+    std::function<void(KzApDocument*)> act = [](KzApDocument*) {};
+
+private:
+    void hear(const std::string& what, bool isRight, KzApDocument* document) {
+        log_.push_back(name_ + " " + what + (isRight ? "" : ", not open"));
+        act(document);
+    }
+
+    Log& log_;
+    std::string name_;
+};
+
+class Documents : public HostTest {
+protected:
+    std::vector<KzApDocument*> iterated() {
+        std::vector<KzApDocument*> result;
+        const std::unique_ptr<KzApDocumentIterator> iterator(kzDocManagerPtr()->newDocumentIterator());
+        for (; !iterator->done(); iterator->step()) result.push_back(iterator->document());
+        return result;
+    }
+};
+
+TEST_F(Documents, AreOpenWhenTheyAreToldToComeAndToGo) {
+    const Listener listener(log, "1");
+    KzApDocument* const document = openDocument(u"a");
+    closeDocument(document);
+    EXPECT_THAT(heard(), ElementsAre("1 added", "1 removing", "1 destroyed a"));
+    EXPECT_FALSE(isOpen(document));
+    EXPECT_FALSE(closeDocument(document));
+}
+
+TEST_F(Documents, OneClosedByAListenerIsNotToldToTheOthers) {
+    Listener first(log, "1");
+    const Listener second(log, "2");
+    first.act = [](KzApDocument* document) { closeDocument(document); };
+    KzApDocument* const document = openDocument(u"a");
+    EXPECT_FALSE(isOpen(document));
+    EXPECT_EQ(currentDocument(), nullptr);
+    EXPECT_THAT(heard(),
+                ElementsAre("1 added", "1 removing", "2 removing", "1 destroyed a", "2 destroyed a"));
+}
+
+TEST_F(Documents, TheOneOpenedLastAmongTheOthersBecomesCurrent) {
+    KzApDocument* const a = openDocument(u"a");
+    KzApDocument* const b = openDocument(u"b");
+    KzApDocument* const c = openDocument(u"c");
+    makeCurrent(a);
+    closeDocument(b);
+    EXPECT_EQ(currentDocument(), a);
+    closeDocument(a);
+    EXPECT_EQ(currentDocument(), c);
+    closeDocument(c);
+    EXPECT_EQ(currentDocument(), nullptr);
+}
+
+TEST_F(Documents, AddressesComeBackNever) {
+    std::vector<KzApDocument*> seen;
+    for (int round = 0; round < 50; ++round) {
+        KzApDocument* const document = openDocument(u"a");
+        EXPECT_THAT(seen, testing::Not(testing::Contains(document)));
+        seen.push_back(document);
+        closeDocument(document);
+    }
+}
+
+TEST_F(Documents, TheIteratorPassesOverUnlistedOnesAndThoseClosedMeanwhile) {
+    KzApDocument* const a = openDocument(u"a");
+    KzApDocument* const b = openDocument(u"b");
+    KzApDocument* const c = openDocument(u"c", false);
+    setListed(b, false);
+    EXPECT_THAT(iterated(), ElementsAre(a, c));
+    setListed(b, true);
+    const std::unique_ptr<KzApDocumentIterator> iterator(kzDocManagerPtr()->newDocumentIterator());
+    closeDocument(b);
+    iterator->step();
+    EXPECT_EQ(iterator->document(), c);
+}
+
+TEST_F(Documents, ADrawingIsNotClosedFromInsideAnEditOfIt) {
+    KzApDocument* const document = openDocument(u"a");
+    Recorder onSpace(log, "space", modelSpace(document));
+    onSpace.before = [&] { return closeDocument(document) ? " closes" : " refuses"; };
+    touch(modelSpace(document));
+    EXPECT_THAT(heard(), ElementsAre("space opened refuses", "space modified refuses", "space closed"));
+    EXPECT_TRUE(closeDocument(document));
+}
+
+TEST_F(Documents, ACommandIsActiveBetweenItsTwoReports) {
+    openDocument(u"a");
+    const Listener listener(log, "1");
+    KzApDocument* const document = beginCommand(u"MOVE");
+    EXPECT_NE(kzedCommandActive(), 0);
+    endCommand(document, u"MOVE");
+    EXPECT_THAT(heard(), ElementsAre("1 lock MOVE", "1 lock #MOVE"));
+    endCommand(beginCommand(u"CLOSE"), u"CLOSE");
+    heard();
+    KzApDocument* const closing = beginCommand(u"CLOSE");
+    closeDocument(closing);
+    heard();
+    endCommand(closing, u"CLOSE");
+    EXPECT_THAT(heard(), IsEmpty()) << "a closed document is not reported";
+    EXPECT_EQ(kzedCommandActive(), 0);
+}
+
+// ---- the message loop
+
+std::vector<std::uint32_t> seen;
+
+int takeOdd(const KzPlatform::Message* message) {
+    seen.push_back(message->number);
+    if (message->number == 3) { // what is posted and pumped meanwhile is dispatched at once
+        post(5, 0, 0);
+        seen.push_back(static_cast<std::uint32_t>(100 + pump().dispatched));
+    }
+    return static_cast<int>(message->number % 2);
+}
+
+int seeRest(const KzPlatform::Message* message) {
+    seen.push_back(message->number + 1000);
+    return 0;
+}
+
+TEST_F(Documents, MessagesPassTheFiltersUntilOneTakesThem) {
+    seen.clear();
+    EXPECT_EQ(kzedRegisterFilterWinMsg(takeOdd), 1);
+    EXPECT_EQ(kzedRegisterFilterWinMsg(takeOdd), 1);
+    EXPECT_EQ(kzedRegisterFilterWinMsg(seeRest), 1);
+    for (const std::uint32_t number : {2U, 3U, 4U}) post(number, 0, 0);
+    const Pumped pumped = pump();
+    EXPECT_THAT(seen, ElementsAre(2, 1002, 3, 4, 1004, 5, 102));
+    EXPECT_EQ(pumped.dispatched, 2U) << "the inner pump had the other two";
+    EXPECT_EQ(pumped.taken, 1U);
+    refuse(Facility::filter, true);
+    EXPECT_EQ(kzedRemoveFilterWinMsg(takeOdd), 0);
+    refuse(Facility::filter, false);
+    EXPECT_EQ(kzedRemoveFilterWinMsg(takeOdd), 1);
+    EXPECT_EQ(kzedRemoveFilterWinMsg(takeOdd), 0);
+}
+
+TEST_F(Documents, ListenersHearWhileTheManagerIsRefused) {
+    const Listener listener(log, "1");
+    refuse(Facility::manager, true);
+    EXPECT_EQ(kzDocManagerPtr(), nullptr);
+    openDocument(u"a");
+    EXPECT_THAT(heard(), ElementsAre("1 added"));
+    refuse(Facility::manager, false);
+}
+
+} // namespace

@@ -1,0 +1,105 @@
+// Loading and unloading of extension modules: what is refused, and that nothing of a closed library is
+// called.
+
+#include "headless/modules.h"
+#include "tests/headless/recorder.h"
+
+#include <dlfcn.h>
+
+using namespace Headless;
+
+namespace {
+
+const std::string folder = PROBE_FOLDER;
+const std::string probe = folder + "/ProbeModule.hmx";
+
+bool isMapped(const std::string& path) {
+    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (library != nullptr) dlclose(library);
+    return library != nullptr;
+}
+
+class Modules : public DrawingTest {
+protected:
+    void expectNothingRegistered() {
+        EXPECT_EQ(filterCount(), 0U);
+        EXPECT_EQ(managerReactorCount(), 0U);
+        EXPECT_EQ(reactorCountOf(document), 0U);
+    }
+    void callEverything() {
+        touch(space);
+        reportLockMode(document, u"X");
+        post(1, 0, 0);
+        pump();
+    }
+};
+
+TEST_F(Modules, WhatOneLeavesRegisteredIsDroppedBeforeItsLibraryIsClosed) {
+    const ModuleId module = loadModule(probe, "").module;
+    ASSERT_NE(module, ModuleId::none);
+    EXPECT_EQ(filterCount() + managerReactorCount() + reactorCountOf(document), 3U);
+    const Recorder another(log, "space", space);
+    EXPECT_EQ(unloadModule(module), 5);
+    EXPECT_FALSE(isMapped(probe));
+    EXPECT_EQ(filterCount() + managerReactorCount(), 0U);
+    EXPECT_EQ(reactorCountOf(document), 1U) << "the other reactor stays";
+    callEverything();
+    EXPECT_EQ(heard().size(), 3U);
+    EXPECT_EQ(unloadModule(module), 0) << "it is not loaded any more";
+}
+
+TEST_F(Modules, OneThatRefusesToLoadIsClosedAtOnce) {
+    const LoadResult loaded = loadModule(folder + "/ProbeRefusing.hmx", "");
+    EXPECT_EQ(loaded.module, ModuleId::none);
+    EXPECT_EQ(loaded.answer, 7);
+    EXPECT_FALSE(isMapped(folder + "/ProbeRefusing.hmx"));
+    expectNothingRegistered();
+}
+
+TEST_F(Modules, WhatIsNoModuleOfThisInterfaceIsNotAsked) {
+    for (const std::string& path : {folder + "/ProbeOfOtherVersion.hmx", folder + "/libkzheadless.so",
+                                    folder + "/nothing.hmx", std::string("nothing.hmx")}) {
+        const LoadResult loaded = loadModule(path, "");
+        EXPECT_EQ(loaded.module, ModuleId::none);
+        EXPECT_NE(loaded.failure, "") << path;
+    }
+    expectNothingRegistered();
+}
+
+TEST_F(Modules, OneLoadedTwiceStaysUntilBothAreUnloaded) {
+    const ModuleId first = loadModule(probe, "").module;
+    const ModuleId second = loadModule(probe, "").module;
+    unloadModule(first);
+    EXPECT_TRUE(isMapped(probe));
+    EXPECT_EQ(filterCount(), 1U) << "the library is still in use";
+    unloadModule(second);
+    EXPECT_FALSE(isMapped(probe));
+    expectNothingRegistered();
+}
+
+TEST_F(Modules, TheLibraryStaysUntilTheLastCallIntoItHasReturned) {
+    loadModule(probe, "");
+    using SetCall = void (*)(void (*)());
+    const auto setCall = reinterpret_cast<SetCall>(moduleExport(lastModule(), "probeSetCall"));
+    setCall([] {
+        EXPECT_EQ(unloadModule(lastModule()), 5);
+        EXPECT_EQ(lastModule(), ModuleId::none);
+        EXPECT_TRUE(isMapped(probe));
+    });
+    post(1, 0, 0);
+    EXPECT_EQ(pump().taken, 1U); // the filter has returned into its own code
+    EXPECT_FALSE(isMapped(probe));
+    expectNothingRegistered();
+    callEverything();
+}
+
+TEST_F(Modules, NothingIsUnloadedWhileAnObjectIsHeldOpen) {
+    loadModule(probe, "");
+    holdOpen(space);
+    EXPECT_EQ(unloadModule(lastModule()), std::nullopt);
+    EXPECT_EQ(filterCount(), 1U);
+    letGo(space);
+    EXPECT_EQ(unloadModule(lastModule()), 5);
+}
+
+} // namespace

@@ -1,0 +1,158 @@
+// Ids and openings: any id can be asked anything, and who shares an object with whom.
+
+#include "headless/faults.h"
+#include "host/enhanced_block.h"
+#include "host/symbol_utilities.h"
+#include "tests/headless/recorder.h"
+
+#include <limits>
+#include <memory>
+
+using namespace Headless;
+using KzDb::OpenMode;
+
+namespace {
+
+Orvo::ErrorStatus statusOf(KzDbObjectId id, OpenMode mode, bool openErased = false) {
+    KzDbObject* object = nullptr;
+    const Orvo::ErrorStatus status = kzdbOpenKzDbObject(object, id, mode, openErased);
+    EXPECT_EQ(object != nullptr, status == Orvo::ok);
+    if (object != nullptr) object->close();
+    return status;
+}
+
+KzDbObject* opened(KzDbObjectId id, OpenMode mode) {
+    KzDbObject* object = nullptr;
+    EXPECT_EQ(kzdbOpenKzDbObject(object, id, mode, true), Orvo::ok);
+    return object;
+}
+
+class Openings : public DrawingTest {
+protected:
+    KzDbObjectId reference = insert(space, block, {{u"A", u"a"}});
+};
+
+TEST_F(Openings, AnyIdIsAnsweredWhateverItNames) {
+    KzApDocument* const other = openDocument(u"other");
+    const KzDbObjectId stale = modelSpace(other);
+    closeDocument(other);
+    const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+    for (const KzDbObjectId id : {KzDbObjectId(), stale, KzDbObjectId(most), KzDbObjectId(most / 2)}) {
+        EXPECT_FALSE(id.isValid() || id.isErased() || id.isEffectivelyErased());
+        EXPECT_EQ(id.database(), nullptr);
+        for (const OpenMode mode : {OpenMode::forRead, OpenMode::forWrite, OpenMode::forNotify}) {
+            EXPECT_EQ(statusOf(id, mode, true), Orvo::invalidObjectId);
+        }
+        EXPECT_FALSE(touch(id) || erase(id) || goodbye(id) || insert(space, id) || move(reference, id));
+    }
+}
+
+TEST_F(Openings, ReadersAndNotifiersShareAndAWriterSharesWithNobody) {
+    for (const OpenMode first : {OpenMode::forRead, OpenMode::forNotify}) {
+        KzDbObject* const object = opened(reference, first);
+        EXPECT_EQ(statusOf(reference, OpenMode::forRead), Orvo::ok);
+        EXPECT_EQ(statusOf(reference, OpenMode::forNotify), Orvo::ok);
+        EXPECT_EQ(statusOf(reference, OpenMode::forWrite), Orvo::heldOpenForRead);
+        EXPECT_EQ(touch(reference).refusal, Refusal::heldOpen);
+        object->close();
+    }
+    holdOpen(reference);
+    for (const OpenMode mode : {OpenMode::forRead, OpenMode::forWrite, OpenMode::forNotify}) {
+        EXPECT_EQ(statusOf(reference, mode), Orvo::heldOpenForWrite);
+    }
+    letGo(reference);
+    EXPECT_EQ(statusOf(reference, OpenMode::forWrite), Orvo::ok);
+}
+
+TEST_F(Openings, TheClassAskedForIsCheckedBeforeTheObjectIsOpened) {
+    KzDbObject* object = nullptr;
+    EXPECT_EQ(kzdbOpenKzDbObject(object, space, OpenMode::forRead, KzDbBlockReference::desc(), false),
+              Orvo::wrongClass);
+    EXPECT_EQ(openCount(space), 0U);
+    EXPECT_EQ(kzdbOpenKzDbObject(object, space, OpenMode::forRead, KzDbObject::desc(), false), Orvo::ok);
+    EXPECT_EQ(object->isA(), KzDbBlockTableRecord::desc());
+    object->close();
+}
+
+TEST_F(Openings, ErasedObjectsOpenOnlyWhenAllowedAndEffectivelyErasedOnesAlways) {
+    const KzDbObjectId attribute = attributeOf(reference, u"A");
+    erase(space);
+    EXPECT_TRUE(attribute.isEffectivelyErased() && !attribute.isErased());
+    EXPECT_EQ(statusOf(attribute, OpenMode::forRead), Orvo::ok);
+    EXPECT_EQ(statusOf(space, OpenMode::forRead), Orvo::wasErased);
+    EXPECT_EQ(statusOf(space, OpenMode::forNotify, true), Orvo::ok);
+    erase(space, false);
+    EXPECT_FALSE(attribute.isEffectivelyErased());
+}
+
+TEST_F(Openings, WhatLeavesMemoryWhileItIsOpenStaysForItsReaders) {
+    KzDbObject* const object = opened(reference, OpenMode::forRead);
+    closeDocument(document);
+    EXPECT_FALSE(reference.isValid());
+    EXPECT_EQ(object->objectId(), reference);
+    EXPECT_EQ(object->close(), Orvo::ok); // and is gone after: the leak check would tell
+}
+
+TEST_F(Openings, ReactorsCannotBeChangedThroughAnOpeningForRead) {
+    struct Idle final : KzDbObjectReactor {
+    } reactor;
+    KzDbObject* object = opened(reference, OpenMode::forRead);
+    object->addReactor(&reactor);
+    EXPECT_EQ(reactorCount(reference), 0U);
+    object->close();
+    object = opened(reference, OpenMode::forNotify);
+    object->addReactor(&reactor);
+    object->addReactor(&reactor);
+    EXPECT_EQ(reactorCount(reference), 1U);
+    object->removeReactor(&reactor);
+    EXPECT_EQ(reactorCount(reference), 0U);
+    object->close();
+}
+
+TEST_F(Openings, OnlyReferencesToARepresentationCarryTheProtocol) {
+    enhance(block);
+    const KzDbObjectId early = makeBlock(document, u"*E");
+    const KzDbObjectId toEarly = insert(space, early);
+    represent(block, early);
+    const auto* const protocol = static_cast<KzDbBlockRepresentation*>(
+        KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc()));
+    KzDbObject* const plain = opened(reference, OpenMode::forRead);
+    KzDbObject* const represented = opened(toEarly, OpenMode::forRead);
+    EXPECT_EQ(plain->queryX(KzDbBlockRepresentation::desc()), nullptr);
+    EXPECT_EQ(represented->queryX(KzDbBlockRepresentation::desc()), protocol);
+    EXPECT_EQ(protocol->originalBlockTableRecord(static_cast<KzDbBlockReference*>(represented)), block);
+    plain->close();
+    represented->close();
+    erase(early);
+    KzDbObjectIdArray ids;
+    EXPECT_EQ(protocol->getRepresentations(block, ids), Orvo::ok);
+    EXPECT_THAT(std::vector(ids.begin(), ids.end()), testing::ElementsAre(early)) << "erased ones too";
+    EXPECT_EQ(represent(makeBlock(document, u"C"), early).refusal, Refusal::notEnhanced);
+}
+
+TEST_F(Openings, ModelSpaceIsWhatCarriesItsName) {
+    const auto* const services = KzDbSymbolUtilities::servicesPtr106();
+    EXPECT_EQ(services->blockModelSpaceId(document->database()), space);
+    rename(space, u"other");
+    EXPECT_TRUE(services->blockModelSpaceId(document->database()).isNull());
+    rename(block, u"*Model_Space");
+    EXPECT_EQ(services->blockModelSpaceId(document->database()), block);
+}
+
+TEST_F(Openings, AFaultStrikesTheCallThatWasAskedForOnceOrFromThenOn) {
+    const auto tryThrice = [&] {
+        std::string result;
+        for (int call = 0; call < 4; ++call) {
+            result += statusOf(reference, OpenMode::forRead) == Orvo::ok ? '+' : '-';
+        }
+        return result;
+    };
+    failHostCall(2, FaultSpan::once);
+    EXPECT_EQ(tryThrice(), "+-++");
+    failHostCall(3, FaultSpan::onwards);
+    EXPECT_EQ(tryThrice(), "++--");
+    EXPECT_EQ(endFaults(), 2U);
+    EXPECT_EQ(tryThrice(), "++++");
+}
+
+} // namespace

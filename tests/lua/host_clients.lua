@@ -1,0 +1,67 @@
+-- Guards client callbacks: their errors, how many there can be, and how long they live.
+
+package.path = arg[0]:match("^(.*)/") .. "/?.lua;" .. package.path
+local check = require("check")
+
+local module = assert(host.load())
+local drawing = host.open("drawing")
+
+local function attach(client) check.equal(module.kzdxDocTimerAttach(drawing, client, 0, 1), 1) end
+local function detach(client) check.equal(module.kzdxDocTimerAttach(drawing, client, 0, 0), 1) end
+
+-- The first error is kept until the module has returned: the others are called, and pump raises it.
+do
+  local log = check.log()
+  local function fail(number) return function() error("client " .. number .. " fails") end end
+  local clients = log:clients(3, {[1] = fail(1), [3] = fail(3)})
+  for _, client in ipairs(clients) do attach(client) end
+  check.raises("client 1 fails", host.idle)
+  check.equal(log:take(), {1, 2, 3})
+  for _, client in ipairs(clients) do detach(client) end
+  check.equal({host.idle()}, {1, 1}, "what was raised is forgotten")
+end
+
+-- An error that a client's own call leads to is raised inside that client, and no earlier one of another client.
+do
+  local inner
+  local watched = drawing:block("Watched")
+  local failing = host.client(function() error({reason = "a table"}) end)
+  local outer = host.client(function()
+    watched:touch()
+    drawing:modelSpace():insert(watched)
+    local ok, message = pcall(module.kzdxUpdateBlockGraph, drawing, true, true)
+    inner = {ok, message.reason}
+  end)
+  check.equal(module.kzdxBlockReferenceMonitorAttach(drawing, {watched}, failing), 1)
+  attach(outer)
+  host.idle()
+  check.equal(inner, {false, "a table"})
+  detach(outer)
+  module.kzdxBlockReferenceMonitorDetach(drawing, failing)
+end
+
+-- Clients are many, distinct, and stay the same.
+do
+  local clients, addresses = {}, {}
+  for i = 1, 256 do
+    clients[i] = host.client(function() end)
+    assert(not addresses[clients[i].address], "an address was given twice")
+    addresses[clients[i].address] = true
+  end
+end
+
+-- One that a module knows stays although the script has forgotten it; others make room for new ones.
+do
+  local calls = 0
+  attach(host.client(function() calls = calls + 1 end))
+  for _ = 1, 3000 do host.client(function() error("never called") end) end
+  host.idle()
+  check.equal(calls, 1, "calls")
+  host.unload(module)
+  local alive = {}
+  check.raises("clients are in use", function()
+    while true do alive[#alive + 1] = host.client(print) end
+  end)
+  assert(#alive >= 1000, "clients of an unloaded module make room")
+end
+check.raises("not loaded any more", function() module.kzdxUpdateBlockGraph(drawing, true, true) end)

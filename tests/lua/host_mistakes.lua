@@ -1,0 +1,54 @@
+-- Guards against script mistakes: each raises an error that says what was expected and what came, at the line of
+-- the script; none ends the host.
+
+package.path = arg[0]:match("^(.*)/") .. "/?.lua;" .. package.path
+local check = require("check")
+
+local drawing = host.open("drawing")
+local closed = host.open("closed")
+local ghost = closed:modelSpace()
+closed:close()
+local space = drawing:modelSpace()
+local block = drawing:block("B")
+local reference = space:insert(block)
+
+check.raises("expected a name (string), got nil", function() host.open(nil) end)
+check.raises("expected a name (string), got nothing", function() host.open() end)
+check.raises("expected a name (string), got 5", function() host.open(5) end)
+check.raises("not valid UTF-8", function() host.open("\xFF") end)
+check.raises("null character", function() drawing:block("a\0b") end)
+check.raises("cannot be empty", function() drawing:block("") end)
+check.raises("expected the options", function() drawing:block("X", {layuot = true}) end)
+check.raises("got a closed document", function() closed:block("X") end)
+check.raises("got a closed document", function() host.current(closed) end)
+check.raises("got a closed document", function() return closed.name end)
+check.raises("drawing that is closed", function() ghost:touch() end)
+check.raises("drawing that is closed", function() ghost:erased() end)
+check.raises("expected a record, got reference", function() space:insert(reference) end)
+check.raises("expected a reference", function() reference.copy(space) end)
+check.raises("expected a text", function() space:insert(block, {TAG = 5}) end)
+check.raises("expected a tag", function() space:insert(block, {"x"}) end)
+check.raises("no attribute of that tag", function() reference:set("none", "x") end)
+check.raises("expected a tick count (integer), got 1.5", function() host.ticks(1.5) end)
+check.raises("expected a function", function() host.client("print") end)
+check.raises('"filter", "manager"', function() host.refuse("everything", true) end)
+check.raises("expected whether to refuse (boolean)", function() host.refuse("filter") end)
+check.raises("held open", function() reference:open(); reference:open() end)
+check.raises("held open", function() reference:move(block) end)
+check.raises("held open", function() host.unload() end)
+reference:close()
+check.raises("not held open", function() reference:close() end)
+check.equal({host.unload()}, {0}, "nothing is loaded")
+local module, message = host.load("/nothing/there.hmx")
+check.equal(module, nil)
+assert(type(message) == "string" and message:find("there.hmx", 1, true), message)
+check.raises("host_mistakes.lua:", function() space:insert(nil) end)
+
+-- A script that fails says where, and the host ends in order with all of this open.
+reference:open()
+local lines = {}
+for line in io.popen(("%q - 2>&1 <<'E'\nlocal d = host.open('x'):modelSpace():open()\nerror('boom')\nE\necho $?")
+    :format(arg[-1])):lines() do
+  lines[#lines + 1] = line
+end
+check.equal({lines[1], lines[2], lines[#lines]}, {"stdin:2: boom", "stack traceback:", "1"})
