@@ -36,18 +36,18 @@ public:
     [[nodiscard]] std::vector<KzDxBlock*> nodesInside(const std::vector<KzDxBlock*>& blocks);
 
 private:
+    static constexpr std::uint32_t none = UINT32_MAX;
+
     struct Node {
-        KzDxBlock* block;
+        KzDxBlock* block = nullptr;
         KzDbObjectId id;
-        std::uint32_t container; ///< its number as a container; `none` when nothing is placed in it
-        std::uint32_t foundIn;   ///< the last search that found it
+        std::uint32_t container = none; ///< its number as a container; `none` when nothing is placed in it
+        std::uint32_t foundIn = 0;      ///< the last search that found it
     };
     struct Container {
-        std::uint32_t firstContent; ///< where its contents begin; they end where the next one's begin
-        std::uint32_t visitedIn;    ///< the last search that looked into it
+        std::uint32_t firstContent = 0; ///< where its contents begin; they end where the next one's begin
+        std::uint32_t visitedIn = 0;    ///< the last search that looked into it
     };
-
-    static constexpr std::uint32_t none = UINT32_MAX;
 
     void listNodes(const BlockMap& blocks);
     void numberContainers();
