@@ -1,0 +1,217 @@
+-- What the module does, shown on the drawing of an office building.
+--
+--   kzhost examples/demo.lua TEMPLATE [DOT]
+--
+-- Each step prints the calls that it makes and what came of them, and ends the script with an error when
+-- something else came than what the text says. TEMPLATE is the file made of doors.json; DOT receives the
+-- hierarchy of the blocks for Graphviz, as it was changed in step 5.
+local folder = arg[0]:match("^.*/") or "./"
+local hierarchy = dofile(folder .. "hierarchy.lua")
+local template, dotFile = arg[1], arg[2]
+if not template then error("usage: kzhost examples/demo.lua TEMPLATE [DOT]", 0) end
+
+-- ---- telling and checking
+
+local stepNumber = 0
+
+local function step(title)
+  stepNumber = stepNumber + 1
+  print(("\n%d. %s"):format(stepNumber, title))
+end
+
+local function shown(code) print("   > " .. code) end
+
+local function told(isSo, text)
+  print("   " .. text)
+  if not isSo then error("this is not so: " .. text, 2) end
+end
+
+local called = {} -- names of the blocks whose clients were called, in order
+
+local function takeCalled()
+  local names = called
+  called = {}
+  return names
+end
+
+-- Tells who was called and why. `reasons` is a list of pairs: name, reason. Nobody else may have been called.
+local function calledAre(reasons)
+  local names, isCalled = takeCalled(), {}
+  for _, name in ipairs(names) do isCalled[name] = true end
+  for _, each in ipairs(reasons) do
+    told(isCalled[each[1]], ("called: %-13s %s"):format(each[1], each[2]))
+  end
+  told(#names == #reasons, #reasons == 0 and "Nobody was called." or "Nobody else was called, and each once.")
+end
+
+-- ---- the drawings
+
+-- A site with trees, to be attached to the building.
+local function drawSite()
+  local site = host.open("Site")
+  local tree = site:block("Tree")
+  for _, species in ipairs({ "ash", "lime", "plum" }) do site:modelSpace():insert(tree, { SPECIES = species }) end
+  return site
+end
+
+local function drawRooms(building)
+  local door, handle = building:block("Door"), building:block("Handle")
+  local window, desk = building:block("Window"), building:block("Desk")
+  local room, hall = building:block("Room"), building:block("Meeting room")
+  for _ = 1, 2 do door:insert(handle) end
+  desk:enhance()
+  local wideDesk = desk:represent()
+  room:insert(door, { NUMBER = "1.01", FIRE = "T30" })
+  for _ = 1, 2 do room:insert(window) end
+  room:insert(desk)
+  hall:insert(door, { NUMBER = "1.02", FIRE = "T90" })
+  for _ = 1, 3 do hall:insert(window) end
+  for _ = 1, 4 do hall:insert(wideDesk) end
+  return room, hall, wideDesk
+end
+
+-- Three floors of four rooms and a meeting room, a ground floor, a door schedule on paper, the site around it.
+local function drawBuilding(site)
+  local building = host.open("Office building")
+  local room, hall, wideDesk = drawRooms(building)
+  local floor, ground = building:block("Floor"), building:block("Ground floor")
+  for _ = 1, 4 do floor:insert(room) end
+  floor:insert(hall)
+  ground:insert(building:find("Door"), { NUMBER = "0.01", FIRE = "none" })
+  building:modelSpace():insert(ground)
+  for level = 1, 3 do building:modelSpace():insert(floor, { LEVEL = tostring(level) }) end
+  building:find("*Paper_Space"):insert(building:block("*T1"))
+  building:modelSpace():insert(building:attach(site, "Site"))
+  return building, wideDesk
+end
+
+local function writeHierarchy(building, wideDesk, changed)
+  if not dotFile then return end
+  local file = assert(io.open(dotFile, "w"))
+  file:write(hierarchy.dot(building, {
+    changed = changed,
+    representations = { [wideDesk] = building:find("Desk") },
+  }))
+  file:close()
+end
+
+-- ---- the steps
+
+print("Zelvane watches the blocks of drawings for other modules of a CAD host. Here the host is")
+print("kzhost, which keeps drawings in memory and is driven by this script.")
+
+step("The host loads the module")
+shown("zelvane = host.load()")
+local zelvane = assert(host.load())
+told(zelvane.apiVersion == 0x130000 and host.services()[1] == "Zelvane",
+  "It speaks version 0x130000 of the host's interface and is registered as \"Zelvane\".")
+
+step("A drawing: an office building")
+local site = drawSite()
+local building, wideDesk = drawBuilding(site)
+told(#building:find("Floor"):references() == 3, "Model space: a ground floor, 3 floors, and the attached drawing of the site.")
+told(#building:find("Room"):references() == 4, "Floor: 4 rooms and a meeting room. Room: a door, 2 windows, a desk. Door: 2 handles.")
+told(#wideDesk:references() == 4, "The desk is an enhanced block; " .. wideDesk.name .. " is its wide form, 4 times in the meeting room.")
+
+step("Clients attach to blocks")
+local watched = { "Floor", "Room", "Meeting room", "Door", "Handle", "Window", "Desk", "Site|Tree" }
+local clients = {}
+shown('zelvane.kzdxBlockReferenceMonitorAttach(building, { building:find("Door") }, client)')
+local accepted = 0
+for _, name in ipairs(watched) do
+  clients[name] = host.client(function() table.insert(called, name) end)
+  accepted = accepted + zelvane.kzdxBlockReferenceMonitorAttach(building, { building:find(name) }, clients[name])
+end
+told(accepted == 8, "and likewise for 7 more: " .. table.concat(watched, ", ", 1, 3) .. ", Handle, Window, Desk, Site|Tree.")
+
+step("A door gets another number")
+shown('building:find("Door"):references()[1]:set("NUMBER", "1.17")')
+building:find("Door"):references()[1]:set("NUMBER", "1.17")
+told(#called == 0, "During the edit nobody is called. The host comes to rest:")
+shown("host.idle()")
+host.idle()
+calledAre({
+  { "Door", "one of its references was changed" },
+  { "Handle", "lies inside Door" },
+})
+shown("host.idle()")
+host.idle()
+told(#called == 0, "Nothing was edited since, and nobody was called.")
+
+step("The building grows by a floor")
+shown('building:modelSpace():insert(building:find("Floor"), { LEVEL = "4" })   host.idle()')
+building:modelSpace():insert(building:find("Floor"), { LEVEL = "4" })
+host.idle()
+local changes = { [building:find("Floor")] = "itself" }
+for _, name in ipairs({ "Room", "Meeting room", "Door", "Window", "Desk", "Handle" }) do
+  changes[building:find(name)] = "inside"
+end
+changes[wideDesk] = "inside"
+writeHierarchy(building, wideDesk, changes)
+calledAre({
+  { "Floor", "it has one reference more" },
+  { "Room", "lies inside Floor" },
+  { "Meeting room", "lies inside Floor" },
+  { "Door", "lies inside Room and Meeting room" },
+  { "Window", "lies inside Room and Meeting room" },
+  { "Desk", "lies inside Room, and as " .. wideDesk.name .. " inside Meeting room" },
+  { "Handle", "lies inside Door" },
+})
+
+step("A wide desk is thrown out, and a tree of the site is replanted")
+shown('building:find("*U1"):references()[1]:erase()   host.idle()')
+wideDesk:references()[1]:erase()
+host.idle()
+calledAre({ { "Desk", wideDesk.name .. " stands for it" } })
+shown('site:find("Tree"):references()[2]:set("SPECIES", "oak")   host.idle()')
+site:find("Tree"):references()[2]:set("SPECIES", "oak")
+host.idle()
+calledAre({ { "Site|Tree", "the attached drawing is watched as well" } })
+
+step("A client that cannot wait for the host to come to rest")
+shown('building:find("Window"):references()[1]:erase()   zelvane.kzdxUpdateBlockGraph(building, false, true)')
+building:find("Window"):references()[1]:erase()
+zelvane.kzdxUpdateBlockGraph(building, false, true)
+calledAre({ { "Window", "before kzdxUpdateBlockGraph returned" } })
+
+step("A callback for idle times, at most once in a second")
+local ticks = 0
+local tick = host.client(function() ticks = ticks + 1 end)
+shown("zelvane.kzdxDocTimerAttach(building, tick, 1000, 1)")
+zelvane.kzdxDocTimerAttach(building, tick, 1000, 1)
+local function ticksAfter(ms)
+  ticks = 0
+  host.advance(ms)
+  host.idle()
+  return ticks
+end
+told(ticksAfter(400) == 0, "at rest after  400 ms: not called, it is too early")
+told(ticksAfter(700) == 1, "at rest after 1100 ms: called once")
+host.input(true)
+told(ticksAfter(5000) == 0, "input is waiting:      not called, the host is not at rest")
+host.input(false)
+told(ticksAfter(0) == 1, "at rest again:         called once, however long it was")
+zelvane.kzdxDocTimerAttach(building, tick, 1000, 0)
+told(ticksAfter(5000) == 0, "detached:              not called any more")
+
+step("Where are the tables?")
+shown("zelvane.kzdxGetBlockRecordIdsOfKzDbTables(building)   zelvane.kzdxGetKzDbTableIds(building)")
+local _, records = zelvane.kzdxGetBlockRecordIdsOfKzDbTables(building)
+local _, tables = zelvane.kzdxGetKzDbTableIds(building)
+local record, placed = building:object(records[1]), building:object(tables[1])
+told(#records == 1 and record.name == "*T1", ("One block belongs to a table: id %d, %s."):format(record.id, record.name))
+told(#tables == 1 and placed.block == record and placed.owner.name == "*Paper_Space",
+  ("One table: id %d, placed in %s."):format(placed.id, placed.owner.name))
+
+step("Which blocks and attributes did an old template select?")
+shown("zelvane.kzdxReadLegacyBlkTemplate(" .. ("%q"):format(template:match("[^/]*$")) .. ")")
+local blocks, attributes = zelvane.kzdxReadLegacyBlkTemplate(template)
+told(table.concat(blocks, ", ") == "Door, Window", "blocks:     " .. table.concat(blocks, ", "))
+told(table.concat(attributes, ", ") == "FIRE, NUMBER, GLASS", "attributes: " .. table.concat(attributes, ", "))
+
+step("The clients leave, and so does the module")
+shown("zelvane.kzdxBlockReferenceMonitorDetach(building, client)   host.unload()")
+for _, name in ipairs(watched) do zelvane.kzdxBlockReferenceMonitorDetach(building, clients[name]) end
+told(building:find("Door"):reactors() == 0, "With the last client the module stops watching the drawing.")
+told(host.unload() == 0 and #host.services() == 0 and host.filters() == 0 and host.reactors() == 0,
+  "It has left no service, no filter and no reactor in the host.")

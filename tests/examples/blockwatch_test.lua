@@ -1,0 +1,59 @@
+-- Guards what an outside client lives through: it says what changed, and comes to no harm whatever of the module,
+-- of its document or of itself goes first.
+--
+--   kzhost blockwatch_test.lua BLOCKWATCH.HMX
+local watcher = arg[1]
+
+-- What is printed while `work` runs in a host of its own.
+local function printed(work)
+  local pipe = assert(io.popen(("%s - %s 2>&1 <<'END'\n%s\nEND\n"):format(arg[-1], watcher, work)))
+  local output = pipe:read("a")
+  assert(pipe:close(), output)
+  return output
+end
+
+local drawing = [[
+  local house = host.open("house")
+  local door, room = house:block("Door"), house:block("Room")
+  local first = room:insert(door, { NUMBER = "1" })
+  house:modelSpace():insert(room)
+]]
+local watching = drawing .. "local zelvane = host.load()\nlocal watch = assert(host.load(arg[1]))\n"
+
+local function prints(work, ...)
+  local wanted = table.concat({ ... }, "\n") .. (... and "\n" or "")
+  local got = printed(work):gsub("BlockWatch: ", "")
+  if got ~= wanted then error(("%s\ngot:\n%swanted:\n%s"):format(work, got, wanted), 2) end
+end
+
+prints(drawing .. 'assert(host.load(arg[1]) == nil)', "not loaded, Zelvane has to be loaded first")
+prints('host.load() assert(host.load(arg[1]) == nil)', "not loaded, no drawing is open")
+prints('host.load() host.open("empty") assert(host.load(arg[1]) == nil)', "not loaded, the drawing has no blocks")
+
+prints(watching .. [[
+  first:set("NUMBER", "2") host.idle()
+  local second = room:insert(door, { NUMBER = "äöü 😀" }) first:erase() host.idle()
+  second:touch() host.idle()
+  host.idle()
+]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> in Room, NUMBER=2", "Door: new in Room, NUMBER=äöü 😀",
+  "Door: gone in Room, NUMBER=2", "edited, and all is as it was")
+
+prints(watching .. [[
+  local key = house:block("Key") first:touch() host.idle()
+  house:modelSpace():insert(key) host.idle()
+]], "watching 2 blocks", "edited, and all is as it was", "Key: new in *Model_Space")
+
+-- Who goes first.
+prints(watching .. 'host.unload(zelvane) first:touch() host.idle() assert(host.unload(watch) == 0)', "watching 2 blocks")
+prints(watching .. 'host.unload(watch) first:touch() host.idle() assert(host.unload(zelvane) == 0)', "watching 2 blocks")
+prints(watching .. 'house:close() host.idle() assert(host.unload(watch) == 0)', "watching 2 blocks")
+prints(watching .. [[
+  host.unload(zelvane) zelvane = host.load() first:touch() host.idle()
+  host.unload(watch) watch = assert(host.load(arg[1])) first:touch() host.idle()
+]], "watching 2 blocks", "watching 2 blocks", "edited, and all is as it was")
+-- Gone when its turn comes: clients of scripts lie at lower addresses and are called first.
+prints(watching .. [[
+  local early = host.client(function() host.unload(watch) end)
+  zelvane.kzdxBlockReferenceMonitorAttach(house, { door }, early)
+  first:touch() host.idle() first:touch() host.idle() assert(host.unload(watch) == 0)
+]], "watching 2 blocks")

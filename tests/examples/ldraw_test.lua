@@ -1,0 +1,170 @@
+-- Guards the opening of LDraw models, with the difficulties that models in the wild have, and the answer of
+-- ldraw.lua to "whom does this edit call?", against one that is worked out here from the text of the model.
+--
+--   kzhost ldraw_test.lua EXAMPLES
+local examples = arg[1]
+local kzhost = arg[-1]
+local ldraw = dofile(examples .. "/ldraw_model.lua")
+
+local place = "1 16 0 0 0 1 0 0 0 1 0 0 0 1 "
+
+-- A model: sections, each a name followed by what it places.
+local function text(...)
+  local lines = {}
+  for _, section in ipairs({ ... }) do
+    table.insert(lines, "0 FILE " .. section[1])
+    for at = 2, #section do table.insert(lines, place .. section[at]) end
+  end
+  return table.concat(lines, "\n") .. "\n"
+end
+
+local function withFile(content, use)
+  local stem = os.tmpname()
+  local path = stem .. ".mpd"
+  local file = assert(io.open(path, "wb"))
+  file:write(content)
+  file:close()
+  local results = table.pack(pcall(use, path))
+  os.remove(path)
+  os.remove(stem)
+  assert(results[1], results[2])
+  return table.unpack(results, 2, results.n)
+end
+
+local function equal(got, wanted, what)
+  if got ~= wanted then error(("%s:\n  got    %s\n  wanted %s"):format(what, got, wanted), 2) end
+end
+
+-- Who places whom how often, in the drawing of a model: "a>b*2 ...", sorted, names in lower case.
+local function placings(content)
+  return withFile(content, function(path)
+    local model = assert(ldraw.read(path))
+    local drawing = ldraw.draw(model, host.open(path))
+    local counts, list = {}, {}
+    for _, record in ipairs(drawing.blocks) do
+      for _, reference in ipairs(record:references()) do
+        local key = ldraw.key(reference.owner.name .. ">" .. record.name)
+        counts[key] = (counts[key] or 0) + 1
+      end
+    end
+    for key, count in pairs(counts) do table.insert(list, key .. "*" .. count) end
+    table.sort(list)
+    return table.concat(list, " ")
+  end)
+end
+
+local function refusal(content)
+  return withFile(content, function(path)
+    local model, problem = ldraw.read(path)
+    assert(not model, "a faulty model was opened")
+    return (problem:gsub(".*/[^:]*", "FILE", 1))
+  end)
+end
+
+local plain = text({ "main.ldr", "s/left.ldr", "s/left.ldr", "wheel.dat" }, { "s/left.ldr", "wheel.dat" })
+local drawn = "*model_space>main.ldr*1 main.ldr>s/left.ldr*2 main.ldr>wheel.dat*1 s/left.ldr>wheel.dat*1"
+equal(placings(plain), drawn, "a plain model")
+
+-- The same model as other programs write it.
+equal(placings((plain:gsub("\n", "\r\n"))), drawn, "Windows line ends")
+equal(placings((plain:gsub("\n", "\r"))), drawn, "carriage returns alone")
+equal(placings((plain:gsub("\n$", ""))), drawn, "no end of the last line")
+equal(placings("\xEF\xBB\xBF" .. plain), drawn, "a byte order mark")
+equal(placings((plain:gsub(" ", "\t  "))), drawn, "tabs and more blanks")
+equal(placings((plain:gsub("1 s/left", "1 S\\LEFT"))), drawn, "letter case and backslashes")
+equal(placings((plain:gsub("FILE main", "file Main"))), drawn, "the keyword in small letters")
+equal(placings((plain:gsub("0 FILE s", "0 NOFILE\n" .. place .. "lost.dat\n%0"))), drawn, "lines between the sections")
+equal(placings(text({ "a.ldr", "b.ldr" }, { "c.ldr", "d.dat" }, { "b.ldr", "c.ldr" })),
+  "*model_space>a.ldr*1 a.ldr>b.ldr*1 b.ldr>c.ldr*1 c.ldr>d.dat*1", "references before and after definitions")
+equal(placings("0 File cabinet\n" .. place .. "my part.dat\n"):gsub("lua_%w+", "X", 2),
+  "*model_space>X.mpd*1 X.mpd>my part.dat*1", "no sections, a title that begins with File, a blank in a name")
+equal(placings("0 caf\xE9\n" .. place .. "caf\xE9.dat\n"):match("[^>]*$"), "café.dat*1", "a one-byte encoding")
+
+equal(refusal(text({ "a.ldr", "x.dat", "A.LDR" })), 'FILE:3: "a.ldr" contains itself: a.ldr > a.ldr', "itself")
+equal(refusal((text({ "a.ldr", "x.dat", "a.ldr" }):gsub("\n", "\r\n"))),
+  'FILE:3: "a.ldr" contains itself: a.ldr > a.ldr', "lines are counted whatever they end in")
+equal(refusal(text({ "m.ldr", "c.ldr" }, { "a.ldr", "b.ldr" }, { "b.ldr", "x.dat", "c.ldr" }, { "c.ldr", "a.ldr" })),
+  'FILE:7: "c.ldr" contains itself: c.ldr > a.ldr > b.ldr > c.ldr', "a ring away from the main model")
+equal(refusal(text({ "a.ldr" }, { "b.ldr" }, { "A.ldr" })), 'FILE:3: "A.ldr" is there already, since line 1', "twice")
+equal(refusal("0 title\n1 16 0 0 0 1 0 0 0 1 0 0 0 part.dat\n"),
+  "FILE:2: a placing line has a colour, 12 numbers and a file name", "a number is missing")
+equal(refusal("1 16 0 0 zero 1 0 0 0 1 0 0 0 1 part.dat\n"),
+  "FILE:1: a placing line has a colour, 12 numbers and a file name", "a word in place of a number")
+equal(refusal("0 FILE a.ldr\n" .. place .. "\n"),
+  "FILE:2: a placing line has a colour, 12 numbers and a file name", "the name is missing")
+equal(refusal("# A title\n\nSome prose.\n"), "FILE: no line of it is in the LDraw format", "another kind of file")
+
+-- ---- whom an edit calls
+
+-- Everything that lies in a block, from the lines alone.
+local function insideOf(content, block)
+  local inner, section = {}, nil
+  for line in content:gmatch("[^\r\n]+") do
+    section = line:match("^0 FILE (.*)") or section
+    local placed = line:match("^1 .- ([^ ]+)$")
+    inner[section:lower()] = inner[section:lower()] or {}
+    if placed then table.insert(inner[section:lower()], (placed:lower():gsub("\\", "/"))) end
+  end
+  local found = {}
+  local function visit(name)
+    for _, each in ipairs(inner[name] or {}) do
+      if not found[each] then
+        found[each] = true
+        visit(each)
+      end
+    end
+  end
+  visit(block)
+  return found, inner
+end
+
+-- What ldraw.lua prints as called, sorted; all that it prints when it fails.
+local function called(path, edits)
+  local pipe = assert(io.popen(("%s %s/ldraw.lua %s %s 2>&1"):format(kzhost, examples, path, edits)))
+  local output = pipe:read("a")
+  if not pipe:close() then return output end
+  local names = {}
+  for name in output:gmatch("\n  (%S+) ") do table.insert(names, name:lower()) end
+  assert(#names == tonumber(output:match("clients called: (%d+)") or 0), output)
+  table.sort(names)
+  return table.concat(names, " ")
+end
+
+local function expected(content, block)
+  local found, names = insideOf(content, block), {}
+  found[block] = true
+  for name in pairs(found) do table.insert(names, name) end
+  table.sort(names)
+  return table.concat(names, " ")
+end
+
+local wagonPath = examples .. "/wagon.mpd"
+local wagonFile = assert(io.open(wagonPath))
+local wagon = wagonFile:read("a")
+wagonFile:close()
+for section, placed in pairs(select(2, insideOf(wagon, "wagon.mpd"))) do
+  equal(called(wagonPath, "insert " .. section .. " wagon.mpd"), expected(wagon, section), "insert " .. section)
+  for _, block in ipairs(placed) do
+    local names = block .. " " .. section
+    equal(called(wagonPath, "erase " .. names), expected(wagon, block), "erase " .. names)
+    equal(called(wagonPath, "touch " .. names:upper()), expected(wagon, block), "touch " .. names)
+  end
+end
+equal(called(wagonPath, "erase board.dat frame.ldr"):match("\nldraw.*$"),
+  "\nldraw.lua: board.dat has no reference in frame.ldr\n", "erasing what is elsewhere")
+equal(called(wagonPath, "touch bogie.ldr"), "", "an opened definition moves no reference")
+equal(called(wagonPath, "--watch board.dat --watch hook.dat erase bogie.ldr wagon.mpd"), "hook.dat", "only those named")
+
+-- 100,000 lines, and more blocks than the host has clients.
+local large = { "0 FILE main.ldr" }
+for at = 1, 1500 do table.insert(large, place .. "Sub" .. at .. ".ldr") end
+for at = 1, 1500 do
+  table.insert(large, "0 FILE sub" .. at .. ".ldr")
+  for part = 1, 65 do table.insert(large, place .. "part" .. (at * 31 + part * part) % 900 .. ".dat") end
+end
+assert(#large > 100000)
+large = table.concat(large, "\r\n") .. "\r\n"
+withFile(large, function(path)
+  equal(called(path, "erase SUB7.LDR main.ldr"), expected(large, "sub7.ldr"), "a part of a large model")
+  equal(called(path, "insert main.ldr '*Model_Space'"), expected(large, "main.ldr"), "all of a large model")
+end)
