@@ -10,6 +10,7 @@
 #include "zelvane/zelvane.h"
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 class KzDxBlocks;
@@ -104,7 +105,6 @@ private:
     void forgetGraph();
 
     // Reading (block_node_reading.cpp).
-    [[nodiscard]] bool isFiledAs(const KzDxReferenceReader& reader) const;
     void file(const KzDxReferenceReader& reader);
     void markContainerChanges(const KzDxContainers& before);
     [[nodiscard]] std::vector<KzDbObjectId> filedReferences() const;
@@ -120,7 +120,7 @@ private:
     void leave(KzDbObjectId id);
     void lingerOn(const KzDbObjectId* first, const KzDbObjectId* last);
     void leaveAttributesOf(KzDbObjectId reference);
-    void leaveLingering(const std::vector<KzDbObjectId>& stillReported);
+    void leaveLingering(std::span<const KzDbObjectId> stillReported);
     [[nodiscard]] std::vector<KzDbObjectId> leaveEverything();
 
     KzDxBlocks* owner_ = nullptr;

@@ -4,22 +4,31 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 #include <utility>
 
 namespace {
 
-using Placement = KzDxReferenceReader::Placement;
+/// Calls `visit(reference, number of its container)` for each reference that has a place, in ascending order.
+template <class Visit>
+void forEachPlaced(const KzDxReferenceReader& reader, Visit visit) {
+    const std::span<const KzDbObjectId> references = reader.references();
+    const std::vector<std::uint32_t>& placements = reader.placements();
+    for (std::size_t at = 0; at < references.size(); ++at) {
+        if (placements[at] != KzDxReferenceReader::nowhere) visit(references[at], placements[at]);
+    }
+}
 
 std::vector<KzDbObjectId> placedReferences(const KzDxReferenceReader& reader) {
-    std::vector<KzDbObjectId> references;
-    references.reserve(reader.placements().size());
-    for (const Placement& placement : reader.placements()) references.push_back(placement.reference);
-    return references;
+    std::vector<KzDbObjectId> placed;
+    placed.reserve(reader.references().size());
+    forEachPlaced(reader, [&placed](KzDbObjectId reference, std::uint32_t) { placed.push_back(reference); });
+    return placed;
 }
 
 /// The ids of `left` that are not in `right`; both ascending.
-std::vector<KzDbObjectId> difference(const std::vector<KzDbObjectId>& left,
-                                     const std::vector<KzDbObjectId>& right) {
+std::vector<KzDbObjectId> difference(std::span<const KzDbObjectId> left,
+                                     std::span<const KzDbObjectId> right) {
     std::vector<KzDbObjectId> only;
     std::ranges::set_difference(left, right, std::back_inserter(only));
     return only;
@@ -27,16 +36,16 @@ std::vector<KzDbObjectId> difference(const std::vector<KzDbObjectId>& left,
 
 /// Sorts the placements by container. Each array is made once, at its final length.
 KzDxContainers sortedByContainer(const KzDxReferenceReader& reader) {
-    std::vector<KzDxContainers::Entry> entries(reader.containers().size());
+    std::vector<KzDxContainers::Entry> entries(reader.containerCount());
     std::vector<std::size_t> lengths(entries.size());
-    for (const Placement& placement : reader.placements()) ++lengths[placement.container];
+    forEachPlaced(reader, [&lengths](KzDbObjectId, std::uint32_t container) { ++lengths[container]; });
     for (std::size_t at = 0; at < entries.size(); ++at) {
-        entries[at].container = reader.containers()[at];
+        entries[at].container = reader.container(at);
         entries[at].references.reserve(lengths[at]);
     }
-    for (const Placement& placement : reader.placements()) {
-        entries[placement.container].references.push_back(placement.reference);
-    }
+    forEachPlaced(reader, [&entries](KzDbObjectId reference, std::uint32_t container) {
+        entries[container].references.push_back(reference);
+    });
     std::ranges::sort(entries, {}, &KzDxContainers::Entry::container);
     return KzDxContainers(std::move(entries));
 }
@@ -67,36 +76,12 @@ Orvo::ErrorStatus KzDxBlock::readAgain() {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
     lastScan_ = owner_->scanNumber();
     KzDxReferenceReader& reader = owner_->reader();
-    const Orvo::ErrorStatus status = reader.read(recordIds_);
+    const Orvo::ErrorStatus status = reader.read(recordIds_, containers_);
     if (status != Orvo::ok) return status;
-    if (!isFiledAs(reader)) file(reader);
+    if (!reader.isAsFiled()) file(reader);
     leaveLingering(reader.references());
     setNeedsScan(false);
     return Orvo::ok;
-}
-
-/// Whether the placements are those that are filed: the usual case, found out without any bookkeeping. Walks
-/// the placements and, beside them, each container's array.
-bool KzDxBlock::isFiledAs(const KzDxReferenceReader& reader) const {
-    if (reader.containers().size() != containers_.size()) return false;
-    struct Cursor {
-        const KzDbObjectId* at;
-        const KzDbObjectId* end;
-    };
-    std::vector<Cursor> cursors;
-    cursors.reserve(containers_.size());
-    for (const KzDbObjectId container : reader.containers()) {
-        const KzDxContainers::Entry* const entry = containers_.find(container);
-        if (entry == nullptr) return false;
-        const KzDbObjectId* const first = entry->references.data();
-        cursors.push_back({first, first + entry->references.size()});
-    }
-    for (const Placement& placement : reader.placements()) {
-        Cursor& cursor = cursors[placement.container];
-        if (cursor.at == cursor.end || *cursor.at != placement.reference) return false;
-        ++cursor.at;
-    }
-    return std::ranges::all_of(cursors, [](const Cursor& cursor) { return cursor.at == cursor.end; });
 }
 
 void KzDxBlock::file(const KzDxReferenceReader& reader) {

@@ -97,7 +97,7 @@ void KzDxBlock::leave(KzDbObjectId id) {
 
 /// Tries again to leave what could not be left or read before, except references that the records still
 /// report: those are waited for while the node watches.
-void KzDxBlock::leaveLingering(const std::vector<KzDbObjectId>& stillReported) {
+void KzDxBlock::leaveLingering(std::span<const KzDbObjectId> stillReported) {
     if (lingering_.isEmpty()) return;
     const KzDxIdSet before = std::exchange(lingering_, {});
     for (const KzDbObjectId id : before) {

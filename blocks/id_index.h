@@ -7,6 +7,11 @@
 #include <cstdint>
 #include <vector>
 
+/// Spreads ids over the 64-bit numbers, the upper bits best: ids that are neighbours lie far apart.
+[[nodiscard]] constexpr std::uint64_t kzdxSpread(KzDbObjectId id) {
+    return id.value() * 0x9E3779B97F4A7C15; // 2^64 over the golden ratio
+}
+
 /// A hash table from ids to 32-bit numbers that is emptied at no cost, for use again and again within one
 /// scan.
 ///
@@ -54,10 +59,8 @@ private:
 
     /// Where `id` stands, or the free place where it would.
     [[nodiscard]] std::size_t slotOf(KzDbObjectId id) const {
-        constexpr std::uint64_t spread =
-            0x9E3779B97F4A7C15; // 2^64 over the golden ratio: neighbours lie apart
         const std::size_t mask = entries_.size() - 1;
-        std::size_t slot = (id.value() * spread) >> (64 - std::countr_zero(entries_.size()));
+        std::size_t slot = kzdxSpread(id) >> (64 - std::countr_zero(entries_.size()));
         while (entries_[slot].round == round_ && entries_[slot].id != id) slot = (slot + 1) & mask;
         return slot;
     }

@@ -9,41 +9,42 @@ namespace {
 
 constexpr std::uint64_t bitsPerWord = 64;
 
-bool isAscending(const std::vector<KzDbObjectId>& ids) {
+bool isAscending(std::span<const KzDbObjectId> ids) {
     return std::ranges::adjacent_find(ids, std::greater_equal<>()) == ids.end();
 }
 
 /// Marks each id in a bitmap over the span from the lowest to the highest one, and reads the marks back in
 /// order.
-void sortByBitmap(std::vector<KzDbObjectId>& ids, std::uint64_t lowest, std::uint64_t span) {
+std::size_t sortByBitmap(std::span<KzDbObjectId> ids, std::uint64_t lowest, std::uint64_t span) {
     std::vector<std::uint64_t> words(span / bitsPerWord + 1);
     for (const KzDbObjectId id : ids) {
         const std::uint64_t offset = id.value() - lowest;
         words[offset / bitsPerWord] |= std::uint64_t{1} << (offset % bitsPerWord);
     }
-    ids.clear();
+    std::size_t count = 0;
     for (std::size_t at = 0; at < words.size(); ++at) {
         for (std::uint64_t word = words[at]; word != 0; word &= word - 1) {
             const auto bit = static_cast<std::uint64_t>(std::countr_zero(word));
-            ids.emplace_back(lowest + at * bitsPerWord + bit);
+            ids[count++] = KzDbObjectId(lowest + at * bitsPerWord + bit);
         }
     }
+    return count;
 }
 
 } // namespace
 
-void kzdxSortUnique(std::vector<KzDbObjectId>& ids) {
-    if (isAscending(ids)) return;
+std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids) {
+    if (isAscending(ids)) return ids.size();
     const auto [lowest, highest] = std::ranges::minmax(ids);
     const std::uint64_t span = highest.value() - lowest.value();
     // As many words as ids at most: never more memory than the ids themselves take.
-    if (span / bitsPerWord < ids.size()) {
-        sortByBitmap(ids, lowest.value(), span);
-        return;
-    }
+    if (span / bitsPerWord < ids.size()) return sortByBitmap(ids, lowest.value(), span);
     std::ranges::sort(ids);
-    const auto repeated = std::ranges::unique(ids);
-    ids.erase(repeated.begin(), repeated.end());
+    return ids.size() - std::ranges::unique(ids).size();
+}
+
+void kzdxSortUnique(std::vector<KzDbObjectId>& ids) {
+    ids.resize(kzdxSortUnique(std::span(ids)));
 }
 
 void KzDxIdSet::insertAscending(std::span<const KzDbObjectId> ids) {

@@ -11,6 +11,9 @@
 /// close together, as those of one drawing do.
 void kzdxSortUnique(std::vector<KzDbObjectId>& ids);
 
+/// The same in place: gives how many ids remain, at the front. What is behind them means nothing.
+[[nodiscard]] std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids);
+
 /// An ordered set of ids, kept as a sorted array.
 class KzDxIdSet {
 public:

@@ -5,8 +5,12 @@
 #include "blocks/model_space.h"
 #include "frame/opened.h"
 
+#include <algorithm>
+#include <bit>
+
 void KzDxReferenceReader::release() {
     forgetDrawings();
+    filed_ = nullptr;
     reported_ = KzDbObjectIdArray();
     references_ = {};
     placements_ = {};
@@ -15,51 +19,72 @@ void KzDxReferenceReader::release() {
     numberOfContainer_.release();
 }
 
-Orvo::ErrorStatus KzDxReferenceReader::read(const KzDbObjectIdArray& records) {
+Orvo::ErrorStatus KzDxReferenceReader::read(const KzDbObjectIdArray& records, const KzDxContainers& filed) {
     const Orvo::ErrorStatus status = collectReferences(records);
-    if (status == Orvo::ok) placeReferences();
-    return status;
+    if (status != Orvo::ok) return status;
+    filed_ = &filed;
+    placeReferences();
+    isAsFiled_ = isAsFiled_ && isNothingMissing();
+    return Orvo::ok;
 }
 
 Orvo::ErrorStatus KzDxReferenceReader::collectReferences(const KzDbObjectIdArray& records) {
-    references_.clear();
+    reported_.clear();
     for (const KzDbObjectId record : records) {
         if (record.isErased()) continue;
         const Orvo::ErrorStatus status = collectReferencesOf(record);
         if (status != Orvo::ok) return status;
     }
-    kzdxSortUnique(references_);
+    const std::span<KzDbObjectId> all(reported_.begin(), reported_.end());
+    references_ = all.first(kzdxSortUnique(all));
     return Orvo::ok;
 }
 
 Orvo::ErrorStatus KzDxReferenceReader::collectReferencesOf(KzDbObjectId record) {
     const KzDxOpened<KzDbBlockTableRecord> opened(record);
     if (!opened) return opened.status();
-    reported_.clear();
-    Orvo::ErrorStatus status = opened->getBlockReferenceIds(reported_, true, true);
-    if (status == Orvo::ok) status = opened->getErasedBlockReferenceIds(reported_);
-    if (status == Orvo::ok) references_.insert(references_.end(), reported_.begin(), reported_.end());
-    return status;
+    const Orvo::ErrorStatus status = opened->getBlockReferenceIds(reported_, true, true);
+    return status == Orvo::ok ? opened->getErasedBlockReferenceIds(reported_) : status;
 }
 
 void KzDxReferenceReader::placeReferences() {
-    placements_.clear();
+    isAsFiled_ = true;
     containers_.clear();
+    recentOwners_.fill({});
     numberOfOwner_.clear();
     numberOfContainer_.clear();
-    placements_.reserve(references_.size());
-    KzDbObjectId lastOwner;
-    std::uint32_t container = nowhere;
-    for (const KzDbObjectId id : references_) {
-        const KzDxOpened<KzDbBlockReference> reference(id, KzDb::OpenMode::forRead, true);
-        if (!reference) continue;
-        const KzDbObjectId owner = reference->ownerId();
-        if (owner != lastOwner) {
-            container = containerNumber(owner);
-            lastOwner = owner;
-        }
-        if (container != nowhere) placements_.push_back({id, container});
+    placements_.resize(references_.size());
+    std::ranges::transform(references_, placements_.begin(),
+                           [this](KzDbObjectId reference) { return placeOf(reference); });
+}
+
+/// The number of the container of a reference.
+std::uint32_t KzDxReferenceReader::placeOf(KzDbObjectId reference) {
+    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forRead, true);
+    if (!opened) return nowhere;
+    const KzDbObjectId owner = opened->ownerId();
+    OwnerNumber& recent = recentSlot(owner);
+    if (recent.owner != owner) recent = {owner, containerNumber(owner)};
+    if (recent.container != nowhere) compare(reference, containers_[recent.container]);
+    return recent.container;
+}
+
+void KzDxReferenceReader::compare(KzDbObjectId reference, Container& container) {
+    if (container.filed.empty() || container.filed.front() != reference) {
+        isAsFiled_ = false;
+    } else {
+        container.filed = container.filed.subspan(1);
     }
+}
+
+/// Whether everything that was filed has been met.
+bool KzDxReferenceReader::isNothingMissing() const {
+    return containers_.size() == filed_->size() &&
+           std::ranges::all_of(containers_, [](const Container& each) { return each.filed.empty(); });
+}
+
+KzDxReferenceReader::OwnerNumber& KzDxReferenceReader::recentSlot(KzDbObjectId owner) {
+    return recentOwners_[kzdxSpread(owner) >> (64 - std::bit_width(recentOwners_.size() - 1))];
 }
 
 std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
@@ -70,7 +95,11 @@ std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
     if (!container.isValid()) return numberOfOwner_.findOrInsert(owner, nowhere);
     const auto next = static_cast<std::uint32_t>(containers_.size());
     const std::uint32_t number = numberOfContainer_.findOrInsert(container, next);
-    if (number == next) containers_.push_back(container);
+    if (number == next) {
+        const KzDxContainers::Entry* const entry = filed_->find(container);
+        containers_.push_back(
+            {container, entry == nullptr ? std::span<const KzDbObjectId>() : entry->references});
+    }
     return numberOfOwner_.findOrInsert(owner, number);
 }
 

@@ -11,8 +11,9 @@ class KzDxOpened {
 public:
     explicit KzDxOpened(KzDbObjectId id, KzDb::OpenMode mode = KzDb::OpenMode::forRead,
                         bool openErased = false) {
+        static const KzRxClass* const expected = T::desc(); // asked once: an update opens every reference
         KzDbObject* object = nullptr;
-        status_ = kzdbOpenKzDbObject(object, id, mode, T::desc(), openErased);
+        status_ = kzdbOpenKzDbObject(object, id, mode, expected, openErased);
         if (status_ == Orvo::ok) object_ = static_cast<T*>(object);
     }
     /// Takes over an object that the host has opened already; null stands for a failed opening.
