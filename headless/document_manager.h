@@ -16,9 +16,9 @@ namespace Headless {
 class DocumentManager final : public KzApDocManager {
 public:
     KzApDocument* open(std::u16string_view name, bool withDrawing);
-    bool close(const KzApDocument* document);
-    bool makeCurrent(const KzApDocument* document);
-    void reportLockMode(const KzApDocument* document, const char16_t* command);
+    bool close(const KzApDocument* address);
+    bool makeCurrent(const KzApDocument* address);
+    void reportLockMode(const KzApDocument* address, const char16_t* command);
 
     [[nodiscard]] const std::vector<Document*>& documents() const { return open_; }
     /// The document at that address; null when none is open there.

@@ -23,7 +23,7 @@ std::string describeValue(lua_State* state, int index) {
     case LUA_TBOOLEAN:
     case LUA_TNUMBER:
     case LUA_TUSERDATA: {
-        const std::string text = luaL_tolstring(state, index, nullptr);
+        std::string text = luaL_tolstring(state, index, nullptr);
         lua_pop(state, 1);
         return text;
     }

@@ -6,8 +6,6 @@
 
 namespace KzHost {
 
-using Headless::Kind;
-
 namespace {
 
 int give(const Call& call, KzDbObjectId id, KzApDocument* document) {

@@ -161,7 +161,7 @@ int reactors(Call& call) {
 
 Headless::Facility facility(const Call& call, int index) {
     using Headless::Facility;
-    constexpr const char* what = "\"filter\", \"manager\", \"iterator\" or \"window\"";
+    constexpr const char* what = R"("filter", "manager", "iterator" or "window")";
     const std::string name = call.bytes(index, what);
     if (name == "filter") return Facility::filter;
     if (name == "manager") return Facility::manager;

@@ -48,6 +48,7 @@ std::vector<Headless::AttributeText> readAttributes(const Call& call, int index)
         byTag[call.bytes(value - 1, aTag)] = {call.text(value - 1, aTag), call.text(value, aText)};
     }
     std::vector<Headless::AttributeText> attributes;
+    attributes.reserve(byTag.size());
     for (auto& entry : byTag) attributes.push_back(std::move(entry.second));
     return attributes;
 }

@@ -34,7 +34,7 @@ std::string quoted(lua_State* state, int index) {
 /// One entry of a table, whose key and value are on top of the stack.
 std::string readableEntry(lua_State* state, lua_Integer position, int depth) {
     const int value = lua_gettop(state);
-    const std::string text = readableAt(state, value, depth + 1);
+    std::string text = readableAt(state, value, depth + 1);
     if (lua_isinteger(state, value - 1) && lua_tointeger(state, value - 1) == position) return text;
     const bool isName = lua_type(state, value - 1) == LUA_TSTRING;
     const std::string key = readableAt(state, value - 1, depth + 1);
@@ -61,7 +61,7 @@ std::string readableTable(lua_State* state, int index, int depth) {
 std::string readableAt(lua_State* state, int index, int depth) {
     if (lua_type(state, index) == LUA_TSTRING) return quoted(state, index);
     if (lua_istable(state, index)) return readableTable(state, index, depth);
-    const std::string text = luaL_tolstring(state, index, nullptr);
+    std::string text = luaL_tolstring(state, index, nullptr);
     lua_pop(state, 1);
     return text;
 }
@@ -70,8 +70,7 @@ std::string readableAt(lua_State* state, int index, int depth) {
 
 /// Pushes the table of the methods of a value's kind; false, with nothing pushed, when it has none.
 bool pushMethods(lua_State* state, int index) {
-    if (luaL_getmetafield(state, index, "methods") == LUA_TNIL) return false;
-    return true;
+    return luaL_getmetafield(state, index, "methods") != LUA_TNIL;
 }
 
 /// Replaces the table on top of the stack by its entry of that name.

@@ -199,7 +199,7 @@ const char* nameOf(Kind kind) {
 }
 
 std::string describeObject(KzDbObjectId id) {
-    const std::string number = std::to_string(id.value());
+    std::string number = std::to_string(id.value());
     switch (Headless::kindOf(id)) {
     case Kind::none:
         return "an object that is gone, " + number;

@@ -61,10 +61,13 @@ private:
 };
 
 class HostTest : public testing::Test {
-protected:
+public:
     HostTest() { Headless::reset(); }
+    HostTest(const HostTest&) = delete;
+    HostTest& operator=(const HostTest&) = delete;
     ~HostTest() override { Headless::reset(); }
 
+protected:
     /// What was heard since the last time this was asked.
     Log heard() { return std::exchange(log, {}); }
 
