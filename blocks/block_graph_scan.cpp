@@ -14,7 +14,7 @@
 /// itself changes only which nodes there are and under which keys; reading changes neither.
 class KzDxBlocks::Scan {
 public:
-    explicit Scan(KzDxBlocks& graph) : graph_(graph) {}
+    explicit Scan(KzDxBlocks& graph) : graph_(graph), expected_(graph.blockMap_.begin()) {}
 
     void walk(const KzDbDatabase& drawing) {
         kzdxForEachRecordId(drawing, [this](KzDbObjectId id) {
@@ -32,6 +32,8 @@ public:
     }
 
 private:
+    using BlockMap = std::map<KzDbObjectId, KzDxBlock*>;
+
     void visit(KzDbObjectId id, KzDbBlockTableRecord& record) {
         if (record.isLayout()) graph_.layoutIds_.append(id);
         KzDbObjectId key = id;
@@ -39,7 +41,7 @@ private:
             const KzDbObjectId original = graph_.originalBlockOf(record);
             if (!original.isNull()) key = original;
         }
-        KzDxBlock* node = graph_.node(key);
+        KzDxBlock* node = nodeOf(key);
         if (node == nullptr) {
             graph_.addBlock(node, &record); // a record whose node cannot be made is passed over
         } else if (node->listRecord(id) || !node->wasReadIn(graph_.scanNumber_)) {
@@ -47,7 +49,15 @@ private:
         }
     }
 
+    /// The node under a key. Most tables are in the order of ids, where it is the one after the last found.
+    KzDxBlock* nodeOf(KzDbObjectId key) {
+        const BlockMap& blocks = graph_.blockMap_;
+        if (expected_ == blocks.end() || expected_->first != key) expected_ = blocks.find(key);
+        return expected_ == blocks.end() ? nullptr : (expected_++)->second;
+    }
+
     KzDxBlocks& graph_;
+    BlockMap::const_iterator expected_; ///< keys are added during a scan, never removed
     /// The nodes to read, some of them repeatedly; not those that the walk has made, which have just been
     /// read.
     std::vector<KzDxBlock*> nodes_;
