@@ -13,6 +13,7 @@ install(EXPORT ZelvaneTargets NAMESPACE Zelvane:: DESTINATION ${ZELVANE_PACKAGE}
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZelvaneConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/ZelvaneConfigVersion.cmake DESTINATION ${ZELVANE_PACKAGE})
 
-file(RELATIVE_PATH ZELVANE_PREFIX_FROM_PC /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+file(RELATIVE_PATH from_pc_to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" from_pc_to_prefix ${from_pc_to_prefix})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zelvane.pc.in zelvane.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
