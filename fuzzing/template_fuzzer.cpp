@@ -92,7 +92,7 @@ void readsBackAsWritten(const CEattMain& eattMain) {
 void namesAreThoseSelected(const CEattMain& eattMain) {
     std::vector<std::u16string> blocks;
     std::vector<std::u16string> attributes;
-    appendSelectedNames(eattMain, blocks, attributes);
+    giveSelectedNames(eattMain, blocks, attributes);
 
     std::set<std::u16string> wantedBlocks;
     std::set<std::u16string> wantedAttributes;

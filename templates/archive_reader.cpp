@@ -111,6 +111,8 @@ bool KzDxArchiveReader::hold(std::size_t size) {
 }
 
 bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
+    if (shortUtf16Length(length)) return isUtf16 = true;
+
     std::uint8_t short8 = 0;
     std::uint16_t next = 0;
     isUtf16 = false;
@@ -126,6 +128,18 @@ bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
     if (!number(short8)) return false;
     length = short8;
     return short8 < escape8 || (number(next) && longLength(next, length));
+}
+
+// Nearly every string begins with the marker and a short length: takes them in one step. False, and nothing
+// taken, when it is something else.
+bool KzDxArchiveReader::shortUtf16Length(std::uint64_t& length) {
+    constexpr std::array marker = {std::byte{0xFF}, std::byte{0xFE}, std::byte{0xFF}};
+    const auto* const start = buffer_.data() + at_;
+    if (buffered() <= marker.size() || std::memcmp(start, marker.data(), marker.size()) != 0) return false;
+    length = std::to_integer<std::uint64_t>(start[marker.size()]);
+    if (length == escape8) return false;
+    at_ += marker.size() + 1;
+    return true;
 }
 
 bool KzDxArchiveReader::longLength(std::uint16_t start, std::uint64_t& length) {

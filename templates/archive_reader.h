@@ -70,6 +70,7 @@ private:
     [[nodiscard]] std::uint64_t remaining() const;
     [[nodiscard]] bool hold(std::size_t size);
     [[nodiscard]] bool stringLength(bool& isUtf16, std::uint64_t& length);
+    [[nodiscard]] bool shortUtf16Length(std::uint64_t& length);
     [[nodiscard]] bool longLength(std::uint16_t start, std::uint64_t& length);
     [[nodiscard]] bool pass(std::uint64_t size, auto&& sink);
 

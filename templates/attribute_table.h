@@ -12,10 +12,10 @@
 
 /// What a template records about one attribute of a block.
 struct KzDxAttributeEntry {
-    std::int32_t flag = 0; ///< non-zero: the attribute is selected
-
     /// Two further strings, not stored; null stands for two empty ones, as in every entry that was read.
     std::unique_ptr<std::array<std::u16string, 2>> texts;
+
+    std::int32_t flag = 0; ///< non-zero: the attribute is selected
 };
 
 /// The attributes of one block: names that compare exactly (case-sensitive, NULs included), each once, with
@@ -38,6 +38,7 @@ public:
 
     /// REQUIRES: position < size()
     [[nodiscard]] std::u16string_view name(std::size_t position) const;
+    [[nodiscard]] KzDxHashedName hashedName(std::size_t position) const;
     [[nodiscard]] const KzDxAttributeEntry& entry(std::size_t position) const {
         return rows_[position].entry;
     }
@@ -51,8 +52,9 @@ public:
 
 private:
     struct Row {
+        [[no_unique_address]] KzDxAttributeEntry entry; // so that the hash fills its padding
+        std::uint32_t hash;
         std::size_t nameEnd; // in names_; the name begins where the previous one ends
-        KzDxAttributeEntry entry;
     };
 
     [[nodiscard]] auto nameAt() const {

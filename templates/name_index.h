@@ -7,6 +7,16 @@
 #include <string_view>
 #include <vector>
 
+/// A name with what it hashes to, so that one computation serves several tables. The name is borrowed.
+struct KzDxHashedName {
+    std::u16string_view name;
+    std::uint32_t hash = 0;
+
+    KzDxHashedName(std::u16string_view given, std::uint32_t known) : name(given), hash(known) {}
+    explicit KzDxHashedName(std::u16string_view given)
+        : KzDxHashedName(given, static_cast<std::uint32_t>(std::hash<std::u16string_view>()(given))) {}
+};
+
 /// Finds names in a sequence that its owner keeps, by exact comparison, in constant time.
 ///
 /// Only positions are kept: a row of slots with open addressing, so that a million names are one allocation
@@ -17,20 +27,19 @@ public:
     static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
     /// The position of the name, or none.
-    [[nodiscard]] std::size_t find(std::u16string_view name, const auto& nameAt) const {
+    [[nodiscard]] std::size_t find(const KzDxHashedName& key, const auto& nameAt) const {
         if (slots_.empty()) return none;
-        const Slot& slot = slots_[slotOf(name, hashOf(name), nameAt)];
+        const Slot& slot = slots_[slotOf(key, nameAt)];
         return slot.isFree() ? none : slot.position;
     }
 
     /// Adds the name under the position and gives true; gives false and changes nothing when the name is
     /// there.
-    bool add(std::u16string_view name, std::size_t position, const auto& nameAt) {
-        if (isFull()) resize(std::max(smallest, slots_.size() * 2));
-        const auto hash = hashOf(name);
-        Slot& slot = slots_[slotOf(name, hash, nameAt)];
+    bool add(const KzDxHashedName& key, std::size_t position, const auto& nameAt) {
+        if (isFull()) resize(std::max(smallest, slots_.size() * 4));
+        Slot& slot = slots_[slotOf(key, nameAt)];
         if (!slot.isFree()) return false;
-        slot = {hash, static_cast<std::uint32_t>(position)};
+        slot = {key.hash, static_cast<std::uint32_t>(position)};
         ++count_;
         return true;
     }
@@ -42,8 +51,6 @@ public:
         if (size > slots_.size()) resize(size);
     }
 
-    void clear() { *this = {}; }
-
 private:
     struct Slot {
         std::uint32_t hash = 0;
@@ -54,10 +61,6 @@ private:
 
     static constexpr std::size_t smallest = 8;
 
-    [[nodiscard]] static std::uint32_t hashOf(std::u16string_view name) {
-        return static_cast<std::uint32_t>(std::hash<std::u16string_view>()(name));
-    }
-
     // The comparison of the string class goes unit by unit, which shows when every name of a file is looked
     // up.
     [[nodiscard]] static bool same(std::u16string_view a, std::u16string_view b) {
@@ -67,9 +70,10 @@ private:
     [[nodiscard]] bool isFull() const { return (count_ + 1) * 5 > slots_.size() * 4; }
 
     // The slot that holds the name, or the free one where it belongs.
-    [[nodiscard]] std::size_t slotOf(std::u16string_view name, std::uint32_t hash, const auto& nameAt) const {
-        auto at = hash & (slots_.size() - 1);
-        while (!slots_[at].isFree() && !(slots_[at].hash == hash && same(nameAt(slots_[at].position), name)))
+    [[nodiscard]] std::size_t slotOf(const KzDxHashedName& key, const auto& nameAt) const {
+        auto at = key.hash & (slots_.size() - 1);
+        while (!slots_[at].isFree() &&
+               !(slots_[at].hash == key.hash && same(nameAt(slots_[at].position), key.name)))
             at = (at + 1) & (slots_.size() - 1);
         return at;
     }

@@ -8,39 +8,43 @@
 
 namespace {
 
-auto namesOf(const std::vector<std::u16string>& names) {
-    return [&names](std::size_t position) -> std::u16string_view { return names[position]; };
-}
-
-// A caller's list with an index beside it, so that each name is looked up once and not searched for.
-class NameList {
+// Names, each once, borrowed until all are known: a list of a million strings is then made in one go.
+class UniqueNames {
 public:
-    explicit NameList(std::vector<std::u16string>& names) : names_(names) {
-        for (std::size_t i = 0; i < names.size(); ++i) index_.add(names[i], i, namesOf(names));
+    void add(const KzDxHashedName& key) {
+        const auto nameAt = [this](std::size_t position) { return names_[position]; };
+        if (index_.add(key, names_.size(), nameAt)) names_.push_back(key.name);
     }
 
-    void append(std::u16string_view name) {
-        if (index_.add(name, names_.size(), namesOf(names_))) names_.emplace_back(name);
+    void giveTo(std::vector<std::u16string>& list) const {
+        list.reserve(list.size() + names_.size());
+        for (const auto name : names_) list.emplace_back(name);
     }
 
 private:
-    std::vector<std::u16string>& names_;
+    std::vector<std::u16string_view> names_;
     KzDxNameIndex index_;
 };
 
+void addSelected(const KzDxAttributeTable& attributes, UniqueNames& to) {
+    for (std::size_t i = 0; i < attributes.size(); ++i)
+        if (attributes.entry(i).flag != 0) to.add(attributes.hashedName(i));
+}
+
 } // namespace
 
-void appendSelectedNames(const CEattMain& eattMain, std::vector<std::u16string>& blocks,
-                         std::vector<std::u16string>& attributes) {
-    NameList blockNames(blocks);
-    NameList separateNames(attributes);
-    NameList& attributeNames = &blocks == &attributes ? blockNames : separateNames;
+void giveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string>& blocks,
+                       std::vector<std::u16string>& attributes) {
+    UniqueNames blockNames;
+    UniqueNames separateNames;
+    UniqueNames& attributeNames = &blocks == &attributes ? blockNames : separateNames;
 
     std::unordered_set<const CEattBlockInfo*> seen; // the same block again has nothing new
     for (const auto& block : eattMain.blocks) {
         if (!block || block->blockFlag == 0 || !seen.insert(block.get()).second) continue;
-        blockNames.append(block->blockName);
-        for (std::size_t i = 0; i < block->attributes.size(); ++i)
-            if (block->attributes.entry(i).flag != 0) attributeNames.append(block->attributes.name(i));
+        blockNames.add(KzDxHashedName(block->blockName));
+        addSelected(block->attributes, attributeNames);
     }
+    blockNames.giveTo(blocks);
+    separateNames.giveTo(attributes);
 }

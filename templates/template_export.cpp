@@ -11,7 +11,7 @@ void kzdxReadLegacyBlkTemplate(const std::u16string& path, std::vector<std::u16s
     eattMain.templatePath = path; // before the lists are emptied: the path may stand in one of them
     blocks.clear();
     attributes.clear();
-    if (eattMain.LoadTemplate() == 1) appendSelectedNames(eattMain, blocks, attributes);
+    if (eattMain.LoadTemplate() == 1) giveSelectedNames(eattMain, blocks, attributes);
 } catch (const std::exception&) { // no memory: all or nothing
     blocks.clear();
     attributes.clear();

@@ -61,7 +61,7 @@ int names(const std::string& file) {
     if (const int result = readFile(file, eattMain); result != done) return result;
     std::vector<std::u16string> blocks;
     std::vector<std::u16string> attributes;
-    appendSelectedNames(eattMain, blocks, attributes);
+    giveSelectedNames(eattMain, blocks, attributes);
     const auto replaced = writeNames("Blocks", blocks, std::cout);
     return finishOutput(replaced + writeNames("Attributes", attributes, std::cout));
 }
