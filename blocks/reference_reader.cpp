@@ -70,17 +70,18 @@ std::uint32_t KzDxReferenceReader::placeOf(KzDbObjectId reference) {
 }
 
 void KzDxReferenceReader::compare(KzDbObjectId reference, Container& container) {
-    if (container.filed.empty() || container.filed.front() != reference) {
-        isAsFiled_ = false;
+    if (container.filed != container.filedEnd && *container.filed == reference) {
+        ++container.filed;
     } else {
-        container.filed = container.filed.subspan(1);
+        isAsFiled_ = false;
     }
 }
 
 /// Whether everything that was filed has been met.
 bool KzDxReferenceReader::isNothingMissing() const {
     return containers_.size() == filed_->size() &&
-           std::ranges::all_of(containers_, [](const Container& each) { return each.filed.empty(); });
+           std::ranges::all_of(containers_,
+                               [](const Container& each) { return each.filed == each.filedEnd; });
 }
 
 KzDxReferenceReader::OwnerNumber& KzDxReferenceReader::recentSlot(KzDbObjectId owner) {
@@ -97,8 +98,9 @@ std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
     const std::uint32_t number = numberOfContainer_.findOrInsert(container, next);
     if (number == next) {
         const KzDxContainers::Entry* const entry = filed_->find(container);
-        containers_.push_back(
-            {container, entry == nullptr ? std::span<const KzDbObjectId>() : entry->references});
+        const std::span<const KzDbObjectId> filed =
+            entry == nullptr ? std::span<const KzDbObjectId>() : entry->references;
+        containers_.push_back({container, filed.data(), filed.data() + filed.size()});
     }
     return numberOfOwner_.findOrInsert(owner, number);
 }

@@ -53,7 +53,8 @@ public:
 private:
     struct Container {
         KzDbObjectId id;
-        std::span<const KzDbObjectId> filed; ///< what was filed under it and has not been met yet
+        const KzDbObjectId* filed; ///< the first that was filed under it and has not been met yet
+        const KzDbObjectId* filedEnd;
     };
     /// A container's number under the owner as the host tells it.
     struct OwnerNumber {
