@@ -114,9 +114,7 @@ Record& Drawing::addRecord(std::u16string_view name, const Record::Origin& origi
 
 void Drawing::takeLeave() {
     forEachObject([](Object& object) {
-        object.pin();
         object.tell([&object](KzDbObjectReactor* reactor) { reactor->goodbye(object.face()); });
-        object.unpin();
         object.leaveMemory();
     });
 }

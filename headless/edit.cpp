@@ -25,9 +25,7 @@ void Edit::tellAfter() {
     for (std::size_t at = 0; at < count_; ++at) {
         Object& object = *objects_[at];
         object.endWriting();
-        object.pin(); // others may open it again, but it stays in memory while they are told
         object.tell([&object](KzDbObjectReactor* reactor) { reactor->objectClosed(object.id()); });
-        object.unpin();
     }
 }
 

@@ -29,24 +29,23 @@ KzDbObject* Object::face() {
 }
 
 void Object::hold() {
-    isWriting_ = true;
+    beginWriting();
     isHeld_ = true;
     ++held;
 }
 
 void Object::letGo() {
-    isWriting_ = false;
+    endWriting();
     isHeld_ = false;
     --held;
 }
 
-// A module's opening for write ends the held and the edited kinds never, only its own: they are apart.
 Orvo::ErrorStatus Object::close() {
     if (readers_ != 0) {
         --readers_;
     } else if (notifiers_ != 0) {
         --notifiers_;
-    } else if (isWriting_ && !isHeld_) {
+    } else if (isWriting_ && !isWrittenByHost_) {
         isWriting_ = false;
     } else {
         return Orvo::invalidObjectId;

@@ -42,7 +42,10 @@ public:
     [[nodiscard]] KzDbObject* face();
 
     // ---- openings
-    [[nodiscard]] bool isOpen() const { return isWriting_ || readers_ != 0 || notifiers_ != 0; }
+    /// An object whose reactors are being told counts as open for read.
+    [[nodiscard]] bool isOpen() const {
+        return isWriting_ || readers_ != 0 || notifiers_ != 0 || tellings_ != 0;
+    }
     [[nodiscard]] std::size_t openCount() const {
         return std::size_t{readers_} + notifiers_ + (isWriting_ ? 1 : 0);
     }
@@ -59,13 +62,12 @@ public:
     /// Ends one opening, and the object itself when it has left memory and this was the last one.
     Orvo::ErrorStatus close();
 
-    // Openings of the host itself, for edits and for scripts. All but `pin` need an object that is not open.
-    void beginWriting() { isWriting_ = true; }
-    void endWriting() { isWriting_ = false; }
+    // Openings of the host itself, for edits and for scripts, which `close` does not end. They need an object
+    // that is not open.
+    void beginWriting() { isWriting_ = isWrittenByHost_ = true; }
+    void endWriting() { isWriting_ = isWrittenByHost_ = false; }
     void hold();
     void letGo();
-    void pin() { ++readers_; }
-    void unpin() { --readers_; }
     [[nodiscard]] static std::size_t heldCount() { return held; }
 
     /// Makes the id invalid and deletes the object as soon as nobody has it open.
@@ -85,7 +87,7 @@ public:
         reactors_.removeIf(isUnwanted);
     }
 
-    /// Calls `call(reactor)` for each reactor. Somebody has to have the object open meanwhile.
+    /// Calls `call(reactor)` for each reactor.
     template <class Call>
     void tell(Call call) {
         if (reactors_.isEmpty()) return;
@@ -120,6 +122,7 @@ private:
     Kind kind_;
     bool isErased_ : 1 = false;
     bool isWriting_ : 1 = false;
+    bool isWrittenByHost_ : 1 = false;
     bool isHeld_ : 1 = false;
     bool hasLeft_ : 1 = false;
 };

@@ -35,9 +35,7 @@ void refile(const Reference& reference) {
 
 /// The source's reactors hear of the copy before it is placed.
 void tellCopied(Reference& source, Reference& copy) {
-    source.pin();
     source.tell([&](KzDbObjectReactor* reactor) { reactor->copied(&source, &copy); });
-    source.unpin();
 }
 
 } // namespace
@@ -83,13 +81,13 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     Edit edit({record}); // nobody else can change the record while the copying is told
     auto* const copy = new Reference(source->drawing(), KzDbObjectId(), source->blockTableRecord());
     copyAttributes(*source, *copy);
-    copy->pin();
+    copy->beginWriting();
     tellCopied(*source, *copy);
     edit.make([&] {
         copy->setOwner(record->id());
         file(*copy);
     });
-    copy->unpin();
+    copy->endWriting();
     return {{}, copy->id()};
 }
 
@@ -166,9 +164,7 @@ void unfile(const Object& object) {
 void leave(KzDbObjectId id) {
     Object* const object = objectTable.find(id);
     if (object == nullptr) return; // a reactor has sent it away before its turn
-    object->pin();
     object->tell([object](KzDbObjectReactor* reactor) { reactor->goodbye(object->face()); });
-    object->unpin();
     unfile(*object);
     object->leaveMemory();
 }

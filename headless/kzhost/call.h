@@ -80,7 +80,7 @@ public:
     Outward& operator=(const Outward&) = delete;
     ~Outward();
 
-    /// Calls the Lua function on top of the stack of the innermost one's state.
+    /// Calls a Lua function by its place in the registry, in the state of the innermost call under way.
     static void callClient(int functionReference);
 
     void raiseKept();
