@@ -24,7 +24,7 @@ private:
         std::string text; ///< the container and the attributes, readable
     };
 
-    void read(KzDbObjectId record);
+    void read(KzDbObjectId id);
 
     KzDbObjectIdArray blocks_;
     std::map<KzDbObjectId, Placement> placements_; // by reference

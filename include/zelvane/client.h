@@ -59,9 +59,9 @@ public:
     }
     void kzdxReadLegacyBlkTemplate(const std::u16string& path, std::vector<std::u16string>& blocks,
                                    std::vector<std::u16string>& attributes) const noexcept {
+        if (areFound()) return readLegacyBlkTemplate_(path, blocks, attributes);
         blocks.clear();
         attributes.clear();
-        if (areFound()) readLegacyBlkTemplate_(path, blocks, attributes);
     }
 
 private:
