@@ -105,9 +105,9 @@ function Reader:place(line, text)
 end
 
 function Reader:line(number, text)
-  local first = text:match("^%s*(%d+)")
+  local first = text:match("^%s*([0-5])%f[%s\0]")
   if not first then return end
-  if tonumber(first) <= 5 then self.hasLines = true end
+  self.hasLines = true
   if first == "1" then return self:place(number, text) end
   local name = first == "0" and sectionName(text)
   if not name then return end

@@ -92,7 +92,7 @@ equal(refusal("1 16 0 0 zero 1 0 0 0 1 0 0 0 1 part.dat\n"),
   "FILE:1: a placing line has a colour, 12 numbers and a file name", "a word in place of a number")
 equal(refusal("0 FILE a.ldr\n" .. place .. "\n"),
   "FILE:2: a placing line has a colour, 12 numbers and a file name", "the name is missing")
-equal(refusal("# A title\n\nSome prose.\n"), "FILE: no line of it is in the LDraw format", "another kind of file")
+equal(refusal("# A title\n\n1. Some prose.\n20 more\n"), "FILE: no line of it is in the LDraw format", "another kind of file")
 
 -- ---- whom an edit calls
 
