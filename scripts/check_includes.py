@@ -25,7 +25,7 @@ ALLOWED = {
     "tools": HOST | {"templates", "tools"},
     "examples": HOST,
     "fuzzing": HOST | {"templates", "fuzzing"},
-    "bench": MODULE | {"headless", "templates", "bench"},
+    "benchmarks": MODULE | {"headless", "templates", "benchmarks"},
     "tests": MODULE | {"headless", "templates", "tools", "tests"},
 }
 HEADERS_OF_FRAME = HOST | {"frame"}

@@ -1,6 +1,6 @@
-#include "bench/host_calls.h"
+#include "benchmarks/host_calls.h"
 
-#include "bench/comparison.h"
+#include "benchmarks/comparison.h"
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 

@@ -1,4 +1,4 @@
-#include "bench/results.h"
+#include "benchmarks/results.h"
 #include "frame/application.h"
 #include "headless/session.h"
 
@@ -43,7 +43,8 @@ std::vector<Result> toMeasure(const Options& options) {
 /// False when a limit is exceeded.
 bool run(const Options& options) {
     std::vector<Result> results = toMeasure(options);
-    for (const Result& result : results) registerBenchmark(result);
+    const int repetitions = options.isSmoke ? 2 : 9;
+    for (const Result& result : results) registerBenchmark(result, repetitions);
     Reporter reporter(results);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::ClearRegisteredBenchmarks();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/promises.h"
+#include "benchmarks/promises.h"
 
 #include <benchmark/benchmark.h>
 
@@ -22,8 +22,8 @@ struct Result {
     [[nodiscard]] bool isOver() const;
 };
 
-/// Registers the benchmark of a result that is not measured yet.
-void registerBenchmark(const Result& result);
+/// Registers the benchmark of a result that is not measured yet. REQUIRES: at least two repetitions
+void registerBenchmark(const Result& result, int repetitions);
 
 /// Prints the tables and takes the medians out of them.
 class Reporter : public benchmark::ConsoleReporter {

@@ -1,4 +1,4 @@
-#include "bench/promises.h"
+#include "benchmarks/promises.h"
 
 #include <algorithm>
 #include <array>

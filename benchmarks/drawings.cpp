@@ -1,6 +1,6 @@
-#include "bench/drawings.h"
+#include "benchmarks/drawings.h"
 
-#include "bench/comparison.h"
+#include "benchmarks/comparison.h"
 #include "frame/application.h"
 #include "headless/edits.h"
 #include "headless/session.h"

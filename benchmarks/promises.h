@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/comparisons.h"
+#include "benchmarks/comparisons.h"
 
 #include <cstddef>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "bench/comparison.h"
+#include "benchmarks/comparison.h"
 
 #include <algorithm>
 #include <cstdio>

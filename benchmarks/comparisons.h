@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/comparison.h"
+#include "benchmarks/comparison.h"
 
 #include <cstddef>
 #include <memory>

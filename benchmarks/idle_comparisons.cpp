@@ -1,5 +1,5 @@
-#include "bench/comparisons.h"
-#include "bench/drawings.h"
+#include "benchmarks/comparisons.h"
+#include "benchmarks/drawings.h"
 #include "headless/session.h"
 #include "host/editor.h"
 #include "timers/idle_check.h"

@@ -1,5 +1,5 @@
-#include "bench/comparisons.h"
-#include "bench/drawings.h"
+#include "benchmarks/comparisons.h"
+#include "benchmarks/drawings.h"
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 

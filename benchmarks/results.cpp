@@ -1,4 +1,4 @@
-#include "bench/results.h"
+#include "benchmarks/results.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -7,8 +7,6 @@
 namespace Bench {
 
 namespace {
-
-constexpr int repetitions = 9;
 
 /// The data of the benchmark that runs, kept for all its repetitions and gone before the next one begins.
 Comparison& dataOf(const Promise& promise, std::size_t size) {
@@ -44,7 +42,7 @@ bool Result::isOver() const {
     return promise->limit.has_value() && !(ratio <= *promise->limit);
 }
 
-void registerBenchmark(const Result& result) {
+void registerBenchmark(const Result& result, int repetitions) {
     const auto run = [promise = result.promise, size = result.size](benchmark::State& state) {
         measure(state, *promise, size);
     };
