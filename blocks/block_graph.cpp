@@ -54,12 +54,11 @@ void KzDxBlocks::reset() {
     document_ = nullptr;
     modelSpaceId_ = KzDbObjectId();
     nesting_.release();
-    std::vector<KzDxBlock*> nodes;
-    for (const auto& [key, node] : std::exchange(blockMap_, {})) nodes.push_back(node);
-    std::ranges::sort(nodes, std::less<>());
-    const auto repeated = std::ranges::unique(nodes);
-    nodes.erase(repeated.begin(), repeated.end());
-    for (KzDxBlock* const node : nodes) KzDxBlock::dispose(node);
+    std::map<KzDbObjectId, KzDxBlock*> leaving;
+    leaving.swap(blockMap_);
+    // A node's further keys lead to it as well; under its own key it goes once.
+    std::erase_if(leaving, [](const auto& entry) { return entry.first != entry.second->id(); });
+    for (const auto& [id, node] : leaving) KzDxBlock::dispose(node);
     layoutIds_.clear();
     setNeedsScan(true);
     setHasChanges(false);
@@ -67,14 +66,41 @@ void KzDxBlocks::reset() {
     timer_.reset();
 }
 
+/// Enters a node that has just been made. Unless it succeeds (memory may run out), the node goes again and
+/// with it all its keys.
+class KzDxBlocks::Entering {
+public:
+    Entering(KzDxBlocks& graph, KzDxBlock& node) : graph_(graph), node_(&node) {}
+    ~Entering() {
+        if (node_ == nullptr) return;
+        std::erase_if(graph_.blockMap_, [this](const auto& entry) { return entry.second == node_; });
+        KzDxBlock::dispose(node_);
+    }
+    Entering(const Entering&) = delete;
+    Entering& operator=(const Entering&) = delete;
+
+    void enterKeys() {
+        for (const KzDbObjectId record : node_->recordIds()) graph_.addBlockAlias(record, node_);
+    }
+
+    [[nodiscard]] KzDxBlock* succeeded() { return std::exchange(node_, nullptr); }
+
+private:
+    KzDxBlocks& graph_;
+    KzDxBlock* node_;
+};
+
 Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (record == nullptr) return Orvo::missingCollaborator;
-    const KzDbObjectId id = record->objectId();
-    if (blockMap_.contains(id)) return Orvo::alreadyInGraph;
-    const Orvo::ErrorStatus status = KzDxBlock::create(node, this, record);
+    if (blockMap_.contains(record->objectId())) return Orvo::alreadyInGraph;
+    KzDxBlock* made = nullptr;
+    const Orvo::ErrorStatus status = KzDxBlock::create(made, this, record);
     if (status != Orvo::ok) return status;
-    blockMap_[id] = node;
+    Entering entering(*this, *made);
+    entering.enterKeys();
+    made->setEnabled(isEnabled());
+    node = entering.succeeded();
     nesting_.outdate();
     return Orvo::ok;
 }

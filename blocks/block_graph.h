@@ -168,6 +168,9 @@ private:
     void letGo();
     void gatherChangedClients(Clients& due);
 
+    // Building (block_graph.cpp).
+    class Entering;
+
     [[nodiscard]] KzDxBlockNesting& builtNesting();
     [[nodiscard]] std::uint32_t countNested(const KzDxBlock& node, KzDbObjectId container,
                                             KzDxIdSet& counted);

@@ -107,6 +107,7 @@ void KzDxBlocks::letGo() {
 
 Orvo::ErrorStatus KzDxBlocks::addClient(KzDxClientCallback callback, const KzDbObjectIdArray& blocks) {
     if (callback == nullptr) return Orvo::missingCollaborator;
+    if (blocks.length() < 1) return Orvo::ok;
     for (const KzDbObjectId id : blocks) {
         if (KzDxBlock* const watched = node(id)) watched->addClient(callback);
     }

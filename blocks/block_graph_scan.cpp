@@ -26,8 +26,7 @@ public:
 
     void readNodes() {
         std::ranges::sort(nodes_, std::less<>());
-        const auto repeated = std::ranges::unique(nodes_);
-        nodes_.erase(repeated.begin(), repeated.end());
+        nodes_.erase(std::unique(nodes_.begin(), nodes_.end()), nodes_.end());
         for (KzDxBlock* const node : nodes_) node->readAgain();
     }
 

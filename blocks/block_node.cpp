@@ -3,6 +3,7 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_representation.h"
 #include "blocks/departing_reactors.h"
+#include "frame/border.h"
 #include "frame/opened.h"
 
 #include <memory>
@@ -43,15 +44,7 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
     id_ = record->objectId();
     recordIds_.append(id_);
     if (isEnhancedBlock(record)) appendRecords(representationsOf(record));
-    // Disabled as yet: the first reading files the references, and enabling registers with all of them.
-    const Orvo::ErrorStatus status = refresh();
-    if (status != Orvo::ok) return status;
-    // Only now: the graph must hold no key of a node that did not come to be.
-    for (const KzDbObjectId recordId : recordIds_) {
-        if (recordId != id_) owner->addBlockAlias(recordId, this);
-    }
-    setEnabled(owner->isEnabled());
-    return Orvo::ok;
+    return readAgain();
 }
 
 KzDbObjectIdArray KzDxBlock::representationsOf(const KzDbBlockTableRecord* record) const {
@@ -70,9 +63,12 @@ void KzDxBlock::appendRecords(const KzDbObjectIdArray& records) {
 
 void KzDxBlock::dispose(KzDxBlock* node) {
     if (node == nullptr) return;
-    std::vector<KzDbObjectId> registered = node->leaveEverything();
-    node->forgetGraph();
-    KzDxDepartingReactors::instance().adopt(node, std::move(registered));
+    // When memory runs out the node stays in memory for good: objects may still know it.
+    kzdxAtBorder([node] {
+        std::vector<KzDbObjectId> registered = node->leaveEverything();
+        node->forgetGraph();
+        KzDxDepartingReactors::instance().adopt(node, std::move(registered));
+    });
 }
 
 KzDxBlock::~KzDxBlock() {

@@ -10,6 +10,7 @@
 #include "zelvane/zelvane.h"
 
 #include <cstdint>
+#include <set>
 #include <span>
 #include <vector>
 
@@ -31,9 +32,10 @@ class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase {
 public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
 
-    /// Makes the node of a record, which is open, reads it and takes over the graph's switch. On failure
-    /// `node` is null: `missingCollaborator` for a null argument, else the status of the first reading. The
-    /// graph then has no key for the node.
+    /// Makes the node of a record, which is open, and reads it. On failure `node` is null:
+    /// `missingCollaborator` for a null argument, else the status of the first reading. The graph then enters
+    /// the node under the keys of all its records and switches it as itself; it never holds a key of a node
+    /// that did not come to be.
     static Orvo::ErrorStatus create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record);
 
     /// Unregisters a node from everything and destroys it, now or as soon as every object it is registered on
@@ -120,7 +122,8 @@ private:
     void leave(KzDbObjectId id);
     void lingerOn(const KzDbObjectId* first, const KzDbObjectId* last);
     void leaveAttributesOf(KzDbObjectId reference);
-    void leaveLingering(std::span<const KzDbObjectId> stillReported);
+    [[nodiscard]] bool isPart(KzDbObjectId id, std::span<const KzDbObjectId> reported) const;
+    void leaveLingering(std::span<const KzDbObjectId> reported);
     [[nodiscard]] std::vector<KzDbObjectId> leaveEverything();
 
     KzDxBlocks* owner_ = nullptr;
@@ -135,6 +138,6 @@ private:
     KzDxIdSet furtherRecords_;
     /// Objects that the node may still be reactor of although nothing above names them: references that could
     /// not be read, and whatever somebody held open when the node wanted to leave it.
-    KzDxIdSet lingering_;
+    std::set<KzDbObjectId> lingering_;
     std::uint32_t lastScan_ = 0;
 };

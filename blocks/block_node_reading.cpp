@@ -56,6 +56,7 @@ Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
     if (record.isNull()) return Orvo::invalidObjectId;
     listRecord(record);
+    owner_->reader().forgetDrawings();
     return readAgain();
 }
 
@@ -96,7 +97,7 @@ void KzDxBlock::file(const KzDxReferenceReader& reader) {
     if (!arrived.empty() || !gone.empty()) setHasChanges(true);
     if (isEnabled()) {
         for (const KzDbObjectId reference : arrived) watchReference(reference, true);
-        for (const KzDbObjectId reference : unread) lingering_.insert(reference);
+        lingering_.insert(unread.begin(), unread.end());
     }
     for (const KzDbObjectId reference : gone) watchReference(reference, false);
 }

@@ -4,13 +4,12 @@
 
 #include <algorithm>
 #include <memory>
-#include <utility>
 
 Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     if (enable == isEnabled()) return Orvo::ok;
-    if (!enable) leaveLingering({});
     watchReferences(enable);
     storeEnabled(enable);
+    if (!enable) leaveLingering({});
     return watchRecords(enable);
 }
 
@@ -21,7 +20,11 @@ void KzDxBlock::watchReferences(bool watch) {
 }
 
 Orvo::ErrorStatus KzDxBlock::watchRecords(bool watch) {
-    if (id_.isNull() || !id_.isValid()) return watch ? Orvo::invalidObjectId : Orvo::ok;
+    if (id_.isNull() || !id_.isValid()) {
+        if (watch) return Orvo::invalidObjectId;
+        lingerOn(recordIds_.begin(), recordIds_.end());
+        return Orvo::ok;
+    }
     if (watch && (id_.isErased() || id_.isEffectivelyErased())) return Orvo::invalidObjectId;
     for (const KzDbObjectId* id = recordIds_.begin(); id != recordIds_.end(); ++id) {
         const KzDxOpened<KzDbBlockTableRecord> record(*id, KzDb::OpenMode::forNotify, !watch);
@@ -40,7 +43,7 @@ Orvo::ErrorStatus KzDxBlock::watchRecords(bool watch) {
 
 /// Remembers objects that the node stays registered on for now.
 void KzDxBlock::lingerOn(const KzDbObjectId* first, const KzDbObjectId* last) {
-    for (; first != last; ++first) lingering_.insert(*first);
+    lingering_.insert(first, last);
 }
 
 Orvo::ErrorStatus KzDxBlock::watchReference(KzDbObjectId reference, bool watch) {
@@ -64,8 +67,8 @@ void KzDxBlock::watchAttributes(const KzDbBlockReference& reference, KzDbObjectI
         if (attributeId.isErased() || attributeId.isEffectivelyErased()) continue;
         const KzDxOpened<KzDbAttribute> attribute(attributeId, KzDb::OpenMode::forNotify, true);
         if (!attribute) continue;
+        watchedAttributes_.add(id, attributeId); // first: the node must know where it is registered
         join(*attribute.get(), attributeId);
-        watchedAttributes_.add(id, attributeId);
     }
 }
 
@@ -87,7 +90,7 @@ void KzDxBlock::leaveAttributesOf(KzDbObjectId reference) {
 /// Registers with an object that is open.
 void KzDxBlock::join(const KzDbObject& object, KzDbObjectId id) {
     object.addReactor(this);
-    if (!lingering_.isEmpty()) lingering_.erase(id);
+    lingering_.erase(id);
 }
 
 /// Unregisters from an object, or remembers that it could not be opened.
@@ -95,17 +98,24 @@ void KzDxBlock::leave(KzDbObjectId id) {
     if (!kzdxLeaveObject(id, this)) lingering_.insert(id);
 }
 
-/// Tries again to leave what could not be left or read before, except references that the records still
-/// report: those are waited for while the node watches.
-void KzDxBlock::leaveLingering(std::span<const KzDbObjectId> stillReported) {
-    if (lingering_.isEmpty()) return;
-    const KzDxIdSet before = std::exchange(lingering_, {});
-    for (const KzDbObjectId id : before) {
-        const bool isAwaited = isEnabled() && std::ranges::binary_search(stillReported, id);
-        if (isAwaited || !kzdxLeaveObject(id, this)) {
-            lingering_.insert(id);
+/// Whether an object belongs to the block: one of its records, a reference that they report, or an attribute
+/// of one. An attribute that cannot be opened is taken for none; it cannot be left either.
+bool KzDxBlock::isPart(KzDbObjectId id, std::span<const KzDbObjectId> reported) const {
+    if (id == id_ || furtherRecords_.contains(id) || std::ranges::binary_search(reported, id)) return true;
+    const KzDxOpened<KzDbAttribute> attribute(id, KzDb::OpenMode::forRead, true);
+    return attribute && std::ranges::binary_search(reported, attribute->ownerId());
+}
+
+/// Tries again to leave what could not be left or read before. While the node watches, what belongs to the
+/// block is waited for.
+void KzDxBlock::leaveLingering(std::span<const KzDbObjectId> reported) {
+    for (auto at = lingering_.begin(); at != lingering_.end();) {
+        const KzDbObjectId id = *at;
+        if ((isEnabled() && isPart(id, reported)) || !kzdxLeaveObject(id, this)) {
+            ++at;
         } else {
             leaveAttributesOf(id);
+            at = lingering_.erase(at);
         }
     }
 }

@@ -21,9 +21,6 @@ public:
     /// Tries again to leave what could not be left. Called whenever drawings are read anyway.
     void retry();
 
-    /// How many reactors wait.
-    [[nodiscard]] std::size_t size() const { return waiting_.size(); }
-
 private:
     struct Departing {
         KzDbObjectReactor* reactor; ///< owned, but never destroyed with this list: the host may still know it

@@ -40,7 +40,7 @@ std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids) {
     // As many words as ids at most: never more memory than the ids themselves take.
     if (span / bitsPerWord < ids.size()) return sortByBitmap(ids, lowest.value(), span);
     std::ranges::sort(ids);
-    return ids.size() - std::ranges::unique(ids).size();
+    return static_cast<std::size_t>(std::unique(ids.begin(), ids.end()) - ids.begin());
 }
 
 void kzdxSortUnique(std::vector<KzDbObjectId>& ids) {
@@ -50,6 +50,6 @@ void kzdxSortUnique(std::vector<KzDbObjectId>& ids) {
 void KzDxIdSet::insertAscending(std::span<const KzDbObjectId> ids) {
     std::vector<KzDbObjectId> merged;
     merged.reserve(ids_.size() + ids.size());
-    std::ranges::set_union(ids_, ids, std::back_inserter(merged));
+    std::set_union(ids_.begin(), ids_.end(), ids.begin(), ids.end(), std::back_inserter(merged));
     ids_.swap(merged);
 }

@@ -53,8 +53,8 @@ public:
 private:
     struct Container {
         KzDbObjectId id;
-        const KzDbObjectId* filed; ///< the first that was filed under it and has not been met yet
-        const KzDbObjectId* filedEnd;
+        const KzDbObjectId* filed = nullptr; ///< the first that was filed under it and has not been met yet
+        const KzDbObjectId* filedEnd = nullptr;
     };
     /// A container's number under the owner as the host tells it.
     struct OwnerNumber {

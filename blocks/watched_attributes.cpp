@@ -9,10 +9,13 @@ void KzDxWatchedAttributes::add(KzDbObjectId reference, KzDbObjectId attribute) 
 
 std::vector<KzDbObjectId> KzDxWatchedAttributes::take(KzDbObjectId reference) {
     sort();
+    const auto first = std::ranges::lower_bound(pairs_, reference, {}, &Pair::reference);
+    const auto last = std::ranges::upper_bound(pairs_, reference, {}, &Pair::reference);
     std::vector<KzDbObjectId> attributes;
-    for (Pair& pair : std::ranges::equal_range(pairs_, reference, {}, &Pair::reference)) {
-        if (pair.attribute.isNull()) continue;
-        attributes.push_back(std::exchange(pair.attribute, KzDbObjectId()));
+    attributes.reserve(static_cast<std::size_t>(last - first)); // nothing is lost when memory runs out
+    for (auto pair = first; pair != last; ++pair) {
+        if (pair->attribute.isNull()) continue;
+        attributes.push_back(std::exchange(pair->attribute, KzDbObjectId()));
         ++removed_;
     }
     return attributes;

@@ -51,7 +51,8 @@ public:
     /// The record of a document. With `create`, one is made when there is none; attached to the document
     /// manager from then on. Null for a null document, without a record, or when the document has no drawing.
     ///
-    /// A record made for a document that the host does not list is good until the next call with `create`.
+    /// A record made for a document that the host does not list is good until the next call with `create`,
+    /// and until any document goes.
     virtual Record* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
         if (create && beingMade_.empty()) disposeUnlisted();
@@ -190,10 +191,19 @@ private:
         for (const std::unique_ptr<Record>& record : leaving) record->forgetDocument();
     }
 
+    /// Destroys every record in key order. One may have outlived its document, when somebody asked for it
+    /// after this object had been told that the document goes; unless the host says which documents are open,
+    /// none of them is touched.
     void destroyRecords() {
         disposeUnlisted();
-        const RecordMap leaving = std::exchange(records_, {});
+        const bool areDocumentsKnown =
+            kzdxAtBorder(Orvo::missingCollaborator, [this] { return AppDataT::purge(); }) == Orvo::ok;
+        RecordMap leaving = std::exchange(records_, {});
         cached_ = records_.end();
+        for (auto& [document, record] : leaving) {
+            if (!areDocumentsKnown) record->forgetDocument();
+            record.reset();
+        }
     }
 
     bool attached_ = false;
@@ -204,6 +214,6 @@ private:
     typename RecordMap::iterator cached_ = records_.end();
     /// Records that `docData` is making further up the stack.
     std::vector<const Record*> beingMade_;
-    /// Records that were purged while they were being made; good until the next `docData` that may make one.
+    /// Records that were purged while they were being made; good until the next purge.
     Records unlisted_;
 };

@@ -33,7 +33,7 @@ public:
         chosenBeforeCall, ///< the successor at the time of the call, or, when it has left, the first one
                           ///< beyond it; one that joins in between is not called; after the last member the
                           ///< walk is over
-        chosenAfterCall, ///< the first member beyond the called one, as the set is after the call
+        chosenAfterCall,  ///< the first member beyond the called one, as the set is after the call
     };
 
     /// Adds a member; false when it was there already.

@@ -17,7 +17,8 @@ public:
         if (status_ == Orvo::ok) object_ = static_cast<T*>(object);
     }
     /// Takes over an object that the host has opened already; null stands for a failed opening.
-    explicit KzDxOpened(T* object) : object_(object) {}
+    explicit KzDxOpened(T* object)
+        : object_(object), status_(object == nullptr ? Orvo::missingCollaborator : Orvo::ok) {}
 
     ~KzDxOpened() {
         if (object_ == nullptr) return;

@@ -33,13 +33,9 @@ Orvo::ErrorStatus KzDxTimer::setEnabled(bool enable) {
     return Orvo::ok;
 }
 
-bool KzDxTimer::notifyReceivers() {
-    return targets().callEach(KzDxCallSet<KzDxTimerReactor*>::Next::chosenBeforeCall,
-                              [](KzDxTimerReactor* receiver) { receiver->timerElapsed(); });
-}
-
 void KzDxTimer::fire() {
-    static_cast<void>(notifyReceivers());
+    targets().callEach(KzDxCallSet<KzDxTimerReactor*>::Next::chosenBeforeCall,
+                       [](KzDxTimerReactor* receiver) { receiver->timerElapsed(); });
 }
 
 void KzDxTimer::restart() {
@@ -50,7 +46,9 @@ void KzDxTimer::checkElapsed() {
     if (!isEnabled()) return;
     const std::uint32_t elapsed = KzPlatform::tickCount() - startTick_;
     if (elapsed < interval_) return;
-    if (!notifyReceivers()) return;
+    const KzDxLife::Watch watch(life_);
+    fire();
+    if (watch.isOver()) return;
     if (repeat_) {
         restart();
     } else {

@@ -48,9 +48,6 @@ public:
     virtual void setInterval(std::int32_t interval);
 
 private:
-    /// False when a receiver destroyed this timer.
-    [[nodiscard]] bool notifyReceivers();
-
     static inline std::uint32_t timerCount_ = 0;
     static inline KzDxCmdLineHook* cmdLineHook_ = nullptr;
 
@@ -58,4 +55,5 @@ private:
     std::uint32_t interval_;
     std::uint32_t startTick_ = 0;
     bool repeat_ = true;
+    KzDxLife life_;
 };

@@ -27,7 +27,7 @@ using KzDxClientCallback = void (*)();
 /// Attaches `callback` to the idle time of a document (`attach` non-zero), or detaches it (0).
 ///
 /// At each idle check of the document at which at least `interval` milliseconds have passed since the end of
-/// the previous calls (at first: since the first attach), every attached callback is called once, in
+/// the previous calls (at first: since the first call), every attached callback is called once, in
 /// ascending order of address. The interval of the latest call, attaching or detaching, holds for all
 /// callbacks of the document; a change to a value that is negative as a signed number means 0, at every idle
 /// check. A callback attached twice is there once. A callback that is detached while others are being called
@@ -41,8 +41,9 @@ ZELVANE_EXPORT std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClien
 /// when one of the blocks has changed or lies inside a block that has changed, at any depth.
 ///
 /// A block has changed when references of it were inserted, moved, copied, erased or modified, or attributes
-/// of them; through an anonymous representation of an enhanced block as well, whose id counts as the enhanced
-/// block. `blocks` is read only; ids that name no block definition are passed over (a block defined later
+/// of them (an attribute that is added to a reference which is watched already tells of its later edits only after
+/// the watching has begun anew), and when the record that stands for an attached drawing was edited. An enhanced
+/// block changes through its anonymous representations as well; their ids count as its own. `blocks` is read only; ids that name no block definition are passed over (a block defined later
 /// needs a further attach). The same callback may be attached for further blocks. Several callbacks are
 /// called in ascending order of address. The first attach begins to watch the drawing: what was edited before
 /// is not reported.

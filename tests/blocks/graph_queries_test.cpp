@@ -66,6 +66,36 @@ TEST_F(GraphQueries, CountsDirectlyAndOneLevelDeep) {
     EXPECT_EQ(graph.countReferencesIn(x, space, true), 1U) << "what lies in an erased block does not count";
 }
 
+// An enhanced block before, between and behind its representations in the table.
+TEST_F(GraphQueries, AnEnhancedBlockIsFoundUnderItsRepresentations) {
+    KzApDocument* const document = Headless::openDocument(u"document");
+    const KzDbObjectId space = Headless::modelSpace(document);
+    const KzDbObjectId early = Headless::makeBlock(document, u"*Early");
+    const KzDbObjectId enhanced = Headless::makeBlock(document, u"D");
+    ASSERT_TRUE(Headless::enhance(enhanced));
+    ASSERT_TRUE(Headless::represent(enhanced, early));
+    const KzDbObjectId late = Headless::represent(enhanced);
+    for (const KzDbObjectId block : {early, enhanced, late}) place(block, space, 2);
+    KzDxBlocks& graph = graphOf(document);
+    const auto recordsOf = [&](KzDbObjectId id) {
+        const KzDbObjectIdArray& records = graph.node(id)->recordIds();
+        return std::vector<KzDbObjectId>(records.begin(), records.end());
+    };
+    EXPECT_THAT(recordsOf(enhanced), testing::ElementsAre(enhanced, early, late));
+    EXPECT_EQ(graph.node(late), graph.node(enhanced));
+    EXPECT_THAT(recordsOf(early), testing::ElementsAre(early)) << "came first, and keeps its node";
+    EXPECT_EQ(graph.countReferencesIn(enhanced, space, false), 6U);
+    EXPECT_EQ(graph.countReferencesIn(early, space, false), 2U);
+
+    const KzDbObjectId later = Headless::represent(enhanced);
+    place(later, space, 1);
+    place(early, space, 1);
+    graph.update(true, false);
+    EXPECT_EQ(graph.node(later), graph.node(enhanced));
+    EXPECT_EQ(graph.countReferencesIn(later, space, false), 8U);
+    EXPECT_EQ(graph.countReferencesIn(early, space, false), 2U) << "no longer read through its own node";
+}
+
 TEST_F(GraphQueries, NestingFollowsItsDefinition) {
     for (unsigned seed = 0; seed < 40; ++seed) {
         RandomDrawing drawing(seed);

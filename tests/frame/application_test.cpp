@@ -108,6 +108,27 @@ TEST_F(Application, APurgeFromInsideACallbackOfThePurgedRecord) {
     EXPECT_EQ(Headless::reactorCountOf(document), 0U);
 }
 
+/// Another module's: asks for a document that is about to go, after our module has heard of it.
+class LateCaller final : public KzApDocManagerReactor {
+public:
+    void onDocumentRemoving(KzApDocument* document) override { kzdxUpdateBlockGraph(document, true, true); }
+};
+
+// A record that somebody had made behind our back outlives its document, and goes without touching it.
+TEST_F(Application, ARecordMadeWhileItsDocumentGoesDoesNotTouchIt) {
+    for (const bool isListing : {true, false}) {
+        KzApDocument* const document = Headless::openDocument(u"document");
+        LateCaller late;
+        kzDocManagerPtr()->addReactor(&late);
+        Headless::closeDocument(document);
+        kzDocManagerPtr()->removeReactor(&late);
+        Headless::refuse(Headless::Facility::iterator, !isListing);
+        EXPECT_EQ(unload(), KzRx::done);
+        Headless::refuse(Headless::Facility::iterator, false);
+        EXPECT_EQ(load(), KzRx::done);
+    }
+}
+
 TEST_F(Application, TheEntryPointTakesAnyCallInAnyOrder) {
     EXPECT_EQ(kzrxEntryPoint(7, nullptr), KzRx::done);
     EXPECT_EQ(load(), KzRx::loadFailed) << "loaded already";
