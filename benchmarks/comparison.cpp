@@ -10,8 +10,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int fewestRuns = 4;
-constexpr std::chrono::milliseconds enough{150};
+constexpr int fewestRuns = 6;
+constexpr std::chrono::milliseconds enough{200};
 
 } // namespace
 

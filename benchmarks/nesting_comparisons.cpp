@@ -21,7 +21,7 @@ public:
 protected:
     double ours() override { return secondsPerEntry(large_.graph()); }
     double other() override { return secondsPerEntry(small_.graph()); }
-    double unitsOfWork() const override { return containerEntries(large_.graph()); }
+    [[nodiscard]] double unitsOfWork() const override { return containerEntries(large_.graph()); }
 
 private:
     static double containerEntries(const KzDxBlocks& graph) {
@@ -67,7 +67,8 @@ public:
         isFound_.assign(begins_.size(), false);
         found_.clear();
         enter(numbers_.at(start));
-        for (std::size_t at = 0; at < found_.size(); ++at) enter(found_[at]);
+        std::size_t searched = 0;
+        while (searched < found_.size()) enter(found_[searched++]);
         return found_.size();
     }
 

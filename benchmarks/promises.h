@@ -25,7 +25,7 @@ struct Promise {
     std::optional<double> limit; ///< none when only the figure is of interest
     Made (*make)(std::size_t size);
     std::optional<Figure> figure = std::nullopt; ///< given for the largest size
-    std::string_view sizeUnit = "";
+    std::string_view sizeUnit = {};
     bool hasSize = true;
 
     /// The sizes to measure: the promised ones, or small ones that only show that everything works.

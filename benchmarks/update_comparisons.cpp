@@ -144,7 +144,7 @@ public:
 protected:
     double ours() override { return updateTime(large_) / static_cast<double>(large_.references()); }
     double other() override { return updateTime(small_) / static_cast<double>(small_.references()); }
-    double unitsOfWork() const override { return static_cast<double>(large_.references()); }
+    [[nodiscard]] double unitsOfWork() const override { return static_cast<double>(large_.references()); }
 
 private:
     StandardDrawing large_;
