@@ -58,6 +58,9 @@ public:
     /// The attached drawing has gone.
     void forgetAttachedDrawing() { origin_.attachedDrawing = nullptr; }
 
+    /// Whether the record came with an attached drawing, be that still open or not.
+    [[nodiscard]] bool isMirror() const { return !origin_.source.isNull(); }
+
     [[nodiscard]] ReferenceLists& references() const { return references_; }
     /// The live (or erased) references that are reported: those of the mirrored record, then its own.
     template <class Take>

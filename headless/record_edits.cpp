@@ -30,7 +30,7 @@ bool isAnonymous(std::u16string_view name, const BlockOptions& options) {
 
 /// Whether an attaching drawing mirrors a record.
 bool isMirrored(const Record& record) {
-    return !record.isErased() && !record.isLayout() && !record.isDependent() &&
+    return !record.isErased() && !record.isLayout() && !record.isMirror() &&
            !record.isFromExternalReference();
 }
 

@@ -82,7 +82,8 @@ void RandomDrawing::eraseOrBack(KzDbObjectId object) {
     // Model space stays, and so does what stands for the attached drawing: without it nothing there has a
     // container.
     const std::u16string name = recordName(object);
-    if (name != u"*Model_Space" && !name.starts_with(u"SITE")) static_cast<void>(erase(object, !object.isErased()));
+    if (name != u"*Model_Space" && !name.starts_with(u"SITE"))
+        static_cast<void>(erase(object, !object.isErased()));
 }
 
 void RandomDrawing::holdForAWhile(KzDbObjectId object) {
