@@ -41,12 +41,12 @@ ZELVANE_EXPORT std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClien
 /// when one of the blocks has changed or lies inside a block that has changed, at any depth.
 ///
 /// A block has changed when references of it were inserted, moved, copied, erased or modified, or attributes
-/// of them (an attribute that is added to a reference which is watched already tells of its later edits only after
-/// the watching has begun anew), and when the record that stands for an attached drawing was edited. An enhanced
-/// block changes through its anonymous representations as well; their ids count as its own. `blocks` is read only; ids that name no block definition are passed over (a block defined later
-/// needs a further attach). The same callback may be attached for further blocks. Several callbacks are
-/// called in ascending order of address. The first attach begins to watch the drawing: what was edited before
-/// is not reported.
+/// of them (an attribute that is added to a reference which is watched already tells of its later edits only
+/// after the watching has begun anew), and when the record that stands for an attached drawing was edited. An
+/// enhanced block changes through its anonymous representations as well; their ids count as its own. `blocks`
+/// is read only; ids that name no block definition are passed over (a block defined later needs a further
+/// attach). The same callback may be attached for further blocks. Several callbacks are called in ascending
+/// order of address. The first attach begins to watch the drawing: what was edited before is not reported.
 ///
 /// Returns 1, also when no id is known; 0 for a null argument, an empty array, or a document without a
 /// drawing or without model space.
