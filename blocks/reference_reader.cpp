@@ -43,6 +43,9 @@ Orvo::ErrorStatus KzDxReferenceReader::collectReferences(const KzDbObjectIdArray
 Orvo::ErrorStatus KzDxReferenceReader::collectReferencesOf(KzDbObjectId record) {
     const KzDxOpened<KzDbBlockTableRecord> opened(record);
     if (!opened) return opened.status();
+    // Long arrays grow by small steps on their own: a thousand records would copy the ids again and again.
+    const std::int32_t room = reported_.physicalLength();
+    if (reported_.length() > room / 2) reported_.reserve(2 * room);
     const Orvo::ErrorStatus status = opened->getBlockReferenceIds(reported_, true, true);
     return status == Orvo::ok ? opened->getErasedBlockReferenceIds(reported_) : status;
 }
