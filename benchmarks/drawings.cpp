@@ -73,19 +73,17 @@ std::vector<KzDbObjectId> addStandardDrawing(KzApDocument* document, std::size_t
     return blocks;
 }
 
-void addPlainBlock(KzApDocument* document, std::size_t references) {
-    const KzDbObjectId block = Headless::makeBlock(document, u"PLAIN");
-    const KzDbObjectId modelSpace = Headless::modelSpace(document);
-    for (std::size_t j = 0; j < references; ++j) insertOrEnd(modelSpace, block);
-}
-
-void addEnhancedBlock(KzApDocument* document, std::size_t references, std::size_t representations) {
-    const KzDbObjectId block = Headless::makeBlock(document, u"ENHANCED");
+void addPlainAndEnhancedBlock(const OpenDocument& plain, const OpenDocument& enhanced, std::size_t references,
+                              std::size_t representations) {
+    const KzDbObjectId plainBlock = Headless::makeBlock(plain.get(), u"PLAIN");
+    const KzDbObjectId block = Headless::makeBlock(enhanced.get(), u"ENHANCED");
     require(static_cast<bool>(Headless::enhance(block)), "the block is enhanced");
     std::vector<KzDbObjectId> records;
     for (std::size_t r = 0; r < representations; ++r) records.push_back(Headless::represent(block));
-    const KzDbObjectId modelSpace = Headless::modelSpace(document);
-    for (std::size_t j = 0; j < references; ++j) insertOrEnd(modelSpace, records[j % representations]);
+    for (std::size_t j = 0; j < references; ++j) {
+        insertOrEnd(plain.modelSpace(), plainBlock);
+        insertOrEnd(enhanced.modelSpace(), records[j % representations]);
+    }
 }
 
 } // namespace Bench

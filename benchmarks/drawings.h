@@ -53,10 +53,10 @@ private:
     std::vector<KzDbObjectId> blocks_;
 };
 
-/// Adds a block with so many references, all in model space.
-void addPlainBlock(KzApDocument* document, std::size_t references);
-
-/// The same as an enhanced block whose references are spread over representations, one after the other.
-void addEnhancedBlock(KzApDocument* document, std::size_t references, std::size_t representations);
+/// A block with so many references, all in model space; and, in another drawing, an enhanced block with as
+/// many, which are spread over representations by turns. Both are made side by side, so that neither lies
+/// better in memory.
+void addPlainAndEnhancedBlock(const OpenDocument& plain, const OpenDocument& enhanced, std::size_t references,
+                              std::size_t representations);
 
 } // namespace Bench

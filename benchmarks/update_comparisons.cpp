@@ -186,8 +186,7 @@ class EnhancedOverPlain : public TimedComparison {
 public:
     explicit EnhancedOverPlain(std::size_t references) {
         constexpr std::size_t referencesPerRepresentation = 100;
-        addEnhancedBlock(enhanced_.get(), references, references / referencesPerRepresentation);
-        addPlainBlock(plain_.get(), references);
+        addPlainAndEnhancedBlock(plain_, enhanced_, references, references / referencesPerRepresentation);
         enable(enhanced_.graph());
         enable(plain_.graph());
     }
