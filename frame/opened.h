@@ -33,7 +33,7 @@ public:
 
     explicit operator bool() const { return object_ != nullptr; }
     T* operator->() const { return object_; }
-    T* get() const { return object_; }
+    [[nodiscard]] T* get() const { return object_; }
     [[nodiscard]] Orvo::ErrorStatus status() const { return status_; }
 
 private:

@@ -28,7 +28,9 @@ protected:
         for (Receiver& receiver : receivers) timer->attach(&receiver);
     }
     /// How often each receiver was called, in order of address.
-    std::vector<int> counts() const { return {receivers[0].count, receivers[1].count, receivers[2].count}; }
+    [[nodiscard]] std::vector<int> counts() const {
+        return {receivers[0].count, receivers[1].count, receivers[2].count};
+    }
 
     KzApDocument* document;
     KzDxDocument* record = nullptr;
