@@ -102,16 +102,15 @@ void BareRegistering::run() {
     close(table);
 }
 
-void BareRegistering::watchReference(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    auto* const reference =
-        opened<KzDbBlockReference>(id, OpenMode::forNotify, KzDbBlockReference::desc(), true);
+void BareRegistering::watchReference(KzDbObjectId id, KzDbObjectReactor* reactor) const {
+    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forNotify, referenceClass_, true);
     reference->addReactor(reactor);
     const std::unique_ptr<KzDbObjectIterator> attributes(reference->attributeIterator());
     for (; attributes != nullptr && !attributes->done(); attributes->step(false, true)) {
         const KzDbObjectId attributeId = attributes->objectId();
         if (!attributeId.isValid() || attributeId.isErased() || attributeId.isEffectivelyErased()) continue;
         auto* const attribute =
-            opened<KzDbAttribute>(attributeId, OpenMode::forNotify, KzDbAttribute::desc(), true);
+            opened<KzDbAttribute>(attributeId, OpenMode::forNotify, attributeClass_, true);
         attribute->addReactor(reactor);
         close(attribute);
     }

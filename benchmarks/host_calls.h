@@ -52,9 +52,11 @@ private:
         std::unique_ptr<KzDbObjectReactor> reactor;
     };
 
-    static void watchReference(KzDbObjectId id, KzDbObjectReactor* reactor);
+    void watchReference(KzDbObjectId id, KzDbObjectReactor* reactor) const;
     static void watchRecord(KzDbObjectId id, KzDbObjectReactor* reactor);
 
+    const KzRxClass* referenceClass_ = KzDbBlockReference::desc();
+    const KzRxClass* attributeClass_ = KzDbAttribute::desc();
     KzDbObjectId table_;
     KzDbObjectReactor tableReactor_;
     std::vector<Block> blocks_;
