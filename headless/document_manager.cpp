@@ -71,12 +71,7 @@ bool DocumentManager::close(const KzApDocument* address) {
     if (document->drawing() != nullptr && document->drawing()->isBeingEdited()) return false;
     document->isClosing = true;
     tell([document](KzApDocManagerReactor* reactor) { reactor->onDocumentRemoving(document); });
-    if (Drawing* const drawing = document->drawing(); drawing != nullptr) {
-        drawing->takeLeave();
-        for (Document* const each : open_) {
-            if (each->drawing() != nullptr) each->drawing()->forgetAttachedDrawing(drawing);
-        }
-    }
+    if (Drawing* const drawing = document->drawing(); drawing != nullptr) drawing->takeLeave();
     takeOut(*document);
     const std::u16string name = document->name();
     document->bury();

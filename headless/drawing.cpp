@@ -109,6 +109,7 @@ Drawing::~Drawing() {
 Record& Drawing::addRecord(std::u16string_view name, const Record::Origin& origin) {
     auto* const record = new Record(*this, tableId_, name, origin);
     table()->add(*record);
+    if (origin.attachedDrawing != nullptr) origin.attachedDrawing->standIns_.push_back(record->id());
     return *record;
 }
 
@@ -117,13 +118,8 @@ void Drawing::takeLeave() {
         object.tell([&object](KzDbObjectReactor* reactor) { reactor->goodbye(object.face()); });
         object.leaveMemory();
     });
-}
-
-void Drawing::forgetAttachedDrawing(const KzDbDatabase* gone) {
-    if (table() == nullptr) return;
-    for (const KzDbObjectId id : table()->records()) {
-        auto* const record = findAs<Record>(id);
-        if (record->attachedDrawing() == gone) record->forgetAttachedDrawing();
+    for (const KzDbObjectId id : standIns_) {
+        if (auto* const record = findAs<Record>(id)) record->forgetAttachedDrawing();
     }
 }
 

@@ -65,10 +65,9 @@ public:
         }
     }
 
-    /// Lets every object say goodbye and leave memory, in order of creation.
+    /// Lets every object say goodbye and leave memory, in order of creation. Then the records of other
+    /// drawings that stand for this one do so no longer.
     void takeLeave();
-    /// Records that stand for `gone` do so no longer.
-    void forgetAttachedDrawing(const KzDbDatabase* gone);
 
     /// Stands around an edit: the drawing cannot be closed from inside one.
     class Editing {
@@ -85,6 +84,7 @@ public:
 
 private:
     KzDbObjectId tableId_;
+    std::vector<KzDbObjectId> standIns_; // records of other drawings that stand for this one, or did
     int edits_ = 0;
 };
 

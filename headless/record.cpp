@@ -1,5 +1,6 @@
 #include "headless/record.h"
 
+#include "headless/drawing.h"
 #include "headless/fault_gate.h"
 
 #include <algorithm>

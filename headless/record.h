@@ -3,6 +3,7 @@
 #include "headless/object.h"
 #include "host/block_table.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,8 +16,10 @@ namespace Headless {
 /// erased or leaves memory: any number of such changes costs one pass.
 class ReferenceLists {
 public:
-    /// References come in order of creation.
-    void add(KzDbObjectId reference) { live_.push_back(reference); }
+    /// Whoever is told of a copy may make references before the copy itself is placed.
+    void add(KzDbObjectId reference) {
+        live_.insert(std::upper_bound(live_.begin(), live_.end(), reference), reference);
+    }
     /// A reference was erased, brought back or has left memory.
     void changed() { isInOrder_ = false; }
 
@@ -45,8 +48,8 @@ public:
         bool isAnonymous = false;
         bool isLayout = false;
         bool isDependent = false;
-        KzDbDatabase* attachedDrawing = nullptr; ///< of a record that stands for an attached drawing
-        KzDbObjectId source = {};                ///< the record of it that a dependent record mirrors
+        Drawing* attachedDrawing = nullptr; ///< of a record that stands for an attached drawing
+        KzDbObjectId source = {};           ///< the record of it that a dependent record mirrors
     };
 
     Record(Drawing& drawing, KzDbObjectId table, std::u16string_view name, const Origin& origin);
@@ -54,7 +57,6 @@ public:
     [[nodiscard]] const std::u16string& name() const { return name_; }
     void setName(std::u16string_view name) { name_ = name; }
 
-    [[nodiscard]] const KzDbDatabase* attachedDrawing() const { return origin_.attachedDrawing; }
     /// The attached drawing has gone.
     void forgetAttachedDrawing() { origin_.attachedDrawing = nullptr; }
 

@@ -74,6 +74,7 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
     for (const Mirror& each : mirrors) check.nameIsFree(drawing, each.name);
     if (check.isRefused()) return check.nothingMade();
 
+    const Drawing::Editing stays(*attached); // whoever is told cannot close it
     const KzDbObjectId first = makeRecord(*drawing, name, {.attachedDrawing = attached}).id();
     for (const Mirror& each : mirrors) {
         makeRecord(*drawing, each.name, {.isDependent = true, .source = each.source});

@@ -2,7 +2,6 @@
 #include "headless/edit_check.h"
 #include "headless/edits.h"
 
-#include <algorithm>
 
 namespace Headless {
 

@@ -99,6 +99,31 @@ TEST_F(References, OfAnAttachedBlockComeBeforeThoseThatInsertItHere) {
     EXPECT_THAT(references(mirrored), testing::IsEmpty());
 }
 
+TEST_F(References, MadeByWhoeverIsToldOfACopyComeInOrderOfCreationToo) {
+    KzApDocument* const document = openDocument(u"a");
+    const KzDbObjectId space = modelSpace(document);
+    const KzDbObjectId block = makeBlock(document, u"B");
+    const KzDbObjectId source = insert(space, block);
+    Recorder onSpace(log, "space", space);
+    onSpace.before = [&] {
+        insert(block, block); // before the copy is placed, and after
+        return "";
+    };
+    const KzDbObjectId copied = copy(source);
+    const auto after = [copied](std::uint64_t distance) { return KzDbObjectId(copied.value() + distance); };
+    EXPECT_THAT(references(block), testing::ElementsAre(source, copied, after(1), after(2)));
+}
+
+TEST_F(References, ADrawingStaysOpenWhileItIsBeingAttached) {
+    KzApDocument* const part = openDocument(u"part");
+    KzApDocument* const house = openDocument(u"house");
+    Recorder onTable(log, "table", house->database()->blockTableId());
+    onTable.before = [part] { return closeDocument(part) ? " closes" : " refuses"; };
+    attach(house, part, u"part");
+    EXPECT_THAT(log, testing::ElementsAre("table opened refuses", "table modified refuses", "table closed"));
+    EXPECT_TRUE(closeDocument(part));
+}
+
 TEST_F(References, AnAttachedDrawingIsKnownUntilItsDocumentCloses) {
     KzApDocument* const part = openDocument(u"part");
     makeBlock(part, u"*T1");
