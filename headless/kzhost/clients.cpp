@@ -1,6 +1,7 @@
 #include "headless/kzhost/clients.h"
 
 #include "headless/kzhost/values.h"
+#include "headless/session.h"
 
 #include <array>
 #include <cstdint>
@@ -11,7 +12,7 @@ namespace KzHost {
 namespace {
 
 constexpr const char* clientKind = "client";
-// The address of this is the key of the table of clients that modules know.
+// The address of this is the key of the table of clients that modules know: sets of them by use, by module.
 constexpr char keptKey = 0;
 
 struct ClientValue {
@@ -42,6 +43,57 @@ constexpr std::array<ClientFunction, sizeof...(slots)> plainFunctions(std::index
 
 constexpr auto callbacks = plainFunctions(std::make_index_sequence<mostClients>());
 
+/// Documents lie at even addresses, which never come back with another document.
+lua_Integer keyOf(const ClientUse& use) {
+    return static_cast<lua_Integer>(reinterpret_cast<std::uintptr_t>(use.document)) |
+           static_cast<lua_Integer>(use.purpose);
+}
+
+bool isOver(lua_Integer key) {
+    const lua_Integer address = key & ~lua_Integer{1};
+    return !Headless::isOpen(reinterpret_cast<const KzApDocument*>(static_cast<std::uintptr_t>(address)));
+}
+
+/// Replaces the table on top of the stack by the one under a key of it, which is made when there is none.
+void stepInto(lua_State* state, lua_Integer key) {
+    if (lua_rawgeti(state, -1, key) == LUA_TNIL) {
+        lua_pop(state, 1);
+        lua_newtable(state);
+        lua_pushvalue(state, -1);
+        lua_rawseti(state, -3, key);
+    }
+    lua_remove(state, -2);
+}
+
+void setKept(lua_State* state, int index, const ClientUse& use, bool isKept) {
+    if (lua_isnoneornil(state, index)) return;
+    lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
+    stepInto(state, use.module);
+    stepInto(state, keyOf(use));
+    lua_pushvalue(state, index);
+    isKept ? lua_pushboolean(state, 1) : lua_pushnil(state);
+    lua_rawset(state, -3);
+    lua_pop(state, 1);
+}
+
+/// Lets go of the clients of one module, whose table is on top of the stack, that closed documents had.
+void releaseClosed(lua_State* state) {
+    for (lua_pushnil(state); lua_next(state, -2) != 0; lua_pop(state, 1)) {
+        const lua_Integer key = lua_tointeger(state, -2);
+        if (!isOver(key)) continue;
+        lua_pushnil(state);
+        lua_rawseti(state, -4, key);
+    }
+}
+
+/// Frees the slots of all clients that nobody can name or call any more.
+void freeUnusedSlots(lua_State* state) {
+    lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
+    for (lua_pushnil(state); lua_next(state, -2) != 0; lua_pop(state, 1)) releaseClosed(state);
+    lua_pop(state, 1);
+    lua_gc(state, LUA_GCCOLLECT);
+}
+
 std::size_t freeSlot() {
     std::size_t slot = 0;
     while (slot < mostClients && functions()[slot] != LUA_NOREF) ++slot;
@@ -53,7 +105,7 @@ int newClient(Call& call) {
     call.function(1, "a function");
     std::size_t slot = freeSlot();
     if (slot == mostClients) {
-        lua_gc(state, LUA_GCCOLLECT);
+        freeUnusedSlots(state);
         slot = freeSlot();
     }
     if (slot == mostClients) call.fail("all " + std::to_string(mostClients) + " clients are in use");
@@ -111,19 +163,12 @@ ClientFunction clientFunction(const Call& call, int index) {
     return callbacks[value->slot];
 }
 
-void keepClient(lua_State* state, int index, lua_Integer module) {
-    if (toClient(state, index) == nullptr) return;
-    lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
-    if (lua_rawgeti(state, -1, module) == LUA_TNIL) {
-        lua_pop(state, 1);
-        lua_newtable(state);
-        lua_pushvalue(state, -1);
-        lua_rawseti(state, -3, module);
-    }
-    lua_pushvalue(state, index);
-    lua_pushboolean(state, 1);
-    lua_rawset(state, -3);
-    lua_pop(state, 2);
+void keepClient(lua_State* state, int index, const ClientUse& use) {
+    setKept(state, index, use, true);
+}
+
+void releaseClient(lua_State* state, int index, const ClientUse& use) {
+    setKept(state, index, use, false);
 }
 
 void releaseClients(lua_State* state, lua_Integer module) {

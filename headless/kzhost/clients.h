@@ -3,6 +3,7 @@
 #include "headless/kzhost/call.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace KzHost {
 
@@ -18,9 +19,19 @@ void enterClientFunction(lua_State* state);
 /// The client function of a value; null for nil.
 [[nodiscard]] ClientFunction clientFunction(const Call& call, int index);
 
-/// Keeps a client alive until `releaseClients` of that module: the module may call it for as long as it is
-/// loaded.
-void keepClient(lua_State* state, int index, lua_Integer module);
+/// What a module knows a client for: each is attached and detached by itself.
+struct ClientUse {
+    enum class Purpose : std::uint8_t { timer, monitor };
+
+    lua_Integer module;
+    const KzApDocument* document;
+    Purpose purpose;
+};
+
+/// Keeps a client alive, because the module may call it: until it is detached from that use, the document
+/// closes or the module is unloaded, whatever comes first. Nil is passed over.
+void keepClient(lua_State* state, int index, const ClientUse& use);
+void releaseClient(lua_State* state, int index, const ClientUse& use);
 void releaseClients(lua_State* state, lua_Integer module);
 
 } // namespace KzHost

@@ -27,7 +27,8 @@ ModuleId moduleOf(const Call& call) {
     return ModuleId(static_cast<std::uint32_t>(lua_tointeger(call.state(), lua_upvalueindex(2))));
 }
 
-/// An export of the module that is called, as a function of type F.
+/// An export of the module that is called, as a function of type F. Asked for last: what comes before may run
+/// a script's finalizers, and they may unload the module.
 template <class F>
 F* exported(const Call& call, const char* name) {
     const ModuleId module = moduleOf(call);
@@ -48,10 +49,14 @@ bool flag(const Call& call, int index, const char* what) {
     return call.boolean(index, what);
 }
 
-/// The client of an export, which from now on stays as long as the module.
-ClientFunction keptClient(const Call& call, int index) {
+ClientUse useOf(const Call& call, const KzApDocument* document, ClientUse::Purpose purpose) {
+    return {lua_tointeger(call.state(), lua_upvalueindex(2)), document, purpose};
+}
+
+/// The client that is attached, which stays from now on.
+ClientFunction keptClient(const Call& call, int index, const ClientUse& use) {
     const ClientFunction function = clientFunction(call, index);
-    keepClient(call.state(), index, lua_tointeger(call.state(), lua_upvalueindex(2)));
+    keepClient(call.state(), index, use);
     return function;
 }
 
@@ -61,13 +66,13 @@ KzDbObjectId idAt(const Call& call, int index) {
     return KzDbObjectId(static_cast<std::uint64_t>(call.integer(index, "an id (integer) or an object")));
 }
 
-/// Reads a list of ids or objects.
+/// Reads a list of ids or objects, without metamethods: they could close the document that goes with it.
 void readIds(const Call& call, int index, KzDbObjectIdArray& ids) {
     call.table(index, "a list of ids or objects");
     lua_State* const state = call.state();
-    const lua_Integer count = luaL_len(state, index);
+    const lua_Integer count = static_cast<lua_Integer>(lua_rawlen(state, index));
     for (lua_Integer at = 1; at <= count; ++at) {
-        lua_geti(state, index, at);
+        lua_rawgeti(state, index, at);
         ids.append(idAt(call, lua_gettop(state)));
         lua_pop(state, 1);
     }
@@ -91,51 +96,56 @@ int giveResult(const Call& call, std::int32_t result) {
 }
 
 int docTimerAttach(Call& call) {
-    auto* const function = exported<std::int32_t(KzApDocument*, ClientFunction, std::uint32_t, std::int32_t)>(
-        call, "kzdxDocTimerAttach");
     KzApDocument* const document = documentOrNull(call, 1);
     const std::uint32_t interval = call.number32(3, "an interval (integer)");
     const auto attach = static_cast<std::int32_t>(call.number32(4, "whether to attach (integer)"));
-    const ClientFunction client = keptClient(call, 2);
+    const ClientUse use = useOf(call, document, ClientUse::Purpose::timer);
+    const ClientFunction client = keptClient(call, 2, use);
+    auto* const function = exported<std::int32_t(KzApDocument*, ClientFunction, std::uint32_t, std::int32_t)>(
+        call, "kzdxDocTimerAttach");
     const Headless::ModuleCall guard;
-    return giveResult(call, function(document, client, interval, attach));
+    const std::int32_t result = function(document, client, interval, attach);
+    if (attach == 0) releaseClient(call.state(), 2, use);
+    return giveResult(call, result);
 }
 
 int monitorAttach(Call& call) {
-    auto* const function = exported<std::int32_t(KzApDocument*, const KzDbObjectIdArray*, ClientFunction)>(
-        call, "kzdxBlockReferenceMonitorAttach");
     KzApDocument* const document = documentOrNull(call, 1);
     KzDbObjectIdArray ids;
     if (call.has(2)) readIds(call, 2, ids);
-    const ClientFunction client = keptClient(call, 3);
+    const ClientUse use = useOf(call, document, ClientUse::Purpose::monitor);
+    const ClientFunction client = keptClient(call, 3, use);
+    auto* const function = exported<std::int32_t(KzApDocument*, const KzDbObjectIdArray*, ClientFunction)>(
+        call, "kzdxBlockReferenceMonitorAttach");
     const Headless::ModuleCall guard;
     return giveResult(call, function(document, call.has(2) ? &ids : nullptr, client));
 }
 
 int monitorDetach(Call& call) {
+    KzApDocument* const document = documentOrNull(call, 1);
+    const ClientFunction client = clientFunction(call, 2);
     auto* const function =
         exported<void(KzApDocument*, ClientFunction)>(call, "kzdxBlockReferenceMonitorDetach");
-    KzApDocument* const document = documentOrNull(call, 1);
-    const ClientFunction client = keptClient(call, 2);
     const Headless::ModuleCall guard;
     function(document, client);
+    releaseClient(call.state(), 2, useOf(call, document, ClientUse::Purpose::monitor));
     return 0;
 }
 
 int updateBlockGraph(Call& call) {
-    auto* const function = exported<std::int32_t(KzApDocument*, bool, bool)>(call, "kzdxUpdateBlockGraph");
     KzApDocument* const document = documentOrNull(call, 1);
     const bool isForced = flag(call, 2, "whether to force (boolean)");
     const bool isNotifying = flag(call, 3, "whether to notify (boolean)");
+    auto* const function = exported<std::int32_t(KzApDocument*, bool, bool)>(call, "kzdxUpdateBlockGraph");
     const Headless::ModuleCall guard;
     return giveResult(call, function(document, isForced, isNotifying));
 }
 
 int tableQuery(const Call& call, const char* name) {
-    auto* const function = exported<std::int32_t(KzApDocument*, KzDbObjectIdArray*)>(call, name);
     KzApDocument* const document = documentOrNull(call, 1);
     KzDbObjectIdArray ids;
     if (call.has(2)) readIds(call, 2, ids);
+    auto* const function = exported<std::int32_t(KzApDocument*, KzDbObjectIdArray*)>(call, name);
     const Headless::ModuleCall guard;
     const std::int32_t result = function(document, &ids);
     return giveIds(call, result, ids);
@@ -154,9 +164,9 @@ std::vector<std::u16string> readNames(const Call& call, int index) {
     if (!call.has(index)) return names;
     call.table(index, "a list of names (strings)");
     lua_State* const state = call.state();
-    const lua_Integer count = luaL_len(state, index);
+    const lua_Integer count = static_cast<lua_Integer>(lua_rawlen(state, index));
     for (lua_Integer at = 1; at <= count; ++at) {
-        lua_geti(state, index, at);
+        lua_rawgeti(state, index, at);
         names.push_back(call.text(lua_gettop(state), "a name (string)"));
         lua_pop(state, 1);
     }
@@ -174,11 +184,11 @@ void pushNames(lua_State* state, const std::vector<std::u16string>& names) {
 
 int readLegacyTemplate(Call& call) {
     using Names = std::vector<std::u16string>;
-    auto* const function =
-        exported<void(const std::u16string&, Names&, Names&)>(call, "kzdxReadLegacyBlkTemplate");
     const std::u16string path = call.text(1, "a path (string)");
     Names blocks = readNames(call, 2);
     Names attributes = readNames(call, 3);
+    auto* const function =
+        exported<void(const std::u16string&, Names&, Names&)>(call, "kzdxReadLegacyBlkTemplate");
     {
         const Headless::ModuleCall guard;
         function(path, blocks, attributes);

@@ -50,6 +50,39 @@ do
   end
 end
 
+-- One that is detached makes room again, and so do those of closed documents.
+do
+  local watched = drawing:block("Watched by many")
+  for _ = 1, 3000 do
+    local client = host.client(print)
+    attach(client)
+    module.kzdxBlockReferenceMonitorAttach(drawing, {watched}, client)
+    module.kzdxBlockReferenceMonitorDetach(drawing, client)
+    detach(client)
+  end
+  for _ = 1, 3000 do
+    local brief = host.open("brief")
+    module.kzdxDocTimerAttach(brief, host.client(print), 0, 1)
+    brief:close()
+  end
+end
+
+-- Detached from one use, it stays for the other one.
+do
+  local calls = 0
+  local watched = drawing:block("Watched once")
+  do
+    local client = host.client(function() calls = calls + 1 end)
+    attach(client)
+    module.kzdxBlockReferenceMonitorAttach(drawing, {watched}, client)
+    detach(client)
+  end
+  for _ = 1, 2000 do host.client(error) end
+  drawing:modelSpace():insert(watched)
+  host.idle()
+  check.equal(calls, 1, "calls of the one that watches")
+end
+
 -- One that a module knows stays although the script has forgotten it; others make room for new ones.
 do
   local calls = 0

@@ -44,6 +44,14 @@ check.equal(module, nil)
 assert(type(message) == "string" and message:find("there.hmx", 1, true), message)
 check.raises("host_mistakes.lua:", function() space:insert(nil) end)
 
+-- A list that pretends to have items runs no code of its own: it could close the document that goes with it.
+do
+  local loaded = assert(host.load())
+  local list = setmetatable({}, {__len = function() return 1 end, __index = function() drawing:close() end})
+  check.equal({loaded.kzdxGetKzDbTableIds(drawing, list)}, {1, {}})
+  check.equal(host.unload(loaded), 0)
+end
+
 -- A script that fails says where, and the host ends in order with all of this open.
 reference:open()
 local lines = {}
