@@ -23,10 +23,13 @@ constexpr int mostEntries = 20;
 std::string readableAt(lua_State* state, int index, int depth);
 
 std::string quoted(lua_State* state, int index) {
+    std::size_t length = 0;
+    const char* const bytes = lua_tolstring(state, index, &length);
     std::string result = "\"";
-    for (const char each : std::string_view(lua_tostring(state, index))) {
+    for (const char each : std::string_view(bytes, length)) {
         if (each == '"' || each == '\\') result += '\\';
-        result += each == '\n' ? std::string("\\n") : std::string(1, each);
+        const bool isControl = static_cast<unsigned char>(each) < 0x20;
+        result += isControl ? "\\" + std::to_string(static_cast<int>(each)) : std::string(1, each);
     }
     return result + "\"";
 }
@@ -73,10 +76,12 @@ bool pushMethods(lua_State* state, int index) {
     return luaL_getmetafield(state, index, "methods") != LUA_TNIL;
 }
 
-/// Replaces the table on top of the stack by its entry of that name.
+/// Replaces the table on top of the stack by its entry of that name. Metamethods are left alone: nothing runs
+/// because somebody asks for completions.
 void stepInto(lua_State* state, const std::string& name) {
     if (lua_istable(state, -1)) {
-        lua_getfield(state, -1, name.c_str());
+        lua_pushlstring(state, name.data(), name.size());
+        lua_rawget(state, -2);
     } else {
         lua_pushnil(state);
     }
@@ -97,9 +102,11 @@ void pushOwner(lua_State* state, const std::string& chain) {
     if (luaL_getmetatable(state, chain.c_str()) == LUA_TTABLE) stepInto(state, "methods");
 }
 
-/// The names that the value on top of the stack knows.
+/// The names that the value on top of the stack knows: of a value of the host those of its kind and its own.
 void collectNames(lua_State* state, std::set<std::string>& names) {
     if (lua_isuserdata(state, -1)) {
+        if (lua_getiuservalue(state, -1, 1) != LUA_TNONE) collectNames(state, names);
+        lua_pop(state, 1);
         if (!pushMethods(state, -1)) return;
         lua_remove(state, -2);
     }
@@ -164,11 +171,25 @@ bool loadStatement(lua_State* state, std::string& line) {
     return true;
 }
 
-void printResults(lua_State* state) {
+/// Prints its arguments. A function of Lua, because a value's own description may fail.
+int printValues(lua_State* state) {
     for (int index = 1; index <= lua_gettop(state); ++index) {
         std::printf("%s%s", index == 1 ? "" : "  ", readable(state, index).c_str());
     }
     if (lua_gettop(state) != 0) std::printf("\n");
+    return 0;
+}
+
+/// Runs the function on the stack and prints its results, or the error of either.
+void runAndPrint(Session& session) {
+    lua_State* const state = session.state();
+    bool isDone = session.call(0);
+    if (isDone) {
+        lua_pushcfunction(state, printValues);
+        lua_insert(state, 1);
+        isDone = session.call(lua_gettop(state) - 1);
+    }
+    if (!isDone) std::printf("%s\n", lua_tostring(state, -1));
 }
 
 } // namespace
@@ -202,10 +223,10 @@ void prompt(Session& session) {
     rl_completer_word_break_characters = breaks.data();
     while (std::optional<std::string> line = readLine("kzhost> ")) {
         if (line->empty()) continue;
-        const bool isDone = loadStatement(state, *line) && session.call(0);
+        const bool isStatement = loadStatement(state, *line);
         add_history(line->c_str());
-        if (isDone) {
-            printResults(state);
+        if (isStatement) {
+            runAndPrint(session);
         } else {
             std::printf("%s\n", lua_tostring(state, -1));
         }
