@@ -4,8 +4,9 @@
 
 /// The protocol between an enhanced block and the anonymous records that represent it.
 ///
-/// The class of block references keeps one such object for all (`KzRxClass::queryX`); a reference
-/// answers `queryX` with it only when the record that it inserts is a representation.
+/// The class of block references keeps one such object for all, which it answers at any time
+/// (`KzRxClass::queryX`). A single reference answers `KzRxObject::queryX` with that object only while the
+/// record that it inserts is a representation, whenever the reference was made.
 class KzDbBlockRepresentation : public KzRxObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc();

@@ -15,7 +15,9 @@ public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc();
 
     /// The protocol object of class `protocol` that this object offers: its own if it has one, else the one
-    /// that its class keeps for all. Null when there is none. Not owned by the caller.
+    /// that its class keeps for all, unless the class leaves it to each object whether it offers that
+    /// protocol (as references do with block representations). Null when there is none. Not owned by the
+    /// caller.
     [[nodiscard]] KZHOST_API KzRxObject* queryX(const KzRxClass* protocol) const;
 
     // The order of these operations is part of the host's interface.
