@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # kztemplate from outside: what it prints, how it ends, and that a refused input leaves the output as it was.
 set -u
-kztemplate=$1
+kztemplate=$(realpath "$1")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder" || exit 1

@@ -80,9 +80,12 @@ TEST_F(TemplateFiles, NamesComeOnceInTheOrderOfTheFile) {
 }
 
 TEST_F(TemplateFiles, ListsMayBeOneAndHoldThePath) {
-    Names both = {file(exampleBytes().bytes)};
+    TemplateBytes all;
+    all.start(3).classDefinition().text(u"A").u32(1).u32(2).text(u"x").u32(1).text(u"A").u32(1);
+    all.u16(0x8001).body(u"x").u16(0x8001).body(u"B");
+    Names both = {file(all.bytes)};
     kzdxReadLegacyBlkTemplate(both[0], both, both);
-    EXPECT_THAT(both, ElementsAre(u"DOOR", u"TAG"));
+    EXPECT_THAT(both, ElementsAre(u"A", u"x", u"B"));
 }
 
 TEST_F(TemplateFiles, PathMayBeAnyUnicode) {

@@ -104,6 +104,10 @@ TEST(TemplateRead, ClaimsAreNotBelieved) {
     EXPECT_EQ(readWithName(TemplateBytes(wide).u32(0xFFFFFFFF).u64(all64 / 2 + 2)),
               tooLong + " at byte 26"); // 2 bytes each
     EXPECT_EQ(readWithName(TemplateBytes(wide).u32(0xFFFFFFFE)), tooLong + " at byte 26");
+    // 10 bytes are left: 5 units, not 6.
+    const auto short8 = TemplateBytes().u8(0xFF).u16(0xFFFE);
+    EXPECT_EQ(readWithName(TemplateBytes(short8).u8(6).units(u"A")), tooLong + " at byte 26");
+    EXPECT_EQ(readWithName(TemplateBytes(short8).u8(5).units(u"A")), endsEarly + " at byte 40");
     EXPECT_EQ(read(TemplateBytes().start(1).classDefinition().text(u"A").u32(1).u32(0x7FFFFFFF)),
               endsEarly + " at byte 40");
 }
