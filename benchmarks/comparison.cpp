@@ -1,8 +1,10 @@
 #include "benchmarks/comparison.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 namespace Bench {
 
@@ -14,6 +16,13 @@ constexpr int fewestRuns = 6;
 constexpr std::chrono::milliseconds enough{200};
 
 } // namespace
+
+double secondsUsed() {
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    constexpr double secondsPerNanosecond = 1e-9;
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * secondsPerNanosecond;
+}
 
 Sample TimedComparison::measure() {
     double ourBest = std::numeric_limits<double>::infinity();

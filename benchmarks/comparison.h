@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <limits>
 
 namespace Bench {
@@ -45,13 +44,17 @@ protected:
     [[nodiscard]] double other() override { return std::numeric_limits<double>::infinity(); }
 };
 
-/// How long `work` takes, in seconds.
+/// The processor time that this thread has used so far, in seconds. Unlike the time on the wall it stands
+/// still while other programs have the processor.
+[[nodiscard]] double secondsUsed();
+
+/// How much processor time `work` takes, in seconds. Everything measured is one thread that waits for
+/// nothing.
 template <class Work>
 [[nodiscard]] double secondsOf(Work&& work) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point begin = Clock::now();
+    const double begin = secondsUsed();
     work();
-    return std::chrono::duration<double>(Clock::now() - begin).count();
+    return secondsUsed() - begin;
 }
 
 [[noreturn]] void endBecause(const char* failure);
