@@ -93,7 +93,7 @@ private:
 Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (record == nullptr) return Orvo::missingCollaborator;
-    if (blockMap_.contains(record->objectId())) return Orvo::alreadyInGraph;
+    if (blockMap_.contains(record->objectId())) return Orvo::alreadyPresent;
     KzDxBlock* made = nullptr;
     const Orvo::ErrorStatus status = KzDxBlock::create(made, this, record);
     if (status != Orvo::ok) return status;

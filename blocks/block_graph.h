@@ -32,6 +32,9 @@ class KzDxTimer;
 /// come in ascending order everywhere.
 ///
 /// A client callback may do anything, destroying the graph included.
+///
+/// In this folder "graph" means this class, and "node" `KzDxBlock`. The virtual operations are called by
+/// slot: their order is fixed.
 class KzDxBlocks : public KzDbObjectReactor, public KzDxEnableBase, public KzDxTimerReactor {
 public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
@@ -125,13 +128,14 @@ public:
     /// Binds the graph to its document and builds it; see `create`.
     virtual Orvo::ErrorStatus init(KzDxDocument* document);
 
-    /// Makes the node of an open record. `alreadyInGraph` when the record is a key, `missingCollaborator` for
+    /// Makes the node of an open record. `alreadyPresent` when the record is a key, `missingCollaborator` for
     /// null.
     virtual Orvo::ErrorStatus addBlock(KzDxBlock*& node, KzDbBlockTableRecord* record);
 
     /// Starts or stops to follow the drawing: registers with the block table and switches nodes and timer.
     /// `missingCollaborator` without a drawing, or the status of opening the block table, with nothing
-    /// changed.
+    /// changed; `missingCollaborator` also when there is no memory for the timer, and then the switch stays
+    /// off although the graph is registered, until it is switched on again or goes.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
     /// The timer's: `update(false, true)`.

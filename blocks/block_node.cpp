@@ -3,7 +3,7 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_representation.h"
 #include "blocks/departing_reactors.h"
-#include "frame/border.h"
+#include "frame/boundary.h"
 #include "frame/opened.h"
 
 #include <memory>
@@ -64,7 +64,7 @@ void KzDxBlock::appendRecords(const KzDbObjectIdArray& records) {
 void KzDxBlock::dispose(KzDxBlock* node) {
     if (node == nullptr) return;
     // When memory runs out the node stays in memory for good: objects may still know it.
-    kzdxAtBorder([node] {
+    kzdxAtBoundary([node] {
         std::vector<KzDbObjectId> registered = node->leaveEverything();
         node->forgetGraph();
         KzDxDepartingReactors::instance().adopt(node, std::move(registered));

@@ -27,6 +27,8 @@ class KzDxReferenceReader;
 /// An enhanced block's node also stands for the anonymous records that represent it: their references count
 /// as references of the block.
 ///
+/// The virtual operations are called by slot: their order is fixed.
+///
 /// Made by `create` and destroyed by `dispose`, both called by the graph that owns the node.
 class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase {
 public:

@@ -29,7 +29,6 @@ public:
         return at != entries_.end() && at->container == container ? &*at : nullptr;
     }
 
-    [[nodiscard]] bool isEmpty() const { return entries_.empty(); }
     [[nodiscard]] std::size_t size() const { return entries_.size(); }
     [[nodiscard]] auto begin() const { return entries_.begin(); }
     [[nodiscard]] auto end() const { return entries_.end(); }

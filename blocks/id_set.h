@@ -28,15 +28,7 @@ public:
     /// Adds ids that are in ascending order, in one pass over both.
     void insertAscending(std::span<const KzDbObjectId> ids);
 
-    bool erase(KzDbObjectId id) {
-        const auto at = std::ranges::lower_bound(ids_, id);
-        if (at == ids_.end() || *at != id) return false;
-        ids_.erase(at);
-        return true;
-    }
-
     [[nodiscard]] bool contains(KzDbObjectId id) const { return std::ranges::binary_search(ids_, id); }
-    [[nodiscard]] bool isEmpty() const { return ids_.empty(); }
     [[nodiscard]] std::size_t size() const { return ids_.size(); }
     [[nodiscard]] auto begin() const { return ids_.begin(); }
     [[nodiscard]] auto end() const { return ids_.end(); }

@@ -1,6 +1,6 @@
 #include "blocks/block_graph.h"
 #include "frame/application.h"
-#include "frame/border.h"
+#include "frame/boundary.h"
 #include "zelvane/zelvane.h"
 
 namespace {
@@ -41,17 +41,17 @@ ZELVANE_EXPORT std::int32_t kzdxBlockReferenceMonitorAttach(KzApDocument* docume
                                                             const KzDbObjectIdArray* blocks,
                                                             KzDxClientCallback callback) noexcept {
     if (blocks == nullptr || blocks->length() == 0 || callback == nullptr) return 0;
-    return kzdxAtBorder(std::int32_t{0}, [&] { return attach(document, *blocks, callback); });
+    return kzdxAtBoundary(std::int32_t{0}, [&] { return attach(document, *blocks, callback); });
 }
 
 ZELVANE_EXPORT void kzdxBlockReferenceMonitorDetach(KzApDocument* document,
                                                     KzDxClientCallback callback) noexcept {
     if (callback == nullptr) return;
-    kzdxAtBorder([&] { detach(document, callback); });
+    kzdxAtBoundary([&] { detach(document, callback); });
 }
 
 ZELVANE_EXPORT std::int32_t kzdxUpdateBlockGraph(KzApDocument* document, bool force, bool notify) noexcept {
-    return kzdxAtBorder(std::int32_t{0}, [&] {
+    return kzdxAtBoundary(std::int32_t{0}, [&] {
         KzDxBlocks* const graph = graphOf(document);
         if (graph == nullptr) return 0;
         graph->update(force, notify);

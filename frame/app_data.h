@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/border.h"
+#include "frame/boundary.h"
 #include "host/documents.h"
 #include "host/status.h"
 
@@ -20,6 +20,8 @@
 /// object is attached to it. A record is made with the document's address, has `forgetDocument()`, and its
 /// destruction may happen while operations of it are under way further up the stack.
 ///
+/// The virtual operations are called by slot: their order is fixed.
+///
 /// A document that goes unannounced is noticed by `purge`. Its record is told to forget the document, which
 /// must not be touched any more, and is destroyed.
 template <class Record>
@@ -34,18 +36,18 @@ public:
 
     // What the host tells.
     void onDocumentAdded(KzApDocument* document) override {
-        kzdxAtBorder([&] {
+        kzdxAtBoundary([&] {
             if (autoCreate()) docData(document, true);
         });
     }
     void onDocumentRemoving(KzApDocument* document) override {
-        kzdxAtBorder([&] {
+        kzdxAtBoundary([&] {
             removeDocData(document);
             purge();
         });
     }
     void onDocumentDiscarded(KzApDocument* document) override {
-        kzdxAtBorder([&] { removeDocData(document); });
+        kzdxAtBoundary([&] { removeDocData(document); });
     }
 
     /// The record of a document. With `create`, one is made when there is none; attached to the document
@@ -197,7 +199,7 @@ private:
     void destroyRecords() {
         disposeUnlisted();
         const bool areDocumentsKnown =
-            kzdxAtBorder(Orvo::missingCollaborator, [this] { return AppDataT::purge(); }) == Orvo::ok;
+            kzdxAtBoundary(Orvo::missingCollaborator, [this] { return AppDataT::purge(); }) == Orvo::ok;
         RecordMap leaving = std::exchange(records_, {});
         cached_ = records_.end();
         for (auto& [document, record] : leaving) {

@@ -4,7 +4,7 @@
 
 KzDxApplication::KzDxApplication() {
     instance_ = this;
-    kzdxAtBorder([this] {
+    kzdxAtBoundary([this] {
         setAutoCreate(true);
         setAttached(true);
     });
@@ -22,7 +22,7 @@ KzDxApplication::~KzDxApplication() {
 
 void KzDxApplication::documentLockModeChanged(KzApDocument* document, KzAp::DocLockMode, KzAp::DocLockMode,
                                               KzAp::DocLockMode, const char16_t* command) {
-    kzdxAtBorder([&] {
+    kzdxAtBoundary([&] {
         if (wantsIdleCheck(document, command)) kzdxPostIdleCheck(document);
     });
 }

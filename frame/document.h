@@ -15,6 +15,8 @@ class KzDxTimer;
 /// What the module keeps for one open document: its block graph and the timer of outside clients, each made
 /// on first demand and owned, and the timers that the document's idle checks examine.
 ///
+/// The virtual operations are called by slot: their order is fixed.
+///
 /// Switched on from construction to destruction. May be destroyed from inside anything that it calls.
 class KzDxDocument : public KzDxEnableBase {
 public:

@@ -1,6 +1,6 @@
 #include "blocks/departing_reactors.h"
 #include "frame/application.h"
-#include "frame/border.h"
+#include "frame/boundary.h"
 #include "frame/resource_library.h"
 #include "host/module_interface.h"
 #include "host/services.h"
@@ -51,9 +51,9 @@ void unloadModule() {
 ZELVANE_EXPORT std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) noexcept {
     switch (message) {
     case KzRx::loadMessage:
-        return kzdxAtBorder(false, [&] { return initModule(packet); }) ? KzRx::done : KzRx::loadFailed;
+        return kzdxAtBoundary(false, [&] { return initModule(packet); }) ? KzRx::done : KzRx::loadFailed;
     case KzRx::unloadMessage:
-        kzdxAtBorder(unloadModule);
+        kzdxAtBoundary(unloadModule);
         return KzRx::done;
     default:
         return KzRx::done;

@@ -26,8 +26,11 @@ public:
     KzDbBlockTableIterator& operator=(const KzDbBlockTableIterator&) = delete;
     virtual ~KzDbBlockTableIterator() = default;
 
+    /// Goes to the first record, or the last one; past erased ones when `skipErased`.
     virtual void start(bool atBeginning, bool skipErased) = 0;
+    /// Goes to the next record, or the previous one.
     virtual void step(bool forward, bool skipErased) = 0;
+    /// Whether the walk has passed the end; there is no current record then.
     [[nodiscard]] virtual bool done() const = 0;
     /// The id of the current record. On failure `id` is null.
     virtual Orvo::ErrorStatus getRecordId(KzDbObjectId& id) const = 0;
@@ -57,13 +60,16 @@ public:
     [[nodiscard]] virtual bool isDependent() const = 0;
     /// Whether the record stands for an attached drawing as a whole.
     [[nodiscard]] virtual bool isFromExternalReference() const = 0;
-    /// The attached drawing; null when there is none.
+    /// The attached drawing; null when there is none. `includeUnresolved` asks for one that is not loaded,
+    /// too.
     [[nodiscard]] virtual KzDbDatabase* xrefDatabase(bool includeUnresolved) const = 0;
 
     /// The record's name. It points into the record and is valid while that is open.
     virtual Orvo::ErrorStatus getName(const char16_t*& name) const = 0;
 
-    /// Appends the ids of the live references that insert this record, in order of creation.
+    /// Appends the ids of the live references that insert this record, in order of creation. `directOnly`
+    /// leaves out those that insert a record around it; `forceValidity` has the host read what it has not
+    /// read yet.
     virtual Orvo::ErrorStatus getBlockReferenceIds(KzDbObjectIdArray& ids, bool directOnly,
                                                    bool forceValidity) const = 0;
     /// Appends the ids of the erased references that insert this record, in order of creation.
@@ -78,8 +84,11 @@ public:
     KzDbObjectIterator& operator=(const KzDbObjectIterator&) = delete;
     virtual ~KzDbObjectIterator() = default;
 
+    /// Whether the walk has passed the end; there is no current object then.
     [[nodiscard]] virtual bool done() const = 0;
+    /// The current object.
     [[nodiscard]] virtual KzDbObjectId objectId() const = 0;
+    /// Goes to the next object, or the previous one; past erased ones when `skipErased`.
     virtual void step(bool backwards, bool skipErased) = 0;
 };
 

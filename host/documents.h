@@ -29,6 +29,7 @@ public:
     [[nodiscard]] virtual KzDbDatabase* database() const = 0;
     /// Whether the document is at rest.
     [[nodiscard]] virtual bool isQuiescent() const = 0;
+    /// What the document is reserved for, with or without what the caller itself has reserved it for.
     [[nodiscard]] virtual KzAp::DocLockMode lockMode(bool includeMyLocks) const = 0;
 };
 
@@ -45,7 +46,8 @@ public:
     virtual void step() = 0;
 };
 
-/// Hears what happens to the documents. The order of the operations is part of the host's interface.
+/// Hears what happens to the documents; an operation without a comment tells what its name says. The order of
+/// the operations is part of the host's interface.
 class KzApDocManagerReactor : public KzRxObject {
 public:
     virtual void documentCreateStarted(KzApDocument*) {}

@@ -48,7 +48,7 @@ public:
         elements_[logicalLength_++] = value;
     }
 
-    /// Appends `count` elements in one go.
+    /// Appends `count` elements, which lie outside this array, in one go. Throws like the other.
     void append(const T* values, std::int32_t count) {
         if (count <= 0) return;
         if (physicalLength_ - logicalLength_ < count) reserve(grown(count));

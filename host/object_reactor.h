@@ -8,7 +8,8 @@ class KzDbObject;
 /// Hears what happens to the objects whose reactors it was added to.
 ///
 /// A reactor may add and remove reactors of the object that it is told about; it opens no objects and changes
-/// no drawing. The order of the operations is part of the host's interface.
+/// no drawing. An operation without a comment tells what its name says. The order of the operations is part
+/// of the host's interface.
 class KzDbObjectReactor : public KzRxObject {
 public:
     /// An opening for write ended without a change.

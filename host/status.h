@@ -16,7 +16,7 @@ enum ErrorStatus : std::int32_t {
     wasErased = 58,            ///< the object is erased, and erased ones were not allowed
     heldOpenForWrite = 72,     ///< somebody holds the object open for write
     heldOpenForRead = 73,      ///< the object cannot be opened for write while others read it
-    alreadyInGraph = 260,      ///< the block record has a node already
+    alreadyPresent = 260,      ///< there is such an entry already
     filterRefused = 431,       ///< the host registers or removes no message filter now
     missingCollaborator = 506, ///< a null argument, or something the operation needs does not exist
 };

@@ -1,6 +1,6 @@
 #include "frame/application.h"
 #include "frame/block_table_walk.h"
-#include "frame/border.h"
+#include "frame/boundary.h"
 #include "host/documents.h"
 #include "zelvane/zelvane.h"
 
@@ -16,8 +16,8 @@ bool isTableBlock(const KzDbBlockTableRecord& record) {
 
 /// Appends the ids of a document's table block records. False when its drawing is out of reach.
 bool appendTableBlocks(KzApDocument* document, KzDbObjectIdArray& ids) {
-    const KzDxDocument* const record = kzdxRecordOf(document);
-    const KzDbDatabase* const drawing = record == nullptr ? nullptr : record->database();
+    const KzDxDocument* const documentRecord = kzdxRecordOf(document);
+    const KzDbDatabase* const drawing = documentRecord == nullptr ? nullptr : documentRecord->database();
     if (drawing == nullptr) return false;
     kzdxForEachRecordId(*drawing, [&ids](KzDbObjectId id) {
         const KzDxOpened<KzDbBlockTableRecord> block(id);
@@ -39,12 +39,12 @@ void appendReferences(KzDbObjectId id, KzDbObjectIdArray& ids) {
 ZELVANE_EXPORT std::int32_t kzdxGetBlockRecordIdsOfKzDbTables(KzApDocument* document,
                                                               KzDbObjectIdArray* ids) noexcept {
     if (ids == nullptr) return 0;
-    return kzdxAtBorder(std::int32_t{0}, [&] { return appendTableBlocks(document, *ids) ? 1 : 0; });
+    return kzdxAtBoundary(std::int32_t{0}, [&] { return appendTableBlocks(document, *ids) ? 1 : 0; });
 }
 
 ZELVANE_EXPORT std::int32_t kzdxGetKzDbTableIds(KzApDocument* document, KzDbObjectIdArray* ids) noexcept {
     if (ids == nullptr) return 0;
-    return kzdxAtBorder(std::int32_t{0}, [&] {
+    return kzdxAtBoundary(std::int32_t{0}, [&] {
         KzDbObjectIdArray blocks;
         if (!appendTableBlocks(document, blocks)) return 0;
         for (const KzDbObjectId block : blocks) appendReferences(block, *ids);

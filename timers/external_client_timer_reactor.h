@@ -18,10 +18,11 @@ public:
     /// Detaches from the timer and switches it off. No callback is called.
     ~KzDxExternalClientTimerReactor() override;
 
-    /// Attaches to the timer and switches it on, or the reverse. `missingCollaborator` without a timer.
+    /// Attaches to the timer and switches it on, or the reverse; how the timer fared is not reported.
+    /// `missingCollaborator` without a timer.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
-    /// Adds a callback; with the first one, switches on and returns the status of that.
+    /// Adds a callback; with the first one, switches on and returns the status of `setEnabled`.
     Orvo::ErrorStatus attach(KzDxClientCallback callback) override;
 
     /// Removes a callback; with the last one, switches off.

@@ -1,7 +1,7 @@
 #include "timers/idle_check.h"
 
 #include "frame/application.h"
-#include "frame/border.h"
+#include "frame/boundary.h"
 #include "host/documents.h"
 #include "host/editor.h"
 #include "timers/timer.h"
@@ -55,7 +55,7 @@ void kzdxPostIdleCheck(KzApDocument* document) {
 int kzdxIdleCheckFilter(const KzPlatform::Message* message) noexcept {
     if (message->number != idleCheckNumber) return 0;
     if (idleCheckNumber == 0) return 0; // no message is ours before the first posting, not even number 0
-    kzdxAtBorder([&] {
+    kzdxAtBoundary([&] {
         KzDxDocument* const record = recordOfCurrent(message->first);
         if (record != nullptr && isDocumentIdle(*record)) runTimers(*record);
     });

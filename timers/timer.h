@@ -15,6 +15,8 @@ class KzDxDocument;
 /// check. The first interval counts from the timer's construction. Ticks are 32-bit milliseconds and may wrap
 /// around.
 ///
+/// The virtual operations are called by slot: their order is fixed.
+///
 /// A receiver may attach and detach receivers, switch the timer, and destroy it.
 ///
 /// The first timer of the process makes the command-line hook, which brings the idle checks; the last one
@@ -25,8 +27,10 @@ public:
     KzDxTimer(KzDxDocument* owner, std::uint32_t interval);
     ~KzDxTimer() override;
 
-    /// Joins or leaves the owner's running timers; does not restart the interval. Switching on makes sure
-    /// that idle checks are seen. `missingCollaborator` without a hook or an owner, with nothing changed.
+    /// Joins or leaves the owner's running timers; does not restart the interval. Switching on registers the
+    /// filter that sees the idle checks, if it is not yet registered; when the host refuses that, the timer
+    /// runs and waits for the next switching on of any timer to try again. `missingCollaborator` without a
+    /// hook or an owner, with nothing changed.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
     /// Notifies every receiver now, in ascending order of address. The next receiver is chosen before each

@@ -121,9 +121,8 @@ TEST_F(GraphQueries, NestingFollowsItsDefinition) {
     }
 }
 
-// Whoever is called after random edits is whoever watches a changed block or one that lies inside a changed
-// block.
-TEST_F(GraphQueries, ChangesReachExactlyWhatLiesInside) {
+// Marks spread to exactly what lies inside a marked block.
+TEST_F(GraphQueries, MarksSpreadToExactlyWhatLiesInside) {
     for (unsigned seed = 0; seed < 40; ++seed) {
         RandomDrawing drawing(seed);
         KzDxBlocks& graph = graphOf(drawing.document);

@@ -76,7 +76,6 @@ do
   local log = check.log()
   local clients = log:clients(3, {[2] = function() host.unload(module) end})
   for _, client in ipairs(clients) do module.kzdxDocTimerAttach(drawing, client, 0, 1) end
-  host.makeCurrent = nil
   host.current(drawing)
   host.idle()
   check.equal(log:take(), {1, 2}, "calls up to the unloading")

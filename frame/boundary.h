@@ -2,10 +2,10 @@
 
 #include <utility>
 
-/// Runs `work` at a border of the library, which no exception may cross: what the host or a client calls.
+/// Runs `work` at a boundary of the library, which no exception may cross: what the host or a client calls.
 /// When memory runs out inside, the caller gets `failure`.
 template <class Result, class Work>
-Result kzdxAtBorder(Result failure, Work&& work) noexcept {
+Result kzdxAtBoundary(Result failure, Work&& work) noexcept {
     try {
         return std::forward<Work>(work)();
     } catch (...) {
@@ -15,7 +15,7 @@ Result kzdxAtBorder(Result failure, Work&& work) noexcept {
 
 /// The same for work without a result.
 template <class Work>
-void kzdxAtBorder(Work&& work) noexcept {
+void kzdxAtBoundary(Work&& work) noexcept {
     try {
         std::forward<Work>(work)();
     } catch (...) {
