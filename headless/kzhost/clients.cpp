@@ -3,9 +3,11 @@
 #include "headless/kzhost/values.h"
 #include "headless/session.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace KzHost {
 
@@ -43,15 +45,21 @@ constexpr std::array<ClientFunction, sizeof...(slots)> plainFunctions(std::index
 
 constexpr auto callbacks = plainFunctions(std::make_index_sequence<mostClients>());
 
-/// Documents lie at even addresses, which never come back with another document.
-lua_Integer keyOf(const ClientUse& use) {
-    return static_cast<lua_Integer>(reinterpret_cast<std::uintptr_t>(use.document)) |
-           static_cast<lua_Integer>(use.purpose);
+lua_Integer addressOf(const KzApDocument* document) {
+    return static_cast<lua_Integer>(reinterpret_cast<std::uintptr_t>(document));
 }
 
+/// Documents lie at even addresses, which never come back with another document.
+lua_Integer keyOf(const ClientUse& use) {
+    return addressOf(use.document) | static_cast<lua_Integer>(use.purpose);
+}
+
+/// Whether the document of a use has closed.
 bool isOver(lua_Integer key) {
-    const lua_Integer address = key & ~lua_Integer{1};
-    return !Headless::isOpen(reinterpret_cast<const KzApDocument*>(static_cast<std::uintptr_t>(address)));
+    const std::vector<KzApDocument*> open = Headless::documents();
+    return std::none_of(open.begin(), open.end(), [key](const KzApDocument* each) {
+        return addressOf(each) == (key & ~lua_Integer{1});
+    });
 }
 
 /// Replaces the table on top of the stack by the one under a key of it, which is made when there is none.

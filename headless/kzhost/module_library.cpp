@@ -70,7 +70,7 @@ KzDbObjectId idAt(const Call& call, int index) {
 void readIds(const Call& call, int index, KzDbObjectIdArray& ids) {
     call.table(index, "a list of ids or objects");
     lua_State* const state = call.state();
-    const lua_Integer count = static_cast<lua_Integer>(lua_rawlen(state, index));
+    const auto count = static_cast<lua_Integer>(lua_rawlen(state, index));
     for (lua_Integer at = 1; at <= count; ++at) {
         lua_rawgeti(state, index, at);
         ids.append(idAt(call, lua_gettop(state)));
@@ -164,7 +164,7 @@ std::vector<std::u16string> readNames(const Call& call, int index) {
     if (!call.has(index)) return names;
     call.table(index, "a list of names (strings)");
     lua_State* const state = call.state();
-    const lua_Integer count = static_cast<lua_Integer>(lua_rawlen(state, index));
+    const auto count = static_cast<lua_Integer>(lua_rawlen(state, index));
     for (lua_Integer at = 1; at <= count; ++at) {
         lua_rawgeti(state, index, at);
         names.push_back(call.text(lua_gettop(state), "a name (string)"));
