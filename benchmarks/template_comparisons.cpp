@@ -86,7 +86,6 @@ public:
 
     /// How long the export takes to give the names.
     [[nodiscard]] double secondsToGiveNames() const {
-        giveFreeMemoryBack();
         Names blocks;
         Names attributes;
         const std::u16string path = path_.u16string();
