@@ -2,7 +2,6 @@
 #include "headless/edit_check.h"
 #include "headless/edits.h"
 
-
 namespace Headless {
 
 namespace {
