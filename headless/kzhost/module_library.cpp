@@ -6,7 +6,9 @@
 #include "host/kz_array.h"
 #include "host/module_interface.h"
 
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace KzHost {
@@ -254,9 +256,17 @@ void pushFailure(lua_State* state, const Headless::LoadResult& loaded) {
     }
 }
 
+/// Where a module lies: a bare file name means the working folder or, when it is not there, the program's.
+std::string located(const std::string& path, const Setup& setup) {
+    if (path.find('/') != std::string::npos) return path;
+    std::error_code unreadable; // counts as not there
+    return std::filesystem::exists(path, unreadable) ? path : setup.program + "/" + path;
+}
+
 int load(Call& call) {
     const Setup& setup = setupOf(call);
-    const std::string path = call.has(1) ? call.bytes(1, "a path (string)") : setup.modulePath;
+    const std::string path =
+        located(call.has(1) ? call.bytes(1, "a path (string)") : setup.modulePath, setup);
     const std::string resources = call.has(2) ? call.bytes(2, "a folder (string)") : setup.program;
     const Headless::LoadResult loaded = Headless::loadModule(path, resources);
     if (loaded.module == ModuleId::none) {

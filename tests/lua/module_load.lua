@@ -45,6 +45,10 @@ do
   expectNothing("after the second load")
 end
 
+-- A bare file name means beside kzhost, unless the working folder has it.
+check.equal(host.load("NoSuch.hmx"), nil)
+check.equal(host.unload(assert(host.load("Zelvane.hmx"))), 0)
+
 -- Without its resource library.
 do
   local empty = os.tmpname() .. ".d"
