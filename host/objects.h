@@ -36,7 +36,7 @@ public:
 
     /// Adds a reactor, which is borrowed and must be removed before it is destroyed. One that is there
     /// already stays there once. The object must be open for notify or write, or be the subject of a
-    /// notification.
+    /// notification; otherwise nothing happens.
     virtual void addReactor(KzDbObjectReactor* reactor) const = 0;
 
     /// Removes a reactor; one that is not there is no error. Conditions as for `addReactor`; allowed from

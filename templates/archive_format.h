@@ -14,7 +14,7 @@
 ///       0000                     null element
 ///       0001 .. 7FFE             the object with that index again
 ///       7FFF + u32 V             long tag: bit 31 set: a new object of class V - 80000000, its body follows;
-///                                otherwise the object with index V again
+///                                otherwise the object with index V again; V 0: null element
 ///       8001 .. FFFE             a new object of the class with index tag - 8000, its body follows
 ///       FFFF                     u16 schema, u16 length, class name; then the body of a new object of it
 ///
