@@ -1,9 +1,9 @@
 #include "blocks/block_graph.h"
 
 #include "blocks/block_node.h"
-#include "blocks/departing_reactors.h"
 #include "frame/block_table_walk.h"
 #include "frame/document.h"
+#include "frame/rollback.h"
 #include "timers/timer.h"
 
 #include <algorithm>
@@ -13,8 +13,7 @@
 KzDxBlocks::KzDxBlocks() = default;
 
 KzDxBlocks::~KzDxBlocks() {
-    letGo();
-    KzDxBlocks::reset();
+    static_cast<void>(leaveHost());
 }
 
 Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocument* document) {
@@ -26,13 +25,8 @@ Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocument* document)
     return status;
 }
 
-void KzDxBlocks::dispose(KzDxBlocks* graph) {
-    if (graph == nullptr) return;
-    graph->letGo();
-    graph->reset();
-    std::vector<KzDbObjectId> registered;
-    if (!graph->watchedTable_.isNull()) registered.push_back(graph->watchedTable_);
-    KzDxDepartingReactors::instance().adopt(graph, std::move(registered));
+void KzDxBlocks::dispose(KzDxBlocks* graph) noexcept {
+    if (graph != nullptr) graph->departure_.begin(graph);
 }
 
 Orvo::ErrorStatus KzDxBlocks::init(KzDxDocument* document) {
@@ -66,30 +60,6 @@ void KzDxBlocks::reset() {
     timer_.reset();
 }
 
-/// Enters a node that has just been made. Unless it succeeds (memory may run out), the node goes again and
-/// with it all its keys.
-class KzDxBlocks::Entering {
-public:
-    Entering(KzDxBlocks& graph, KzDxBlock& node) : graph_(graph), node_(&node) {}
-    ~Entering() {
-        if (node_ == nullptr) return;
-        std::erase_if(graph_.blockMap_, [this](const auto& entry) { return entry.second == node_; });
-        KzDxBlock::dispose(node_);
-    }
-    Entering(const Entering&) = delete;
-    Entering& operator=(const Entering&) = delete;
-
-    void enterKeys() {
-        for (const KzDbObjectId record : node_->recordIds()) graph_.addBlockAlias(record, node_);
-    }
-
-    [[nodiscard]] KzDxBlock* succeeded() { return std::exchange(node_, nullptr); }
-
-private:
-    KzDxBlocks& graph_;
-    KzDxBlock* node_;
-};
-
 Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (record == nullptr) return Orvo::missingCollaborator;
@@ -97,11 +67,15 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
     KzDxBlock* made = nullptr;
     const Orvo::ErrorStatus status = KzDxBlock::create(made, this, record);
     if (status != Orvo::ok) return status;
-    Entering entering(*this, *made);
-    entering.enterKeys();
+    KzDxRollback undo([&] {
+        std::erase_if(blockMap_, [made](const auto& entry) { return entry.second == made; });
+        KzDxBlock::dispose(made);
+    });
+    for (const KzDbObjectId key : made->recordIds()) addBlockAlias(key, made);
     made->setEnabled(isEnabled());
-    node = entering.succeeded();
+    undo.keep();
     nesting_.outdate();
+    node = made;
     return Orvo::ok;
 }
 

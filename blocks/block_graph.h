@@ -4,6 +4,7 @@
 #include "blocks/id_set.h"
 #include "blocks/reference_reader.h"
 #include "frame/call_set.h"
+#include "frame/departure.h"
 #include "frame/enable_base.h"
 #include "frame/life.h"
 #include "host/block_table.h"
@@ -46,7 +47,7 @@ public:
 
     /// Empties a graph, unregisters it and its nodes from everything, and destroys them, now or as soon as
     /// every object can be opened. Works also when the document is gone. Null is no graph.
-    static void dispose(KzDxBlocks* graph);
+    static void dispose(KzDxBlocks* graph) noexcept;
 
     ~KzDxBlocks() override;
 
@@ -107,12 +108,15 @@ public:
 
     // Clients.
 
-    /// Registers a callback on the nodes of `blocks`; ids without a node are passed over.
+    /// Registers a callback on the nodes of `blocks`, on all or, when memory runs out, on none; ids without a
+    /// node are passed over.
     /// `missingCollaborator` for a null callback.
     virtual Orvo::ErrorStatus addClient(KzDxClientCallback callback, const KzDbObjectIdArray& blocks);
     virtual void removeClient(KzDxClientCallback callback);
     /// Adds the callbacks of all nodes to `clients`.
     virtual Orvo::ErrorStatus getClients(Clients& clients) const;
+    /// Whether any node has a callback; needs no memory.
+    [[nodiscard]] bool hasClients() const;
 
     // What nodes ask of the graph.
 
@@ -159,6 +163,8 @@ public:
     void containersChanged() { nesting_.outdate(); }
 
 private:
+    friend class KzDxDeparture;
+
     KzDxBlocks();
 
     // Scanning (block_graph_scan.cpp).
@@ -166,14 +172,13 @@ private:
     [[nodiscard]] KzDbObjectId originalBlockOf(const KzDbBlockTableRecord& record) const;
 
     // Following (block_graph_changes.cpp).
+    Orvo::ErrorStatus follow(const KzDbBlockTable& table, KzDbObjectId tableId);
+    void stopFollowing(const KzDbBlockTable& table);
     Orvo::ErrorStatus enableTimer();
     void disableTimer();
     void setNodesEnabled(bool enable);
-    void letGo();
-    void gatherChangedClients(Clients& due);
-
-    // Building (block_graph.cpp).
-    class Entering;
+    bool leaveHost() noexcept;
+    void gatherChangedClients(Clients& due) const;
 
     [[nodiscard]] KzDxBlockNesting& builtNesting();
     [[nodiscard]] std::uint32_t countNested(const KzDxBlock& node, KzDbObjectId container,
@@ -192,4 +197,5 @@ private:
     KzDxReferenceReader reader_{*this};
     KzDxBlockNesting nesting_;
     KzDxLife life_;
+    KzDxDeparture departure_;
 };

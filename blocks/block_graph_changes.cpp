@@ -1,25 +1,29 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
-#include "blocks/departing_reactors.h"
+#include "blocks/leave_object.h"
+#include "frame/boundary.h"
 #include "frame/document.h"
 #include "frame/opened.h"
+#include "frame/rollback.h"
 #include "timers/timer.h"
 
+#include <algorithm>
 #include <new>
-#include <utility>
 
 void KzDxBlocks::openedForModify(const KzDbObject*) {
     setNeedsScan(true);
 }
 
 void KzDxBlocks::timerElapsed() {
-    update(false, true);
+    kzdxAtBoundary([this] { update(false, true); });
 }
 
 void KzDxBlocks::update(bool force, bool notify) {
     if (!force && !(needsScan_ && isEnabled())) return;
     scanBlockTable();
+    KzDxRollback scanAgain([this] { setNeedsScan(true); });
     propagateChanges();
+    scanAgain.keep();
     if (notify) notifyClients(); // may destroy the graph: nothing comes after it
 }
 
@@ -36,19 +40,21 @@ void KzDxBlocks::propagateChanges() {
 void KzDxBlocks::notifyClients() {
     if (!hasChanges_) return;
     Clients due;
+    KzDxRollback scanAgain([this] { setNeedsScan(true); });
     gatherChangedClients(due);
+    scanAgain.keep();
+    for (const auto& [key, node] : blockMap_) node->setHasChanges(false);
     const KzDxLife::Watch watch(life_);
     due.callEach(Clients::Next::chosenAfterCall, [&watch](KzDxClientCallback callback) {
-        callback();
+        kzdxAtBoundary(callback);
         return !watch.isOver();
     });
     if (!watch.isOver()) setHasChanges(false);
 }
 
-void KzDxBlocks::gatherChangedClients(Clients& due) {
+void KzDxBlocks::gatherChangedClients(Clients& due) const {
     for (const auto& [key, node] : blockMap_) {
         if (!node->hasChanges()) continue;
-        node->setHasChanges(false);
         for (const KzDxClientCallback callback : node->clients()) due.insert(callback);
     }
 }
@@ -60,21 +66,28 @@ Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
     const KzDbObjectId tableId = drawing->blockTableId();
     const KzDxOpened<KzDbBlockTable> table(tableId, KzDb::OpenMode::forNotify, !enable);
     if (!table) return table.status();
-    if (enable) {
-        table->addReactor(this);
-        watchedTable_ = tableId;
-    } else {
-        table->removeReactor(this);
-        watchedTable_ = KzDbObjectId();
-    }
-    setNodesEnabled(enable);
-    if (!enable) {
-        disableTimer();
-    } else if (const Orvo::ErrorStatus status = enableTimer(); status != Orvo::ok) {
-        return status;
-    }
-    storeEnabled(enable);
+    if (enable) return follow(*table.get(), tableId);
+    stopFollowing(*table.get());
     return Orvo::ok;
+}
+
+Orvo::ErrorStatus KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
+    KzDxRollback undo([&] { stopFollowing(table); });
+    watchedTable_ = tableId;
+    table.addReactor(this);
+    setNodesEnabled(true);
+    const Orvo::ErrorStatus status = enableTimer();
+    undo.keep();
+    if (status == Orvo::ok) storeEnabled(true);
+    return status;
+}
+
+void KzDxBlocks::stopFollowing(const KzDbBlockTable& table) {
+    table.removeReactor(this);
+    watchedTable_ = KzDbObjectId();
+    setNodesEnabled(false);
+    disableTimer();
+    storeEnabled(false);
 }
 
 void KzDxBlocks::setNodesEnabled(bool enable) {
@@ -95,23 +108,34 @@ void KzDxBlocks::disableTimer() {
     timer_->detach(this);
 }
 
-/// Stops to follow the drawing in any case: by the ids that were kept when the document is gone, and as far
-/// as objects can be opened. `watchedTable_` is null afterwards unless the table could not be left.
-void KzDxBlocks::letGo() {
-    KzDxBlocks::setEnabled(false);
-    setNodesEnabled(false);
-    disableTimer();
+/// Empties the graph and leaves the block table, by the id that was kept when the document is gone. Whether
+/// the table could be left.
+bool KzDxBlocks::leaveHost() noexcept {
+    kzdxAtBoundary([this] {
+        KzDxBlocks::setEnabled(false);
+        disableTimer();
+    });
     storeEnabled(false);
-    if (!watchedTable_.isNull() && kzdxLeaveObject(watchedTable_, this)) watchedTable_ = KzDbObjectId();
+    KzDxBlocks::reset();
+    if (kzdxLeaveObject(watchedTable_, this)) watchedTable_ = KzDbObjectId();
+    return watchedTable_.isNull();
 }
 
 Orvo::ErrorStatus KzDxBlocks::addClient(KzDxClientCallback callback, const KzDbObjectIdArray& blocks) {
     if (callback == nullptr) return Orvo::missingCollaborator;
     if (blocks.length() < 1) return Orvo::ok;
     for (const KzDbObjectId id : blocks) {
+        if (KzDxBlock* const watched = node(id)) watched->makeRoomForClient();
+    }
+    for (const KzDbObjectId id : blocks) {
         if (KzDxBlock* const watched = node(id)) watched->addClient(callback);
     }
     return Orvo::ok;
+}
+
+bool KzDxBlocks::hasClients() const {
+    return std::ranges::any_of(blockMap_,
+                               [](const auto& entry) { return !entry.second->clients().isEmpty(); });
 }
 
 void KzDxBlocks::removeClient(KzDxClientCallback callback) {

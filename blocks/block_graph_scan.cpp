@@ -1,8 +1,8 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 #include "blocks/block_representation.h"
-#include "blocks/departing_reactors.h"
 #include "frame/block_table_walk.h"
+#include "frame/departure.h"
 
 #include <algorithm>
 #include <functional>
@@ -65,7 +65,8 @@ private:
 Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
-    KzDxDepartingReactors::instance().retry();
+    KzDxDeparture::retryAll();
+    needsScan_ = true; // until all is done: memory may run out on the way
     layoutIds_.clear();
     ++scanNumber_;
     reader_.forgetDrawings();

@@ -2,13 +2,10 @@
 
 #include "blocks/block_graph.h"
 #include "blocks/block_representation.h"
-#include "blocks/departing_reactors.h"
-#include "frame/boundary.h"
 #include "frame/opened.h"
 
 #include <memory>
 #include <new>
-#include <utility>
 
 namespace {
 
@@ -43,7 +40,10 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
     owner_ = owner;
     id_ = record->objectId();
     recordIds_.append(id_);
-    if (isEnhancedBlock(record)) appendRecords(representationsOf(record));
+    if (isEnhancedBlock(record)) recordIds_.append(representationsOf(record));
+    for (const KzDbObjectId each : recordIds_) {
+        if (each != id_) furtherRecords_.insert(each);
+    }
     return readAgain();
 }
 
@@ -56,35 +56,21 @@ KzDbObjectIdArray KzDxBlock::representationsOf(const KzDbBlockTableRecord* recor
     return ids;
 }
 
-void KzDxBlock::appendRecords(const KzDbObjectIdArray& records) {
-    recordIds_.append(records);
-    for (const KzDbObjectId record : records) furtherRecords_.insert(record);
-}
-
-void KzDxBlock::dispose(KzDxBlock* node) {
+void KzDxBlock::dispose(KzDxBlock* node) noexcept {
     if (node == nullptr) return;
-    // When memory runs out the node stays in memory for good: objects may still know it.
-    kzdxAtBoundary([node] {
-        std::vector<KzDbObjectId> registered = node->leaveEverything();
-        node->forgetGraph();
-        KzDxDepartingReactors::instance().adopt(node, std::move(registered));
-    });
+    node->forgetGraph();
+    node->departure_.begin(node);
 }
 
 KzDxBlock::~KzDxBlock() {
-    static_cast<void>(leaveEverything());
+    static_cast<void>(leaveHost());
 }
 
-void KzDxBlock::forgetGraph() {
+void KzDxBlock::forgetGraph() noexcept {
     hasChanges_ = false;
     needsScan_ = true;
     owner_ = nullptr;
-    id_ = KzDbObjectId();
-    containers_ = KzDxContainers();
     clients_.clear();
-    recordIds_ = KzDbObjectIdArray();
-    furtherRecords_.clear();
-    lingering_.clear();
 }
 
 void KzDxBlock::copied(const KzDbObject* object, const KzDbObject*) {

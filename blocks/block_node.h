@@ -4,13 +4,13 @@
 #include "blocks/id_set.h"
 #include "blocks/watched_attributes.h"
 #include "frame/call_set.h"
+#include "frame/departure.h"
 #include "frame/enable_base.h"
 #include "host/block_table.h"
 #include "host/object_reactor.h"
 #include "zelvane/zelvane.h"
 
 #include <cstdint>
-#include <set>
 #include <span>
 #include <vector>
 
@@ -42,7 +42,7 @@ public:
 
     /// Unregisters a node from everything and destroys it, now or as soon as every object it is registered on
     /// can be opened. The node does not touch its graph any more.
-    static void dispose(KzDxBlock* node);
+    static void dispose(KzDxBlock* node) noexcept;
 
     ~KzDxBlock() override;
 
@@ -75,7 +75,7 @@ public:
 
     /// The callbacks of this block, not owned, in ascending order of address.
     [[nodiscard]] virtual const Clients& clients() const { return clients_; }
-    /// A null callback is ignored.
+    /// A null callback is ignored. Allocates nothing right after `makeRoomForClient`.
     virtual void addClient(KzDxClientCallback callback);
     virtual void removeClient(KzDxClientCallback callback);
 
@@ -97,36 +97,41 @@ public:
     /// The second half of `evaluate`: reads all records again.
     Orvo::ErrorStatus readAgain();
 
+    void makeRoomForClient() { clients_.makeRoomForOne(); }
+
     /// Whether the node was read in the scan of that number; see `KzDxBlocks::scanNumber`.
     [[nodiscard]] bool wasReadIn(std::uint32_t scan) const { return lastScan_ == scan; }
 
 private:
     KzDxBlock() = default;
 
+    friend class KzDxDeparture;
+
     Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
     [[nodiscard]] KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) const;
-    void appendRecords(const KzDbObjectIdArray& records);
-    void forgetGraph();
+    void forgetGraph() noexcept;
 
     // Reading (block_node_reading.cpp).
     void file(const KzDxReferenceReader& reader);
     void markContainerChanges(const KzDxContainers& before);
+    void unfile(std::span<const KzDbObjectId> gone, std::span<const KzDbObjectId> unread);
+    void joinArrived(std::span<const KzDbObjectId> arrived);
     [[nodiscard]] std::vector<KzDbObjectId> filedReferences() const;
 
-    // Registering (block_node_watching.cpp).
-    Orvo::ErrorStatus watchReference(KzDbObjectId reference, bool watch);
-    Orvo::ErrorStatus startWatching(KzDbObjectId reference);
-    Orvo::ErrorStatus stopWatching(KzDbObjectId reference);
-    void watchAttributes(const KzDbBlockReference& reference, KzDbObjectId id);
-    void watchReferences(bool watch);
-    Orvo::ErrorStatus watchRecords(bool watch);
-    void join(const KzDbObject& object, KzDbObjectId id);
-    void leave(KzDbObjectId id);
-    void lingerOn(const KzDbObjectId* first, const KzDbObjectId* last);
-    void leaveAttributesOf(KzDbObjectId reference);
-    [[nodiscard]] bool isPart(KzDbObjectId id, std::span<const KzDbObjectId> reported) const;
-    void leaveLingering(std::span<const KzDbObjectId> reported);
-    [[nodiscard]] std::vector<KzDbObjectId> leaveEverything();
+    // Registering (block_node_watching.cpp). To join is to register, to leave is to unregister. Joining may
+    // run out of memory; leaving needs none.
+    Orvo::ErrorStatus join();
+    Orvo::ErrorStatus joinRecords();
+    void joinReference(KzDbObjectId id);
+    void joinAttributes(const KzDbBlockReference& reference, KzDbObjectId id);
+    Orvo::ErrorStatus leave();
+    Orvo::ErrorStatus leaveRecords();
+    bool leaveReference(KzDbObjectId id) noexcept;
+    bool leaveReferences() noexcept;
+    void leaveUnfiled(std::span<const KzDbObjectId> reported);
+    bool leaveEverything() noexcept;
+    bool leaveHost() noexcept;
+    void settle();
 
     KzDxBlocks* owner_ = nullptr;
     KzDbObjectId id_;
@@ -138,8 +143,12 @@ private:
     KzDbObjectIdArray recordIds_;
     /// The records after the first, for looking up.
     KzDxIdSet furtherRecords_;
-    /// Objects that the node may still be reactor of although nothing above names them: references that could
-    /// not be read, and whatever somebody held open when the node wanted to leave it.
-    std::set<KzDbObjectId> lingering_;
+    /// References that the node may still be reactor of although they are not filed: they could not be read,
+    /// or somebody held them open when the node wanted to leave them.
+    KzDxIdSet unfiled_;
+    /// Whether the last switching could not be completed: the node is then not reactor of everything although
+    /// it is switched on, or still reactor of something although it is switched off.
+    bool isUnsettled_ = false;
     std::uint32_t lastScan_ = 0;
+    KzDxDeparture departure_;
 };

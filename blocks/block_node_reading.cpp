@@ -66,10 +66,11 @@ Orvo::ErrorStatus KzDxBlock::refresh() {
 
 bool KzDxBlock::listRecord(KzDbObjectId record) {
     if (record == id_ || furtherRecords_.contains(record)) return false;
-    KzDbObjectIdArray records;
-    records.append(record);
-    appendRecords(records);
+    // The look-up comes last: should memory run out before, the next call does it all again, and a record
+    // that is listed twice is read once.
     owner_->addBlockAlias(record, this);
+    recordIds_.append(record);
+    furtherRecords_.insert(record);
     return true;
 }
 
@@ -80,7 +81,8 @@ Orvo::ErrorStatus KzDxBlock::readAgain() {
     const Orvo::ErrorStatus status = reader.read(recordIds_, containers_);
     if (status != Orvo::ok) return status;
     if (!reader.isAsFiled()) file(reader);
-    leaveLingering(reader.references());
+    leaveUnfiled(reader.references());
+    if (isUnsettled_) settle();
     setNeedsScan(false);
     return Orvo::ok;
 }
@@ -91,15 +93,30 @@ void KzDxBlock::file(const KzDxReferenceReader& reader) {
     const std::vector<KzDbObjectId> arrived = difference(placed, filedBefore);
     const std::vector<KzDbObjectId> gone = difference(filedBefore, reader.references());
     const std::vector<KzDbObjectId> unread = difference(difference(filedBefore, placed), gone);
+    unfiled_.makeRoomFor(gone.size() + unread.size());
     const KzDxContainers before = std::exchange(containers_, sortedByContainer(reader));
 
+    // Nothing from here on can fail but joining, which the next reading goes on with.
     markContainerChanges(before);
     if (!arrived.empty() || !gone.empty()) setHasChanges(true);
-    if (isEnabled()) {
-        for (const KzDbObjectId reference : arrived) watchReference(reference, true);
-        lingering_.insert(unread.begin(), unread.end());
+    unfile(gone, unread);
+    if (isEnabled()) joinArrived(arrived);
+}
+
+/// Leaves references that are gone, and remembers those that the node may still be reactor of.
+void KzDxBlock::unfile(std::span<const KzDbObjectId> gone, std::span<const KzDbObjectId> unread) {
+    const bool isKnown = isEnabled() || isUnsettled_;
+    for (const KzDbObjectId reference : gone) {
+        if (!leaveReference(reference) && isKnown) unfiled_.insert(reference);
     }
-    for (const KzDbObjectId reference : gone) watchReference(reference, false);
+    if (!isKnown) return;
+    for (const KzDbObjectId reference : unread) unfiled_.insert(reference);
+}
+
+void KzDxBlock::joinArrived(std::span<const KzDbObjectId> arrived) {
+    const bool wasUnsettled = std::exchange(isUnsettled_, true);
+    for (const KzDbObjectId reference : arrived) joinReference(reference);
+    isUnsettled_ = wasUnsettled;
 }
 
 /// Marks a change when a container appeared or lost its last reference.

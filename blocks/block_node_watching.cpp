@@ -1,5 +1,5 @@
 #include "blocks/block_node.h"
-#include "blocks/departing_reactors.h"
+#include "blocks/leave_object.h"
 #include "frame/opened.h"
 
 #include <algorithm>
@@ -7,58 +7,67 @@
 
 Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     if (enable == isEnabled()) return Orvo::ok;
-    watchReferences(enable);
+    // First, so that switching off undoes what was done when memory runs out on the way.
     storeEnabled(enable);
-    if (!enable) leaveLingering({});
-    return watchRecords(enable);
+    isUnsettled_ = true;
+    return enable ? join() : leave();
 }
 
-void KzDxBlock::watchReferences(bool watch) {
+Orvo::ErrorStatus KzDxBlock::join() {
     for (const KzDxContainers::Entry& entry : containers_) {
-        for (const KzDbObjectId reference : entry.references) watchReference(reference, watch);
+        for (const KzDbObjectId reference : entry.references) joinReference(reference);
+    }
+    const Orvo::ErrorStatus status = joinRecords();
+    isUnsettled_ = false;
+    return status;
+}
+
+Orvo::ErrorStatus KzDxBlock::leave() {
+    const bool areReferencesLeft = leaveReferences();
+    const Orvo::ErrorStatus status = leaveRecords();
+    isUnsettled_ = !areReferencesLeft || status != Orvo::ok || !id_.isValid();
+    return status;
+}
+
+/// Does again what could not be done completely: switching on, because memory ran out, or switching off,
+/// because somebody held an object open.
+void KzDxBlock::settle() {
+    if (isEnabled()) {
+        static_cast<void>(join());
+    } else {
+        isUnsettled_ = !leaveEverything();
     }
 }
 
-Orvo::ErrorStatus KzDxBlock::watchRecords(bool watch) {
-    if (id_.isNull() || !id_.isValid()) {
-        if (watch) return Orvo::invalidObjectId;
-        lingerOn(recordIds_.begin(), recordIds_.end());
-        return Orvo::ok;
-    }
-    if (watch && (id_.isErased() || id_.isEffectivelyErased())) return Orvo::invalidObjectId;
-    for (const KzDbObjectId* id = recordIds_.begin(); id != recordIds_.end(); ++id) {
-        const KzDxOpened<KzDbBlockTableRecord> record(*id, KzDb::OpenMode::forNotify, !watch);
-        if (!record) {
-            if (!watch) lingerOn(id, recordIds_.end());
-            return record.status();
-        }
-        if (watch) {
-            join(*record.get(), *id);
-        } else {
-            record->removeReactor(this);
-        }
+Orvo::ErrorStatus KzDxBlock::joinRecords() {
+    if (!id_.isValid() || id_.isErased() || id_.isEffectivelyErased()) return Orvo::invalidObjectId;
+    for (const KzDbObjectId id : recordIds_) {
+        const KzDxOpened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify);
+        if (!record) return record.status();
+        record->addReactor(this);
     }
     return Orvo::ok;
 }
 
-/// Remembers objects that the node stays registered on for now.
-void KzDxBlock::lingerOn(const KzDbObjectId* first, const KzDbObjectId* last) {
-    lingering_.insert(first, last);
-}
-
-Orvo::ErrorStatus KzDxBlock::watchReference(KzDbObjectId reference, bool watch) {
-    return watch ? startWatching(reference) : stopWatching(reference);
-}
-
-Orvo::ErrorStatus KzDxBlock::startWatching(KzDbObjectId reference) {
-    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
-    if (!opened) return opened.status();
-    join(*opened.get(), reference);
-    watchAttributes(*opened.get(), reference);
+Orvo::ErrorStatus KzDxBlock::leaveRecords() {
+    if (!id_.isValid()) return Orvo::ok;
+    for (const KzDbObjectId id : recordIds_) {
+        const KzDxOpened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify, true);
+        if (!record) return record.status();
+        record->removeReactor(this);
+    }
     return Orvo::ok;
 }
 
-void KzDxBlock::watchAttributes(const KzDbBlockReference& reference, KzDbObjectId id) {
+void KzDxBlock::joinReference(KzDbObjectId id) {
+    const KzDxOpened<KzDbBlockReference> reference(id, KzDb::OpenMode::forNotify, true);
+    if (!reference) return;
+    reference->addReactor(this);
+    unfiled_.erase(id);
+    joinAttributes(*reference.get(), id);
+}
+
+void KzDxBlock::joinAttributes(const KzDbBlockReference& reference, KzDbObjectId id) {
     const std::unique_ptr<KzDbObjectIterator> attributes(reference.attributeIterator());
     if (attributes == nullptr) return;
     for (; !attributes->done(); attributes->step(false, true)) {
@@ -68,62 +77,46 @@ void KzDxBlock::watchAttributes(const KzDbBlockReference& reference, KzDbObjectI
         const KzDxOpened<KzDbAttribute> attribute(attributeId, KzDb::OpenMode::forNotify, true);
         if (!attribute) continue;
         watchedAttributes_.add(id, attributeId); // first: the node must know where it is registered
-        join(*attribute.get(), attributeId);
+        attribute->addReactor(this);
     }
 }
 
-Orvo::ErrorStatus KzDxBlock::stopWatching(KzDbObjectId reference) {
-    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
-    if (opened) opened->removeReactor(this);
-    if (!opened && reference.isValid()) {
-        lingering_.insert(reference);
-    } else {
-        leaveAttributesOf(reference);
+/// Unregisters from a reference, and then from its attributes. Whether the node is registered on none of them
+/// any more.
+bool KzDxBlock::leaveReference(KzDbObjectId id) noexcept {
+    const auto leaveAttribute = [this](KzDbObjectId attribute) { return kzdxLeaveObject(attribute, this); };
+    return kzdxLeaveObject(id, this) && watchedAttributes_.removeOf(id, leaveAttribute);
+}
+
+/// Unregisters from all references, filed or not. Whether that was possible.
+bool KzDxBlock::leaveReferences() noexcept {
+    bool areAllLeft = true;
+    for (const KzDxContainers::Entry& entry : containers_) {
+        for (const KzDbObjectId reference : entry.references) areAllLeft &= leaveReference(reference);
     }
-    return opened.status();
+    unfiled_.eraseIf([this](KzDbObjectId reference) { return leaveReference(reference); });
+    return areAllLeft && unfiled_.isEmpty();
 }
 
-void KzDxBlock::leaveAttributesOf(KzDbObjectId reference) {
-    for (const KzDbObjectId attribute : watchedAttributes_.take(reference)) leave(attribute);
+/// Tries again to leave what could not be left or read before. While the node watches, what the records still
+/// report is waited for.
+void KzDxBlock::leaveUnfiled(std::span<const KzDbObjectId> reported) {
+    unfiled_.eraseIf([&](KzDbObjectId reference) {
+        const bool isAwaited = isEnabled() && std::ranges::binary_search(reported, reference);
+        return !isAwaited && leaveReference(reference);
+    });
 }
 
-/// Registers with an object that is open.
-void KzDxBlock::join(const KzDbObject& object, KzDbObjectId id) {
-    object.addReactor(this);
-    lingering_.erase(id);
+/// Unregisters from everything that can be opened. Whether that was all.
+bool KzDxBlock::leaveEverything() noexcept {
+    bool areAllLeft = leaveReferences();
+    for (const KzDbObjectId record : recordIds_) areAllLeft &= kzdxLeaveObject(record, this);
+    return areAllLeft;
 }
 
-/// Unregisters from an object, or remembers that it could not be opened.
-void KzDxBlock::leave(KzDbObjectId id) {
-    if (!kzdxLeaveObject(id, this)) lingering_.insert(id);
-}
-
-/// Whether an object belongs to the block: one of its records, a reference that they report, or an attribute
-/// of one. An attribute that cannot be opened is taken for none; it cannot be left either.
-bool KzDxBlock::isPart(KzDbObjectId id, std::span<const KzDbObjectId> reported) const {
-    if (id == id_ || furtherRecords_.contains(id) || std::ranges::binary_search(reported, id)) return true;
-    const KzDxOpened<KzDbAttribute> attribute(id, KzDb::OpenMode::forRead, true);
-    return attribute && std::ranges::binary_search(reported, attribute->ownerId());
-}
-
-/// Tries again to leave what could not be left or read before. While the node watches, what belongs to the
-/// block is waited for.
-void KzDxBlock::leaveLingering(std::span<const KzDbObjectId> reported) {
-    for (auto at = lingering_.begin(); at != lingering_.end();) {
-        const KzDbObjectId id = *at;
-        if ((isEnabled() && isPart(id, reported)) || !kzdxLeaveObject(id, this)) {
-            ++at;
-        } else {
-            leaveAttributesOf(id);
-            at = lingering_.erase(at);
-        }
-    }
-}
-
-/// Unregisters from everything; gives the ids of what could not be left.
-std::vector<KzDbObjectId> KzDxBlock::leaveEverything() {
-    KzDxBlock::setEnabled(false);
-    for (const KzDbObjectId attribute : watchedAttributes_.takeAll()) leave(attribute);
-    leaveLingering({});
-    return {lingering_.begin(), lingering_.end()};
+bool KzDxBlock::leaveHost() noexcept {
+    if (!isEnabled() && !isUnsettled_) return true;
+    storeEnabled(false);
+    isUnsettled_ = !leaveEverything();
+    return !isUnsettled_;
 }

@@ -28,7 +28,23 @@ public:
     /// Adds ids that are in ascending order, in one pass over both.
     void insertAscending(std::span<const KzDbObjectId> ids);
 
+    /// Has room for `count` more ids: that many insertions will not allocate.
+    void makeRoomFor(std::size_t count) { ids_.reserve(ids_.size() + count); }
+
+    /// Removes an id; one that is not there is no error.
+    void erase(KzDbObjectId id) {
+        const auto at = std::ranges::lower_bound(ids_, id);
+        if (at != ids_.end() && *at == id) ids_.erase(at);
+    }
+
+    /// Removes the ids for which `isUnwanted` returns true, asked for each in ascending order.
+    template <class Predicate>
+    void eraseIf(Predicate isUnwanted) {
+        std::erase_if(ids_, isUnwanted);
+    }
+
     [[nodiscard]] bool contains(KzDbObjectId id) const { return std::ranges::binary_search(ids_, id); }
+    [[nodiscard]] bool isEmpty() const { return ids_.empty(); }
     [[nodiscard]] std::size_t size() const { return ids_.size(); }
     [[nodiscard]] auto begin() const { return ids_.begin(); }
     [[nodiscard]] auto end() const { return ids_.end(); }

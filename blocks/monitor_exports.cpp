@@ -1,6 +1,7 @@
 #include "blocks/block_graph.h"
 #include "frame/application.h"
 #include "frame/boundary.h"
+#include "frame/rollback.h"
 #include "zelvane/zelvane.h"
 
 namespace {
@@ -21,8 +22,14 @@ Orvo::ErrorStatus startFollowing(KzDxBlocks& graph) {
 std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzDxClientCallback callback) {
     KzDxBlocks* const graph = graphOf(document);
     if (graph == nullptr) return 0;
-    if (!graph->isEnabled() && startFollowing(*graph) != Orvo::ok) return 0;
-    return graph->addClient(callback, blocks) == Orvo::ok ? 1 : 0;
+    const bool isFirst = !graph->isEnabled();
+    if (isFirst && startFollowing(*graph) != Orvo::ok) return 0;
+    KzDxRollback undo([&] {
+        if (isFirst) graph->setEnabled(false);
+    });
+    const Orvo::ErrorStatus status = graph->addClient(callback, blocks);
+    undo.keep();
+    return status == Orvo::ok ? 1 : 0;
 }
 
 void detach(KzApDocument* document, KzDxClientCallback callback) {
@@ -31,8 +38,7 @@ void detach(KzApDocument* document, KzDxClientCallback callback) {
     KzDxBlocks* const graph = record == nullptr ? nullptr : record->blocks();
     if (graph == nullptr) return;
     graph->removeClient(callback);
-    KzDxBlocks::Clients left;
-    if (graph->getClients(left) == Orvo::ok && left.isEmpty()) graph->setEnabled(false);
+    if (!graph->hasClients()) graph->setEnabled(false);
 }
 
 } // namespace

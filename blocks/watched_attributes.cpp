@@ -1,37 +1,6 @@
 #include "blocks/watched_attributes.h"
 
 #include <algorithm>
-#include <utility>
-
-void KzDxWatchedAttributes::add(KzDbObjectId reference, KzDbObjectId attribute) {
-    pairs_.push_back({reference, attribute});
-}
-
-std::vector<KzDbObjectId> KzDxWatchedAttributes::take(KzDbObjectId reference) {
-    sort();
-    const auto first = std::ranges::lower_bound(pairs_, reference, {}, &Pair::reference);
-    const auto last = std::ranges::upper_bound(pairs_, reference, {}, &Pair::reference);
-    std::vector<KzDbObjectId> attributes;
-    attributes.reserve(static_cast<std::size_t>(last - first)); // nothing is lost when memory runs out
-    for (auto pair = first; pair != last; ++pair) {
-        if (pair->attribute.isNull()) continue;
-        attributes.push_back(std::exchange(pair->attribute, KzDbObjectId()));
-        ++removed_;
-    }
-    return attributes;
-}
-
-std::vector<KzDbObjectId> KzDxWatchedAttributes::takeAll() {
-    sort();
-    std::vector<KzDbObjectId> attributes;
-    attributes.reserve(pairs_.size());
-    for (const Pair& pair : pairs_) {
-        if (!pair.attribute.isNull()) attributes.push_back(pair.attribute);
-    }
-    pairs_ = {};
-    sorted_ = removed_ = 0;
-    return attributes;
-}
 
 void KzDxWatchedAttributes::sort() {
     const bool mostlyRemoved = 2 * removed_ > pairs_.size();

@@ -2,6 +2,7 @@
 
 #include "host/ids.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -9,6 +10,7 @@
 ///
 /// One array of pairs, sorted when it is asked after additions: sixteen bytes per attribute, nothing for
 /// references without attributes. Additions and removals in any number cost one sort in all, not one each.
+/// Only additions allocate.
 class KzDxWatchedAttributes {
 public:
     struct Pair {
@@ -18,15 +20,41 @@ public:
     };
 
     /// An attribute that is there already stays there once.
-    void add(KzDbObjectId reference, KzDbObjectId attribute);
+    void add(KzDbObjectId reference, KzDbObjectId attribute) { pairs_.push_back({reference, attribute}); }
 
-    /// Removes the attributes of one reference and gives them, ascending.
-    [[nodiscard]] std::vector<KzDbObjectId> take(KzDbObjectId reference);
+    /// Removes those attributes of one reference for which `hasLeft(attribute)` returns true, asked in
+    /// ascending order. Whether that was all of them.
+    template <class HasLeft>
+    bool removeOf(KzDbObjectId reference, HasLeft hasLeft) {
+        sort();
+        const auto of = std::ranges::equal_range(pairs_, reference, {}, &Pair::reference);
+        return remove(of.begin(), of.end(), hasLeft);
+    }
 
-    /// Removes everything and gives the attributes in order of reference and attribute.
-    [[nodiscard]] std::vector<KzDbObjectId> takeAll();
+    /// The same for all attributes, in order of reference and attribute.
+    template <class HasLeft>
+    bool removeAll(HasLeft hasLeft) {
+        sort();
+        return remove(pairs_.begin(), pairs_.end(), hasLeft);
+    }
 
 private:
+    using Position = std::vector<Pair>::iterator;
+
+    template <class HasLeft>
+    bool remove(Position first, Position last, HasLeft hasLeft) {
+        bool areAllGone = true;
+        for (Position pair = first; pair != last; ++pair) {
+            if (pair->attribute.isNull()) continue;
+            if (hasLeft(pair->attribute)) {
+                pair->attribute = KzDbObjectId();
+                ++removed_;
+            } else {
+                areAllGone = false;
+            }
+        }
+        return areAllGone;
+    }
     void sort();
 
     /// Ascending up to `sorted_`, then additions in any order. Removed pairs have a null attribute.

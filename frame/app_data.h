@@ -1,18 +1,15 @@
 #pragma once
 
 #include "frame/boundary.h"
+#include "frame/rollback.h"
 #include "host/documents.h"
 #include "host/status.h"
 
-#include <algorithm>
-#include <functional>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <new>
 #include <set>
 #include <utility>
-#include <vector>
 
 /// Keeps one record for each document of the host, made on demand or, with `autoCreate`, with the document.
 ///
@@ -22,15 +19,16 @@
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// A document that goes unannounced is noticed by `purge`. Its record is told to forget the document, which
-/// must not be touched any more, and is destroyed.
+/// An address is touched only when the host lists it among its open documents, or does not tell which are
+/// open. A document that goes unannounced is noticed by `purge`: its record is told to forget the document,
+/// which must not be touched any more, and is destroyed.
 template <class Record>
 class AppDataT : public KzApDocManagerReactor {
 public:
     AppDataT() = default;
 
     ~AppDataT() override {
-        if (kzDocManagerPtr() != nullptr) leaveDocManager();
+        leaveDocManager();
         destroyRecords();
     }
 
@@ -51,13 +49,10 @@ public:
     }
 
     /// The record of a document. With `create`, one is made when there is none; attached to the document
-    /// manager from then on. Null for a null document, without a record, or when the document has no drawing.
-    ///
-    /// A record made for a document that the host does not list is good until the next call with `create`,
-    /// and until any document goes.
+    /// manager from then on. Null for a null document, without a record, or when the document is not open or
+    /// has no drawing.
     virtual Record* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
-        if (create && beingMade_.empty()) disposeUnlisted();
         if (cached_ != records_.end() && cached_->first == document) return cached_->second.get();
         cached_ = records_.find(document);
         if (cached_ != records_.end()) return cached_->second.get();
@@ -85,8 +80,8 @@ public:
             return deleteAll();
         }
         if (!attached_) {
-            attached_ = true;
             manager->addReactor(this);
+            attached_ = true;
         }
         if (autoCreate()) createAll();
         return Orvo::ok;
@@ -119,35 +114,25 @@ public:
     }
 
     /// Destroys the records whose documents are no longer open. `missingCollaborator` when the host does not
-    /// list its documents.
+    /// list its documents, or when there is no memory for the list.
     virtual Orvo::ErrorStatus purge() {
-        const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
-        if (documents == nullptr) return Orvo::missingCollaborator;
-        std::set<KzApDocument*> open;
-        for (; !documents->done(); documents->step()) open.insert(documents->document());
-        for (auto at = records_.begin(); at != records_.end();) {
-            if (open.contains(at->first)) {
-                ++at;
-            } else {
-                unlisted_.push_back(std::move(at->second));
-                cached_ = at = records_.erase(at);
-            }
-        }
-        disposeUnlisted();
-        return Orvo::ok;
+        return kzdxAtBoundary(Orvo::missingCollaborator, [this] { return purgeAgainstList(); });
     }
 
 protected:
-    /// Leaves the document manager, which must be there; the records stay.
-    void leaveDocManager() {
-        if (!attached_) return;
+    /// Leaves the document manager; the records stay. False when there is none now, and then it may still
+    /// tell of documents.
+    bool leaveDocManager() {
+        if (!attached_) return true;
+        KzApDocManager* const manager = kzDocManagerPtr();
+        if (manager == nullptr) return false;
         attached_ = false;
-        kzDocManagerPtr()->removeReactor(this);
+        manager->removeReactor(this);
+        return true;
     }
 
 private:
     using RecordMap = std::map<KzApDocument*, std::unique_ptr<Record>>;
-    using Records = std::vector<std::unique_ptr<Record>>;
 
     /// Null when the host has no document manager or does not list its documents.
     [[nodiscard]] static std::unique_ptr<KzApDocumentIterator> openDocuments() {
@@ -156,50 +141,48 @@ private:
                                                                         : manager->newDocumentIterator());
     }
 
-    Record* makeRecord(KzApDocument* document) {
-        if (document->database() == nullptr) return nullptr;
-        std::unique_ptr<Record> made(new (std::nothrow) Record(document));
-        Record* const record = made.get();
-        if (record == nullptr) return nullptr;
-        cached_ = records_.emplace(document, std::move(made)).first;
-        const Making making(beingMade_, record);
-        if (!isAttached()) setAttached(true);
-        purge();
-        return record;
+    /// Whether the host says that no open document has this address.
+    [[nodiscard]] static bool isNotOpen(const KzApDocument* document) {
+        const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
+        if (documents == nullptr) return false;
+        while (!documents->done() && documents->document() != document) documents->step();
+        return documents->done();
     }
 
-    /// Keeps a record that is being made from being disposed of: its purge may come before its maker returns.
-    class Making {
-    public:
-        Making(std::vector<const Record*>& records, const Record* record) : records_(records) {
-            records_.push_back(record);
+    Record* makeRecord(KzApDocument* document) {
+        if (isNotOpen(document) || document->database() == nullptr) return nullptr;
+        std::unique_ptr<Record> made(new (std::nothrow) Record(document));
+        if (made == nullptr) return nullptr;
+        records_.emplace(document, std::move(made));
+        KzDxRollback undo([&] { removeDocData(document); });
+        if (!isAttached()) setAttached(true);
+        purge();
+        undo.keep();
+        return docData(document, false); // as it is now: a host that changes its mind has it purged again
+    }
+
+    Orvo::ErrorStatus purgeAgainstList() {
+        const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
+        if (documents == nullptr) return Orvo::missingCollaborator;
+        std::set<KzApDocument*> open;
+        for (; !documents->done(); documents->step()) open.insert(documents->document());
+        for (auto at = records_.begin(); at != records_.end();) {
+            if (open.contains(at->first)) {
+                ++at;
+                continue;
+            }
+            const std::unique_ptr<Record> record = std::move(at->second);
+            cached_ = at = records_.erase(at);
+            record->forgetDocument();
         }
-        ~Making() { records_.pop_back(); }
-        Making(const Making&) = delete;
-        Making& operator=(const Making&) = delete;
-
-    private:
-        std::vector<const Record*>& records_;
-    };
-
-    /// Destroys the records without a listed document, except those that somebody is about to be given.
-    void disposeUnlisted() {
-        const auto isFree = [this](const std::unique_ptr<Record>& record) {
-            return std::find(beingMade_.begin(), beingMade_.end(), record.get()) == beingMade_.end();
-        };
-        const auto firstFree = std::stable_partition(unlisted_.begin(), unlisted_.end(), std::not_fn(isFree));
-        const Records leaving(std::make_move_iterator(firstFree), std::make_move_iterator(unlisted_.end()));
-        unlisted_.erase(firstFree, unlisted_.end());
-        for (const std::unique_ptr<Record>& record : leaving) record->forgetDocument();
+        return Orvo::ok;
     }
 
     /// Destroys every record in key order. One may have outlived its document, when somebody asked for it
     /// after this object had been told that the document goes; unless the host says which documents are open,
     /// none of them is touched.
     void destroyRecords() {
-        disposeUnlisted();
-        const bool areDocumentsKnown =
-            kzdxAtBoundary(Orvo::missingCollaborator, [this] { return AppDataT::purge(); }) == Orvo::ok;
+        const bool areDocumentsKnown = AppDataT::purge() == Orvo::ok;
         RecordMap leaving = std::exchange(records_, {});
         cached_ = records_.end();
         for (auto& [document, record] : leaving) {
@@ -214,8 +197,4 @@ private:
     /// The entry of the last successful look-up, so that repeated questions about one document need no
     /// search.
     typename RecordMap::iterator cached_ = records_.end();
-    /// Records that `docData` is making further up the stack.
-    std::vector<const Record*> beingMade_;
-    /// Records that were purged while they were being made; good until the next purge.
-    Records unlisted_;
 };

@@ -3,21 +3,29 @@
 #include "timers/idle_check.h"
 
 KzDxApplication::KzDxApplication() {
+    KzDxRollback undo([] { instance_ = nullptr; });
     instance_ = this;
-    kzdxAtBoundary([this] {
-        setAutoCreate(true);
-        setAttached(true);
-    });
+    setAutoCreate(true);
+    setAttached(true);
     storeEnabled(true);
+    undo.keep();
 }
 
 KzDxApplication::~KzDxApplication() {
-    if (kzDocManagerPtr() != nullptr) {
-        leaveDocManager();
-        deleteAll();
-    }
+    static_cast<void>(leaveHost());
+}
+
+void KzDxApplication::end() noexcept {
+    if (instance_ != nullptr) instance_->departure_.begin(instance_);
+}
+
+bool KzDxApplication::leaveHost() noexcept {
+    const bool hasLeft = leaveDocManager();
+    AppDataT::deleteAll();
+    AppDataT::setAutoCreate(false); // should it hear of documents after all
     storeEnabled(false);
-    instance_ = nullptr;
+    if (instance_ == this) instance_ = nullptr;
+    return hasLeft;
 }
 
 void KzDxApplication::documentLockModeChanged(KzApDocument* document, KzAp::DocLockMode, KzAp::DocLockMode,

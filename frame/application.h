@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/app_data.h"
+#include "frame/departure.h"
 #include "frame/document.h"
 #include "frame/enable_base.h"
 
@@ -12,7 +13,12 @@ public:
     /// The application object; null before load and after unload.
     [[nodiscard]] static KzDxApplication* instance() { return instance_; }
 
-    /// Attaches to the document manager, if there is one, and makes a record for every open document.
+    /// Ends the application object, if there is one: its records are destroyed at once, and it itself as soon
+    /// as it has left the document manager.
+    static void end() noexcept;
+
+    /// Attaches to the document manager, if there is one, and makes a record for every open document. When
+    /// memory runs out on the way, there is no object.
     KzDxApplication();
     ~KzDxApplication() override;
 
@@ -25,9 +31,14 @@ public:
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
 private:
+    friend class KzDxDeparture;
+
+    [[nodiscard]] bool leaveHost() noexcept;
     [[nodiscard]] bool wantsIdleCheck(KzApDocument* document, const char16_t* command);
 
     static inline KzDxApplication* instance_ = nullptr;
+
+    KzDxDeparture departure_;
 };
 
 /// The record of a document for an export, made if needed; null without an application object, for a null

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-/// Runs `work` at a boundary of the library, which no exception may cross: what the host or a client calls.
-/// When memory runs out inside, the caller gets `failure`.
+/// Runs `work` at a boundary of the library, which no exception may cross: what the host or a client calls,
+/// and what it calls itself. When memory runs out inside, the caller gets `failure`.
 template <class Result, class Work>
 Result kzdxAtBoundary(Result failure, Work&& work) noexcept {
     try {
@@ -13,7 +13,8 @@ Result kzdxAtBoundary(Result failure, Work&& work) noexcept {
     }
 }
 
-/// The same for work without a result.
+/// The same for work without a result, a client's callback for example: one that throws, against the rules,
+/// does not keep the others from being called.
 template <class Work>
 void kzdxAtBoundary(Work&& work) noexcept {
     try {

@@ -36,6 +36,9 @@ public:
         chosenAfterCall,  ///< the first member beyond the called one, as the set is after the call
     };
 
+    /// Has room for one more member: the next insertion will not allocate.
+    void makeRoomForOne() { members_.reserve(members_.size() + 1); }
+
     /// Adds a member; false when it was there already.
     bool insert(T member) {
         const auto at = std::lower_bound(members_.begin(), members_.end(), member, std::less<T>());

@@ -1,7 +1,8 @@
-#include "blocks/departing_reactors.h"
 #include "frame/application.h"
 #include "frame/boundary.h"
+#include "frame/departure.h"
 #include "frame/resource_library.h"
+#include "frame/rollback.h"
 #include "host/module_interface.h"
 #include "host/services.h"
 #include "zelvane/zelvane.h"
@@ -13,15 +14,6 @@ namespace {
 constexpr const char16_t* serviceName = u"Zelvane";
 
 KzDxResourceLibrary resourceLibrary;
-
-bool initModule(void* packet) {
-    if (!resourceLibrary.load()) return false;
-    if (kzrxServiceIsRegistered(serviceName)) return false;
-    kzrxRegisterService(serviceName);
-    kzrxRegisterAppMDIAware(packet);
-    // The object makes itself known as the instance.
-    return KzDxApplication::instance() != nullptr || new (std::nothrow) KzDxApplication != nullptr;
-}
 
 /// The host's dictionary of services; null when it has none.
 KzRxDictionary* serviceDictionary() {
@@ -39,10 +31,24 @@ void removeService() {
     if (service != nullptr && service->isA()->isDerivedFrom(KzRxService::desc())) delete service;
 }
 
-void unloadModule() {
-    delete KzDxApplication::instance();
-    KzDxDepartingReactors::instance().retry();
-    removeService();
+bool initModule(void* packet) {
+    if (!resourceLibrary.load()) return false;
+    if (kzrxServiceIsRegistered(serviceName)) return false;
+    KzDxRollback undo(removeService);
+    kzrxRegisterService(serviceName);
+    kzrxRegisterAppMDIAware(packet);
+    KzDxDeparture::retryAll();
+    // The object makes itself known as the instance.
+    if (KzDxApplication::instance() == nullptr && new (std::nothrow) KzDxApplication == nullptr) return false;
+    undo.keep();
+    return true;
+}
+
+/// Each step is done whatever becomes of the others.
+void unloadModule() noexcept {
+    KzDxApplication::end();
+    KzDxDeparture::retryAll();
+    kzdxAtBoundary(removeService);
     resourceLibrary.release();
 }
 
@@ -53,7 +59,7 @@ ZELVANE_EXPORT std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) n
     case KzRx::loadMessage:
         return kzdxAtBoundary(false, [&] { return initModule(packet); }) ? KzRx::done : KzRx::loadFailed;
     case KzRx::unloadMessage:
-        kzdxAtBoundary(unloadModule);
+        unloadModule();
         return KzRx::done;
     default:
         return KzRx::done;

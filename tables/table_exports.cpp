@@ -4,6 +4,8 @@
 #include "host/documents.h"
 #include "zelvane/zelvane.h"
 
+#include <optional>
+
 namespace {
 
 /// The name of a record that belongs to a table object: anonymous, with "T" as its second character.
@@ -14,17 +16,18 @@ bool isTableBlock(const KzDbBlockTableRecord& record) {
     return name[0] != u'\0' && name[1] == u'T';
 }
 
-/// Appends the ids of a document's table block records. False when its drawing is out of reach.
-bool appendTableBlocks(KzApDocument* document, KzDbObjectIdArray& ids) {
+/// The ids of a document's table block records; nothing when its drawing is out of reach.
+std::optional<KzDbObjectIdArray> tableBlocks(KzApDocument* document) {
     const KzDxDocument* const documentRecord = kzdxRecordOf(document);
     const KzDbDatabase* const drawing = documentRecord == nullptr ? nullptr : documentRecord->database();
-    if (drawing == nullptr) return false;
+    if (drawing == nullptr) return std::nullopt;
+    KzDbObjectIdArray ids;
     kzdxForEachRecordId(*drawing, [&ids](KzDbObjectId id) {
         const KzDxOpened<KzDbBlockTableRecord> block(id);
         if (block && isTableBlock(*block.get())) ids.append(id);
         return true;
     });
-    return true;
+    return ids;
 }
 
 /// Appends the ids of the live references of one record; nothing when the host does not tell them.
@@ -34,20 +37,33 @@ void appendReferences(KzDbObjectId id, KzDbObjectIdArray& ids) {
     if (record && record->getBlockReferenceIds(references, true, true) == Orvo::ok) ids.append(references);
 }
 
+std::optional<KzDbObjectIdArray> tables(KzApDocument* document) {
+    const std::optional<KzDbObjectIdArray> blocks = tableBlocks(document);
+    if (!blocks.has_value()) return std::nullopt;
+    KzDbObjectIdArray ids;
+    for (const KzDbObjectId block : *blocks) appendReferences(block, ids);
+    return ids;
+}
+
+/// Appends what `find` finds for the document, all of it or, when memory runs out, nothing.
+template <class Find>
+std::int32_t append(Find find, KzApDocument* document, KzDbObjectIdArray* ids) noexcept {
+    if (ids == nullptr) return 0;
+    return kzdxAtBoundary(std::int32_t{0}, [&] {
+        const std::optional<KzDbObjectIdArray> found = find(document);
+        if (!found.has_value()) return 0;
+        ids->append(*found);
+        return 1;
+    });
+}
+
 } // namespace
 
 ZELVANE_EXPORT std::int32_t kzdxGetBlockRecordIdsOfKzDbTables(KzApDocument* document,
                                                               KzDbObjectIdArray* ids) noexcept {
-    if (ids == nullptr) return 0;
-    return kzdxAtBoundary(std::int32_t{0}, [&] { return appendTableBlocks(document, *ids) ? 1 : 0; });
+    return append(tableBlocks, document, ids);
 }
 
 ZELVANE_EXPORT std::int32_t kzdxGetKzDbTableIds(KzApDocument* document, KzDbObjectIdArray* ids) noexcept {
-    if (ids == nullptr) return 0;
-    return kzdxAtBoundary(std::int32_t{0}, [&] {
-        KzDbObjectIdArray blocks;
-        if (!appendTableBlocks(document, blocks)) return 0;
-        for (const KzDbObjectId block : blocks) appendReferences(block, *ids);
-        return 1;
-    });
+    return append(tables, document, ids);
 }

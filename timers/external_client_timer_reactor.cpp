@@ -1,5 +1,7 @@
 #include "timers/external_client_timer_reactor.h"
 
+#include "frame/boundary.h"
+#include "frame/rollback.h"
 #include "timers/timer.h"
 
 KzDxExternalClientTimerReactor::~KzDxExternalClientTimerReactor() {
@@ -21,7 +23,10 @@ Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
 Orvo::ErrorStatus KzDxExternalClientTimerReactor::attach(KzDxClientCallback callback) {
     const Orvo::ErrorStatus status = KzDxNotifierBase::attach(callback);
     if (status != Orvo::ok || isEnabled()) return status;
-    return setEnabled(true);
+    KzDxRollback undo([&] { KzDxNotifierBase::detach(callback); });
+    const Orvo::ErrorStatus switched = setEnabled(true);
+    undo.keep();
+    return switched;
 }
 
 void KzDxExternalClientTimerReactor::detach(KzDxClientCallback callback) {
@@ -32,5 +37,5 @@ void KzDxExternalClientTimerReactor::detach(KzDxClientCallback callback) {
 void KzDxExternalClientTimerReactor::timerElapsed() {
     if (!isEnabled()) return;
     targets().callEach(KzDxCallSet<KzDxClientCallback>::Next::chosenAfterCall,
-                       [](KzDxClientCallback callback) { callback(); });
+                       [](KzDxClientCallback callback) { kzdxAtBoundary(callback); });
 }

@@ -13,7 +13,7 @@ KzDxTimer::KzDxTimer(KzDxDocument* owner, std::uint32_t interval) : owner_(owner
 }
 
 KzDxTimer::~KzDxTimer() {
-    if (--timerCount_ == 0) delete std::exchange(cmdLineHook_, nullptr);
+    if (--timerCount_ == 0) KzDxCmdLineHook::dispose(std::exchange(cmdLineHook_, nullptr));
     if (KzDxTimer::isEnabled() && owner_ != nullptr) owner_->runningTimers().erase(this);
 }
 

@@ -70,26 +70,20 @@ TEST_F(Application, APurgedRecordLeavesNothingRegistered) {
     EXPECT_THAT(clients.calls, testing::IsEmpty());
 }
 
-// A record made for a document that is not listed is purged by its own making, and good for its caller all
-// the same, until the next one is made.
-TEST_F(Application, ARecordPurgedByItsOwnMakingIsUsable) {
-    KzApDocument* const document = Headless::openDocument(u"unlisted");
-    const KzDbObjectId block = Headless::makeBlock(document, u"A");
-    application().removeDocData(document);
-    Headless::setListed(document, false);
-    EXPECT_EQ(watch(document, {block}, TestClients::client(0)), 1);
-    EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
-    EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 0, 1), 1);
-    EXPECT_FALSE(hasRecord(document));
-
-    // The same while the making attaches the application and so makes the records of all documents.
-    Headless::openDocument(u"one");
-    Headless::openDocument(u"two");
-    application().setAttached(false);
-    EXPECT_EQ(watch(document, {block}, TestClients::client(0)), 1);
-    EXPECT_GT(Headless::reactorCountOf(document), 0U);
-    Headless::openDocument(u"three");
-    EXPECT_EQ(Headless::reactorCountOf(document), 0U);
+// An address that the host does not list is not touched, whatever it is: closed, made up, or of a document
+// that it keeps to itself.
+TEST_F(Application, DocumentsThatTheHostDoesNotListAreRefused) {
+    KzApDocument* const closed = Headless::openDocument(u"closed");
+    const KzDbObjectId block = Headless::makeBlock(closed, u"A");
+    Headless::closeDocument(closed);
+    for (KzApDocument* const document : {closed, reinterpret_cast<KzApDocument*>(&clients)}) {
+        KzDbObjectIdArray ids;
+        EXPECT_EQ(watch(document, {block}, TestClients::client(0)), 0);
+        EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 0);
+        EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 0, 1), 0);
+        EXPECT_EQ(kzdxGetKzDbTableIds(document, &ids), 0);
+        kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+    }
 }
 
 // From inside a callback of a purged record's own graph.

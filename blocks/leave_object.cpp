@@ -1,0 +1,14 @@
+#include "blocks/leave_object.h"
+
+#include "frame/boundary.h"
+#include "frame/opened.h"
+
+bool kzdxLeaveObject(KzDbObjectId id, KzDbObjectReactor* reactor) noexcept {
+    if (!id.isValid()) return true;
+    return kzdxAtBoundary(false, [&] {
+        const KzDxOpened<KzDbObject> object(id, KzDb::OpenMode::forNotify, true);
+        if (!object) return false;
+        object->removeReactor(reactor);
+        return true;
+    });
+}
