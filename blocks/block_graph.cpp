@@ -4,7 +4,6 @@
 #include "frame/block_table_walk.h"
 #include "frame/document.h"
 #include "frame/rollback.h"
-#include "timers/timer.h"
 
 #include <algorithm>
 #include <new>

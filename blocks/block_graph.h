@@ -9,16 +9,15 @@
 #include "frame/life.h"
 #include "host/block_table.h"
 #include "host/object_reactor.h"
-#include "timers/timer_reactor.h"
+#include "timers/timer.h"
 #include "zelvane/zelvane.h"
 
 #include <cstdint>
 #include <map>
-#include <memory>
+#include <optional>
 
 class KzDxBlock;
 class KzDxDocument;
-class KzDxTimer;
 
 /// The block graph of one drawing: a node for each record of its block table, which knows where the
 /// references of that block are placed.
@@ -138,8 +137,7 @@ public:
 
     /// Starts or stops to follow the drawing: registers with the block table and switches nodes and timer.
     /// `missingCollaborator` without a drawing, or the status of opening the block table, with nothing
-    /// changed; `missingCollaborator` also when there is no memory for the timer, and then the switch stays
-    /// off although the graph is registered, until it is switched on again or goes.
+    /// changed.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
     /// The timer's: `update(false, true)`.
@@ -172,9 +170,9 @@ private:
     [[nodiscard]] KzDbObjectId originalBlockOf(const KzDbBlockTableRecord& record) const;
 
     // Following (block_graph_changes.cpp).
-    Orvo::ErrorStatus follow(const KzDbBlockTable& table, KzDbObjectId tableId);
+    void follow(const KzDbBlockTable& table, KzDbObjectId tableId);
     void stopFollowing(const KzDbBlockTable& table);
-    Orvo::ErrorStatus enableTimer();
+    void enableTimer();
     void disableTimer();
     void setNodesEnabled(bool enable);
     bool leaveHost() noexcept;
@@ -190,7 +188,7 @@ private:
     KzDbObjectId modelSpaceId_;
     bool needsScan_ = true;
     bool hasChanges_ = false;
-    std::unique_ptr<KzDxTimer> timer_;
+    std::optional<KzDxTimer> timer_; // in place: it needs no memory
     /// The block table that the graph is reactor of; null when it is reactor of none.
     KzDbObjectId watchedTable_;
     std::uint32_t scanNumber_ = 0;

@@ -5,10 +5,8 @@
 #include "frame/document.h"
 #include "frame/opened.h"
 #include "frame/rollback.h"
-#include "timers/timer.h"
 
 #include <algorithm>
-#include <new>
 
 void KzDxBlocks::openedForModify(const KzDbObject*) {
     setNeedsScan(true);
@@ -66,20 +64,22 @@ Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
     const KzDbObjectId tableId = drawing->blockTableId();
     const KzDxOpened<KzDbBlockTable> table(tableId, KzDb::OpenMode::forNotify, !enable);
     if (!table) return table.status();
-    if (enable) return follow(*table.get(), tableId);
-    stopFollowing(*table.get());
+    if (enable) {
+        follow(*table.get(), tableId);
+    } else {
+        stopFollowing(*table.get());
+    }
     return Orvo::ok;
 }
 
-Orvo::ErrorStatus KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
+void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
     KzDxRollback undo([&] { stopFollowing(table); });
     watchedTable_ = tableId;
     table.addReactor(this);
     setNodesEnabled(true);
-    const Orvo::ErrorStatus status = enableTimer();
+    enableTimer();
+    storeEnabled(true);
     undo.keep();
-    if (status == Orvo::ok) storeEnabled(true);
-    return status;
 }
 
 void KzDxBlocks::stopFollowing(const KzDbBlockTable& table) {
@@ -94,16 +94,14 @@ void KzDxBlocks::setNodesEnabled(bool enable) {
     for (const auto& [key, node] : blockMap_) node->setEnabled(enable);
 }
 
-Orvo::ErrorStatus KzDxBlocks::enableTimer() {
-    if (timer_ == nullptr) timer_.reset(new (std::nothrow) KzDxTimer(document_, 0));
-    if (timer_ == nullptr) return Orvo::missingCollaborator;
+void KzDxBlocks::enableTimer() {
+    if (!timer_.has_value()) timer_.emplace(document_, 0U);
     timer_->setEnabled(true);
     timer_->attach(this);
-    return Orvo::ok;
 }
 
 void KzDxBlocks::disableTimer() {
-    if (timer_ == nullptr) return;
+    if (!timer_.has_value()) return;
     timer_->setEnabled(false);
     timer_->detach(this);
 }

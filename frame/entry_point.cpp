@@ -5,6 +5,7 @@
 #include "frame/rollback.h"
 #include "host/module_interface.h"
 #include "host/services.h"
+#include "timers/cmd_line_hook.h"
 #include "zelvane/zelvane.h"
 
 #include <new>
@@ -48,6 +49,7 @@ bool initModule(void* packet) {
 void unloadModule() noexcept {
     KzDxApplication::end();
     KzDxDeparture::retryAll();
+    kzdxAtBoundary([] { KzDxCmdLineHook::instance().setEnabled(false); });
     kzdxAtBoundary(removeService);
     resourceLibrary.release();
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace Headless {
@@ -72,8 +73,9 @@ private:
 
     Many& spill() {
         if (many_ == nullptr) {
-            many_ = std::make_unique<Many>();
-            many_->members.push_back(only_);
+            auto many = std::make_unique<Many>();
+            many->members.push_back(only_);
+            many_ = std::move(many); // only now: memory may run out before
             only_ = nullptr;
         }
         return *many_;

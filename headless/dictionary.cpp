@@ -40,13 +40,13 @@ std::vector<std::u16string> Dictionary::keys() const {
 
 KzRxObject* Dictionary::at(const char16_t* key) const {
     if (key == nullptr) return nullptr;
-    const auto found = entries_.find(key);
+    const auto found = entries_.find(std::u16string_view(key));
     return found != entries_.end() ? found->second.get() : nullptr;
 }
 
 KzRxObject* Dictionary::remove(const char16_t* key) {
     if (key == nullptr) return nullptr;
-    const auto found = entries_.find(key);
+    const auto found = entries_.find(std::u16string_view(key));
     if (found == entries_.end()) return nullptr;
     KzRxObject* const object = found->second.release();
     entries_.erase(found);

@@ -2,6 +2,7 @@
 
 #include "host/runtime_class.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -24,7 +25,7 @@ public:
     [[nodiscard]] KzRxObject* remove(const char16_t* key) override;
 
 private:
-    std::map<std::u16string, std::unique_ptr<KzRxObject>> entries_;
+    std::map<std::u16string, std::unique_ptr<KzRxObject>, std::less<>> entries_;
 };
 
 /// The dictionary of services inside the system registry; null after somebody has taken it out.

@@ -16,9 +16,9 @@ public:
     void note(const KzRxObject* reactor) {
         const void* const code = *reinterpret_cast<const void* const*>(reactor);
         if (reactor == lastReactor_ && code == lastCode_) return;
+        codes_[reactor] = code;
         lastReactor_ = reactor;
         lastCode_ = code;
-        codes_[reactor] = code;
     }
 
     /// Null for a reactor that was never registered.

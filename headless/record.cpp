@@ -14,13 +14,15 @@ void ReferenceLists::sort() {
     all.reserve(live_.size() + erased_.size());
     // References brought back lie in the erased list and the other way round: both ascend, only mixed up.
     std::merge(live_.begin(), live_.end(), erased_.begin(), erased_.end(), std::back_inserter(all));
-    live_.clear();
-    erased_.clear();
+    std::vector<KzDbObjectId> live;
+    std::vector<KzDbObjectId> erased;
     for (const KzDbObjectId id : all) {
         const Object* const reference = objectTable.find(id);
         if (reference == nullptr) continue; // it has left memory
-        (reference->isErased() ? erased_ : live_).push_back(id);
+        (reference->isErased() ? erased : live).push_back(id);
     }
+    live_ = std::move(live);
+    erased_ = std::move(erased);
     isInOrder_ = true;
 }
 

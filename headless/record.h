@@ -18,7 +18,9 @@ class ReferenceLists {
 public:
     /// Whoever is told of a copy may make references before the copy itself is placed.
     void add(KzDbObjectId reference) {
-        live_.insert(std::upper_bound(live_.begin(), live_.end(), reference), reference);
+        const bool isLatest = live_.empty() || live_.back() < reference;
+        live_.insert(isLatest ? live_.end() : std::upper_bound(live_.begin(), live_.end(), reference),
+                     reference);
     }
     /// A reference was erased, brought back or has left memory.
     void changed() { isInOrder_ = false; }

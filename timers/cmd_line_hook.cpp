@@ -1,37 +1,19 @@
 #include "timers/cmd_line_hook.h"
 
-#include "frame/boundary.h"
 #include "host/editor.h"
 #include "timers/idle_check.h"
 
-void KzDxCmdLineHook::dispose(KzDxCmdLineHook* hook) noexcept {
-    if (hook != nullptr) hook->departure_.begin(hook);
-}
+KzDxCmdLineHook KzDxCmdLineHook::instance_;
 
 KzDxCmdLineHook::~KzDxCmdLineHook() {
-    static_cast<void>(leaveHost());
-}
-
-bool KzDxCmdLineHook::leaveHost() noexcept {
-    return kzdxAtBoundary(Orvo::filterRefused, [this] { return KzDxCmdLineHook::setEnabled(false); }) ==
-           Orvo::ok;
+    if (isEnabled()) static_cast<void>(kzedRemoveFilterWinMsg(kzdxIdleCheckFilter));
 }
 
 Orvo::ErrorStatus KzDxCmdLineHook::setEnabled(bool enable) {
     if (enable == isEnabled()) return Orvo::ok;
-    if (!(enable ? registerFilter() : removeFilter())) return Orvo::filterRefused;
+    const int accepted =
+        enable ? kzedRegisterFilterWinMsg(kzdxIdleCheckFilter) : kzedRemoveFilterWinMsg(kzdxIdleCheckFilter);
+    if (accepted == 0) return Orvo::filterRefused;
     storeEnabled(enable);
     return Orvo::ok;
-}
-
-bool KzDxCmdLineHook::registerFilter() {
-    if (kzedRegisterFilterWinMsg(kzdxIdleCheckFilter) == 0) return false;
-    ++enabledHooks_;
-    return true;
-}
-
-bool KzDxCmdLineHook::removeFilter() {
-    if (enabledHooks_ == 1 && kzedRemoveFilterWinMsg(kzdxIdleCheckFilter) == 0) return false;
-    --enabledHooks_;
-    return true;
 }

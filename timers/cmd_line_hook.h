@@ -1,16 +1,15 @@
 #pragma once
 
-#include "frame/departure.h"
 #include "frame/enable_base.h"
 
-#include <cstdint>
-
-/// Registers the idle-check filter with the host's message loop while it is switched on. One exists while
-/// there are timers; one that the host does not let go stays beside it until it does.
+/// Registers the idle-check filter with the host's message loop while it is switched on: from the first timer
+/// that runs until the last timer goes.
+///
+/// There is one, which needs no memory. When the host refuses to remove the filter it stays switched on, and
+/// the next occasion tries again: the last timer's end, the unloading, and the end of the library.
 class KzDxCmdLineHook : public KzDxEnableBase {
 public:
-    /// Destroys a hook, now or as soon as the host has removed its filter. Null is no hook.
-    static void dispose(KzDxCmdLineHook* hook) noexcept;
+    [[nodiscard]] static KzDxCmdLineHook& instance() { return instance_; }
 
     KzDxCmdLineHook() = default;
     /// Removes the filter if it is registered.
@@ -20,14 +19,5 @@ public:
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
 private:
-    friend class KzDxDeparture;
-
-    [[nodiscard]] bool leaveHost() noexcept;
-    [[nodiscard]] static bool registerFilter();
-    [[nodiscard]] static bool removeFilter();
-
-    /// The hooks that need the filter: the host has it once for all.
-    static inline std::uint32_t enabledHooks_ = 0;
-
-    KzDxDeparture departure_;
+    static KzDxCmdLineHook instance_;
 };

@@ -4,24 +4,18 @@
 #include "host/platform.h"
 #include "timers/cmd_line_hook.h"
 
-#include <new>
-#include <utility>
-
 KzDxTimer::KzDxTimer(KzDxDocument* owner, std::uint32_t interval) : owner_(owner), interval_(interval) {
     KzDxTimer::restart();
-    if (timerCount_++ == 0) cmdLineHook_ = new (std::nothrow) KzDxCmdLineHook;
+    ++timerCount_;
 }
 
 KzDxTimer::~KzDxTimer() {
-    if (--timerCount_ == 0) KzDxCmdLineHook::dispose(std::exchange(cmdLineHook_, nullptr));
+    if (--timerCount_ == 0) KzDxCmdLineHook::instance().setEnabled(false);
     if (KzDxTimer::isEnabled() && owner_ != nullptr) owner_->runningTimers().erase(this);
 }
 
 Orvo::ErrorStatus KzDxTimer::setEnabled(bool enable) {
-    if (enable) {
-        if (cmdLineHook_ == nullptr) return Orvo::missingCollaborator;
-        cmdLineHook_->setEnabled(true);
-    }
+    if (enable) KzDxCmdLineHook::instance().setEnabled(true);
     if (enable == isEnabled()) return Orvo::ok;
     if (owner_ == nullptr) return Orvo::missingCollaborator;
     if (enable) {

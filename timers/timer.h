@@ -5,7 +5,6 @@
 
 #include <cstdint>
 
-class KzDxCmdLineHook;
 class KzDxDocument;
 
 /// Tells its receivers that an interval has passed, at the first idle check of its document after that.
@@ -19,8 +18,8 @@ class KzDxDocument;
 ///
 /// A receiver may attach and detach receivers, switch the timer, and destroy it.
 ///
-/// The first timer of the process makes the command-line hook, which brings the idle checks; the last one
-/// takes it away.
+/// The first timer that runs switches on the command-line hook, which brings the idle checks; the last timer
+/// to go switches it off.
 class KzDxTimer : public KzDxNotifierBase<KzDxTimerReactor*> {
 public:
     /// `owner` is the record whose running timers this one joins; borrowed. `interval` is in milliseconds.
@@ -29,8 +28,8 @@ public:
 
     /// Joins or leaves the owner's running timers; does not restart the interval. Switching on registers the
     /// filter that sees the idle checks, if it is not yet registered; when the host refuses that, the timer
-    /// runs and waits for the next switching on of any timer to try again. `missingCollaborator` without a
-    /// hook or an owner, with nothing changed.
+    /// runs and waits for the next switching on of any timer to try again. `missingCollaborator` without an
+    /// owner, with nothing changed.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
     /// Notifies every receiver now, in ascending order of address. The next receiver is chosen before each
@@ -53,7 +52,6 @@ public:
 
 private:
     static inline std::uint32_t timerCount_ = 0;
-    static inline KzDxCmdLineHook* cmdLineHook_ = nullptr;
 
     KzDxDocument* owner_;
     std::uint32_t interval_;
