@@ -66,7 +66,6 @@ Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
     KzDxDeparture::retryAll();
-    needsScan_ = true; // until all is done: memory may run out on the way
     layoutIds_.clear();
     ++scanNumber_;
     reader_.forgetDrawings();

@@ -1,5 +1,6 @@
 #include "timers/timer.h"
 
+#include "frame/boundary.h"
 #include "frame/document.h"
 #include "host/platform.h"
 #include "timers/cmd_line_hook.h"
@@ -10,7 +11,7 @@ KzDxTimer::KzDxTimer(KzDxDocument* owner, std::uint32_t interval) : owner_(owner
 }
 
 KzDxTimer::~KzDxTimer() {
-    if (--timerCount_ == 0) KzDxCmdLineHook::instance().setEnabled(false);
+    if (--timerCount_ == 0) kzdxAtBoundary([] { KzDxCmdLineHook::instance().setEnabled(false); });
     if (KzDxTimer::isEnabled() && owner_ != nullptr) owner_->runningTimers().erase(this);
 }
 
