@@ -27,8 +27,8 @@ public:
     template <class HasLeft>
     bool removeOf(KzDbObjectId reference, HasLeft hasLeft) {
         sort();
-        const auto of = std::ranges::equal_range(pairs_, reference, {}, &Pair::reference);
-        return remove(of.begin(), of.end(), hasLeft);
+        return remove(std::ranges::lower_bound(pairs_, reference, {}, &Pair::reference),
+                      std::ranges::upper_bound(pairs_, reference, {}, &Pair::reference), hasLeft);
     }
 
     /// The same for all attributes, in order of reference and attribute.
@@ -44,7 +44,7 @@ private:
     template <class HasLeft>
     bool remove(Position first, Position last, HasLeft hasLeft) {
         bool areAllGone = true;
-        for (Position pair = first; pair != last; ++pair) {
+        for (auto pair = first; pair != last; ++pair) {
             if (pair->attribute.isNull()) continue;
             if (hasLeft(pair->attribute)) {
                 pair->attribute = KzDbObjectId();
