@@ -4,7 +4,15 @@
 
 #include <algorithm>
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__has_feature)
+#define HAS_ADDRESS_SANITIZER __has_feature(address_sanitizer) // as clang says it
+#elif defined(__SANITIZE_ADDRESS__)
+#define HAS_ADDRESS_SANITIZER 1 // as gcc does
+#else
+#define HAS_ADDRESS_SANITIZER 0
+#endif
+
+#if HAS_ADDRESS_SANITIZER
 #include <sanitizer/asan_interface.h>
 #endif
 
@@ -51,7 +59,7 @@ void Document::bury() {
     drawing_.reset();
     name_.clear();
     name_.shrink_to_fit();
-#if defined(__SANITIZE_ADDRESS__)
+#if HAS_ADDRESS_SANITIZER
     ASAN_POISON_MEMORY_REGION(this, sizeof(Document));
 #endif
 }
