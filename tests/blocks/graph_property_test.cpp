@@ -2,52 +2,20 @@
 // be, and whatever was watched, nothing stays registered when nobody watches.
 
 #include "blocks/block_graph.h"
-#include "blocks/block_node.h"
 #include "frame/application.h"
+#include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
 #include "tests/support/random_drawing.h"
 
 #include <map>
-#include <memory>
 
 namespace {
-
-using Filing = std::map<KzDbObjectId, std::map<KzDbObjectId, std::vector<KzDbObjectId>>>;
-
-struct Disposer {
-    void operator()(KzDxBlocks* graph) const { KzDxBlocks::dispose(graph); }
-};
-using OwnedGraph = std::unique_ptr<KzDxBlocks, Disposer>;
 
 class GraphProperty : public ModuleTest {
 protected:
     static KzDxDocument* recordOf(KzApDocument* document) {
         return KzDxApplication::instance()->docData(document, true);
     }
-    static OwnedGraph freshGraph(KzApDocument* document) {
-        KzDxBlocks* graph = nullptr;
-        EXPECT_EQ(KzDxBlocks::create(graph, recordOf(document)), Orvo::ok);
-        return OwnedGraph(graph);
-    }
-
-    /// Where each live block is placed. A representation that stands before its block in the table keeps a
-    /// node of its own, which is no longer read once the block has one; such nodes are left out.
-    static Filing filingOf(const KzDxBlocks& graph, const std::vector<KzDbObjectId>& blocks) {
-        Filing filing;
-        for (const KzDbObjectId block : blocks) {
-            const KzDxBlock* const node = graph.node(block);
-            if (node == nullptr || isRepresentation(block)) continue;
-            for (const KzDxContainers::Entry& entry : node->containers()) {
-                filing[block][entry.container] = entry.references;
-            }
-        }
-        return filing;
-    }
-    static bool isRepresentation(KzDbObjectId record) {
-        const std::u16string name = Headless::recordName(record);
-        return name.starts_with(u"*E") || name.starts_with(u"*U");
-    }
-
     /// Whether a graph built afresh would have a node for what this object belongs to, and look at the
     /// object. Not always so at a representation: its block may be erased, and enabling ends at the first
     /// record that is.
@@ -74,10 +42,8 @@ TEST_F(GraphProperty, OneUpdateEqualsAGraphBuiltAfresh) {
             kzdxUpdateBlockGraph(drawing.document, true, false); // some objects are held open at this time
             drawing.letGo();
             kzdxUpdateBlockGraph(drawing.document, true, round % 2 == 0);
-            const OwnedGraph fresh = freshGraph(drawing.document);
-            const auto blocks = Headless::records(drawing.document);
-            ASSERT_EQ(filingOf(graph, blocks), filingOf(*fresh, blocks))
-                << "seed " << seed << " round " << round;
+            const OwnedGraph fresh = freshGraph(*recordOf(drawing.document));
+            ASSERT_EQ(difference(graph, *fresh), "") << "seed " << seed << " round " << round;
 
             std::map<KzDbObjectId, std::size_t> registered;
             for (const KzDbObjectId object : drawing.objects())
@@ -156,10 +122,8 @@ TEST_F(GraphProperty, EveryHostCallMayFail) {
             ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(0)),
                       1);
             kzdxUpdateBlockGraph(drawing.document, true, true);
-            const OwnedGraph fresh = freshGraph(drawing.document);
-            const auto blocks = Headless::records(drawing.document);
-            ASSERT_EQ(filingOf(*recordOf(drawing.document)->blocks(), blocks), filingOf(*fresh, blocks))
-                << "call " << call;
+            const OwnedGraph fresh = freshGraph(*recordOf(drawing.document));
+            ASSERT_EQ(difference(*recordOf(drawing.document)->blocks(), *fresh), "") << "call " << call;
             kzdxBlockReferenceMonitorDetach(drawing.document, TestClients::client(0));
             Headless::closeDocument(drawing.document);
             Headless::closeDocument(drawing.attached);

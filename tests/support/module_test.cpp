@@ -1,46 +1,6 @@
 #include "tests/support/module_test.h"
 
-#include <algorithm>
-#include <utility>
-
-namespace {
-
-TestClients* current = nullptr;
-
-void called(KzDxClientCallback self) {
-    for (std::size_t number = 0; number < TestClients::count; ++number) {
-        if (TestClients::client(number) != self) continue;
-        current->calls.push_back(static_cast<int>(number));
-        if (current->onCall[number]) current->onCall[number]();
-        return;
-    }
-}
-
-template <std::size_t N>
-void callback() {
-    called(&callback<N>);
-}
-
-template <std::size_t... N>
-std::array<KzDxClientCallback, sizeof...(N)> sortedCallbacks(std::index_sequence<N...>) {
-    std::array<KzDxClientCallback, sizeof...(N)> callbacks{&callback<N>...};
-    std::ranges::sort(callbacks, std::less<>());
-    return callbacks;
-}
-
-} // namespace
-
-TestClients::TestClients() {
-    current = this;
-}
-TestClients::~TestClients() {
-    current = nullptr;
-}
-
-KzDxClientCallback TestClients::client(std::size_t number) {
-    static const auto callbacks = sortedCallbacks(std::make_index_sequence<count>());
-    return callbacks.at(number);
-}
+#include "tests/support/leftovers.h"
 
 ModuleTest::ModuleTest() {
     Headless::reset();
@@ -49,13 +9,7 @@ ModuleTest::ModuleTest() {
 
 ModuleTest::~ModuleTest() {
     unload();
-    EXPECT_EQ(Headless::filterCount(), 0U);
-    EXPECT_EQ(Headless::managerReactorCount(), 0U);
-    EXPECT_THAT(Headless::services(), testing::IsEmpty());
-    for (const KzApDocument* const document : Headless::documents()) {
-        EXPECT_EQ(Headless::reactorCountOf(document), 0U);
-        EXPECT_EQ(Headless::openCountOf(document), 0U);
-    }
+    EXPECT_EQ(leftoversInHost(), "");
     Headless::reset();
 }
 

@@ -1,6 +1,6 @@
 #include "tests/support/random_drawing.h"
 
-#include <algorithm>
+#include "tests/support/pick.h"
 
 using namespace Headless;
 
@@ -11,14 +11,10 @@ RandomDrawing::RandomDrawing(unsigned seed)
     makeEnhancedBlock();
     makeBlocks(attached, u"X");
     records_.push_back(modelSpace(attached));
-    for (int count = 0; count < 20; ++count) insertSomewhere();
-    attach(document, attached, u"SITE");
+    for (int count = 0; count < 20; ++count) insertSomewhere(any());
+    attachDrawing(u"SITE");
     records_.push_back(modelSpace(document));
-    // The attached drawing's blocks can be placed here as well, under their names here.
-    for (const KzDbObjectId record : records(document)) {
-        if (recordName(record).starts_with(u"SITE")) records_.push_back(record);
-    }
-    for (int count = 0; count < 30; ++count) insertSomewhere();
+    for (int count = 0; count < 30; ++count) insertSomewhere(any());
 }
 
 void RandomDrawing::makeBlocks(KzApDocument* owner, const std::u16string& prefix) {
@@ -29,52 +25,95 @@ void RandomDrawing::makeBlocks(KzApDocument* owner, const std::u16string& prefix
 void RandomDrawing::makeEnhancedBlock() {
     const KzDbObjectId early = makeBlock(document, u"*E");
     const KzDbObjectId enhanced = makeBlock(document, u"D");
-    Headless::enhance(enhanced);
+    enhance(enhanced);
     represent(enhanced, early);
     records_.insert(records_.end(), {enhanced, early, represent(enhanced), represent(enhanced)});
 }
 
-void RandomDrawing::edit(int count) {
-    while (count-- > 0) editOnce();
+RandomDrawing::Edit RandomDrawing::any() {
+    const auto byte = [this] {
+        return static_cast<std::uint8_t>(std::uniform_int_distribution<int>(0, 255)(random_));
+    };
+    return {.kind = byte(), .first = byte(), .second = byte(), .how = byte()};
 }
 
-void RandomDrawing::editOnce() {
-    switch (below(12)) {
+void RandomDrawing::edit(int count) {
+    while (count-- > 0) apply(any());
+}
+
+void RandomDrawing::apply(const Edit& edit) {
+    const KzDbObjectId record = pick(records_, edit.first);
+    const KzDbObjectId reference = pick(references_, edit.second);
+    switch (edit.kind % 20) {
+    default:
+        return insertSomewhere(edit);
     case 0:
     case 1:
     case 2:
-        return insertSomewhere();
+        return moveOrCopy(reference, record, edit.how);
     case 3:
+        return eraseOrBack(reference);
     case 4:
-        return moveOrCopy(any(references_));
+        return eraseOrBack(attributeOf(reference, u"TAG"));
     case 5:
-        return eraseOrBack(any(references_));
+        return eraseOrBack(record);
     case 6:
-        return eraseOrBack(attributeOf(any(references_), u"TAG"));
+        return static_cast<void>(setAttribute(reference, u"TAG", u"edited"));
     case 7:
-        return eraseOrBack(any(records_));
+        return static_cast<void>(goodbye(reference));
     case 8:
-        return static_cast<void>(setAttribute(any(references_), u"TAG", u"edited"));
+        return holdForAWhile(edit.how % 2 == 0 ? reference : record);
     case 9:
-        return static_cast<void>(goodbye(any(references_)));
+        return static_cast<void>(addAttribute(reference, u"MORE", u"text"));
     case 10:
-        return holdForAWhile(below(2) == 0 ? any(references_) : any(records_));
-    default:
-        return static_cast<void>(addAttribute(any(references_), u"MORE", u"text"));
+        return static_cast<void>(touch(edit.how % 2 == 0 ? reference : record));
+    case 11:
+        return makeFurtherBlock(edit.how);
+    case 12:
+        return edit.how % 2 == 0 ? renameBlock(record) : static_cast<void>(enhance(record));
+    case 13:
+        return representAnew(record, pick(records_, edit.second));
+    case 14:
+        return edit.how % 4 == 0 ? attachDrawing(newName(u"SITE")) : letGo();
     }
 }
 
-void RandomDrawing::insertSomewhere() {
-    std::vector<AttributeText> texts;
-    if (below(3) == 0) texts.push_back({u"TAG", u"text"});
-    add(insert(any(records_), any(records_), texts), references_);
+void RandomDrawing::makeFurtherBlock(std::uint8_t how) {
+    static const std::vector<std::u16string> prefixes{u"N", u"*T", u"*E"};
+    add(makeBlock(how % 2 == 0 ? document : attached, newName(pick(prefixes, how))), records_);
 }
 
-void RandomDrawing::moveOrCopy(KzDbObjectId reference) {
-    if (below(2) == 0) {
-        static_cast<void>(move(reference, any(records_)));
+// Blocks of an attached drawing can be placed in the main one as well, under their names there.
+void RandomDrawing::attachDrawing(const std::u16string& name) {
+    if (!attach(document, attached, name)) return;
+    for (const KzDbObjectId record : records(document)) {
+        if (recordName(record).starts_with(name)) records_.push_back(record);
+    }
+}
+
+// What others know by its name keeps it.
+void RandomDrawing::renameBlock(KzDbObjectId record) {
+    if (std::u16string(u"BDNX").find(recordName(record).substr(0, 1)) != std::u16string::npos)
+        static_cast<void>(rename(record, newName(u"N")));
+}
+
+// A block that was there before represents an enhanced one from now on, or a new one does.
+void RandomDrawing::representAnew(KzDbObjectId block, KzDbObjectId other) {
+    const bool isEarly = recordName(other).starts_with(u"*E");
+    add(represent(block, isEarly ? other : KzDbObjectId()), records_);
+}
+
+void RandomDrawing::insertSomewhere(const Edit& edit) {
+    std::vector<AttributeText> texts;
+    if (edit.how % 3 == 0) texts.push_back({u"TAG", u"text"});
+    add(insert(pick(records_, edit.first), pick(records_, edit.second), texts), references_);
+}
+
+void RandomDrawing::moveOrCopy(KzDbObjectId reference, KzDbObjectId record, std::uint8_t how) {
+    if (how % 2 == 0) {
+        static_cast<void>(move(reference, record));
     } else {
-        add(copy(reference, any(records_)), references_);
+        add(copy(reference, record), references_);
     }
 }
 
@@ -96,12 +135,13 @@ void RandomDrawing::letGo() {
     held_.clear();
 }
 
-void RandomDrawing::add(KzDbObjectId made, std::vector<KzDbObjectId>& to) {
+void RandomDrawing::add(KzDbObjectId made, Ids& to) {
     if (!made.isNull()) to.push_back(made);
 }
 
-KzDbObjectId RandomDrawing::any(const std::vector<KzDbObjectId>& ids) {
-    return ids[static_cast<std::size_t>(below(static_cast<int>(ids.size())))];
+std::u16string RandomDrawing::newName(const std::u16string& prefix) {
+    const std::string number = std::to_string(++names_);
+    return prefix + std::u16string(number.begin(), number.end());
 }
 
 std::vector<KzDbObjectId> RandomDrawing::objects() const {

@@ -7,18 +7,30 @@
 #include "headless/edits.h"
 #include "headless/session.h"
 
+#include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
 
 class RandomDrawing {
 public:
+    /// One edit, whatever the values are: what is done, to which objects, and how.
+    struct Edit {
+        std::uint8_t kind = 0;
+        std::uint8_t first = 0;
+        std::uint8_t second = 0;
+        std::uint8_t how = 0;
+    };
+
     explicit RandomDrawing(unsigned seed);
+
+    /// Makes an edit in one of both drawings; not every edit is possible at any time.
+    void apply(const Edit& edit);
 
     /// Makes edits of every kind, in both drawings.
     void edit(int count);
 
-    /// Lets go of everything that `edit` holds open.
+    /// Lets go of everything that edits hold open.
     void letGo();
 
     KzApDocument* document;
@@ -28,19 +40,26 @@ public:
     [[nodiscard]] std::vector<KzDbObjectId> objects() const;
 
 private:
-    void editOnce();
+    using Ids = std::vector<KzDbObjectId>;
+
+    [[nodiscard]] Edit any();
     void makeBlocks(KzApDocument* owner, const std::u16string& prefix);
     void makeEnhancedBlock();
-    void insertSomewhere();
-    void moveOrCopy(KzDbObjectId reference);
+    void makeFurtherBlock(std::uint8_t how);
+    void attachDrawing(const std::u16string& name);
+    void renameBlock(KzDbObjectId record);
+    void representAnew(KzDbObjectId block, KzDbObjectId other);
+    void insertSomewhere(const Edit& edit);
+    void moveOrCopy(KzDbObjectId reference, KzDbObjectId record, std::uint8_t how);
     void eraseOrBack(KzDbObjectId object);
     void holdForAWhile(KzDbObjectId object);
-    void add(KzDbObjectId made, std::vector<KzDbObjectId>& to);
-    [[nodiscard]] KzDbObjectId any(const std::vector<KzDbObjectId>& ids);
-    [[nodiscard]] int below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random_); }
+    static void add(KzDbObjectId made, Ids& to);
+    /// The next name that begins so.
+    [[nodiscard]] std::u16string newName(const std::u16string& prefix);
 
     std::mt19937 random_;
-    std::vector<KzDbObjectId> records_;
-    std::vector<KzDbObjectId> references_;
-    std::vector<KzDbObjectId> held_;
+    unsigned names_ = 0;
+    Ids records_;
+    Ids references_;
+    Ids held_;
 };

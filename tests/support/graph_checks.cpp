@@ -1,0 +1,56 @@
+#include "tests/support/graph_checks.h"
+
+#include "blocks/block_node.h"
+#include "headless/edits.h"
+#include "headless/unicode.h"
+
+namespace {
+
+/// The references that an entry lists for a block. Erased ones of a representation are left out: they count
+/// only once the graph knows the representation, by a live one.
+std::string referencesIn(const KzDxContainers::Entry& entry, KzDbObjectId block) {
+    std::string found;
+    for (const KzDbObjectId reference : entry.references) {
+        if (!reference.isErased() || Headless::blockOf(reference) == block)
+            found += ' ' + std::to_string(reference.value());
+    }
+    return found;
+}
+
+/// Where a block is placed: containers with their references.
+std::string placesOf(const KzDxBlocks& graph, KzDbObjectId block) {
+    std::string places;
+    const KzDxBlock* const node = graph.node(block);
+    if (node == nullptr) return places;
+    for (const KzDxContainers::Entry& entry : node->containers()) {
+        const std::string references = referencesIn(entry, block);
+        if (!references.empty())
+            places += " in " + std::to_string(entry.container.value()) + ':' + references;
+    }
+    return places;
+}
+
+} // namespace
+
+OwnedGraph freshGraph(KzDxDocument& record) {
+    KzDxBlocks* graph = nullptr;
+    KzDxBlocks::create(graph, &record);
+    return OwnedGraph(graph);
+}
+
+std::string difference(const KzDxBlocks& graph, const KzDxBlocks& fresh) {
+    for (const auto& [block, node] : fresh.blockMap()) {
+        if (block.isErased() || isRepresentation(block)) continue;
+        const std::string places = placesOf(graph, block);
+        const std::string freshPlaces = placesOf(fresh, block);
+        if (places == freshPlaces) continue;
+        return Headless::toUtf8(Headless::recordName(block)) + " is placed" + places + "; afresh" +
+               freshPlaces;
+    }
+    return {};
+}
+
+bool isRepresentation(KzDbObjectId record) {
+    const std::u16string name = Headless::recordName(record);
+    return name.starts_with(u"*E") || name.starts_with(u"*U");
+}

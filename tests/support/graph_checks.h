@@ -1,0 +1,25 @@
+#pragma once
+
+// Compares the block graph of a document with one built afresh from the drawing as it is.
+
+#include "blocks/block_graph.h"
+#include "frame/document.h"
+
+#include <memory>
+#include <string>
+
+struct GraphDisposer {
+    void operator()(KzDxBlocks* graph) const { KzDxBlocks::dispose(graph); }
+};
+using OwnedGraph = std::unique_ptr<KzDxBlocks, GraphDisposer>;
+
+/// Another graph of the document, switched off, which nobody else knows. Null when it cannot be built.
+[[nodiscard]] OwnedGraph freshGraph(KzDxDocument& record);
+
+/// The first live block of which two graphs of a document do not know the same places, and those places;
+/// empty when there is none. A representation that stands before its block in the table keeps a node of its
+/// own, which is no longer read once the block has one; such nodes are left out.
+[[nodiscard]] std::string difference(const KzDxBlocks& graph, const KzDxBlocks& fresh);
+
+/// Whether drawings made by `RandomDrawing` use the record to represent an enhanced block.
+[[nodiscard]] bool isRepresentation(KzDbObjectId record);

@@ -1,0 +1,19 @@
+#include "tests/support/leftovers.h"
+
+#include "headless/edits.h"
+#include "headless/session.h"
+
+std::string leftoversInHost() {
+    std::string found;
+    const auto expectNone = [&found](std::size_t count, const char* what) {
+        if (count != 0) found += std::to_string(count) + ' ' + what + "; ";
+    };
+    expectNone(Headless::filterCount(), "message filters");
+    expectNone(Headless::managerReactorCount(), "reactors of the document manager");
+    expectNone(Headless::services().size(), "services");
+    for (const KzApDocument* const document : Headless::documents()) {
+        expectNone(Headless::reactorCountOf(document), "reactors of a drawing's objects");
+        expectNone(Headless::openCountOf(document), "open objects of a drawing");
+    }
+    return found;
+}

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <string>
+
+/// What the host still holds that a module should have taken along when it was unloaded: filters, reactors,
+/// services, opened objects. Empty when there is nothing.
+[[nodiscard]] std::string leftoversInHost();

@@ -1,0 +1,333 @@
+#include "tests/support/unruly_clients.h"
+
+#include "frame/application.h"
+#include "host/module_interface.h"
+#include "tests/support/graph_checks.h"
+#include "tests/support/leftovers.h"
+#include "tests/support/pick.h"
+
+#include <algorithm>
+
+extern "C" std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) noexcept;
+
+namespace {
+
+constexpr int deepestNesting = 24; // sanitizers make frames large
+constexpr std::size_t mostDrawings = 3;
+
+void liftRefusals() {
+    for (const auto facility : {Headless::Facility::filter, Headless::Facility::manager,
+                                Headless::Facility::iterator, Headless::Facility::window}) {
+        Headless::refuse(facility, false);
+    }
+}
+
+bool isAnyOpen(const std::unique_ptr<RandomDrawing>& drawing) {
+    return Headless::isOpen(drawing->document) || Headless::isOpen(drawing->attached);
+}
+
+KzDxDocument* recordOf(KzApDocument* document) {
+    KzDxApplication* const application = KzDxApplication::instance();
+    return application == nullptr ? nullptr : application->docData(document, false);
+}
+
+} // namespace
+
+// ---- whose turn it is
+
+std::string UnrulyClients::run(std::span<const Action> actions) {
+    return UnrulyClients(actions).runAll();
+}
+
+UnrulyClients::UnrulyClients(std::span<const Action> actions) : left_(actions) {
+    for (std::size_t client = 0; client < TestClients::count; ++client) {
+        clients_.onCall[client] = [this, client] {
+            ++figures.callbacks;
+            answer(1 + client % 3);
+        };
+    }
+}
+
+std::string UnrulyClients::runAll() {
+    Headless::reset();
+    kzrxEntryPoint(KzRx::loadMessage, nullptr);
+    kzDocManagerPtr()->addReactor(&neighbour_);
+    openDrawing({});
+    while (!left_.empty() && complaint_.empty()) {
+        actOnce();
+        checkGraphs();
+        std::erase_if(drawings_, [](const auto& drawing) { return !isAnyOpen(drawing); });
+    }
+    finish();
+    return complaint_;
+}
+
+void UnrulyClients::actOnce() {
+    if (left_.empty()) return;
+    const Action action = left_.front();
+    left_ = left_.subspan(1);
+    ++figures.actions;
+    if (depth_ != 0) ++figures.inCallbacks;
+    // Every other action is an edit.
+    if (action.kind % 2 == 0) return editDrawing(action);
+    (this->*pick(deeds, static_cast<std::uint8_t>(action.kind / 2)))(action);
+}
+
+void UnrulyClients::answer(std::size_t count) {
+    if (depth_ == deepestNesting) return;
+    ++depth_;
+    while (count-- > 0) actOnce();
+    --depth_;
+}
+
+void UnrulyClients::checkGraphs() {
+    if (Headless::heldOpenCount() != 0) return; // a graph built now would not see what is held
+    std::erase_if(graphs_, [](const auto& entry) { return !Headless::isOpen(entry.first); });
+    for (auto& [document, lastScan] : graphs_) checkGraph(document, lastScan);
+    haveDrawingsChanged_ = false;
+}
+
+void UnrulyClients::checkGraph(KzApDocument* document, std::uint32_t& lastScan) {
+    KzDxDocument* const record = recordOf(document);
+    KzDxBlocks* const graph = record == nullptr ? nullptr : record->blocks();
+    if (graph == nullptr || graph->scanNumber() == lastScan) return;
+    // What was edited after the update, in the same action, belongs to the next one.
+    if (haveDrawingsChanged_) graph->update(true, false);
+    lastScan = graph->scanNumber();
+    ++figures.comparisons;
+    const OwnedGraph fresh = freshGraph(*record);
+    const std::string found = fresh == nullptr ? "no graph can be built afresh" : difference(*graph, *fresh);
+    if (!found.empty()) complaint_ = "after an update: " + found;
+}
+
+void UnrulyClients::finish() {
+    left_ = {};
+    liftRefusals();
+    for (const auto& drawing : drawings_) drawing->letGo();
+    for (auto& [document, lastScan] : graphs_) lastScan = 0;
+    haveDrawingsChanged_ = true;
+    if (complaint_.empty()) checkGraphs();
+    findFilterAgain();
+    unloadModule();
+    kzDocManagerPtr()->removeReactor(&neighbour_);
+    if (const std::string leftovers = leftoversInHost(); !leftovers.empty()) {
+        complaint_ += "left in the host: " + leftovers;
+    }
+    Headless::reset();
+}
+
+// When the last timer goes while the host refuses to remove filters, the filter stays until the next timer.
+void UnrulyClients::findFilterAgain() {
+    KzApDocument* const document = Headless::openDocument(u"last");
+    kzdxDocTimerAttach(document, TestClients::client(0), 0, 1);
+}
+
+void UnrulyClients::unloadModule() {
+    liftRefusals(); // no module can leave a host that refuses
+    kzrxEntryPoint(KzRx::unloadMessage, nullptr);
+    graphs_.clear();
+}
+
+// ---- what an action names
+
+KzApDocument* UnrulyClients::anyDocument(std::uint8_t byte) const {
+    if (byte == 0) return nullptr;
+    // Where there is most to do, half of the time.
+    std::vector<KzApDocument*> known;
+    if (byte % 2 == 0) known = opened_;
+    for (const auto& drawing : drawings_) known.push_back(drawing->document);
+    std::erase_if(known, [](KzApDocument* document) { return !Headless::isOpen(document); });
+    return pick(known, byte / 2);
+}
+
+KzDxClientCallback UnrulyClients::anyClient(std::uint8_t byte) {
+    return byte == 0 ? nullptr : TestClients::client(byte % TestClients::count);
+}
+
+/// Records of the document mostly; among them null, a made-up id, and records of other documents.
+KzDbObjectIdArray UnrulyClients::anyIds(const KzApDocument* document, std::uint8_t count,
+                                        std::uint8_t first) {
+    std::vector<KzDbObjectId> known = Headless::records(document);
+    known.insert(known.end(), {KzDbObjectId(), KzDbObjectId(~std::uint64_t{0})});
+    for (const KzApDocument* const each : Headless::documents()) known.push_back(Headless::modelSpace(each));
+    KzDbObjectIdArray ids;
+    for (int number = 0; number < count % 8; ++number) {
+        ids.append(pick(known, static_cast<std::uint8_t>(first + 5 * number)));
+    }
+    return ids;
+}
+
+void UnrulyClients::noteGraph(KzApDocument* document) {
+    if (recordOf(document) != nullptr) graphs_.try_emplace(document, 0);
+}
+
+// ---- the actions
+
+const std::vector<UnrulyClients::Deed> UnrulyClients::deeds{
+    &UnrulyClients::attachTimer,    &UnrulyClients::attachTimer,
+    &UnrulyClients::detachTimer,    &UnrulyClients::attachMonitor,
+    &UnrulyClients::attachMonitor,  &UnrulyClients::attachMonitor,
+    &UnrulyClients::detachMonitor,  &UnrulyClients::updateGraph,
+    &UnrulyClients::updateGraph,    &UnrulyClients::updateGraph,
+    &UnrulyClients::askForTables,   &UnrulyClients::readNoTemplate,
+    &UnrulyClients::openDrawing,    &UnrulyClients::openWithoutDrawing,
+    &UnrulyClients::closeDocument,  &UnrulyClients::makeCurrent,
+    &UnrulyClients::pump,           &UnrulyClients::rest,
+    &UnrulyClients::rest,           &UnrulyClients::rest,
+    &UnrulyClients::rest,           &UnrulyClients::passTime,
+    &UnrulyClients::runCommand,     &UnrulyClients::runCommand,
+    &UnrulyClients::reportLockMode, &UnrulyClients::postAnything,
+    &UnrulyClients::disturb,        &UnrulyClients::disturb,
+    &UnrulyClients::load,           &UnrulyClients::load,
+    &UnrulyClients::load,           &UnrulyClients::unload,
+};
+
+void UnrulyClients::editDrawing(const Action& action) {
+    if (drawings_.empty()) return;
+    RandomDrawing& drawing = *drawings_[action.kind / 2 % 4 % drawings_.size()];
+    // Six bits say which edit, two which drawing.
+    const auto kind = static_cast<std::uint8_t>(action.kind / 8);
+    drawing.apply({.kind = kind, .first = action.a, .second = action.b, .how = action.c});
+    haveDrawingsChanged_ = true;
+}
+
+void UnrulyClients::attachTimer(const Action& action) {
+    static const std::vector<std::uint32_t> intervals{0, 0, 0, 10, 10, 1000, 1000, 0x8000'0000};
+    kzdxDocTimerAttach(anyDocument(action.a), anyClient(action.b), pick(intervals, action.c), 1);
+}
+
+void UnrulyClients::detachTimer(const Action& action) {
+    kzdxDocTimerAttach(anyDocument(action.a), anyClient(action.b), action.c, 0);
+}
+
+void UnrulyClients::attachMonitor(const Action& action) {
+    KzApDocument* const document = anyDocument(action.a);
+    const KzDbObjectIdArray ids = anyIds(document, static_cast<std::uint8_t>(action.c / 32), action.c);
+    kzdxBlockReferenceMonitorAttach(document, action.c == 0 ? nullptr : &ids, anyClient(action.b));
+    noteGraph(document);
+}
+
+void UnrulyClients::detachMonitor(const Action& action) {
+    KzApDocument* const document = anyDocument(action.a);
+    kzdxBlockReferenceMonitorDetach(document, anyClient(action.b));
+    noteGraph(document); // built for nobody
+}
+
+void UnrulyClients::updateGraph(const Action& action) {
+    KzApDocument* const document = anyDocument(action.a);
+    kzdxUpdateBlockGraph(document, action.b % 2 == 0, action.c % 2 == 0);
+    noteGraph(document);
+}
+
+void UnrulyClients::askForTables(const Action& action) {
+    KzDbObjectIdArray ids = anyIds(nullptr, action.c, 0);
+    kzdxGetBlockRecordIdsOfKzDbTables(anyDocument(action.a), action.c == 0 ? nullptr : &ids);
+    kzdxGetKzDbTableIds(anyDocument(action.b), &ids);
+}
+
+void UnrulyClients::readNoTemplate(const Action& action) {
+    std::vector<std::u16string> blocks{u"old"};
+    std::vector<std::u16string> attributes{u"old"};
+    kzdxReadLegacyBlkTemplate(action.a % 2 == 0 ? u"" : u"/nowhere/no.blk", blocks, attributes);
+    if (!blocks.empty() || !attributes.empty()) complaint_ = "a template that is not there has names";
+}
+
+void UnrulyClients::openDrawing(const Action& action) {
+    if (std::ranges::count_if(drawings_, isAnyOpen) >= static_cast<std::ptrdiff_t>(mostDrawings)) return;
+    drawings_.push_back(std::make_unique<RandomDrawing>(action.a));
+    haveDrawingsChanged_ = true;
+}
+
+void UnrulyClients::openWithoutDrawing(const Action& action) {
+    if (action.a % 4 == 0) Headless::openDocument(u"without", false);
+}
+
+void UnrulyClients::closeDocument(const Action& action) {
+    if (action.b % 2 == 0) return; // there should be something left to do
+    Headless::closeDocument(anyDocument(action.a));
+    haveDrawingsChanged_ = true; // those that it is attached to
+}
+
+void UnrulyClients::makeCurrent(const Action& action) {
+    Headless::makeCurrent(anyDocument(action.a));
+}
+
+void UnrulyClients::pump(const Action&) {
+    Headless::pump();
+}
+
+void UnrulyClients::rest(const Action& action) {
+    if (action.a % 2 == 0) Headless::makeCurrent(anyDocument(action.b));
+    if (action.a / 2 % 4 != 0) calmDown();
+    Headless::advance(std::uint32_t{action.c} * 8);
+    Headless::idle();
+}
+
+void UnrulyClients::passTime(const Action& action) {
+    if (action.a % 2 == 0) return Headless::advance(std::uint32_t{action.b} * action.c);
+    Headless::setTicks(0xFFFF'FFFF - action.b); // the count is about to wrap around
+}
+
+void UnrulyClients::runCommand(const Action&) {
+    KzApDocument* const document = Headless::beginCommand(u"EDIT");
+    actOnce();
+    actOnce();
+    Headless::endCommand(document, u"EDIT");
+    Headless::pump();
+}
+
+void UnrulyClients::reportLockMode(const Action& action) {
+    static const std::vector<const char16_t*> commands{nullptr, u"", u"#", u"EDIT", u"#EDIT"};
+    Headless::reportLockMode(anyDocument(action.a), pick(commands, action.b));
+}
+
+void UnrulyClients::postAnything(const Action& action) {
+    const std::vector<std::uint32_t> numbers{KzPlatform::registerWindowMessage(u"WM_KZDX_IDLE_CHECK"), 0,
+                                             action.b};
+    // Documents that were closed too: only their addresses count.
+    const auto address = reinterpret_cast<std::uintptr_t>(pick(opened_, action.b));
+    Headless::post(pick(numbers, action.a), action.c == 0 ? action.b : address, action.c);
+}
+
+// Ends what `disturb` has begun.
+void UnrulyClients::calmDown() {
+    KzApDocument* const document = Headless::currentDocument();
+    liftRefusals();
+    Headless::setInputWaiting(false);
+    Headless::setQuiescent(document, true);
+    Headless::setPendingInput(document, 0);
+    Headless::setLockMode(document, KzAp::DocLockMode::notLocked);
+    Headless::setListed(document, true);
+}
+
+// The host is busy, refuses something, or does no longer.
+void UnrulyClients::disturb(const Action& action) {
+    using Headless::Facility;
+    static const std::vector<Facility> facilities{Facility::filter, Facility::manager, Facility::iterator,
+                                                  Facility::window};
+    const bool isDisturbed = action.a % 2 == 0;
+    KzApDocument* const document = anyDocument(action.c);
+    switch (action.b % 9) {
+    case 0:
+        return Headless::setInputWaiting(isDisturbed);
+    case 1:
+        return Headless::setQuiescent(document, !isDisturbed);
+    case 2:
+        return Headless::setPendingInput(document, isDisturbed ? 1 : 0);
+    case 3:
+        return Headless::setLockMode(document, KzAp::DocLockMode{isDisturbed ? 1 : 2});
+    case 4:
+        return Headless::setListed(document, !isDisturbed);
+    default:
+        return Headless::refuse(pick(facilities, action.b), isDisturbed);
+    }
+}
+
+void UnrulyClients::load(const Action&) {
+    kzrxEntryPoint(KzRx::loadMessage, nullptr); // refused when it is loaded already
+}
+
+void UnrulyClients::unload(const Action& action) {
+    // The host unloads nothing while somebody holds objects.
+    if (action.a % 4 == 0 && Headless::heldOpenCount() == 0) unloadModule();
+}
