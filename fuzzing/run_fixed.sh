@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
-# Fuzzes the template reader with a fixed number of inputs, the same ones each time: fuzzing/run_fixed.sh [RUNS]
+# Runs each fuzz harness with a fixed number of inputs, drawn from the same seed each time.
 cd "$(dirname "$0")/.."
 source fuzzing/common.sh
 
-build_fuzzer
+declare -A runs=([templates]=20000 [callbacks]=2500)
+
+build_fuzzers
 seeds=$(mktemp -d)
 trap 'rm -rf "$seeds"' EXIT
-$fuzz_build/bin/template_seeds "$seeds"
-echo "fuzzing the template reader"
-quietly "fuzzing" fuzz_with -runs="${1:-20000}" -seed=1 "$seeds"
+for subject in "${fuzz_subjects[@]}"; do
+  begin_corpus "$subject" "$seeds/$subject"
+  echo "fuzzing $subject"
+  quietly "fuzzing" fuzz_with "$subject" -runs="${runs[$subject]}" -seed=1 "$seeds/$subject"
+done

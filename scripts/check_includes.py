@@ -25,7 +25,7 @@ ALLOWED = {
     "headless": HOST | {"headless"},
     "tools": HOST | {"templates", "tools"},
     "examples": HOST,
-    "fuzzing": HOST | {"templates", "fuzzing"},
+    "fuzzing": HOST | {"templates", "tests", "fuzzing"},
     "benchmarks": MODULE | {"headless", "templates", "benchmarks"},
     "tests": MODULE | {"headless", "templates", "tools", "tests"},
 }

@@ -44,8 +44,9 @@ std::string difference(const KzDxBlocks& graph, const KzDxBlocks& fresh) {
         const std::string places = placesOf(graph, block);
         const std::string freshPlaces = placesOf(fresh, block);
         if (places == freshPlaces) continue;
-        return Headless::toUtf8(Headless::recordName(block)) + " is placed" + places + "; afresh" +
-               freshPlaces;
+        std::string found = Headless::toUtf8(Headless::recordName(block));
+        found.append(" is placed").append(places).append("; afresh").append(freshPlaces);
+        return found;
     }
     return {};
 }
