@@ -41,10 +41,7 @@ std::string UnrulyClients::run(std::span<const Action> actions) {
 
 UnrulyClients::UnrulyClients(std::span<const Action> actions) : left_(actions) {
     for (std::size_t client = 0; client < TestClients::count; ++client) {
-        clients_.onCall[client] = [this, client] {
-            ++figures.callbacks;
-            answer(1 + client % 3);
-        };
+        clients_.onCall[client] = [this, client] { answerCall(client); };
     }
 }
 
@@ -71,6 +68,15 @@ void UnrulyClients::actOnce() {
     // Every other action is an edit.
     if (action.kind % 2 == 0) return editDrawing(action);
     (this->*pick(deeds, static_cast<std::uint8_t>(action.kind / 2)))(action);
+}
+
+void UnrulyClients::answerCall(std::size_t client) {
+    ++figures.callbacks;
+    const bool isOurs = std::ranges::any_of(attached_, [client](const auto& attachment) {
+        return attachment.second == TestClients::client(client) && Headless::isOpen(attachment.first);
+    });
+    if (!isOurs) complaint_ = "a client was called that no open document has";
+    answer(1 + client % 3);
 }
 
 void UnrulyClients::answer(std::size_t count) {
@@ -126,6 +132,7 @@ void UnrulyClients::unloadModule() {
     liftRefusals(); // no module can leave a host that refuses
     kzrxEntryPoint(KzRx::unloadMessage, nullptr);
     graphs_.clear();
+    attached_.clear();
 }
 
 // ---- what an action names
@@ -193,7 +200,10 @@ void UnrulyClients::editDrawing(const Action& action) {
 
 void UnrulyClients::attachTimer(const Action& action) {
     static const std::vector<std::uint32_t> intervals{0, 0, 0, 10, 10, 1000, 1000, 0x8000'0000};
-    kzdxDocTimerAttach(anyDocument(action.a), anyClient(action.b), pick(intervals, action.c), 1);
+    KzApDocument* const document = anyDocument(action.a);
+    const KzDxClientCallback client = anyClient(action.b);
+    if (kzdxDocTimerAttach(document, client, pick(intervals, action.c), 1) == 1)
+        attached_.emplace(document, client);
 }
 
 void UnrulyClients::detachTimer(const Action& action) {
@@ -203,7 +213,9 @@ void UnrulyClients::detachTimer(const Action& action) {
 void UnrulyClients::attachMonitor(const Action& action) {
     KzApDocument* const document = anyDocument(action.a);
     const KzDbObjectIdArray ids = anyIds(document, static_cast<std::uint8_t>(action.c / 32), action.c);
-    kzdxBlockReferenceMonitorAttach(document, action.c == 0 ? nullptr : &ids, anyClient(action.b));
+    const KzDxClientCallback client = anyClient(action.b);
+    if (kzdxBlockReferenceMonitorAttach(document, action.c == 0 ? nullptr : &ids, client) == 1)
+        attached_.emplace(document, client);
     noteGraph(document);
 }
 

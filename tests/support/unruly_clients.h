@@ -10,8 +10,10 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 class KzDxBlocks;
@@ -53,6 +55,7 @@ private:
     // Whose turn it is (unruly_clients.cpp).
     void actOnce();
     void answer(std::size_t count);
+    void answerCall(std::size_t client);
     void checkGraphs();
     void checkGraph(KzApDocument* document, std::uint32_t& lastScan);
     void finish();
@@ -117,6 +120,9 @@ private:
     int depth_ = 0;
     std::vector<std::unique_ptr<RandomDrawing>> drawings_;
     std::vector<KzApDocument*> opened_;
+    /// What was attached where since the module was loaded, whether or not it was detached: a notification
+    /// under way calls whom it has gathered.
+    std::set<std::pair<KzApDocument*, KzDxClientCallback>> attached_;
     /// The documents that may have a graph, with the number of the scan that was compared last.
     std::map<KzApDocument*, std::uint32_t> graphs_;
     /// Whether a graph that was updated since the last comparison may be out of date again.
