@@ -7,6 +7,7 @@
 #include "tests/support/pick.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 extern "C" std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) noexcept;
 
@@ -15,11 +16,8 @@ namespace {
 constexpr int deepestNesting = 24; // sanitizers make frames large
 constexpr std::size_t mostDrawings = 3;
 
-void liftRefusals() {
-    for (const auto facility : {Headless::Facility::filter, Headless::Facility::manager,
-                                Headless::Facility::iterator, Headless::Facility::window}) {
-        Headless::refuse(facility, false);
-    }
+void give(std::initializer_list<Headless::Facility> facilities) {
+    for (const Headless::Facility facility : facilities) Headless::refuse(facility, false);
 }
 
 bool isAnyOpen(const std::unique_ptr<RandomDrawing>& drawing) {
@@ -108,11 +106,11 @@ void UnrulyClients::checkGraph(KzApDocument* document, std::uint32_t& lastScan) 
 
 void UnrulyClients::finish() {
     left_ = {};
-    liftRefusals();
     for (const auto& drawing : drawings_) drawing->letGo();
     for (auto& [document, lastScan] : graphs_) lastScan = 0;
     haveDrawingsChanged_ = true;
     if (complaint_.empty()) checkGraphs();
+    letModuleLeave();
     findFilterAgain();
     unloadModule();
     kzDocManagerPtr()->removeReactor(&neighbour_);
@@ -128,8 +126,13 @@ void UnrulyClients::findFilterAgain() {
     kzdxDocTimerAttach(document, TestClients::client(0), 0, 1);
 }
 
+// No module can leave a host that refuses these two.
+void UnrulyClients::letModuleLeave() {
+    give({Headless::Facility::filter, Headless::Facility::manager});
+}
+
 void UnrulyClients::unloadModule() {
-    liftRefusals(); // no module can leave a host that refuses
+    letModuleLeave();
     kzrxEntryPoint(KzRx::unloadMessage, nullptr);
     graphs_.clear();
     attached_.clear();
@@ -304,7 +307,8 @@ void UnrulyClients::postAnything(const Action& action) {
 // Ends what `disturb` has begun.
 void UnrulyClients::calmDown() {
     KzApDocument* const document = Headless::currentDocument();
-    liftRefusals();
+    give({Headless::Facility::filter, Headless::Facility::manager, Headless::Facility::iterator,
+          Headless::Facility::window});
     Headless::setInputWaiting(false);
     Headless::setQuiescent(document, true);
     Headless::setPendingInput(document, 0);

@@ -59,6 +59,7 @@ private:
     void checkGraphs();
     void checkGraph(KzApDocument* document, std::uint32_t& lastScan);
     void finish();
+    static void letModuleLeave();
     static void findFilterAgain();
     void unloadModule();
 
