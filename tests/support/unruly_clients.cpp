@@ -122,6 +122,7 @@ void UnrulyClients::finish() {
 
 // When the last timer goes while the host refuses to remove filters, the filter stays until the next timer.
 void UnrulyClients::findFilterAgain() {
+    kzrxEntryPoint(KzRx::loadMessage, nullptr);
     KzApDocument* const document = Headless::openDocument(u"last");
     kzdxDocTimerAttach(document, TestClients::client(0), 0, 1);
 }
