@@ -33,8 +33,7 @@ std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzD
 }
 
 void detach(KzApDocument* document, KzDxClientCallback callback) {
-    KzDxApplication* const application = KzDxApplication::instance();
-    KzDxDocument* const record = application == nullptr ? nullptr : application->docData(document, false);
+    KzDxDocument* const record = kzdxRecordOf(document, false);
     KzDxBlocks* const graph = record == nullptr ? nullptr : record->blocks();
     if (graph == nullptr) return;
     graph->removeClient(callback);

@@ -19,9 +19,9 @@
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// An address is touched only when the host lists it among its open documents, or does not tell which are
-/// open. A document that goes unannounced is noticed by `purge`: its record is told to forget the document,
-/// which must not be touched any more, and is destroyed.
+/// A document that goes unannounced is noticed by `purge`. Its record is told to forget the document, which
+/// must not be touched any more, and is destroyed. Until then the record stands for a closed document: ask
+/// `isOpen` about addresses that come from outside.
 template <class Record>
 class AppDataT : public KzApDocManagerReactor {
 public:
@@ -48,9 +48,20 @@ public:
         kzdxAtBoundary([&] { removeDocData(document); });
     }
 
+    /// Whether an open document has this address, which is not touched: the current one, or one that the host
+    /// lists. Yes as well when the host does not say which are open.
+    [[nodiscard]] static bool isOpen(const KzApDocument* document) {
+        const KzApDocManager* const manager = kzDocManagerPtr();
+        if (manager == nullptr || manager->currentDocument() == document) return true;
+        const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
+        if (documents == nullptr) return true;
+        while (!documents->done() && documents->document() != document) documents->step();
+        return !documents->done();
+    }
+
     /// The record of a document. With `create`, one is made when there is none; attached to the document
-    /// manager from then on. Null for a null document, without a record, or when the document is not open or
-    /// has no drawing.
+    /// manager from then on. Null for a null document, without a record, or when the document has no drawing
+    /// or is not listed by the host.
     virtual Record* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
         if (cached_ != records_.end() && cached_->first == document) return cached_->second.get();
@@ -141,16 +152,8 @@ private:
                                                                         : manager->newDocumentIterator());
     }
 
-    /// Whether the host says that no open document has this address.
-    [[nodiscard]] static bool isNotOpen(const KzApDocument* document) {
-        const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
-        if (documents == nullptr) return false;
-        while (!documents->done() && documents->document() != document) documents->step();
-        return documents->done();
-    }
-
     Record* makeRecord(KzApDocument* document) {
-        if (isNotOpen(document) || document->database() == nullptr) return nullptr;
+        if (document->database() == nullptr) return nullptr;
         std::unique_ptr<Record> made(new (std::nothrow) Record(document));
         if (made == nullptr) return nullptr;
         records_.emplace(document, std::move(made));
@@ -158,7 +161,7 @@ private:
         if (!isAttached()) setAttached(true);
         purge();
         undo.keep();
-        return docData(document, false); // as it is now: a host that changes its mind has it purged again
+        return docData(document, false); // null when the host does not list it: it has been purged
     }
 
     Orvo::ErrorStatus purgeAgainstList() {

@@ -50,7 +50,8 @@ Orvo::ErrorStatus KzDxApplication::setEnabled(bool enable) {
     return Orvo::ok;
 }
 
-KzDxDocument* kzdxRecordOf(KzApDocument* document) {
+KzDxDocument* kzdxRecordOf(KzApDocument* document, bool create) {
     KzDxApplication* const application = KzDxApplication::instance();
-    return application == nullptr ? nullptr : application->docData(document, true);
+    if (application == nullptr || document == nullptr || !KzDxApplication::isOpen(document)) return nullptr;
+    return application->docData(document, create);
 }

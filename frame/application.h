@@ -41,6 +41,6 @@ private:
     KzDxDeparture departure_;
 };
 
-/// The record of a document for an export, made if needed; null without an application object, for a null
-/// document and for one without a drawing.
-[[nodiscard]] KzDxDocument* kzdxRecordOf(KzApDocument* document);
+/// The record of a document for an export, with `create` made if needed. Null without an application object,
+/// for an address that is no open document's, and for a document without a drawing.
+[[nodiscard]] KzDxDocument* kzdxRecordOf(KzApDocument* document, bool create = true);

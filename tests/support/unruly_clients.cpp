@@ -24,6 +24,12 @@ bool isAnyOpen(const std::unique_ptr<RandomDrawing>& drawing) {
     return Headless::isOpen(drawing->document) || Headless::isOpen(drawing->attached);
 }
 
+bool isHostListing() {
+    const KzApDocManager* const manager = kzDocManagerPtr();
+    return manager != nullptr &&
+           std::unique_ptr<KzApDocumentIterator>(manager->newDocumentIterator()) != nullptr;
+}
+
 KzDxDocument* recordOf(KzApDocument* document) {
     KzDxApplication* const application = KzDxApplication::instance();
     return application == nullptr ? nullptr : application->docData(document, false);
@@ -110,8 +116,9 @@ void UnrulyClients::finish() {
     for (auto& [document, lastScan] : graphs_) lastScan = 0;
     haveDrawingsChanged_ = true;
     if (complaint_.empty()) checkGraphs();
-    letModuleLeave();
-    findFilterAgain();
+    unloadModule();
+    // What the host refused before is left now, also when the module was unloaded by then.
+    give({Headless::Facility::filter, Headless::Facility::manager});
     unloadModule();
     kzDocManagerPtr()->removeReactor(&neighbour_);
     if (const std::string leftovers = leftoversInHost(); !leftovers.empty()) {
@@ -120,20 +127,7 @@ void UnrulyClients::finish() {
     Headless::reset();
 }
 
-// When the last timer goes while the host refuses to remove filters, the filter stays until the next timer.
-void UnrulyClients::findFilterAgain() {
-    kzrxEntryPoint(KzRx::loadMessage, nullptr);
-    KzApDocument* const document = Headless::openDocument(u"last");
-    kzdxDocTimerAttach(document, TestClients::client(0), 0, 1);
-}
-
-// No module can leave a host that refuses these two.
-void UnrulyClients::letModuleLeave() {
-    give({Headless::Facility::filter, Headless::Facility::manager});
-}
-
 void UnrulyClients::unloadModule() {
-    letModuleLeave();
     kzrxEntryPoint(KzRx::unloadMessage, nullptr);
     graphs_.clear();
     attached_.clear();
@@ -141,13 +135,15 @@ void UnrulyClients::unloadModule() {
 
 // ---- what an action names
 
+/// Any document, closed ones too unless the host does not tell which they are.
 KzApDocument* UnrulyClients::anyDocument(std::uint8_t byte) const {
     if (byte == 0) return nullptr;
     // Where there is most to do, half of the time.
     std::vector<KzApDocument*> known;
     if (byte % 2 == 0) known = opened_;
     for (const auto& drawing : drawings_) known.push_back(drawing->document);
-    std::erase_if(known, [](KzApDocument* document) { return !Headless::isOpen(document); });
+    if (!isHostListing())
+        std::erase_if(known, [](KzApDocument* document) { return !Headless::isOpen(document); });
     return pick(known, byte / 2);
 }
 
@@ -155,11 +151,12 @@ KzDxClientCallback UnrulyClients::anyClient(std::uint8_t byte) {
     return byte == 0 ? nullptr : TestClients::client(byte % TestClients::count);
 }
 
-/// Records of the document mostly; among them null, a made-up id, and records of other documents.
+/// Records of the document mostly; among them null, a made-up id, records of other documents, and an id of
+/// whatever object there is or was.
 KzDbObjectIdArray UnrulyClients::anyIds(const KzApDocument* document, std::uint8_t count,
                                         std::uint8_t first) {
     std::vector<KzDbObjectId> known = Headless::records(document);
-    known.insert(known.end(), {KzDbObjectId(), KzDbObjectId(~std::uint64_t{0})});
+    known.insert(known.end(), {KzDbObjectId(), KzDbObjectId(~std::uint64_t{0}), KzDbObjectId(first)});
     for (const KzApDocument* const each : Headless::documents()) known.push_back(Headless::modelSpace(each));
     KzDbObjectIdArray ids;
     for (int number = 0; number < count % 8; ++number) {
@@ -345,6 +342,5 @@ void UnrulyClients::load(const Action&) {
 }
 
 void UnrulyClients::unload(const Action& action) {
-    // The host unloads nothing while somebody holds objects.
-    if (action.a % 4 == 0 && Headless::heldOpenCount() == 0) unloadModule();
+    if (action.a % 4 == 0) unloadModule();
 }

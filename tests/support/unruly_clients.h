@@ -59,8 +59,6 @@ private:
     void checkGraphs();
     void checkGraph(KzApDocument* document, std::uint32_t& lastScan);
     void finish();
-    static void letModuleLeave();
-    static void findFilterAgain();
     void unloadModule();
 
     // What an action names.
