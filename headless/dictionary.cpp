@@ -1,5 +1,6 @@
 #include "headless/dictionary.h"
 
+#include "headless/fault_gate.h"
 #include "headless/session.h"
 #include "host/services.h"
 
@@ -39,13 +40,17 @@ std::vector<std::u16string> Dictionary::keys() const {
 }
 
 KzRxObject* Dictionary::at(const char16_t* key) const {
+    return FaultGate::strikes(HostCall::dictionaryEntry) ? nullptr : find(key);
+}
+
+KzRxObject* Dictionary::find(const char16_t* key) const {
     if (key == nullptr) return nullptr;
     const auto found = entries_.find(std::u16string_view(key));
     return found != entries_.end() ? found->second.get() : nullptr;
 }
 
 KzRxObject* Dictionary::remove(const char16_t* key) {
-    if (key == nullptr) return nullptr;
+    if (key == nullptr || FaultGate::strikes(HostCall::takeEntry)) return nullptr;
     const auto found = entries_.find(std::u16string_view(key));
     if (found == entries_.end()) return nullptr;
     KzRxObject* const object = found->second.release();
@@ -54,7 +59,7 @@ KzRxObject* Dictionary::remove(const char16_t* key) {
 }
 
 Dictionary* serviceDictionary() {
-    return static_cast<Dictionary*>(registry().at(servicesKey));
+    return static_cast<Dictionary*>(registry().find(servicesKey));
 }
 
 void resetRegistry() {
@@ -70,10 +75,12 @@ std::vector<std::u16string> services() {
 } // namespace Headless
 
 KzRxDictionary* kzrxSysRegistry() {
-    return &Headless::registry();
+    using namespace Headless;
+    return FaultGate::strikes(HostCall::registry) ? nullptr : &registry();
 }
 
 bool kzrxRegisterService(const char16_t* name) {
+    if (Headless::FaultGate::strikes(Headless::HostCall::registerService)) return false;
     Headless::Dictionary* const dictionary = Headless::serviceDictionary();
     if (name == nullptr || dictionary == nullptr) return false;
     return dictionary->enter(name, std::make_unique<Headless::Service>());
@@ -81,9 +88,9 @@ bool kzrxRegisterService(const char16_t* name) {
 
 bool kzrxServiceIsRegistered(const char16_t* name) {
     const Headless::Dictionary* const dictionary = Headless::serviceDictionary();
-    return dictionary != nullptr && dictionary->at(name) != nullptr;
+    return dictionary != nullptr && dictionary->find(name) != nullptr;
 }
 
 bool kzrxRegisterAppMDIAware(void* moduleToken) {
-    return moduleToken != nullptr;
+    return !Headless::FaultGate::strikes(Headless::HostCall::declareMdiAware) && moduleToken != nullptr;
 }

@@ -16,6 +16,8 @@ class Dictionary final : public KzRxDictionary {
 public:
     /// False, and the object is gone, when the key is taken.
     bool enter(std::u16string_view key, std::unique_ptr<KzRxObject> object);
+    /// The object under `key`, for the host itself; null when there is none.
+    [[nodiscard]] KzRxObject* find(const char16_t* key) const;
     [[nodiscard]] std::vector<std::u16string> keys() const;
     void clear() { entries_.clear(); }
 

@@ -52,7 +52,7 @@ private:
 } // namespace
 
 KzDbDatabase* Document::database() const {
-    return const_cast<Document*>(this)->drawing();
+    return FaultGate::strikes(HostCall::drawing) ? nullptr : const_cast<Document*>(this)->drawing();
 }
 
 void Document::bury() {
@@ -131,8 +131,12 @@ void DocumentManager::removeReactor(KzApDocManagerReactor* reactor) {
     if (reactor != nullptr) reactors_.remove(reactor);
 }
 
+KzApDocument* DocumentManager::currentDocument() const {
+    return FaultGate::strikes(HostCall::currentDocument) ? nullptr : current_;
+}
+
 KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
-    if (refusesIterators || FaultGate::strikes()) return nullptr;
+    if (refusesIterators || FaultGate::strikes(HostCall::documentIterator)) return nullptr;
     return new DocumentIterator(open_);
 }
 
@@ -144,5 +148,6 @@ std::int32_t DocumentManager::pendingInput(const KzApDocument* document) const {
 } // namespace Headless
 
 KzApDocManager* kzDocManagerPtr() {
-    return Headless::isManagerRefused ? nullptr : &Headless::documentManager;
+    using namespace Headless;
+    return isManagerRefused || FaultGate::strikes(HostCall::manager) ? nullptr : &documentManager;
 }

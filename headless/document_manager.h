@@ -36,7 +36,7 @@ public:
     // What modules see.
     void addReactor(KzApDocManagerReactor* reactor) override;
     void removeReactor(KzApDocManagerReactor* reactor) override;
-    [[nodiscard]] KzApDocument* currentDocument() const override { return current_; }
+    [[nodiscard]] KzApDocument* currentDocument() const override;
     [[nodiscard]] KzApDocumentIterator* newDocumentIterator() const override;
     [[nodiscard]] std::int32_t pendingInput(const KzApDocument* document) const override;
 

@@ -27,7 +27,7 @@ public:
 
     Orvo::ErrorStatus getRecordId(KzDbObjectId& id) const override {
         id = KzDbObjectId();
-        if (FaultGate::strikes()) return FaultGate::status();
+        if (FaultGate::strikes(HostCall::recordId)) return FaultGate::status();
         if (done()) return Orvo::invalidObjectId;
         id = records_[at_];
         return Orvo::ok;
@@ -79,7 +79,7 @@ void BlockTable::noteModelSpace() {
 
 Orvo::ErrorStatus BlockTable::getAt(const char16_t* name, KzDbObjectId& id, bool getErased) const {
     id = KzDbObjectId();
-    if (FaultGate::strikes()) return FaultGate::status();
+    if (FaultGate::strikes(HostCall::recordByName)) return FaultGate::status();
     if (name == nullptr) return Orvo::missingCollaborator;
     const KzDbObjectId found = named(name);
     if (found.isNull() || (found.isErased() && !getErased)) return Orvo::keyNotFound;
@@ -90,7 +90,7 @@ Orvo::ErrorStatus BlockTable::getAt(const char16_t* name, KzDbObjectId& id, bool
 Orvo::ErrorStatus BlockTable::newIterator(KzDbBlockTableIterator*& iterator, bool atBeginning,
                                           bool skipErased) const {
     iterator = nullptr;
-    if (FaultGate::strikes()) return FaultGate::status();
+    if (FaultGate::strikes(HostCall::tableIterator)) return FaultGate::status();
     iterator = new BlockTableIterator(records_);
     iterator->start(atBeginning, skipErased);
     return Orvo::ok;
@@ -130,7 +130,7 @@ namespace {
 class SymbolServices final : public KzDbSymbolUtilities::Services {
 public:
     [[nodiscard]] KzDbObjectId blockModelSpaceId(const KzDbDatabase* database) const override {
-        if (database == nullptr) return {};
+        if (database == nullptr || Headless::FaultGate::strikes(Headless::HostCall::modelSpace)) return {};
         const auto* const table = Headless::findAs<Headless::BlockTable>(database->blockTableId());
         if (table == nullptr || table->modelSpace().isErased()) return {};
         return table->modelSpace();

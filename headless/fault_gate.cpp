@@ -2,7 +2,9 @@
 
 namespace Headless {
 
-void FaultGate::ask(std::size_t callNumber, FaultSpan newSpan, Orvo::ErrorStatus status) {
+void FaultGate::ask(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan newSpan,
+                    Orvo::ErrorStatus status) {
+    counted = kind;
     callsLeft = callNumber;
     failed = 0;
     span = newSpan;
@@ -14,7 +16,8 @@ std::size_t FaultGate::end() {
     return failed;
 }
 
-bool FaultGate::count() {
+bool FaultGate::count(HostCall kind) {
+    if (counted.has_value() && *counted != kind) return false;
     if (callsLeft > 1) {
         --callsLeft;
         return false;
@@ -25,7 +28,11 @@ bool FaultGate::count() {
 }
 
 void failHostCall(std::size_t callNumber, FaultSpan span, Orvo::ErrorStatus status) {
-    FaultGate::ask(callNumber, span, status);
+    FaultGate::ask(std::nullopt, callNumber, span, status);
+}
+
+void failHostCall(HostCall kind, std::size_t callNumber, FaultSpan span, Orvo::ErrorStatus status) {
+    FaultGate::ask(kind, callNumber, span, status);
 }
 
 std::size_t endFaults() {

@@ -1,5 +1,6 @@
 #include "headless/message_loop.h"
 
+#include "headless/fault_gate.h"
 #include "headless/outward_call.h"
 #include "headless/unicode.h"
 
@@ -60,14 +61,16 @@ void resetMessageLoop() {
 
 int kzedRegisterFilterWinMsg(KzEdMessageFilter filter) {
     Headless::MessageLoop& loop = Headless::messageLoop;
-    if (loop.refusesFilters || filter == nullptr) return 0;
+    if (loop.refusesFilters || Headless::FaultGate::strikes(Headless::HostCall::addFilter)) return 0;
+    if (filter == nullptr) return 0;
     loop.filters.add(filter);
     return 1;
 }
 
 int kzedRemoveFilterWinMsg(KzEdMessageFilter filter) {
     Headless::MessageLoop& loop = Headless::messageLoop;
-    if (loop.refusesFilters || filter == nullptr) return 0;
+    if (loop.refusesFilters || Headless::FaultGate::strikes(Headless::HostCall::removeFilter)) return 0;
+    if (filter == nullptr) return 0;
     return loop.filters.remove(filter) ? 1 : 0;
 }
 
@@ -77,12 +80,15 @@ int kzedCommandActive() {
 
 namespace KzPlatform {
 
+using Headless::FaultGate;
+using Headless::HostCall;
+
 std::uint32_t tickCount() {
     return Headless::messageLoop.ticks;
 }
 
 Library loadLibrary(const char16_t* fileName) {
-    if (fileName == nullptr) return nullptr;
+    if (fileName == nullptr || FaultGate::strikes(HostCall::loadLibrary)) return nullptr;
     const std::string name = Headless::toUtf8(fileName);
     const std::string& folder = Headless::resourceFolder;
     if (!folder.empty() && name.find('/') == std::string::npos) {
@@ -101,10 +107,11 @@ std::uint32_t registerWindowMessage(const char16_t* name) {
 }
 
 Window mainWindow() {
-    return Headless::messageLoop.window();
+    return FaultGate::strikes(HostCall::mainWindow) ? nullptr : Headless::messageLoop.window();
 }
 
 bool postMessage(Window window, std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
+    if (FaultGate::strikes(HostCall::postMessage)) return false;
     if (window == nullptr || window != Headless::messageLoop.window()) return false;
     Headless::messageLoop.post(number, first, second);
     return true;

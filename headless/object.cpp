@@ -95,7 +95,7 @@ KzDbDatabase* KzDbObjectId::database() const {
 Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
                                      const KzRxClass* expected, bool openErased) {
     object = nullptr;
-    if (Headless::FaultGate::strikes()) return Headless::FaultGate::status();
+    if (Headless::FaultGate::strikes(Headless::HostCall::openObject)) return Headless::FaultGate::status();
     Headless::Object* const found = Headless::objectTable.find(id);
     if (found == nullptr) return Orvo::invalidObjectId;
     if (found->isErased() && !openErased) return Orvo::wasErased;

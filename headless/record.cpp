@@ -35,12 +35,12 @@ void Record::addRepresentation(Record& representation) {
 }
 
 KzDbDatabase* Record::xrefDatabase(bool /*includeUnresolved*/) const {
-    return FaultGate::strikes() ? nullptr : origin_.attachedDrawing;
+    return FaultGate::strikes(HostCall::attachedDrawing) ? nullptr : origin_.attachedDrawing;
 }
 
 Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
     name = nullptr;
-    if (FaultGate::strikes()) return FaultGate::status();
+    if (FaultGate::strikes(HostCall::recordName)) return FaultGate::status();
     name = name_.c_str();
     return Orvo::ok;
 }
@@ -55,7 +55,9 @@ Orvo::ErrorStatus Record::getErasedBlockReferenceIds(KzDbObjectIdArray& ids) con
 }
 
 Orvo::ErrorStatus Record::appendReferences(bool isErased, KzDbObjectIdArray& ids) const {
-    if (FaultGate::strikes()) return FaultGate::status();
+    if (FaultGate::strikes(isErased ? HostCall::erasedReferences : HostCall::references)) {
+        return FaultGate::status();
+    }
     reportReferences(isErased, [&ids](const std::vector<KzDbObjectId>& list) {
         ids.append(list.data(), static_cast<std::int32_t>(list.size()));
     });

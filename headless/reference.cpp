@@ -56,7 +56,7 @@ void Reference::removeAttribute(KzDbObjectId attribute) {
 }
 
 KzDbObjectIterator* Reference::attributeIterator() const {
-    if (FaultGate::strikes() || attributes().empty()) return nullptr;
+    if (FaultGate::strikes(HostCall::attributeIterator) || attributes().empty()) return nullptr;
     return new AttributeIterator(attributes());
 }
 
@@ -73,7 +73,7 @@ Orvo::ErrorStatus KzDbEvalGraph::getGraph(const KzDbObject* object, const char16
                                           KzDbEvalGraph*& graph, KzDb::OpenMode mode) {
     using namespace Headless;
     graph = nullptr;
-    if (FaultGate::strikes()) return FaultGate::status();
+    if (FaultGate::strikes(HostCall::evaluationGraph)) return FaultGate::status();
     if (object == nullptr || key == nullptr) return Orvo::missingCollaborator;
     const auto* const record = findAs<Record>(object->objectId());
     auto* const found = record != nullptr ? findAs<Graph>(record->graph()) : nullptr;

@@ -5,12 +5,15 @@
 
 namespace {
 
+using Headless::FaultGate;
+using Headless::HostCall;
+
 class Protocol final : public KzDbBlockRepresentation {
 public:
     [[nodiscard]] KzRxClass* isA() const override { return KzDbBlockRepresentation::desc(); }
 
     Orvo::ErrorStatus getRepresentations(KzDbObjectId block, KzDbObjectIdArray& ids) const override {
-        if (Headless::FaultGate::strikes()) return Headless::FaultGate::status();
+        if (FaultGate::strikes(HostCall::representations)) return FaultGate::status();
         const auto* const record = Headless::findAs<Headless::Record>(block);
         if (record == nullptr) return Orvo::invalidObjectId;
         for (const KzDbObjectId each : record->representations()) ids.append(each);
@@ -18,7 +21,7 @@ public:
     }
 
     [[nodiscard]] KzDbObjectId originalBlockTableRecord(const KzDbBlockReference* reference) const override {
-        if (reference == nullptr || Headless::FaultGate::strikes()) return {};
+        if (reference == nullptr || FaultGate::strikes(HostCall::originalBlock)) return {};
         const auto* const record = Headless::findAs<Headless::Record>(reference->blockTableRecord());
         return record != nullptr ? record->representedBlock() : KzDbObjectId();
     }

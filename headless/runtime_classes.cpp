@@ -1,5 +1,6 @@
 #include "headless/runtime_classes.h"
 
+#include "headless/fault_gate.h"
 #include "headless/representation_protocol.h"
 #include "host/enhanced_block.h"
 
@@ -22,6 +23,11 @@ public:
     }
 
     [[nodiscard]] KzRxObject* queryX(const KzRxClass* protocol) const override {
+        return Headless::FaultGate::strikes(Headless::HostCall::protocol) ? nullptr : kept(protocol);
+    }
+
+    /// What `queryX` gives, for the host itself.
+    [[nodiscard]] KzRxObject* kept(const KzRxClass* protocol) const {
         for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
             for (const auto& [offered, object] : each->protocols_) {
                 if (offered == protocol) return object;
@@ -86,7 +92,7 @@ KzRxClass* KzRxObject::desc() {
 }
 
 KzRxObject* KzRxObject::queryX(const KzRxClass* protocol) const {
-    if (protocol == nullptr) return nullptr;
+    if (protocol == nullptr || Headless::FaultGate::strikes(Headless::HostCall::protocol)) return nullptr;
     if (KzRxObject* const own = subQueryX(protocol); own != nullptr) return own;
     const KzRxClass* const description = isA();
     if (description == nullptr || isDecidedByObject(description, protocol)) return nullptr;

@@ -140,7 +140,7 @@ TEST_F(Openings, ModelSpaceIsWhatCarriesItsName) {
 }
 
 TEST_F(Openings, AFaultStrikesTheCallThatWasAskedForOnceOrFromThenOn) {
-    const auto tryThrice = [&] {
+    const auto tryFourTimes = [&] {
         std::string result;
         for (int call = 0; call < 4; ++call) {
             result += statusOf(reference, OpenMode::forRead) == Orvo::ok ? '+' : '-';
@@ -148,11 +148,22 @@ TEST_F(Openings, AFaultStrikesTheCallThatWasAskedForOnceOrFromThenOn) {
         return result;
     };
     failHostCall(2, FaultSpan::once);
-    EXPECT_EQ(tryThrice(), "+-++");
+    EXPECT_EQ(tryFourTimes(), "+-++");
     failHostCall(3, FaultSpan::onwards);
-    EXPECT_EQ(tryThrice(), "++--");
+    EXPECT_EQ(tryFourTimes(), "++--");
     EXPECT_EQ(endFaults(), 2U);
-    EXPECT_EQ(tryThrice(), "++++");
+    EXPECT_EQ(tryFourTimes(), "++++");
+}
+
+TEST_F(Openings, AFaultOfOneKindCountsAndStrikesNoOther) {
+    failHostCall(HostCall::manager, 2, FaultSpan::onwards);
+    EXPECT_EQ(statusOf(reference, OpenMode::forRead), Orvo::ok);
+    EXPECT_NE(kzDocManagerPtr(), nullptr);
+    EXPECT_EQ(kzDocManagerPtr(), nullptr);
+    EXPECT_EQ(currentDocument(), document) << "what the host asks itself does not fail";
+    EXPECT_EQ(statusOf(reference, OpenMode::forRead), Orvo::ok);
+    EXPECT_EQ(endFaults(), 1U);
+    EXPECT_NE(kzDocManagerPtr(), nullptr);
 }
 
 } // namespace
