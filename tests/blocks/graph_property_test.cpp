@@ -105,32 +105,6 @@ TEST_F(GraphProperty, WhatWasHeldWhenTheWatchingEndedIsWatchedAgain) {
     }
 }
 
-// Whatever fails inside the host, and whether it goes on failing: nothing is left open, and when the host
-// works again the next update is as good as ever.
-TEST_F(GraphProperty, EveryHostCallMayFail) {
-    for (const Headless::FaultSpan span : {Headless::FaultSpan::once, Headless::FaultSpan::onwards}) {
-        bool clean = false;
-        for (std::size_t call = 1; !clean; ++call) {
-            RandomDrawing drawing(3);
-            drawing.letGo();
-            Headless::failHostCall(call, span);
-            watch(drawing.document, Headless::records(drawing.document), TestClients::client(0));
-            kzdxUpdateBlockGraph(drawing.document, true, true);
-            clean = Headless::endFaults() == 0;
-            ASSERT_EQ(Headless::openCountOf(drawing.document), 0U) << "call " << call;
-
-            ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(0)),
-                      1);
-            kzdxUpdateBlockGraph(drawing.document, true, true);
-            const OwnedGraph fresh = freshGraph(*recordOf(drawing.document));
-            ASSERT_EQ(difference(*recordOf(drawing.document)->blocks(), *fresh), "") << "call " << call;
-            kzdxBlockReferenceMonitorDetach(drawing.document, TestClients::client(0));
-            Headless::closeDocument(drawing.document);
-            Headless::closeDocument(drawing.attached);
-        }
-    }
-}
-
 // The module unloads and documents close while objects are held open: the host must not call what is gone.
 TEST_F(GraphProperty, GoingAwayWhileObjectsAreHeldOpen) {
     for (unsigned seed = 0; seed < 60; ++seed) {

@@ -1,0 +1,269 @@
+// Guards what the module does when the host refuses: whatever call fails, once or from then on, nothing stays
+// open; and when the host works again, so does the module, as if nothing had happened.
+
+#include "blocks/block_graph.h"
+#include "blocks/block_node.h"
+#include "frame/application.h"
+#include "tests/support/figures.h"
+#include "tests/support/module_test.h"
+
+#include <map>
+#include <optional>
+
+using namespace Headless;
+
+namespace {
+
+KzDxClientCallback timerClient() {
+    return TestClients::client(0);
+}
+KzDxClientCallback watcher() {
+    return TestClients::client(1);
+}
+
+/// Two documents with everything that the module looks at; the same edits give the same objects each time.
+struct Drawings {
+    KzApDocument* const other = openDocument(u"other");
+    KzApDocument* const main = openDocument(u"main");
+    const KzDbObjectId early = makeBlock(main, u"*E"); // a representation before its block
+    const KzDbObjectId door = makeBlock(main, u"Door");
+    const KzDbObjectId handle = makeBlock(main, u"Handle");
+    const KzDbObjectId tables = makeBlock(main, u"*T1");
+    const KzDbObjectId shed = makeBlock(other, u"Shed");
+    KzDbObjectId plate;
+    KzDbObjectId hinge;
+    KzDbObjectId spare;
+
+    Drawings() {
+        enhance(door);
+        represent(door, early);
+        insert(modelSpace(other), shed, {{u"TAG", u"1"}});
+        attach(main, other, u"SITE");
+        plate = insert(door, handle, {{u"TAG", u"1"}});
+        for (const KzDbObjectId block : {early, represent(door).id, door, tables, find(main, u"SITE|Shed")}) {
+            insert(modelSpace(main), block, {{u"TAG", u"1"}});
+        }
+        spare = insert(modelSpace(main), handle);
+        hinge = insert(door, handle);
+        static_cast<void>(erase(insert(door, handle)));
+    }
+
+    void edit() const {
+        insert(modelSpace(main), represent(door));
+        insert(makeBlock(main, u"Frame"), handle, {{u"TAG", u"2"}});
+        insert(modelSpace(other), shed);
+        static_cast<void>(setAttribute(plate, u"TAG", u"2"));
+        static_cast<void>(goodbye(spare));
+        static_cast<void>(
+            erase(hinge)); // a reference: of an erased record it matters whether it was seen before
+    }
+
+    /// In both drawings together.
+    [[nodiscard]] std::size_t openCount() const { return openCountOf(main) + openCountOf(other); }
+    [[nodiscard]] std::size_t reactorCount() const { return reactorCountOf(main) + reactorCountOf(other); }
+};
+
+/// What the module knows of the drawings and where it is registered. Ids count from the first object, which
+/// makes drawings comparable that were made alike.
+struct Picture {
+    using Filing = std::map<std::uint64_t, std::vector<std::uint64_t>>;
+    std::map<std::uint64_t, Filing> containers;      // of each record
+    std::vector<std::vector<std::uint64_t>> layouts; // of each document
+    std::map<std::uint64_t, std::size_t> registrations;
+};
+
+class PictureTaker {
+public:
+    explicit PictureTaker(const Drawings& drawings)
+        : drawings_(drawings), first_(ownerOf(modelSpace(drawings.other)).value()) {}
+
+    void takeGraphs() {
+        for (KzApDocument* const document : {drawings_.main, drawings_.other}) {
+            const KzDxBlocks& graph = *KzDxApplication::instance()->docData(document, true)->blocks();
+            picture_.layouts.push_back(relative({graph.layoutIds().begin(), graph.layoutIds().end()}));
+            for (const auto& [record, node] : graph.blockMap()) {
+                if (!isRepresentation(record)) picture_.containers[relative(record)] = filingOf(*node);
+            }
+        }
+    }
+    void takeRegistrations() {
+        constexpr std::uint64_t mostObjects = 150;
+        for (std::uint64_t at = 0; at < mostObjects; ++at) {
+            const KzDbObjectId object(first_ + at);
+            if (object.isValid() && !belongsToRepresentation(object)) {
+                picture_.registrations[at] = Headless::reactorCount(object);
+            }
+        }
+    }
+    [[nodiscard]] const Picture& picture() const { return picture_; }
+
+private:
+    // A representation has a node of its own when its block had none at that moment, and that node stays. So
+    // what the module keeps of representations depends on what has failed before; what it keeps of their
+    // block does not.
+    static bool isRepresentation(KzDbObjectId record) {
+        return recordName(record).starts_with(u"*E") || recordName(record).starts_with(u"*U");
+    }
+    static bool belongsToRepresentation(KzDbObjectId object) {
+        return isRepresentation(object) || isRepresentation(blockOf(object)) ||
+               isRepresentation(blockOf(ownerOf(object)));
+    }
+
+    [[nodiscard]] std::uint64_t relative(KzDbObjectId id) const { return id.value() - first_; }
+    [[nodiscard]] std::vector<std::uint64_t> relative(const std::vector<KzDbObjectId>& ids) const {
+        std::vector<std::uint64_t> result;
+        for (const KzDbObjectId id : ids) result.push_back(relative(id));
+        return result;
+    }
+    [[nodiscard]] Picture::Filing filingOf(const KzDxBlock& node) const {
+        Picture::Filing filing;
+        for (const KzDxContainers::Entry& entry : node.containers()) {
+            filing[relative(entry.container)] = relative(entry.references);
+        }
+        return filing;
+    }
+
+    const Drawings& drawings_;
+    std::uint64_t first_;
+    Picture picture_;
+};
+
+class Faults : public ModuleTest {
+protected:
+    enum class Stage { working, leaving };
+
+    Faults() {
+        unload();
+        reset();
+        const Drawings drawings;
+        work(drawings);
+        undisturbed_ = recovered(drawings);
+        leave(drawings);
+    }
+
+    /// Lets every call of a stage fail in turn, and sees how the module recovers. Without a kind, calls of
+    /// all kinds count together. Gives how many calls have failed.
+    std::size_t sweep(Stage stage, std::optional<HostCall> kind, FaultSpan span) {
+        std::size_t struck = 0;
+        for (std::size_t number = 1;; ++number) {
+            SCOPED_TRACE(testing::Message() << (stage == Stage::working ? "working" : "leaving") << ", kind "
+                                            << (kind ? static_cast<int>(*kind) : -1) << ", call " << number
+                                            << (span == FaultSpan::once ? " once" : " onwards"));
+            const std::size_t failed = disturb(stage, kind, number, span);
+            if (failed == 0 || HasFailure()) return struck;
+            struck += failed;
+        }
+    }
+
+    /// The same for each kind of call by itself, of which there must be some.
+    void sweepEachKind(FaultSpan span, const char* figure) {
+        std::size_t struck = 0;
+        for (std::size_t at = 0; at < hostCallKinds && !HasFailure(); ++at) {
+            const auto kind = static_cast<HostCall>(at);
+            const std::size_t ofKind = sweep(Stage::working, kind, span) + sweep(Stage::leaving, kind, span);
+            EXPECT_GT(ofKind, 0U) << "no call of kind " << at;
+            struck += ofKind;
+        }
+        printFigure(figure, struck);
+    }
+
+private:
+    std::size_t disturb(Stage stage, std::optional<HostCall> kind, std::size_t number, FaultSpan span) {
+        reset();
+        const Drawings drawings;
+        if (stage == Stage::leaving) work(drawings);
+        kind ? failHostCall(*kind, number, span) : failHostCall(number, span);
+        stage == Stage::working ? work(drawings) : leave(drawings);
+        const std::size_t failed = endFaults();
+        EXPECT_EQ(drawings.openCount(), 0U);
+
+        if (stage == Stage::leaving) {
+            if (isSomethingLeft()) unload();
+            EXPECT_FALSE(isSomethingLeft());
+        }
+        expectUndisturbed(recovered(drawings));
+        leave(drawings);
+        EXPECT_FALSE(isSomethingLeft());
+        EXPECT_EQ(drawings.reactorCount(), 0U);
+        return failed;
+    }
+
+    void expectUndisturbed(const Picture& picture) const {
+        EXPECT_EQ(picture.containers, undisturbed_.containers);
+        EXPECT_EQ(picture.layouts, undisturbed_.layouts);
+        EXPECT_EQ(picture.registrations, undisturbed_.registrations);
+    }
+
+    static void work(const Drawings& drawings) {
+        load();
+        for (KzApDocument* const document : {drawings.main, drawings.other}) {
+            kzdxDocTimerAttach(document, timerClient(), 0, 1);
+            watch(document, records(document), watcher());
+        }
+        drawings.edit();
+        makeCurrent(drawings.main);
+        idle();
+        kzdxUpdateBlockGraph(drawings.other, false, true);
+        KzDbObjectIdArray ids;
+        kzdxGetBlockRecordIdsOfKzDbTables(drawings.main, &ids);
+        kzdxGetKzDbTableIds(drawings.main, &ids);
+        comeAndGo();
+    }
+    /// A document is opened, watched and closed.
+    static void comeAndGo() {
+        KzApDocument* const document = openDocument(u"third");
+        insert(modelSpace(document), makeBlock(document, u"Block"), {{u"TAG", u"1"}});
+        kzdxDocTimerAttach(document, timerClient(), 0, 1);
+        watch(document, records(document), watcher());
+        closeDocument(document);
+    }
+    static void leave(const Drawings& drawings) {
+        kzdxDocTimerAttach(drawings.main, timerClient(), 0, 0);
+        kzdxBlockReferenceMonitorDetach(drawings.main, watcher());
+        unload(); // with the other document's timer and graph running
+    }
+    static bool isSomethingLeft() {
+        return !services().empty() || filterCount() != 0 || managerReactorCount() != 0;
+    }
+
+    /// The same calls again, all of which succeed now; a forced update; then the graphs switched off and on.
+    static Picture recovered(const Drawings& drawings) {
+        EXPECT_EQ(KzDxApplication::instance() == nullptr ? load() : KzRx::done, KzRx::done);
+        PictureTaker taker(drawings);
+        for (KzApDocument* const document : {drawings.main, drawings.other}) {
+            EXPECT_EQ(kzdxDocTimerAttach(document, timerClient(), 0, 1), 1);
+            EXPECT_EQ(watch(document, records(document), watcher()), 1);
+            EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
+        }
+        taker.takeGraphs();
+        for (KzApDocument* const document : {drawings.main, drawings.other}) {
+            kzdxBlockReferenceMonitorDetach(document, watcher());
+        }
+        EXPECT_EQ(drawings.reactorCount(), 0U);
+        for (KzApDocument* const document : {drawings.main, drawings.other}) {
+            EXPECT_EQ(watch(document, records(document), watcher()), 1);
+        }
+        taker.takeRegistrations();
+        return taker.picture();
+    }
+
+    Picture undisturbed_; ///< after a run without faults
+};
+
+TEST_F(Faults, AnyCallMayFailOnce) {
+    sweepEachKind(FaultSpan::once, "host calls that failed once");
+}
+
+TEST_F(Faults, CallsOfAnyKindMayFailFromSomeTimeOn) {
+    sweepEachKind(FaultSpan::onwards, "host calls that failed, one kind of them for good");
+}
+
+TEST_F(Faults, EverythingMayFailFromSomeTimeOn) {
+    std::size_t struck = 0;
+    for (const Stage stage : {Stage::working, Stage::leaving}) {
+        struck += sweep(stage, std::nullopt, FaultSpan::onwards);
+    }
+    printFigure("host calls that failed, all of them for good", struck);
+}
+
+} // namespace
