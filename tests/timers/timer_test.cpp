@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <random>
 
 namespace {
 
@@ -112,6 +113,75 @@ TEST_F(Timer, TheHookGoesWithTheLastTimer) {
     timer = std::make_unique<KzDxTimer>(record, 0);
     timer->setEnabled(true);
     EXPECT_EQ(Headless::filterCount(), 1U);
+}
+
+/// Timers of two documents beside what is expected of them by a clock that does not wrap around.
+class TimersOnAClock {
+public:
+    TimersOnAClock(KzApDocument* first, KzApDocument* second) : documents_{first, second} {
+        Headless::setTicks(static_cast<std::uint32_t>(now_));
+        for (const std::uint32_t interval : {0U, 1U, 999U, 1U << 16, 1U << 24, 1U << 30, 1U << 31}) {
+            for (KzApDocument* const document : documents_) add(document, interval);
+        }
+    }
+
+    /// Lets one of the timers come to its end, or to the tick before, or any stretch of time pass; then
+    /// checks the documents by turns, so that no timer waits for a whole round of the tick count.
+    void step() {
+        const Expected& one = *timers_[random_() % timers_.size()];
+        const std::uint64_t left = one.start + one.interval - now_;
+        const std::uint64_t stretch = random_() >> (4 + random_() % 28);
+        pass(left - 1 < stretch ? left - random_() % 2 : stretch);
+        std::swap(documents_[0], documents_[1]);
+        Headless::makeCurrent(documents_[0]);
+        Headless::idle();
+        for (const auto& each : timers_) expectInTime(*each);
+    }
+
+    [[nodiscard]] std::uint64_t wraps() const { return now_ >> 32; }
+
+private:
+    struct Expected {
+        Expected(KzApDocument* its, std::uint32_t itsInterval, std::uint64_t now)
+            : document(its),
+              interval(itsInterval),
+              start(now),
+              timer(KzDxApplication::instance()->docData(its, true), itsInterval) {}
+
+        KzApDocument* document;
+        std::uint32_t interval;
+        std::uint64_t start;
+        int firings = 0;
+        KzDxTimer timer;
+        Receiver receiver;
+    };
+
+    void add(KzApDocument* document, std::uint32_t interval) {
+        timers_.push_back(std::make_unique<Expected>(document, interval, now_));
+        timers_.back()->timer.attach(&timers_.back()->receiver);
+        timers_.back()->timer.setEnabled(true);
+    }
+    void pass(std::uint64_t milliseconds) {
+        now_ += milliseconds;
+        Headless::advance(static_cast<std::uint32_t>(milliseconds));
+    }
+    void expectInTime(Expected& each) const {
+        if (each.document == documents_[0] && now_ - each.start >= each.interval) {
+            ++each.firings;
+            each.start = now_;
+        }
+        EXPECT_EQ(each.receiver.count, each.firings) << "interval " << each.interval << " at " << now_;
+    }
+
+    std::array<KzApDocument*, 2> documents_;
+    std::vector<std::unique_ptr<Expected>> timers_;
+    std::uint64_t now_ = 0xFFFF'0000;
+    std::mt19937 random_{1};
+};
+
+TEST_F(Timer, TheTickCountMayWrapAround) {
+    TimersOnAClock timers(document, Headless::openDocument(u"other"));
+    while (timers.wraps() < 20 && !HasFailure()) timers.step();
 }
 
 } // namespace
