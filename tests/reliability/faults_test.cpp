@@ -30,6 +30,7 @@ struct Drawings {
     const KzDbObjectId handle = makeBlock(main, u"Handle");
     const KzDbObjectId tables = makeBlock(main, u"*T1");
     const KzDbObjectId shed = makeBlock(other, u"Shed");
+    const KzDbObjectId first = ownerOf(modelSpace(other));
     KzDbObjectId plate;
     KzDbObjectId hinge;
     KzDbObjectId spare;
@@ -58,6 +59,15 @@ struct Drawings {
             erase(hinge)); // a reference: of an erased record it matters whether it was seen before
     }
 
+    /// Opens each object for write, which tells whoever is registered on it.
+    void touchAll() const {
+        for (KzDbObjectId id = first; id < end(); id = KzDbObjectId(id.value() + 1)) {
+            static_cast<void>(touch(id));
+        }
+    }
+    /// Beyond the last object that a test makes.
+    [[nodiscard]] KzDbObjectId end() const { return KzDbObjectId(first.value() + 150); }
+
     /// In both drawings together.
     [[nodiscard]] std::size_t openCount() const { return openCountOf(main) + openCountOf(other); }
     [[nodiscard]] std::size_t reactorCount() const { return reactorCountOf(main) + reactorCountOf(other); }
@@ -74,8 +84,7 @@ struct Picture {
 
 class PictureTaker {
 public:
-    explicit PictureTaker(const Drawings& drawings)
-        : drawings_(drawings), first_(ownerOf(modelSpace(drawings.other)).value()) {}
+    explicit PictureTaker(const Drawings& drawings) : drawings_(drawings) {}
 
     void takeGraphs() {
         for (KzApDocument* const document : {drawings_.main, drawings_.other}) {
@@ -87,12 +96,9 @@ public:
         }
     }
     void takeRegistrations() {
-        constexpr std::uint64_t mostObjects = 150;
-        for (std::uint64_t at = 0; at < mostObjects; ++at) {
-            const KzDbObjectId object(first_ + at);
-            if (object.isValid() && !belongsToRepresentation(object)) {
-                picture_.registrations[at] = Headless::reactorCount(object);
-            }
+        for (KzDbObjectId id = drawings_.first; id < drawings_.end(); id = KzDbObjectId(id.value() + 1)) {
+            if (!id.isValid() || belongsToRepresentation(id)) continue;
+            picture_.registrations[relative(id)] = Headless::reactorCount(id);
         }
     }
     [[nodiscard]] const Picture& picture() const { return picture_; }
@@ -109,7 +115,9 @@ private:
                isRepresentation(blockOf(ownerOf(object)));
     }
 
-    [[nodiscard]] std::uint64_t relative(KzDbObjectId id) const { return id.value() - first_; }
+    [[nodiscard]] std::uint64_t relative(KzDbObjectId id) const {
+        return id.value() - drawings_.first.value();
+    }
     [[nodiscard]] std::vector<std::uint64_t> relative(const std::vector<KzDbObjectId>& ids) const {
         std::vector<std::uint64_t> result;
         for (const KzDbObjectId id : ids) result.push_back(relative(id));
@@ -124,7 +132,6 @@ private:
     }
 
     const Drawings& drawings_;
-    std::uint64_t first_;
     Picture picture_;
 };
 
@@ -176,6 +183,8 @@ private:
         stage == Stage::working ? work(drawings) : leave(drawings);
         const std::size_t failed = endFaults();
         EXPECT_EQ(drawings.openCount(), 0U);
+        drawings.touchAll();
+        idle();
 
         if (stage == Stage::leaving) {
             if (isSomethingLeft()) unload();
