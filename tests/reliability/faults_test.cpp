@@ -137,7 +137,12 @@ private:
 
 class Faults : public ModuleTest {
 protected:
-    enum class Stage { working, leaving };
+    enum class Stage {
+        working,     ///< loading and everything up to the leaving; the module goes on
+        lastWorking, ///< the same, but the module leaves at once
+        leaving,     ///< switching off and unloading
+    };
+    static constexpr std::array stages{Stage::working, Stage::lastWorking, Stage::leaving};
 
     Faults() {
         unload();
@@ -153,7 +158,7 @@ protected:
     std::size_t sweep(Stage stage, std::optional<HostCall> kind, FaultSpan span) {
         std::size_t struck = 0;
         for (std::size_t number = 1;; ++number) {
-            SCOPED_TRACE(testing::Message() << (stage == Stage::working ? "working" : "leaving") << ", kind "
+            SCOPED_TRACE(testing::Message() << "stage " << static_cast<int>(stage) << ", kind "
                                             << (kind ? static_cast<int>(*kind) : -1) << ", call " << number
                                             << (span == FaultSpan::once ? " once" : " onwards"));
             const std::size_t failed = disturb(stage, kind, number, span);
@@ -167,7 +172,8 @@ protected:
         std::size_t struck = 0;
         for (std::size_t at = 0; at < hostCallKinds && !HasFailure(); ++at) {
             const auto kind = static_cast<HostCall>(at);
-            const std::size_t ofKind = sweep(Stage::working, kind, span) + sweep(Stage::leaving, kind, span);
+            std::size_t ofKind = 0;
+            for (const Stage stage : stages) ofKind += sweep(stage, kind, span);
             EXPECT_GT(ofKind, 0U) << "no call of kind " << at;
             struck += ofKind;
         }
@@ -180,13 +186,17 @@ private:
         const Drawings drawings;
         if (stage == Stage::leaving) work(drawings);
         kind ? failHostCall(*kind, number, span) : failHostCall(number, span);
-        stage == Stage::working ? work(drawings) : leave(drawings);
+        stage == Stage::leaving ? leave(drawings) : work(drawings);
         const std::size_t failed = endFaults();
         EXPECT_EQ(drawings.openCount(), 0U);
+        if (stage == Stage::lastWorking) {
+            leave(drawings);
+            EXPECT_EQ(drawings.reactorCount(), 0U);
+        }
         drawings.touchAll();
         idle();
 
-        if (stage == Stage::leaving) {
+        if (stage != Stage::working) {
             if (isSomethingLeft()) unload();
             EXPECT_FALSE(isSomethingLeft());
         }
@@ -269,7 +279,7 @@ TEST_F(Faults, CallsOfAnyKindMayFailFromSomeTimeOn) {
 
 TEST_F(Faults, EverythingMayFailFromSomeTimeOn) {
     std::size_t struck = 0;
-    for (const Stage stage : {Stage::working, Stage::leaving}) {
+    for (const Stage stage : stages) {
         struck += sweep(stage, std::nullopt, FaultSpan::onwards);
     }
     printFigure("host calls that failed, all of them for good", struck);
