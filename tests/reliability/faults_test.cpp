@@ -7,6 +7,7 @@
 #include "tests/support/figures.h"
 #include "tests/support/module_test.h"
 
+#include <algorithm>
 #include <map>
 #include <optional>
 
@@ -119,8 +120,8 @@ private:
         return id.value() - drawings_.first.value();
     }
     [[nodiscard]] std::vector<std::uint64_t> relative(const std::vector<KzDbObjectId>& ids) const {
-        std::vector<std::uint64_t> result;
-        for (const KzDbObjectId id : ids) result.push_back(relative(id));
+        std::vector<std::uint64_t> result(ids.size());
+        std::ranges::transform(ids, result.begin(), [this](KzDbObjectId id) { return relative(id); });
         return result;
     }
     [[nodiscard]] Picture::Filing filingOf(const KzDxBlock& node) const {
