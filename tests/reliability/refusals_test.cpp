@@ -71,6 +71,8 @@ TEST_F(Refusals, WatchingNeedsTheDrawingItsTableAndModelSpace) {
         return watch(document, records(document), TestClients::client(0));
     };
     EXPECT_EQ(resultsOf(makeDoors, watchAll), (Results{
+                                                  {HostCall::manager, {1}}, // is the document open?
+                                                  {HostCall::currentDocument, {1}},
                                                   {HostCall::openObject, {0, 1, 0, 1}},
                                                   {HostCall::recordByName, {0}},
                                                   {HostCall::drawing, {0, 1, 0}},
@@ -102,6 +104,8 @@ TEST_F(Refusals, AScanPassesOverWhatItCannotRead) {
     };
     EXPECT_EQ(resultsOf(makeDoors, scan),
               (Results{
+                  {HostCall::manager, {42}},
+                  {HostCall::currentDocument, {42}},
                   // the table, and once more; layouts; the block with its representation; references; the
                   // representation as a record of the table
                   {HostCall::openObject, {-1, 0, 32, 30, 41, 42}},
@@ -129,6 +133,8 @@ TEST_F(Refusals, QueriesGiveWhatCouldBeRead) {
     };
     EXPECT_EQ(resultsOf(makeTables, count(kzdxGetBlockRecordIdsOfKzDbTables)),
               (Results{
+                  {HostCall::manager, {2}},
+                  {HostCall::currentDocument, {2}},
                   {HostCall::openObject, {0, 2, 1}}, // table, layouts, table blocks
                   {HostCall::tableIterator, {0}},
                   {HostCall::recordId, {2, 1}},
@@ -137,6 +143,8 @@ TEST_F(Refusals, QueriesGiveWhatCouldBeRead) {
               }));
     EXPECT_EQ(resultsOf(makeTables, count(kzdxGetKzDbTableIds)),
               (Results{
+                  {HostCall::manager, {3}},
+                  {HostCall::currentDocument, {3}},
                   {HostCall::openObject, {0, 3, 1, 2, 1, 2}}, // the table blocks a second time
                   {HostCall::tableIterator, {0}},
                   {HostCall::recordId, {3, 1, 2}},
@@ -153,9 +161,14 @@ TEST_F(Refusals, ATimerThatGetsNoFilterWaitsForOne) {
         KzDxApplication::instance()->removeDocData(document);
         return document;
     };
-    EXPECT_EQ(resultsOf(makeDoors, attachTimer), (Results{{HostCall::addFilter, {1}}}));
+    EXPECT_EQ(resultsOf(makeDoors, attachTimer), (Results{
+                                                     {HostCall::manager, {1}},
+                                                     {HostCall::currentDocument, {1}},
+                                                     {HostCall::addFilter, {1}},
+                                                 }));
     EXPECT_EQ(resultsOf(makeUnknown, attachTimer), (Results{
                                                        {HostCall::manager, {1}},
+                                                       {HostCall::currentDocument, {1}},
                                                        {HostCall::documentIterator, {1}},
                                                        {HostCall::drawing, {0}},
                                                        {HostCall::addFilter, {1}},
