@@ -99,9 +99,7 @@ protected:
             ASSERT_GT(number, 1U) << "the call needs no memory: nothing was tried";
         }
     }
-    ~Memory() override {
-        if (refusals_ != 0) printFigure("allocations refused", refusals_);
-    }
+    static void TearDownTestSuite() { printFigure("allocations refused", refusals_); }
 
     static std::int32_t watch(const Drawing& drawing, KzDxClientCallback client) {
         return kzdxBlockReferenceMonitorAttach(drawing.document, &drawing.blocks, client);
@@ -132,7 +130,7 @@ private:
         return isRefused;
     }
 
-    std::size_t refusals_ = 0;
+    static inline std::size_t refusals_ = 0;
 };
 
 void nothing(Drawing&) {}
@@ -183,6 +181,22 @@ TEST_F(Memory, TheFirstMonitorClient) {
                [](Drawing& drawing, bool succeeded) {
                    EXPECT_EQ(drawing.isTold(), succeeded);
                    EXPECT_EQ(Headless::reactorCountOf(drawing.document) != 0, succeeded);
+               }});
+}
+
+// Which builds a graph for nobody; whether it could is of no interest to the next client.
+TEST_F(Memory, DetachingWhereNobodyWasAttached) {
+    sweep({.prepare = nothing,
+           .call =
+               [](Drawing& drawing) {
+                   kzdxBlockReferenceMonitorDetach(drawing.document, first);
+                   return true;
+               },
+           .verify =
+               [](Drawing& drawing, bool) {
+                   EXPECT_EQ(Headless::reactorCountOf(drawing.document), 0U);
+                   EXPECT_EQ(watch(drawing, first), 1);
+                   EXPECT_TRUE(drawing.isTold());
                }});
 }
 
