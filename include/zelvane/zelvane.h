@@ -3,9 +3,12 @@
 /// What "Zelvane.hmx" offers to other modules of the host.
 ///
 /// All functions are called on the host's main thread, have plain C names and never throw. A document is
-/// known by its address, an object by its id; a null pointer gives the failure value. The functions work only
-/// while the module is loaded: before and after that they return their failure value (except
-/// `kzdxReadLegacyBlkTemplate`, which needs a file and nothing else).
+/// known by its address, an object by its id; a null pointer gives the failure value, and so does an address
+/// that is no open document's, as far as the host tells which are open. The functions work only while the
+/// module is loaded: before and after that they return their failure value (except
+/// `kzdxReadLegacyBlkTemplate`, which needs a file and nothing else). A function that returns its failure
+/// value has attached, appended and told nothing, also when it was memory that it lacked, and may be called
+/// again.
 ///
 /// A callback is a plain function without arguments and result, known by its address and never owned. It is
 /// called on the main thread from inside the host's message loop (or from inside `kzdxUpdateBlockGraph`), and
