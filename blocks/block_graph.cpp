@@ -5,9 +5,8 @@
 #include "frame/document.h"
 #include "frame/rollback.h"
 
-#include <algorithm>
+#include <memory>
 #include <new>
-#include <utility>
 
 KzDxBlocks::KzDxBlocks() = default;
 

@@ -175,7 +175,7 @@ private:
     void enableTimer();
     void disableTimer();
     void setNodesEnabled(bool enable);
-    bool leaveHost() noexcept;
+    [[nodiscard]] bool leaveHost() noexcept;
     void gatherChangedClients(Clients& due) const;
 
     [[nodiscard]] KzDxBlockNesting& builtNesting();

@@ -2,11 +2,11 @@
 #include "blocks/block_node.h"
 #include "blocks/leave_object.h"
 #include "frame/boundary.h"
-#include "frame/document.h"
 #include "frame/opened.h"
 #include "frame/rollback.h"
 
 #include <algorithm>
+#include <vector>
 
 void KzDxBlocks::openedForModify(const KzDbObject*) {
     setNeedsScan(true);
@@ -18,8 +18,8 @@ void KzDxBlocks::timerElapsed() {
 
 void KzDxBlocks::update(bool force, bool notify) {
     if (!force && !(needsScan_ && isEnabled())) return;
+    KzDxRollback scanAgain([this] { setNeedsScan(true); }); // the next update then makes up for this one
     scanBlockTable();
-    KzDxRollback scanAgain([this] { setNeedsScan(true); });
     propagateChanges();
     scanAgain.keep();
     if (notify) notifyClients(); // may destroy the graph: nothing comes after it
@@ -43,9 +43,9 @@ void KzDxBlocks::notifyClients() {
     scanAgain.keep();
     for (const auto& [key, node] : blockMap_) node->setHasChanges(false);
     const KzDxLife::Watch watch(life_);
-    due.callEach(Clients::Next::chosenAfterCall, [&watch](KzDxClientCallback callback) {
+    due.callEach(Clients::Next::chosenAfterCall, [&](KzDxClientCallback callback) {
         kzdxAtBoundary(callback);
-        return !watch.isOver();
+        return !watch.isOver() && document_ != nullptr; // a graph that departs has no document
     });
     if (!watch.isOver()) setHasChanges(false);
 }
@@ -83,11 +83,11 @@ void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
 }
 
 void KzDxBlocks::stopFollowing(const KzDbBlockTable& table) {
+    storeEnabled(false);
     table.removeReactor(this);
     watchedTable_ = KzDbObjectId();
     setNodesEnabled(false);
     disableTimer();
-    storeEnabled(false);
 }
 
 void KzDxBlocks::setNodesEnabled(bool enable) {
@@ -109,10 +109,6 @@ void KzDxBlocks::disableTimer() {
 /// Empties the graph and leaves the block table, by the id that was kept when the document is gone. Whether
 /// the table could be left.
 bool KzDxBlocks::leaveHost() noexcept {
-    kzdxAtBoundary([this] {
-        KzDxBlocks::setEnabled(false);
-        disableTimer();
-    });
     storeEnabled(false);
     KzDxBlocks::reset();
     if (kzdxLeaveObject(watchedTable_, this)) watchedTable_ = KzDbObjectId();

@@ -5,7 +5,6 @@
 #include "frame/opened.h"
 
 #include <memory>
-#include <new>
 
 namespace {
 
@@ -29,8 +28,8 @@ bool isEnhancedBlock(const KzDbBlockTableRecord* record) {
 Orvo::ErrorStatus KzDxBlock::create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (owner == nullptr || record == nullptr) return Orvo::missingCollaborator;
-    std::unique_ptr<KzDxBlock> made(new (std::nothrow) KzDxBlock);
-    if (made == nullptr) return Orvo::missingCollaborator;
+    // Without memory for it the whole scan fails: a record that is passed over would not be looked at again.
+    std::unique_ptr<KzDxBlock> made(new KzDxBlock);
     const Orvo::ErrorStatus status = made->init(owner, record);
     if (status == Orvo::ok) node = made.release();
     return status;

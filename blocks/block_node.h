@@ -126,11 +126,11 @@ private:
     void joinAttributes(const KzDbBlockReference& reference, KzDbObjectId id);
     Orvo::ErrorStatus leave();
     Orvo::ErrorStatus leaveRecords();
-    bool leaveReference(KzDbObjectId id) noexcept;
-    bool leaveReferences() noexcept;
+    [[nodiscard]] bool leaveReference(KzDbObjectId id) noexcept;
+    [[nodiscard]] bool leaveReferences() noexcept;
     void leaveUnfiled(std::span<const KzDbObjectId> reported);
-    bool leaveEverything() noexcept;
-    bool leaveHost() noexcept;
+    [[nodiscard]] bool leaveEverything() noexcept;
+    [[nodiscard]] bool leaveHost() noexcept;
     void settle();
 
     KzDxBlocks* owner_ = nullptr;

@@ -67,7 +67,7 @@ Orvo::ErrorStatus KzDxBlock::refresh() {
 bool KzDxBlock::listRecord(KzDbObjectId record) {
     if (record == id_ || furtherRecords_.contains(record)) return false;
     // The look-up comes last: should memory run out before, the next call does it all again, and a record
-    // that is listed twice is read once.
+    // that is listed twice counts once.
     owner_->addBlockAlias(record, this);
     recordIds_.append(record);
     furtherRecords_.insert(record);

@@ -117,6 +117,10 @@ bool KzDxBlock::leaveEverything() noexcept {
 bool KzDxBlock::leaveHost() noexcept {
     if (!isEnabled() && !isUnsettled_) return true;
     storeEnabled(false);
-    isUnsettled_ = !leaveEverything();
+    const bool areObjectsLeft = leaveEverything();
+    // Also those of references that are held open.
+    const bool areAttributesLeft = watchedAttributes_.removeAll(
+        [this](KzDbObjectId attribute) { return kzdxLeaveObject(attribute, this); });
+    isUnsettled_ = !areObjectsLeft || !areAttributesLeft;
     return !isUnsettled_;
 }

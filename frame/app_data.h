@@ -28,7 +28,7 @@ public:
     AppDataT() = default;
 
     ~AppDataT() override {
-        leaveDocManager();
+        static_cast<void>(leaveDocManager());
         destroyRecords();
     }
 
@@ -87,7 +87,7 @@ public:
         KzApDocManager* const manager = kzDocManagerPtr();
         if (manager == nullptr) return Orvo::missingCollaborator;
         if (!attach) {
-            leaveDocManager();
+            static_cast<void>(leaveDocManager()); // it was there a moment ago
             return deleteAll();
         }
         if (!attached_) {
@@ -133,7 +133,7 @@ public:
 protected:
     /// Leaves the document manager; the records stay. False when there is none now, and then it may still
     /// tell of documents.
-    bool leaveDocManager() {
+    [[nodiscard]] bool leaveDocManager() {
         if (!attached_) return true;
         KzApDocManager* const manager = kzDocManagerPtr();
         if (manager == nullptr) return false;

@@ -42,5 +42,6 @@ private:
 };
 
 /// The record of a document for an export, with `create` made if needed. Null without an application object,
-/// for an address that is no open document's, and for a document without a drawing.
+/// for an address that is no open document's, for a document without a drawing, and without `create` for one
+/// that has no record.
 [[nodiscard]] KzDxDocument* kzdxRecordOf(KzApDocument* document, bool create = true);

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-/// Runs `work` at a boundary of the library, which no exception may cross: what the host or a client calls,
-/// and what it calls itself. When memory runs out inside, the caller gets `failure`.
+/// Runs `work` at a boundary of the library, which no exception may cross: what the host or a client calls
+/// here, and what is called there. When memory runs out inside, the caller gets `failure`.
 template <class Result, class Work>
 Result kzdxAtBoundary(Result failure, Work&& work) noexcept {
     try {

@@ -32,21 +32,18 @@ public:
         if (!go_(object, false)) next_ = std::exchange(waiting_.first, this);
     }
 
-    /// Tries again for everybody who waits. Called whenever drawings are read anyway, at load and at unload.
+    /// Tries again for everybody who waits. Called by every scan of a block table, at load and at unload.
     static void retryAll() noexcept { waiting_.go(false); }
 
 private:
     struct Waiting {
         ~Waiting() { go(true); } // the library goes: nobody can be called here any more
         void go(bool isLastChance) noexcept {
-            for (KzDxDeparture** at = &first; *at != nullptr;) {
-                KzDxDeparture* const each = *at;
+            KzDxDeparture* each = std::exchange(first, nullptr);
+            while (each != nullptr) {
                 KzDxDeparture* const next = each->next_;
-                if (each->go_(each->object_, isLastChance)) {
-                    *at = next;
-                } else {
-                    at = &each->next_;
-                }
+                if (!each->go_(each->object_, isLastChance)) each->next_ = std::exchange(first, each);
+                each = next;
             }
         }
 

@@ -1,11 +1,12 @@
 #include "frame/document.h"
 
 #include "blocks/block_graph.h"
+#include "frame/boundary.h"
+#include "frame/rollback.h"
 #include "host/documents.h"
 #include "timers/external_client_timer_reactor.h"
 #include "timers/timer.h"
 
-#include <new>
 #include <utility>
 
 KzDxDocument::KzDxDocument(KzApDocument* document) : document_(document) {
@@ -13,10 +14,9 @@ KzDxDocument::KzDxDocument(KzApDocument* document) : document_(document) {
 }
 
 KzDxDocument::~KzDxDocument() {
-    KzDxDocument::setEnabled(false);
+    kzdxAtBoundary([this] { KzDxDocument::setEnabled(false); });
     KzDxBlocks::dispose(std::exchange(blocks_, nullptr));
-    delete std::exchange(clientReactor_, nullptr);
-    delete std::exchange(timer_, nullptr);
+    dropClientTimer();
 }
 
 Orvo::ErrorStatus KzDxDocument::setEnabled(bool enable) {
@@ -35,19 +35,30 @@ KzDxBlocks* KzDxDocument::blocks() {
 Orvo::ErrorStatus KzDxDocument::timerAttach(KzDxClientCallback callback, std::uint32_t interval,
                                             bool attach) {
     if (callback == nullptr) return Orvo::missingCollaborator;
-    if (timer_ == nullptr) {
-        timer_ = new (std::nothrow) KzDxTimer(this, interval);
-        if (timer_ == nullptr) return Orvo::missingCollaborator;
+    const bool isFirst = clientReactor_ == nullptr;
+    KzDxRollback undo([&] {
+        if (isFirst) dropClientTimer();
+    });
+    if (isFirst) makeClientTimer(interval);
+    if (attach) {
+        const Orvo::ErrorStatus status = clientReactor_->attach(callback);
+        if (status != Orvo::ok) return status;
     } else {
-        timer_->setInterval(static_cast<std::int32_t>(interval));
+        clientReactor_->detach(callback);
     }
-    if (clientReactor_ == nullptr) {
-        clientReactor_ = new (std::nothrow) KzDxExternalClientTimerReactor(timer_);
-        if (clientReactor_ == nullptr) return Orvo::missingCollaborator;
-    }
-    if (attach) return clientReactor_->attach(callback);
-    clientReactor_->detach(callback);
+    if (!isFirst) timer_->setInterval(static_cast<std::int32_t>(interval));
+    undo.keep();
     return Orvo::ok;
+}
+
+void KzDxDocument::makeClientTimer(std::uint32_t interval) {
+    timer_ = new KzDxTimer(this, interval);
+    clientReactor_ = new KzDxExternalClientTimerReactor(timer_);
+}
+
+void KzDxDocument::dropClientTimer() {
+    delete std::exchange(clientReactor_, nullptr);
+    delete std::exchange(timer_, nullptr);
 }
 
 KzDbDatabase* KzDxDocument::database() const {

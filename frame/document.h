@@ -50,6 +50,9 @@ public:
     [[nodiscard]] KzDxCallSet<KzDxTimer*>& runningTimers() { return runningTimers_; }
 
 private:
+    void makeClientTimer(std::uint32_t interval);
+    void dropClientTimer();
+
     KzApDocument* document_;
     KzDxBlocks* blocks_ = nullptr;
     KzDxTimer* timer_ = nullptr;

@@ -10,6 +10,12 @@
 /// of them back.
 class KzDxResourceLibrary {
 public:
+    KzDxResourceLibrary() = default;
+    KzDxResourceLibrary(const KzDxResourceLibrary&) = delete;
+    KzDxResourceLibrary& operator=(const KzDxResourceLibrary&) = delete;
+    /// Releases: a load that failed may be followed by no unload.
+    ~KzDxResourceLibrary() { release(); }
+
     /// Loads the library once more. On failure tells the user why the module does not load, and returns
     /// false.
     [[nodiscard]] bool load();

@@ -2,29 +2,15 @@
 
 namespace Headless {
 
-void FaultGate::ask(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan newSpan,
+void FaultGate::ask(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan span,
                     Orvo::ErrorStatus status) {
+    countdown.begin(callNumber, span);
     counted = kind;
-    callsLeft = callNumber;
-    failed = 0;
-    span = newSpan;
     failure = status;
 }
 
 std::size_t FaultGate::end() {
-    callsLeft = 0;
-    return failed;
-}
-
-bool FaultGate::count(HostCall kind) {
-    if (counted.has_value() && *counted != kind) return false;
-    if (callsLeft > 1) {
-        --callsLeft;
-        return false;
-    }
-    if (span == FaultSpan::once) callsLeft = 0;
-    ++failed;
-    return true;
+    return countdown.end();
 }
 
 void failHostCall(std::size_t callNumber, FaultSpan span, Orvo::ErrorStatus status) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "headless/faults.h"
+#include "headless/fault_countdown.h"
 
 #include <optional>
 
@@ -9,7 +9,9 @@ namespace Headless {
 /// Decides whether a host call fails on demand. One comparison while no fault is asked for.
 class FaultGate {
 public:
-    [[nodiscard]] static bool strikes(HostCall kind) { return callsLeft != 0 && count(kind); }
+    [[nodiscard]] static bool strikes(HostCall kind) {
+        return countdown.isRunning() && counts(kind) && countdown.strikes();
+    }
     /// The status that failing calls give.
     [[nodiscard]] static Orvo::ErrorStatus status() { return failure; }
 
@@ -18,12 +20,10 @@ public:
     static std::size_t end();
 
 private:
-    static bool count(HostCall kind);
+    [[nodiscard]] static bool counts(HostCall kind) { return !counted.has_value() || *counted == kind; }
 
-    static inline std::size_t callsLeft = 0; ///< until the failing one, which is 1; 0 when none is asked for
+    static inline FaultCountdown countdown;
     static inline std::optional<HostCall> counted; ///< nothing: every kind
-    static inline std::size_t failed = 0;
-    static inline FaultSpan span = FaultSpan::once;
     static inline Orvo::ErrorStatus failure = Orvo::ok;
 };
 

@@ -11,7 +11,6 @@ class KzDxCmdLineHook : public KzDxEnableBase {
 public:
     [[nodiscard]] static KzDxCmdLineHook& instance() { return instance_; }
 
-    KzDxCmdLineHook() = default;
     /// Removes the filter if it is registered.
     ~KzDxCmdLineHook() override;
 
@@ -19,5 +18,7 @@ public:
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
 private:
+    KzDxCmdLineHook() = default;
+
     static KzDxCmdLineHook instance_;
 };

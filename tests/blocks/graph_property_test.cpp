@@ -123,4 +123,30 @@ TEST_F(GraphProperty, GoingAwayWhileObjectsAreHeldOpen) {
     }
 }
 
+// The graph cannot leave its block table, nor its node the reference, and so both stay; but for nobody.
+TEST_F(GraphProperty, UnloadedWhileItsOwnObjectsAreHeldOpenItIsDeaf) {
+    KzApDocument* const document = Headless::openDocument(u"document");
+    const KzDbObjectId block = Headless::makeBlock(document, u"A");
+    const KzDbObjectId table = Headless::ownerOf(block);
+    const KzDbObjectId reference = Headless::insert(Headless::modelSpace(document), block, {{u"TAG", u"1"}});
+    for (const std::size_t client : {0U, 1U})
+        ASSERT_EQ(watch(document, {block}, TestClients::client(client)), 1);
+    ASSERT_TRUE(Headless::touch(reference));
+    clients.onCall[0] = [&] {
+        ASSERT_TRUE(Headless::holdOpen(table));
+        ASSERT_TRUE(Headless::holdOpen(reference));
+        unload();
+    };
+    kzdxUpdateBlockGraph(document, true, true);
+    EXPECT_THAT(clients.takeCalls(), testing::ElementsAre(0));
+    EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(reference, u"TAG")), 0U) << "it is not held";
+    for (const KzDbObjectId held : {table, reference}) {
+        EXPECT_EQ(Headless::reactorCount(held), 1U);
+        ASSERT_TRUE(Headless::letGo(held));
+        ASSERT_TRUE(Headless::touch(reference) || held == table);
+    }
+    load();
+    EXPECT_EQ(Headless::reactorCountOf(document), 0U);
+}
+
 } // namespace

@@ -1,5 +1,7 @@
 #include "tests/reliability/allocation_gate.h"
 
+#include "headless/fault_countdown.h"
+
 #include <dlfcn.h>
 #include <malloc.h>
 
@@ -8,24 +10,11 @@
 
 namespace {
 
-std::size_t left = 0; // until the refused one, which is 1; 0 when none is asked for
-std::size_t refused = 0;
-std::size_t live = 0;
-AllocationGate::Span span = AllocationGate::Span::once;
-
-bool isRefused() {
-    if (left == 0) return false;
-    if (left > 1) {
-        --left;
-        return false;
-    }
-    if (span == AllocationGate::Span::once) left = 0;
-    ++refused;
-    return true;
-}
+constinit Headless::FaultCountdown countdown;
+constinit std::size_t live = 0;
 
 void* allocate(std::size_t size) noexcept {
-    void* const memory = isRefused() ? nullptr : std::malloc(size != 0 ? size : 1);
+    void* const memory = countdown.strikes() ? nullptr : std::malloc(size != 0 ? size : 1);
     if (memory != nullptr) live += malloc_usable_size(memory);
     return memory;
 }
@@ -44,15 +33,12 @@ void release(void* memory) noexcept {
 
 } // namespace
 
-void AllocationGate::refuse(std::size_t number, Span newSpan) {
-    refused = 0;
-    span = newSpan;
-    left = number;
+void AllocationGate::refuse(std::size_t number, Headless::FaultSpan span) {
+    countdown.begin(number, span);
 }
 
 std::size_t AllocationGate::end() {
-    left = 0;
-    return refused;
+    return countdown.end();
 }
 
 std::size_t AllocationGate::liveBytes() {
@@ -63,7 +49,7 @@ std::size_t AllocationGate::liveBytes() {
 extern "C" void* realloc(void* memory, std::size_t size) noexcept {
     using Realloc = void* (*)(void*, std::size_t);
     static const auto next = reinterpret_cast<Realloc>(dlsym(RTLD_NEXT, "realloc"));
-    return isRefused() ? nullptr : next(memory, size);
+    return countdown.strikes() ? nullptr : next(memory, size);
 }
 
 void* operator new(std::size_t size) {

@@ -1,18 +1,15 @@
 #pragma once
 
+#include "headless/faults.h"
+
 #include <cstddef>
 
 /// All allocations of the process, by `new` and by `realloc`, counted and refused on demand. A program that
 /// is linked with allocation_gate.cpp has the global functions replaced.
 namespace AllocationGate {
 
-enum class Span {
-    once,   ///< that allocation alone
-    onwards ///< that allocation and all that follow
-};
-
 /// Has the n-th of the following allocations refused, `number` 1 being the next.
-void refuse(std::size_t number, Span span);
+void refuse(std::size_t number, Headless::FaultSpan span);
 
 /// Ends that. How many allocations have been refused.
 std::size_t end();

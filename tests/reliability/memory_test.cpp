@@ -13,7 +13,7 @@
 
 namespace {
 
-using AllocationGate::Span;
+using Span = Headless::FaultSpan;
 
 // Clients that need no memory themselves.
 int firstCalls = 0;
@@ -48,8 +48,7 @@ public:
 
     /// Makes new references and blocks, and edits what is there.
     void edit() {
-        const KzDbObjectId block = Headless::makeBlock(document, u"New");
-        Headless::insert(outer, block);
+        placed = Headless::insert(outer, Headless::makeBlock(document, u"New"));
         inserted = Headless::insert(modelSpace, inner, {{u"TAG", u"text"}, {u"MORE", u"text"}});
         represented = Headless::insert(modelSpace, Headless::represent(enhanced));
         Headless::setAttribute(reference, u"TAG", u"edited");
@@ -64,7 +63,8 @@ public:
     }
 
     void expectAllWatched() const {
-        for (const KzDbObjectId id : {inserted, Headless::attributeOf(inserted, u"MORE"), represented}) {
+        for (const KzDbObjectId id :
+             {inserted, Headless::attributeOf(inserted, u"MORE"), represented, placed}) {
             EXPECT_EQ(Headless::reactorCount(id), 1U) << id.value();
         }
     }
@@ -79,6 +79,7 @@ public:
     KzDbObjectId table;
     KzDbObjectId inserted;
     KzDbObjectId represented;
+    KzDbObjectId placed;
     KzDbObjectIdArray blocks;
 };
 
@@ -174,6 +175,19 @@ TEST_F(Memory, TheFirstTimerClient) {
     kzDocManagerPtr()->removeReactor(&neighbour);
 }
 
+// A call that fails leaves the interval of the others as it was.
+TEST_F(Memory, AFurtherTimerClient) {
+    sweep({.prepare =
+               [](Drawing& drawing) { ASSERT_EQ(kzdxDocTimerAttach(drawing.document, second, 1000, 1), 1); },
+           .call = [](Drawing& drawing) { return kzdxDocTimerAttach(drawing.document, first, 0, 1) == 1; },
+           .verify =
+               [](Drawing&, bool succeeded) {
+                   Headless::idle();
+                   EXPECT_EQ(firstCalls, succeeded ? 1 : 0);
+                   EXPECT_EQ(secondCalls, succeeded ? 1 : 0);
+               }});
+}
+
 TEST_F(Memory, TheFirstMonitorClient) {
     sweep({.prepare = nothing,
            .call = [](Drawing& drawing) { return watch(drawing, first) == 1; },
@@ -228,6 +242,29 @@ TEST_F(Memory, UpdatingAtOnce) {
                    EXPECT_EQ(firstCalls, succeeded ? 1 : 0);
                    EXPECT_EQ(secondCalls, succeeded ? 1 : 0);
                    if (succeeded) drawing.expectAllWatched();
+               }});
+}
+
+// What nobody was told of is found by force, and if that fails, at the next idle check: a representation that
+// came late is not watched before the watching begins anew.
+TEST_F(Memory, UpdatingByForce) {
+    KzDbObjectId inserted;
+    sweep({.prepare =
+               [&](Drawing& drawing) {
+                   ASSERT_EQ(watch(drawing, first), 1);
+                   drawing.edit();
+                   kzdxUpdateBlockGraph(drawing.document, false, true);
+                   firstCalls = 0;
+                   const KzDbObjectId late = Headless::blockOf(drawing.represented);
+                   inserted = Headless::insert(late, drawing.inner, {{u"TAG", u"text"}});
+               },
+           .call = [](Drawing& drawing) { return kzdxUpdateBlockGraph(drawing.document, true, true) == 1; },
+           .verify =
+               [&](Drawing&, bool succeeded) {
+                   if (!succeeded) Headless::idle();
+                   EXPECT_EQ(firstCalls, 1);
+                   EXPECT_EQ(Headless::reactorCount(inserted), 1U);
+                   EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(inserted, u"TAG")), 1U);
                }});
 }
 

@@ -16,7 +16,7 @@ public:
     ShortStack() {
         getrlimit(RLIMIT_STACK, &before_);
         rlimit limit = before_;
-        limit.rlim_cur = 512 * 1024;
+        limit.rlim_cur = rlim_t{512} * 1024;
         setrlimit(RLIMIT_STACK, &limit);
     }
     ~ShortStack() { setrlimit(RLIMIT_STACK, &before_); }
