@@ -46,6 +46,7 @@ std::size_t AllocationGate::liveBytes() {
 }
 
 // The host's arrays grow by it.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the system's names are reserved
 extern "C" void* realloc(void* memory, std::size_t size) noexcept {
     using Realloc = void* (*)(void*, std::size_t);
     static const auto next = reinterpret_cast<Realloc>(dlsym(RTLD_NEXT, "realloc"));
