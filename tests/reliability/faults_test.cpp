@@ -56,8 +56,8 @@ struct Drawings {
         insert(modelSpace(other), shed);
         static_cast<void>(setAttribute(plate, u"TAG", u"2"));
         static_cast<void>(goodbye(spare));
-        static_cast<void>(
-            erase(hinge)); // a reference: of an erased record it matters whether it was seen before
+        // A reference, no record: of an erased one it matters whether it was seen before.
+        static_cast<void>(erase(hinge));
     }
 
     /// Opens each object for write, which tells whoever is registered on it.
