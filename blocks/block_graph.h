@@ -108,8 +108,7 @@ public:
     // Clients.
 
     /// Registers a callback on the nodes of `blocks`, on all or, when memory runs out, on none; ids without a
-    /// node are passed over.
-    /// `missingCollaborator` for a null callback.
+    /// node are passed over. `missingCollaborator` for a null callback.
     virtual Orvo::ErrorStatus addClient(KzDxClientCallback callback, const KzDbObjectIdArray& blocks);
     virtual void removeClient(KzDxClientCallback callback);
     /// Adds the callbacks of all nodes to `clients`.

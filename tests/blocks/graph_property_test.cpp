@@ -105,24 +105,6 @@ TEST_F(GraphProperty, WhatWasHeldWhenTheWatchingEndedIsWatchedAgain) {
     }
 }
 
-// The module unloads and documents close while objects are held open: the host must not call what is gone.
-TEST_F(GraphProperty, GoingAwayWhileObjectsAreHeldOpen) {
-    for (unsigned seed = 0; seed < 60; ++seed) {
-        RandomDrawing drawing(seed);
-        ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(0)), 1);
-        drawing.edit(40); // leaves some held open
-        if (seed % 2 == 0) kzdxUpdateBlockGraph(drawing.document, true, false);
-        KzDxApplication::instance()->removeDocData(drawing.document);
-        drawing.edit(20); // notifies whoever is still registered
-        drawing.letGo();
-        ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(1)), 1);
-        kzdxBlockReferenceMonitorDetach(drawing.document, TestClients::client(1));
-        ASSERT_EQ(Headless::reactorCountOf(drawing.document), 0U) << "seed " << seed;
-        Headless::closeDocument(drawing.document);
-        Headless::closeDocument(drawing.attached);
-    }
-}
-
 // The graph cannot leave its block table, nor its node the reference, and so both stay; but for nobody.
 TEST_F(GraphProperty, UnloadedWhileItsOwnObjectsAreHeldOpenItIsDeaf) {
     KzApDocument* const document = Headless::openDocument(u"document");
