@@ -10,6 +10,7 @@ namespace Headless {
 
 MessageLoop& messageLoop = *new MessageLoop;
 std::string& resourceFolder = *new std::string;
+std::vector<std::string>& librariesNotFound = *new std::vector<std::string>;
 
 Pumped MessageLoop::pump() {
     Pumped result;
@@ -95,7 +96,9 @@ Library loadLibrary(const char16_t* fileName) {
         void* const library = dlopen((folder + "/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
         if (library != nullptr) return library;
     }
-    return dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* const library = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) Headless::librariesNotFound.push_back(name);
+    return library;
 }
 
 void freeLibrary(Library library) {

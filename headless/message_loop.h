@@ -41,6 +41,8 @@ extern MessageLoop& messageLoop;
 
 /// The folder in which libraries loaded by bare name are looked for first; empty when there is none.
 extern std::string& resourceFolder;
+/// The libraries that modules asked for and did not get since this was cleared.
+extern std::vector<std::string>& librariesNotFound;
 
 /// As a process finds it at its start. Registered message numbers stay: they live as long as the process.
 void resetMessageLoop();

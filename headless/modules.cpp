@@ -2,6 +2,7 @@
 
 #include "headless/document_manager.h"
 #include "headless/edits.h"
+#include "headless/load_failure.h"
 #include "headless/message_loop.h"
 #include "headless/outward_call.h"
 #include "host/module_interface.h"
@@ -107,13 +108,13 @@ void closeLibrary(void* library) {
 /// The two functions that every module has. Gives in words what is missing; empty when nothing is.
 std::string readInterface(void* library, KzRx::EntryPoint& entry) {
     entry = reinterpret_cast<KzRx::EntryPoint>(dlsym(library, "kzrxEntryPoint"));
-    if (entry == nullptr) return "it has no kzrxEntryPoint";
+    if (entry == nullptr) return describeMissingExport("kzrxEntryPoint");
     const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(dlsym(library, "kzrxGetApiVersion"));
-    if (version == nullptr) return "it has no kzrxGetApiVersion";
+    if (version == nullptr) return describeMissingExport("kzrxGetApiVersion");
     const OutwardCall outward;
     const std::uint32_t number = version();
     if (number == KzRx::apiVersion) return {};
-    return "it was built for another version of the interface (" + std::to_string(number) + ")";
+    return describeOtherVersion(number);
 }
 
 /// A bare file name means the one in the working folder, not one of the system's libraries.
@@ -140,18 +141,19 @@ void OutwardCall::closeWaitingLibraries() {
 
 LoadResult loadModule(const std::string& path, const std::string& resources) {
     resourceFolder = resources;
+    librariesNotFound.clear();
     void* const library = dlopen(asPath(path).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) return {.failure = dlerror()};
+    if (library == nullptr) return {.failure = describeUnopened(path, dlerror())};
     KzRx::EntryPoint entry = nullptr;
     if (std::string missing = readInterface(library, entry); !missing.empty()) {
         dlclose(library);
-        return {.failure = path + ": " + missing};
+        return {.failure = missing};
     }
     const auto id = ModuleId(++loader.lastId);
     const std::int32_t answer = send(entry, KzRx::loadMessage, id);
     if (answer != KzRx::done) {
         closeLibrary(library);
-        return {.answer = answer};
+        return {.answer = answer, .failure = describeRefusedLoad(answer, librariesNotFound)};
     }
     loader.modules.push_back({.id = id, .library = library, .entry = entry});
     return {.module = id};

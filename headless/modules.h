@@ -15,7 +15,7 @@ enum class ModuleId : std::uint32_t { none = 0 };
 struct LoadResult {
     ModuleId module = ModuleId::none;
     std::int32_t answer = 0;  ///< what the module answered to its load message, when it was asked
-    std::string failure = {}; ///< why it was not even asked; empty when it was
+    std::string failure = {}; ///< why it was not loaded, in one line of words; empty when it was
 };
 
 /// Opens a library, checks its interface version and sends the load message. Any other answer than 0 closes

@@ -1,95 +1,65 @@
 // kzhost: runs Lua scripts that drive the headless host, or a prompt when there is no script.
 
+#include "headless/kzhost/command_line.h"
+#include "headless/kzhost/process.h"
 #include "headless/kzhost/prompt.h"
 #include "headless/kzhost/script.h"
 
-#include <CLI/CLI.hpp>
-
-#include <unistd.h>
-
-#include <climits>
+#include <algorithm>
 #include <exception>
-#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
 
 namespace {
 
-constexpr int done = 0;
-constexpr int scriptFailed = 1;
-constexpr int wrongUsage = 2;
+using KzHost::CommandLine;
 
-/// How many arguments are for kzhost itself. From the script on they are the script's, dashes and all.
-int countOwnArguments(const std::vector<std::string>& arguments) {
-    std::size_t at = 1;
-    while (at < arguments.size()) {
-        const std::string& each = arguments[at];
-        if (each == "-" || each.empty() || each[0] != '-') break;
-        at += each == "--module" ? 2U : 1U;
-    }
-    return static_cast<int>(std::min(at, arguments.size()));
+int refuse(const std::string& why) {
+    std::cerr << "kzhost: " << why << '\n';
+    return KzHost::wrongUsage;
 }
 
-std::string programFolder() {
-    std::error_code error;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? "." : program.parent_path().string();
+bool canRead(const std::string& script) {
+    return script == "-" || std::ifstream(script).is_open();
 }
 
-int runScript(KzHost::Session& session, std::vector<std::string> arguments) {
-    const std::string script = arguments[1];
-    if (script != "-" && access(script.c_str(), R_OK) != 0) {
-        std::cerr << "kzhost: cannot read the script " << script << '\n';
-        return wrongUsage;
-    }
-    return session.run(script, arguments) ? done : scriptFailed;
+/// The texts, then the script; the first one that fails is the last.
+bool runAll(KzHost::Session& session, const CommandLine& line) {
+    session.setArguments(line.words, line.script);
+    const bool isDone = std::all_of(line.texts.begin(), line.texts.end(),
+                                    [&](const std::string& text) { return session.runText(text); });
+    return isDone && (!line.hasScript() || session.runFile(line.words[line.script]));
 }
 
-int run(const std::vector<std::string>& arguments, const KzHost::Setup& setup, int ownArguments) {
-    const auto script = arguments.begin() + ownArguments;
-    if (script == arguments.end() && isatty(STDIN_FILENO) == 0) {
-        std::cerr << "kzhost: a SCRIPT is missing (\"-\" reads it from standard input)\n";
-        return wrongUsage;
+int run(const CommandLine& line) {
+    if (line.hasScript() && !canRead(line.words[line.script])) {
+        return refuse("cannot read the script " + line.words[line.script]);
     }
+    const bool hasNothingToRun = !line.hasScript() && line.texts.empty();
+    if (hasNothingToRun && !line.isInteractive && !KzHost::isInputTyped()) {
+        return refuse("a SCRIPT is missing (\"-\" reads it from standard input)");
+    }
+    KzHost::Setup setup;
+    setup.program = KzHost::programFolder();
+    setup.modulePath = line.module.value_or(setup.program + "/Zelvane.hmx");
     KzHost::Session session(setup);
-    if (script == arguments.end()) {
-        KzHost::prompt(session);
-        return done;
-    }
-    std::vector<std::string> scriptArguments(script, arguments.end());
-    scriptArguments.insert(scriptArguments.begin(), arguments[0]);
-    return runScript(session, scriptArguments);
+    const bool isDone = runAll(session, line);
+    if (hasNothingToRun || line.isInteractive) KzHost::prompt(session);
+    return isDone ? KzHost::done : KzHost::scriptFailed;
 }
 
 } // namespace
 
 int main(int count, char** values) {
     try {
-        const std::vector<std::string> arguments(values, values + count);
-        KzHost::Setup setup;
-        setup.program = programFolder();
-        setup.modulePath = setup.program + "/Zelvane.hmx";
-
-        CLI::App app(
-            "Runs a Lua script that drives drawings and extension modules in a host without windows.",
-            "kzhost");
-        std::string script; // shown in the help; what follows the script is not for us to read
-        std::vector<std::string> scriptArguments;
-        app.add_option("SCRIPT", script,
-                       "A Lua file, - for standard input; on a terminal, none for a prompt");
-        app.add_option("ARG", scriptArguments, "What the script finds in the table arg");
-        app.add_option("--module", setup.modulePath, "What host.load() loads when it is given no path");
-        app.set_version_flag("--version", "kzhost " KZHOST_VERSION);
-        const int ownArguments = countOwnArguments(arguments);
-        try {
-            app.parse(ownArguments, values);
-        } catch (const CLI::ParseError& error) {
-            return app.exit(error) == 0 ? done : wrongUsage;
-        }
-        return run(arguments, setup, ownArguments);
+        CommandLine line;
+        const std::vector<std::string> words(values, values + count);
+        if (const std::optional<int> status = KzHost::readCommandLine(words, line)) return *status;
+        return run(line);
     } catch (const std::exception& error) {
         std::cerr << "kzhost: " << error.what() << '\n';
-        return scriptFailed;
+        return KzHost::scriptFailed;
     }
 }

@@ -6,6 +6,7 @@
 #include "host/kz_array.h"
 #include "host/module_interface.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -247,13 +248,20 @@ const Setup& setupOf(const Call& call) {
     return *static_cast<const Setup*>(lua_touserdata(call.state(), lua_upvalueindex(2)));
 }
 
-/// Why a load failed: what the module answered, or in words why it was not asked.
-void pushFailure(lua_State* state, const Headless::LoadResult& loaded) {
-    if (loaded.failure.empty()) {
+/// Says why a load failed, so that it is seen also when the script does not look, and pushes what the script
+/// gets: what the module answered, or the same words when it was not asked.
+int giveFailure(const Call& call, const std::string& path, const Headless::LoadResult& loaded) {
+    const std::string message = path + ": " + loaded.failure;
+    std::fflush(stdout);
+    std::fprintf(stderr, "kzhost: cannot load %s\n", message.c_str());
+    lua_State* const state = call.state();
+    lua_pushnil(state);
+    if (loaded.answer != KzRx::done) {
         lua_pushinteger(state, loaded.answer);
     } else {
-        lua_pushlstring(state, loaded.failure.data(), loaded.failure.size());
+        lua_pushlstring(state, message.data(), message.size());
     }
+    return 2;
 }
 
 /// Where a module lies: a bare file name means the working folder or, when it is not there, the program's.
@@ -269,11 +277,7 @@ int load(Call& call) {
         located(call.has(1) ? call.bytes(1, "a path (string)") : setup.modulePath, setup);
     const std::string resources = call.has(2) ? call.bytes(2, "a folder (string)") : setup.program;
     const Headless::LoadResult loaded = Headless::loadModule(path, resources);
-    if (loaded.module == ModuleId::none) {
-        lua_pushnil(call.state());
-        pushFailure(call.state(), loaded);
-        return 2;
-    }
+    if (loaded.module == ModuleId::none) return giveFailure(call, path, loaded);
     pushModule(call.state(), loaded.module, path);
     return 1;
 }

@@ -33,24 +33,14 @@ void replaceExit(lua_State* state) {
     lua_pop(state, 1);
 }
 
-/// Makes the table `arg`: the script at 0, its arguments from 1, the program at -1.
-void setArguments(lua_State* state, const std::vector<std::string>& arguments) {
-    lua_newtable(state);
-    lua_Integer at = -1;
-    for (const std::string& each : arguments) {
-        lua_pushlstring(state, each.data(), each.size());
-        lua_rawseti(state, -2, at++);
-    }
-    lua_setglobal(state, "arg");
-}
-
 /// Pushes the arguments of the script as the script's parameters; gives how many.
-int pushParameters(lua_State* state, const std::vector<std::string>& arguments) {
-    luaL_checkstack(state, static_cast<int>(arguments.size()) + LUA_MINSTACK, "too many arguments");
-    int count = 0;
-    for (std::size_t at = 2; at < arguments.size(); ++at, ++count) {
-        lua_pushlstring(state, arguments[at].data(), arguments[at].size());
-    }
+int pushParameters(lua_State* state) {
+    if (lua_getglobal(state, "arg") != LUA_TTABLE) return 0; // a text that ran before has taken it away
+    const int arguments = lua_gettop(state);
+    const auto count = static_cast<int>(lua_rawlen(state, arguments));
+    luaL_checkstack(state, count + LUA_MINSTACK, "too many arguments");
+    for (int at = 1; at <= count; ++at) lua_rawgeti(state, arguments, at);
+    lua_remove(state, arguments);
     return count;
 }
 
@@ -71,11 +61,28 @@ Session::~Session() {
     lua_close(state_);
 }
 
-bool Session::run(const std::string& script, const std::vector<std::string>& arguments) {
-    setArguments(state_, arguments);
-    const char* const file = script == "-" ? nullptr : script.c_str();
-    bool isDone = luaL_loadfile(state_, file) == LUA_OK;
-    if (isDone) isDone = call(pushParameters(state_, arguments));
+void Session::setArguments(const std::vector<std::string>& words, std::size_t script) {
+    lua_createtable(state_, static_cast<int>(words.size()), 0);
+    lua_Integer at = -static_cast<lua_Integer>(script);
+    for (const std::string& each : words) {
+        lua_pushlstring(state_, each.data(), each.size());
+        lua_rawseti(state_, -2, at++);
+    }
+    lua_setglobal(state_, "arg");
+}
+
+bool Session::runFile(const std::string& script) {
+    const int status = luaL_loadfile(state_, script == "-" ? nullptr : script.c_str());
+    return runLoaded(status, status == LUA_OK ? pushParameters(state_) : 0);
+}
+
+bool Session::runText(const std::string& text) {
+    return runLoaded(luaL_loadbuffer(state_, text.data(), text.size(), "=(command line)"), 0);
+}
+
+bool Session::runLoaded(int loadStatus, int argumentCount) {
+    const bool isDone = loadStatus == LUA_OK && call(argumentCount);
+    std::fflush(stdout);
     if (!isDone) std::fprintf(stderr, "%s\n", lua_tostring(state_, -1));
     lua_settop(state_, 0);
     return isDone;

@@ -20,15 +20,22 @@ public:
 
     [[nodiscard]] lua_State* state() const { return state_; }
 
-    /// Runs a script, "-" being standard input. `arguments` start with the program and the script. False when
-    /// it failed: the message and a traceback are on standard error.
-    [[nodiscard]] bool run(const std::string& script, const std::vector<std::string>& arguments);
+    /// Makes the table `arg` as the program `lua` does: the script at 0, what follows it from 1, what stands
+    /// before it, the program first, below 0. Without a script (0) the program stands at 0.
+    void setArguments(const std::vector<std::string>& words, std::size_t script);
+
+    /// Runs a script, "-" being standard input, with the arguments from `arg`; or a text. False when it
+    /// failed: the message and a traceback are on standard error.
+    [[nodiscard]] bool runFile(const std::string& script);
+    [[nodiscard]] bool runText(const std::string& text);
 
     /// Calls the function below its `argumentCount` arguments on the stack; all results stay there. False
     /// leaves the message with a traceback instead.
     [[nodiscard]] bool call(int argumentCount);
 
 private:
+    bool runLoaded(int loadStatus, int argumentCount);
+
     lua_State* state_;
 };
 

@@ -54,6 +54,11 @@ void watchModelSpaceOf(KzApDocument* document) {
 
 } // namespace
 
+#ifdef PROBE_NEEDS
+extern "C" void PROBE_NEEDS();
+void (*needed)() = PROBE_NEEDS; // found when the library is opened, or not
+#endif
+
 PROBE_EXPORT std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) {
     if (message != KzRx::loadMessage) return packet != nullptr ? 5 : 6;
     kzDocManagerPtr()->addReactor(&managerProbe);

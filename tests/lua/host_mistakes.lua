@@ -51,12 +51,3 @@ do
   check.equal({loaded.kzdxGetKzDbTableIds(drawing, list)}, {1, {}})
   check.equal(host.unload(loaded), 0)
 end
-
--- A script that fails says where, and the host ends in order with all of this open.
-reference:open()
-local lines = {}
-for line in io.popen(("%q - 2>&1 <<'E'\nlocal d = host.open('x'):modelSpace():open()\nerror('boom')\nE\necho $?")
-    :format(arg[-1])):lines() do
-  lines[#lines + 1] = line
-end
-check.equal({lines[1], lines[2], lines[#lines]}, {"stdin:2: boom", "stack traceback:", "1"})

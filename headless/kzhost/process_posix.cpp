@@ -1,0 +1,20 @@
+#include "headless/kzhost/process.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
+
+namespace KzHost {
+
+std::string programFolder() {
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? "." : program.parent_path().string();
+}
+
+bool isInputTyped() {
+    return isatty(STDIN_FILENO) != 0;
+}
+
+} // namespace KzHost

@@ -1,0 +1,62 @@
+#include "headless/load_failure.h"
+
+#include "host/module_interface.h"
+
+#include <cxxabi.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+namespace Headless {
+
+namespace {
+
+std::string inHexadecimal(std::uint32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%x", value);
+    return text;
+}
+
+/// A symbol as the linker names it, and as the source does where that differs.
+std::string describeSymbol(const std::string& symbol) {
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> readable(
+        abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status), &std::free);
+    return readable != nullptr ? symbol + ", which is " + readable.get() : symbol;
+}
+
+} // namespace
+
+std::string describeUnopened(const std::string& path, const std::string& systemMessage) {
+    std::error_code unreadable; // the system's own message says more then
+    if (!std::filesystem::exists(path, unreadable) && !unreadable) return "there is no such file";
+    constexpr std::string_view undefined = "undefined symbol: ";
+    const std::size_t at = systemMessage.find(undefined);
+    if (at == std::string::npos) return "it cannot be opened as a library: " + systemMessage;
+    const std::string symbol = systemMessage.substr(at + undefined.size());
+    return "it needs a symbol that neither the host nor a library has: " + describeSymbol(symbol);
+}
+
+std::string describeMissingExport(const char* name) {
+    return std::string("it is no module of this host: it does not export ") + name;
+}
+
+std::string describeOtherVersion(std::uint32_t version) {
+    return "it was built for version " + inHexadecimal(version) + " of the interface, and this host has " +
+           inHexadecimal(KzRx::apiVersion);
+}
+
+std::string describeRefusedLoad(std::int32_t answer, const std::vector<std::string>& notFound) {
+    std::string text = "it refused: it answered its load message with " + std::to_string(answer);
+    const char* separator = " after it had not found ";
+    for (const std::string& each : notFound) {
+        text += separator + each;
+        separator = ", ";
+    }
+    return text;
+}
+
+} // namespace Headless

@@ -1,0 +1,47 @@
+-- Guards what kzhost does with its command line: what runs, in which order, with which `arg`, what the process ends
+-- with, and that a module that cannot be loaded is told in one line whoever looks at it.
+
+package.path = arg[0]:match("^(.*)/") .. "/?.lua;" .. package.path
+local check = require("check")
+local kzhost = arg[-1]
+
+-- All that a command line prints, standard error too, and at last the exit status.
+local function run(words, input)
+  local lines = {}
+  local command = ("%q %s 2>&1 <<'END'\n%s\nEND\necho $?"):format(kzhost, words, input or "")
+  for line in io.popen(command):lines() do lines[#lines + 1] = line end
+  return lines
+end
+
+local showArg = [[print(arg[0], table.concat(arg, ' '), ...)]]
+check.equal(run([[-e 'x = 1' -e "print(x, arg[0], arg[-1])" - -e -i --module]], "x = x + 1 print(x)" .. showArg),
+  {"1\t-\tprint(x, arg[0], arg[-1])", "2", "-\t-e -i --module\t-e\t-i\t--module", "0"})
+check.equal(run([[-e 'print(arg[0] == arg[-3], arg[1])']]), {"false\t-e", "0"})
+check.equal(run([[-e "x = 5" -e "error('boom')" -e "print('not reached')" -]])[1], "(command line):1: boom")
+check.equal(run([[-e "host.open('a') host.load() os.exit(7)"]]), {"7"})
+check.equal(run([[-i -e "x = 5"]], "print(x + 1)")[1]:match("%d+$"), "6")
+for _, wrong in ipairs({"", "--no-such-option", "--no-such-option -i -", "-e", "/no/such/script.lua"}) do
+  local lines = run(wrong)
+  check.equal(lines[#lines], "2", "exit status of kzhost " .. wrong)
+  assert(#lines > 1, "it says what is wrong")
+end
+
+-- A script that fails says where, and the host ends in order with all of this open.
+do
+  local lines = run("-", "local d = host.open('x'):modelSpace():open()\nerror('boom')")
+  check.equal({lines[1], lines[2], lines[#lines]}, {"stdin:2: boom", "stack traceback:", "1"})
+end
+
+-- Each way in which a load fails, with the one line that says so.
+local function load(words, loadArguments, message)
+  local lines = run(("%s -e 'print((select(2, host.load(%s))))'"):format(words, loadArguments))
+  assert(#lines == 3 and lines[1]:find(message, 1, true), table.concat(lines, "\n"))
+  return lines[2]
+end
+load("--module /nonexistent", "", "/nonexistent: there is no such file")
+load("", ("%q"):format(arg[0]), "cannot be opened as a library")
+load("", [["libkzheadless.so"]], "it is no module of this host: it does not export kzrxEntryPoint")
+load("", [["ProbeOfOtherVersion.hmx"]], "built for version 0x120000 of the interface, and this host has 0x130000")
+load("", [["ProbeOfMissingSymbol.hmx"]], "needs a symbol that neither the host nor a library has: probeOfNoHost")
+check.equal(load("", [["ProbeRefusing.hmx"]], "it refused: it answered its load message with 7"), "7")
+check.equal(load("", [[nil, "/nonexistent"]], "with 3 after it had not found ZelvaneRes.dll"), "3")
