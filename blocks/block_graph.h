@@ -51,7 +51,7 @@ public:
     ~KzDxBlocks() override;
 
     /// The host tells that the block table is about to change.
-    void openedForModify(const KzDbObject* table) override;
+    void aboutToChange(const KzDbObject* table) override;
 
     // Emptying.
 

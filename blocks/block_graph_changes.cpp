@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <vector>
 
-void KzDxBlocks::openedForModify(const KzDbObject*) {
+void KzDxBlocks::aboutToChange(const KzDbObject*) {
     setNeedsScan(true);
 }
 

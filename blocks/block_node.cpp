@@ -77,7 +77,7 @@ void KzDxBlock::copied(const KzDbObject* object, const KzDbObject*) {
     if (!isBlockTableRecord(object)) setHasChanges(true);
 }
 
-void KzDxBlock::openedForModify(const KzDbObject* object) {
+void KzDxBlock::aboutToChange(const KzDbObject* object) {
     setNeedsScan(true);
     const bool isPlainRecord = isBlockTableRecord(object) &&
                                !static_cast<const KzDbBlockTableRecord*>(object)->isFromExternalReference();

@@ -49,7 +49,7 @@ public:
     // What the host tells; nothing is opened here.
     void copied(const KzDbObject* object, const KzDbObject* copy) override;
     void goodbye(const KzDbObject* object) override;
-    void openedForModify(const KzDbObject* object) override;
+    void aboutToChange(const KzDbObject* object) override;
 
     /// Takes `record` among the node's records if it is not there yet, and reads the references of all of
     /// them again. Files them by container, marks a change when one is new or gone or a container appeared or

@@ -8,5 +8,5 @@
     if (!container.isValid()) return false;
     const KzDbDatabase* const database = container.database();
     if (database == nullptr || database == own) return false;
-    return KzDbSymbolUtilities::servicesPtr106()->blockModelSpaceId(database) == container;
+    return KzDbSymbolUtilities::servicesPtr106()->modelSpaceRecordId(database) == container;
 }

@@ -22,10 +22,10 @@ public:
     KzDxApplication();
     ~KzDxApplication() override;
 
-    /// Posts an idle check when the current document reports the end of a lock-mode change.
-    void documentLockModeChanged(KzApDocument* document, KzAp::DocLockMode myPrevious,
-                                 KzAp::DocLockMode myCurrent, KzAp::DocLockMode current,
-                                 const char16_t* command) override;
+    /// Posts an idle check when the lock mode of the current document has changed for a command whose name
+    /// begins with "#".
+    void documentLockModeChanged(KzApDocument* document, KzAp::DocLockMode, KzAp::DocLockMode,
+                                 KzAp::DocLockMode, const char16_t* command) override;
 
     /// Attaches to or detaches from the document manager. Idle checks are posted only while switched on.
     Orvo::ErrorStatus setEnabled(bool enable) override;

@@ -25,16 +25,16 @@ public:
     /// sanitizer reports whoever looks behind it.
     void bury();
 
-    bool isAtRest = true;
+    bool readiness = true;
     bool isListed = true;
     bool isClosing = false;
-    std::int32_t pending = 0;
-    KzAp::DocLockMode lock = KzAp::DocLockMode::none;
+    std::int32_t busyness = 0;
+    KzAp::DocLockMode lock{};
 
     // What modules see.
     [[nodiscard]] KzDbDatabase* database() const override;
-    [[nodiscard]] bool isQuiescent() const override { return isAtRest; }
-    [[nodiscard]] KzAp::DocLockMode lockMode(bool /*includeMyLocks*/) const override { return lock; }
+    [[nodiscard]] bool isReady() const override { return readiness; }
+    [[nodiscard]] KzAp::DocLockMode lockMode(bool) const override { return lock; }
 
 private:
     std::u16string name_;

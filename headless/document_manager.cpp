@@ -140,9 +140,9 @@ KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
     return new DocumentIterator(open_);
 }
 
-std::int32_t DocumentManager::pendingInput(const KzApDocument* document) const {
+std::int32_t DocumentManager::busy(const KzApDocument* document) const {
     const Document* const found = find(document);
-    return found != nullptr ? found->pending : 0;
+    return found != nullptr ? found->busyness : 0;
 }
 
 } // namespace Headless

@@ -38,7 +38,7 @@ public:
     void removeReactor(KzApDocManagerReactor* reactor) override;
     [[nodiscard]] KzApDocument* currentDocument() const override;
     [[nodiscard]] KzApDocumentIterator* newDocumentIterator() const override;
-    [[nodiscard]] std::int32_t pendingInput(const KzApDocument* document) const override;
+    [[nodiscard]] std::int32_t busy(const KzApDocument* document) const override;
 
 private:
     void takeOut(Document& document);

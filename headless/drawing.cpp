@@ -129,7 +129,7 @@ namespace {
 
 class SymbolServices final : public KzDbSymbolUtilities::Services {
 public:
-    [[nodiscard]] KzDbObjectId blockModelSpaceId(const KzDbDatabase* database) const override {
+    [[nodiscard]] KzDbObjectId modelSpaceRecordId(const KzDbDatabase* database) const override {
         if (database == nullptr || Headless::FaultGate::strikes(Headless::HostCall::modelSpace)) return {};
         const auto* const table = Headless::findAs<Headless::BlockTable>(database->blockTableId());
         if (table == nullptr || table->modelSpace().isErased()) return {};

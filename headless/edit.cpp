@@ -13,7 +13,7 @@ Edit::Edit(std::initializer_list<Object*> objects) : editing_((*objects.begin())
 void Edit::tellBefore() {
     for (std::size_t at = 0; at < count_; ++at) {
         Object& object = *objects_[at];
-        object.tell([&object](KzDbObjectReactor* reactor) { reactor->openedForModify(object.face()); });
+        object.tell([&object](KzDbObjectReactor* reactor) { reactor->aboutToChange(object.face()); });
     }
 }
 

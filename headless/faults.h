@@ -29,7 +29,7 @@ enum class HostCall : std::uint8_t {
     protocol,          ///< `KzRxObject::queryX` and `KzRxClass::queryX`
     representations,   ///< `KzDbBlockRepresentation::getRepresentations`
     originalBlock,     ///< `KzDbBlockRepresentation::originalBlockTableRecord`
-    modelSpace,        ///< `KzDbSymbolUtilities::Services::blockModelSpaceId`
+    modelSpace,        ///< `KzDbSymbolUtilities::Services::modelSpaceRecordId`
     // documents
     manager,          ///< `kzDocManagerPtr`
     documentIterator, ///< `KzApDocManager::newDocumentIterator`

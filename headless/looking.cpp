@@ -86,7 +86,7 @@ std::vector<KzDbObjectId> references(KzDbObjectId id, bool isErased) {
 
 KzDbObjectId blockOf(KzDbObjectId id) {
     const auto* const reference = findAs<Reference>(id);
-    return reference != nullptr ? reference->blockTableRecord() : KzDbObjectId();
+    return reference != nullptr ? reference->block() : KzDbObjectId();
 }
 
 KzDbObjectId ownerOf(KzDbObjectId id) {

@@ -45,8 +45,6 @@ Orvo::ErrorStatus Object::close() {
         --readers_;
     } else if (notifiers_ != 0) {
         --notifiers_;
-    } else if (isWriting_ && !isWrittenByHost_) {
-        isWriting_ = false;
     } else {
         return Orvo::invalidObjectId;
     }

@@ -53,19 +53,15 @@ public:
 
     Orvo::ErrorStatus open(KzDb::OpenMode mode) {
         if (isWriting_) return Orvo::heldOpenForWrite;
-        if (mode == KzDb::OpenMode::forRead) return countUp(readers_);
-        if (mode == KzDb::OpenMode::forNotify) return countUp(notifiers_);
-        if (isOpen()) return Orvo::heldOpenForRead;
-        isWriting_ = true;
-        return Orvo::ok;
+        return countUp(mode == KzDb::OpenMode::forRead ? readers_ : notifiers_);
     }
     /// Ends one opening, and the object itself when it has left memory and this was the last one.
     Orvo::ErrorStatus close();
 
     // Openings of the host itself, for edits and for scripts, which `close` does not end. They need an object
     // that is not open.
-    void beginWriting() { isWriting_ = isWrittenByHost_ = true; }
-    void endWriting() { isWriting_ = isWrittenByHost_ = false; }
+    void beginWriting() { isWriting_ = true; }
+    void endWriting() { isWriting_ = false; }
     void hold();
     void letGo();
     [[nodiscard]] static std::size_t heldCount() { return held; }
@@ -103,7 +99,7 @@ protected:
 private:
     /// Refuses to lose count of a user who opens without ever closing.
     static Orvo::ErrorStatus countUp(std::uint16_t& count) {
-        if (count == std::numeric_limits<std::uint16_t>::max()) return Orvo::heldOpenForRead;
+        if (count == std::numeric_limits<std::uint16_t>::max()) return Orvo::openedTooOften;
         ++count;
         return Orvo::ok;
     }
@@ -122,7 +118,6 @@ private:
     Kind kind_;
     bool isErased_ : 1 = false;
     bool isWriting_ : 1 = false;
-    bool isWrittenByHost_ : 1 = false;
     bool isHeld_ : 1 = false;
     bool hasLeft_ : 1 = false;
 };

@@ -34,7 +34,7 @@ void Record::addRepresentation(Record& representation) {
     representation.representedBlock_ = id();
 }
 
-KzDbDatabase* Record::xrefDatabase(bool /*includeUnresolved*/) const {
+KzDbDatabase* Record::xrefDatabase(bool) const {
     return FaultGate::strikes(HostCall::attachedDrawing) ? nullptr : origin_.attachedDrawing;
 }
 
@@ -45,8 +45,7 @@ Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
     return Orvo::ok;
 }
 
-Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool /*directOnly*/,
-                                               bool /*forceValidity*/) const {
+Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool, bool) const {
     return appendReferences(false, ids);
 }
 

@@ -85,10 +85,9 @@ public:
     [[nodiscard]] bool isLayout() const override { return origin_.isLayout; }
     [[nodiscard]] bool isDependent() const override { return origin_.isDependent; }
     [[nodiscard]] bool isFromExternalReference() const override { return origin_.attachedDrawing != nullptr; }
-    [[nodiscard]] KzDbDatabase* xrefDatabase(bool includeUnresolved) const override;
+    [[nodiscard]] KzDbDatabase* xrefDatabase(bool) const override;
     Orvo::ErrorStatus getName(const char16_t*& name) const override;
-    Orvo::ErrorStatus getBlockReferenceIds(KzDbObjectIdArray& ids, bool directOnly,
-                                           bool forceValidity) const override;
+    Orvo::ErrorStatus getBlockReferenceIds(KzDbObjectIdArray& ids, bool, bool) const override;
     Orvo::ErrorStatus getErasedBlockReferenceIds(KzDbObjectIdArray& ids) const override;
 
 private:

@@ -24,8 +24,10 @@ public:
     void addAttribute(KzDbObjectId attribute);
     void removeAttribute(KzDbObjectId attribute);
 
+    /// The record that is inserted.
+    [[nodiscard]] KzDbObjectId block() const { return block_; }
+
     // What modules see.
-    [[nodiscard]] KzDbObjectId blockTableRecord() const override { return block_; }
     [[nodiscard]] KzDbObjectIterator* attributeIterator() const override;
     [[nodiscard]] KzRxObject* subQueryX(const KzRxClass* protocol) const override;
 
@@ -48,7 +50,7 @@ public:
 
     // What modules see.
     [[nodiscard]] const char16_t* tag() const override { return tag_.c_str(); }
-    [[nodiscard]] const char16_t* textString() const override { return text_.c_str(); }
+    [[nodiscard]] const char16_t* value() const override { return text_.c_str(); }
 
 private:
     std::u16string tag_;

@@ -22,13 +22,12 @@ void copyAttributes(const Reference& source, Reference& copy) {
 /// Enters a reference among those of its block.
 void file(const Reference& reference) {
     // The block can be gone only while its drawing is being closed.
-    if (auto* const block = findAs<Record>(reference.blockTableRecord()))
-        block->references().add(reference.id());
+    if (auto* const block = findAs<Record>(reference.block())) block->references().add(reference.id());
 }
 
 /// What the block of a reference reports has to be put in order again.
 void refile(const Reference& reference) {
-    if (auto* const block = findAs<Record>(reference.blockTableRecord())) block->references().changed();
+    if (auto* const block = findAs<Record>(reference.block())) block->references().changed();
 }
 
 /// The source's reactors hear of the copy before it is placed.
@@ -77,7 +76,7 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     if (check.isRefused()) return check.nothingMade();
 
     Edit edit({record}); // nobody else can change the record while the copying is told
-    auto* const copy = new Reference(source->drawing(), KzDbObjectId(), source->blockTableRecord());
+    auto* const copy = new Reference(source->drawing(), KzDbObjectId(), source->block());
     copyAttributes(*source, *copy);
     copy->beginWriting();
     tellCopied(*source, *copy);

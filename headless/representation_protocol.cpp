@@ -2,6 +2,7 @@
 
 #include "headless/fault_gate.h"
 #include "headless/record.h"
+#include "headless/reference.h"
 
 namespace {
 
@@ -22,7 +23,8 @@ public:
 
     [[nodiscard]] KzDbObjectId originalBlockTableRecord(const KzDbBlockReference* reference) const override {
         if (reference == nullptr || FaultGate::strikes(HostCall::originalBlock)) return {};
-        const auto* const record = Headless::findAs<Headless::Record>(reference->blockTableRecord());
+        const auto& own = static_cast<const Headless::Reference&>(*reference);
+        const auto* const record = Headless::findAs<Headless::Record>(own.block());
         return record != nullptr ? record->representedBlock() : KzDbObjectId();
     }
 };

@@ -69,30 +69,30 @@ void setListed(KzApDocument* document, bool isListed) {
     if (Document* const found = documentManager.find(document)) found->isListed = isListed;
 }
 
-void setQuiescent(KzApDocument* document, bool isQuiescent) {
-    if (Document* const found = documentManager.find(document)) found->isAtRest = isQuiescent;
+void setReady(KzApDocument* document, bool readiness) {
+    if (Document* const found = documentManager.find(document)) found->readiness = readiness;
 }
 
-void setPendingInput(KzApDocument* document, std::int32_t count) {
-    if (Document* const found = documentManager.find(document)) found->pending = count;
+void setBusy(KzApDocument* document, std::int32_t number) {
+    if (Document* const found = documentManager.find(document)) found->busyness = number;
 }
 
 void setLockMode(KzApDocument* document, KzAp::DocLockMode mode) {
     if (Document* const found = documentManager.find(document)) found->lock = mode;
 }
 
-bool isQuiescent(const KzApDocument* document) {
+bool isReady(const KzApDocument* document) {
     const Document* const found = documentManager.find(document);
-    return found != nullptr && found->isAtRest;
+    return found != nullptr && found->readiness;
 }
 
-std::int32_t pendingInput(const KzApDocument* document) {
-    return documentManager.pendingInput(document);
+std::int32_t busy(const KzApDocument* document) {
+    return documentManager.busy(document);
 }
 
 KzAp::DocLockMode lockMode(const KzApDocument* document) {
     const Document* const found = documentManager.find(document);
-    return found != nullptr ? found->lock : KzAp::DocLockMode::none;
+    return found != nullptr ? found->lock : KzAp::DocLockMode{};
 }
 
 void reportLockMode(KzApDocument* document, const char16_t* command) {

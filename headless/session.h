@@ -45,13 +45,14 @@ HEADLESS_API bool makeCurrent(KzApDocument* document);
 /// Takes a document out of what the document iterator yields, or puts it back. It stays open.
 HEADLESS_API void setListed(KzApDocument* document, bool isListed);
 
-/// What the document answers to modules: at rest (at first yes), pending input (at first 0), lock mode (at
-/// first 0). Ignored for a document that is not open; the questions then give no, 0 and 0.
-HEADLESS_API void setQuiescent(KzApDocument* document, bool isQuiescent);
-HEADLESS_API void setPendingInput(KzApDocument* document, std::int32_t count);
+/// What the host answers to modules about a document: the yes/no state (at first yes), the whole number (at
+/// first 0) and the lock mode (at first 0). Ignored for a document that is not open; the questions then give
+/// no, 0 and 0.
+HEADLESS_API void setReady(KzApDocument* document, bool readiness);
+HEADLESS_API void setBusy(KzApDocument* document, std::int32_t number);
 HEADLESS_API void setLockMode(KzApDocument* document, KzAp::DocLockMode mode);
-[[nodiscard]] HEADLESS_API bool isQuiescent(const KzApDocument* document);
-[[nodiscard]] HEADLESS_API std::int32_t pendingInput(const KzApDocument* document);
+[[nodiscard]] HEADLESS_API bool isReady(const KzApDocument* document);
+[[nodiscard]] HEADLESS_API std::int32_t busy(const KzApDocument* document);
 [[nodiscard]] HEADLESS_API KzAp::DocLockMode lockMode(const KzApDocument* document);
 
 // ---- commands

@@ -26,10 +26,10 @@ public:
     KzDbBlockTableIterator& operator=(const KzDbBlockTableIterator&) = delete;
     virtual ~KzDbBlockTableIterator() = default;
 
-    /// Goes to the first record, or the last one; past erased ones when `skipErased`.
-    virtual void start(bool atBeginning, bool skipErased) = 0;
-    /// Goes to the next record, or the previous one.
-    virtual void step(bool forward, bool skipErased) = 0;
+    /// Goes to the first record that is not erased. The module passes true for both flags.
+    virtual void start(bool, bool) = 0;
+    /// Goes to the next record that is not erased. The module passes true for both flags.
+    virtual void step(bool, bool) = 0;
     /// Whether the walk has passed the end; there is no current record then.
     [[nodiscard]] virtual bool done() const = 0;
     /// The id of the current record. On failure `id` is null.
@@ -41,12 +41,12 @@ class KzDbBlockTable : public KzDbObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc();
 
-    /// Finds a record by name. `keyNotFound` leaves `id` null.
-    virtual Orvo::ErrorStatus getAt(const char16_t* name, KzDbObjectId& id, bool getErased) const = 0;
+    /// Finds a record by name; one that is not found leaves `id` null. The module passes false for the flag.
+    virtual Orvo::ErrorStatus getAt(const char16_t* name, KzDbObjectId& id, bool) const = 0;
 
-    /// Makes an iterator, which the caller deletes. It is valid while the table is open.
-    virtual Orvo::ErrorStatus newIterator(KzDbBlockTableIterator*& iterator, bool atBeginning,
-                                          bool skipErased) const = 0;
+    /// Makes an iterator, which the caller deletes. It is valid while the table is open. The module passes
+    /// true for both flags.
+    virtual Orvo::ErrorStatus newIterator(KzDbBlockTableIterator*& iterator, bool, bool) const = 0;
 };
 
 /// A block definition or a layout.
@@ -56,22 +56,19 @@ public:
 
     [[nodiscard]] virtual bool isAnonymous() const = 0;
     [[nodiscard]] virtual bool isLayout() const = 0;
-    /// Whether the record came with an attached drawing and mirrors a record of it.
+    /// Whether the record depends on an attached drawing.
     [[nodiscard]] virtual bool isDependent() const = 0;
     /// Whether the record stands for an attached drawing as a whole.
     [[nodiscard]] virtual bool isFromExternalReference() const = 0;
-    /// The attached drawing; null when there is none. `includeUnresolved` asks for one that is not loaded,
-    /// too.
-    [[nodiscard]] virtual KzDbDatabase* xrefDatabase(bool includeUnresolved) const = 0;
+    /// The attached drawing; null when there is none. The module passes false.
+    [[nodiscard]] virtual KzDbDatabase* xrefDatabase(bool) const = 0;
 
     /// The record's name. It points into the record and is valid while that is open.
     virtual Orvo::ErrorStatus getName(const char16_t*& name) const = 0;
 
-    /// Appends the ids of the live references that insert this record, in order of creation. `directOnly`
-    /// leaves out those that insert a record around it; `forceValidity` has the host read what it has not
-    /// read yet.
-    virtual Orvo::ErrorStatus getBlockReferenceIds(KzDbObjectIdArray& ids, bool directOnly,
-                                                   bool forceValidity) const = 0;
+    /// Appends the ids of the live references that insert this record, in order of creation. The module
+    /// passes true for both flags.
+    virtual Orvo::ErrorStatus getBlockReferenceIds(KzDbObjectIdArray& ids, bool, bool) const = 0;
     /// Appends the ids of the erased references that insert this record, in order of creation.
     virtual Orvo::ErrorStatus getErasedBlockReferenceIds(KzDbObjectIdArray& ids) const = 0;
 };
@@ -88,8 +85,8 @@ public:
     [[nodiscard]] virtual bool done() const = 0;
     /// The current object.
     [[nodiscard]] virtual KzDbObjectId objectId() const = 0;
-    /// Goes to the next object, or the previous one; past erased ones when `skipErased`.
-    virtual void step(bool backwards, bool skipErased) = 0;
+    /// Goes to the next object that is not erased. The module passes false, then true.
+    virtual void step(bool, bool) = 0;
 };
 
 /// A reference that inserts a block definition into its owner, a layout or another block definition.
@@ -97,19 +94,16 @@ class KzDbBlockReference : public KzDbObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc();
 
-    /// The record that is inserted.
-    [[nodiscard]] virtual KzDbObjectId blockTableRecord() const = 0;
-
-    /// The reference's attributes, without erased ones at its start; null when there are none. The caller
-    /// deletes it.
+    /// The reference's attributes that are not erased; null when it has none. The caller deletes it.
     [[nodiscard]] virtual KzDbObjectIterator* attributeIterator() const = 0;
 };
 
-/// A text that belongs to one reference, under a tag.
+/// A text that belongs to one reference, under a tag. The module watches attributes without reading them; the
+/// two questions are for its neighbours.
 class KzDbAttribute : public KzDbObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc();
 
     [[nodiscard]] virtual const char16_t* tag() const = 0;
-    [[nodiscard]] virtual const char16_t* textString() const = 0;
+    [[nodiscard]] virtual const char16_t* value() const = 0;
 };

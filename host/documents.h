@@ -9,11 +9,8 @@ class KzDbDatabase;
 
 namespace KzAp {
 
-/// What a command has reserved a document for. Modules compare with the two values that mean "nothing".
-enum class DocLockMode : std::int32_t {
-    none = 0,
-    notLocked = 2,
-};
+/// The lock mode of a document. The module compares it with the values 0 and 2; no value has a name here.
+enum class DocLockMode : std::int32_t {};
 
 } // namespace KzAp
 
@@ -27,10 +24,10 @@ public:
 
     /// The document's drawing; null when it has none.
     [[nodiscard]] virtual KzDbDatabase* database() const = 0;
-    /// Whether the document is at rest.
-    [[nodiscard]] virtual bool isQuiescent() const = 0;
-    /// What the document is reserved for, with or without what the caller itself has reserved it for.
-    [[nodiscard]] virtual KzAp::DocLockMode lockMode(bool includeMyLocks) const = 0;
+    /// A yes/no state. The module runs a document's timers only while the answer is yes.
+    [[nodiscard]] virtual bool isReady() const = 0;
+    /// The document's lock mode. The module passes false.
+    [[nodiscard]] virtual KzAp::DocLockMode lockMode(bool) const = 0;
 };
 
 /// Walks the open documents in the order of opening. Deleted by whoever asked for it.
@@ -46,8 +43,8 @@ public:
     virtual void step() = 0;
 };
 
-/// Hears what happens to the documents; an operation without a comment tells what its name says. The order of
-/// the operations is part of the host's interface.
+/// Hears what happens to the documents. The order of the operations is part of the host's interface; those
+/// without a comment keep their slots here, and no module that is known here overrides them.
 class KzApDocManagerReactor : public KzRxObject {
 public:
     virtual void documentCreateStarted(KzApDocument*) {}
@@ -55,16 +52,18 @@ public:
     virtual void onDocumentAdded(KzApDocument*) {}
     /// The document is about to go; it and its drawing are still whole.
     virtual void onDocumentRemoving(KzApDocument*) {}
+    /// A document has gone; its file name is what is left of it.
     virtual void documentDestroyed(const char16_t* /*fileName*/) {}
-    /// The document is given up without having been shown.
+    /// The document is discarded.
     virtual void onDocumentDiscarded(KzApDocument*) {}
     virtual void documentLockModeWillChange(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
                                             KzAp::DocLockMode, const char16_t* /*command*/) {}
-    virtual void documentLockModeChangeVetoed(KzApDocument*, const char16_t* /*command*/) {}
-    /// `command` may be null; a name that begins with "#" reports the end of a change.
-    virtual void documentLockModeChanged(KzApDocument*, KzAp::DocLockMode /*myPrevious*/,
-                                         KzAp::DocLockMode /*myCurrent*/, KzAp::DocLockMode /*current*/,
-                                         const char16_t* /*command*/) {}
+    virtual void documentLockModeChangeVetoed(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
+                                              KzAp::DocLockMode, const char16_t* /*command*/) {}
+    /// The document's lock mode has changed for a command, whose name may be null. The module looks at the
+    /// document and at the name, and at none of the three modes.
+    virtual void documentLockModeChanged(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
+                                         KzAp::DocLockMode, const char16_t* /*command*/) {}
     virtual void documentBecameCurrent(KzApDocument*) {}
     virtual void documentToBeActivated(KzApDocument*) {}
     virtual void documentToBeDeactivated(KzApDocument*) {}
@@ -89,8 +88,8 @@ public:
     [[nodiscard]] virtual KzApDocument* currentDocument() const = 0;
     /// An iterator over the open documents, which the caller deletes; null when the host has none to give.
     [[nodiscard]] virtual KzApDocumentIterator* newDocumentIterator() const = 0;
-    /// How much input of the document still waits to be worked off.
-    [[nodiscard]] virtual std::int32_t pendingInput(const KzApDocument* document) const = 0;
+    /// A whole number about a document. The module runs the document's timers only while it is 0.
+    [[nodiscard]] virtual std::int32_t busy(const KzApDocument* document) const = 0;
 };
 
 /// The document manager; null when there is none.

@@ -19,13 +19,13 @@ public:
     originalBlockTableRecord(const KzDbBlockReference* reference) const = 0;
 };
 
-/// What makes a block enhanced: a graph that the host evaluates. Only its presence matters to modules.
+/// What makes a block enhanced: an evaluation graph. Only its presence matters to the module.
 class KzDbEvalGraph : public KzDbObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc();
 
-    /// Opens the graph that `object` carries under `key`. `keyNotFound`: it carries none, and `graph` is
-    /// null.
+    /// Opens the graph that `object` carries under `key`; another status than 0 when it carries none, and
+    /// `graph` is null.
     KZHOST_API static Orvo::ErrorStatus getGraph(const KzDbObject* object, const char16_t* key,
                                                  KzDbEvalGraph*& graph, KzDb::OpenMode mode);
 };

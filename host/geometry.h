@@ -1,6 +1,6 @@
 #pragma once
 
-/// Scale factors along the three axes; 1.0 leaves a length as it is.
+/// A scale in three dimensions, (1.0, 1.0, 1.0) unless said otherwise.
 struct KzGeScale3d {
     double sx = 1.0;
     double sy = 1.0;

@@ -8,11 +8,10 @@ class KzDbObject;
 /// Hears what happens to the objects whose reactors it was added to.
 ///
 /// A reactor may add and remove reactors of the object that it is told about; it opens no objects and changes
-/// no drawing. An operation without a comment tells what its name says. The order of the operations is part
-/// of the host's interface.
+/// no drawing. The order of the operations is part of the host's interface; those without a comment keep
+/// their slots here and are not sent.
 class KzDbObjectReactor : public KzRxObject {
 public:
-    /// An opening for write ended without a change.
     virtual void cancelled(const KzDbObject*) {}
     /// `copy` was made of the object; it has no owner and no reactors yet.
     virtual void copied(const KzDbObject* /*object*/, const KzDbObject* /*copy*/) {}
@@ -20,16 +19,15 @@ public:
     virtual void erased(const KzDbObject*, bool /*isErasing*/) {}
     /// The object leaves memory: its id is not valid afterwards. The last chance to leave it.
     virtual void goodbye(const KzDbObject*) {}
-    /// The object is opened for write and about to be changed; once per edit, before the change.
-    virtual void openedForModify(const KzDbObject*) {}
+    /// An edit is about to change the object: once per edit, before the change.
+    virtual void aboutToChange(const KzDbObject*) {}
     /// The object was changed.
     virtual void modified(const KzDbObject*) {}
-    /// An object inside the object was changed.
     virtual void subObjModified(const KzDbObject*, const KzDbObject* /*subObject*/) {}
     virtual void modifyUndone(const KzDbObject*) {}
     virtual void modifiedXData(const KzDbObject*) {}
     virtual void unappended(const KzDbObject*) {}
     virtual void reappended(const KzDbObject*) {}
-    /// The last opening of an object for write ended.
+    /// The object was closed after somebody had opened it for write.
     virtual void objectClosed(KzDbObjectId) {}
 };

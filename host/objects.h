@@ -10,12 +10,11 @@ class KzDbObjectReactor;
 
 namespace KzDb {
 
-/// How an object is opened. Any number of readers and notifiers share an object; a writer shares it with
-/// nobody.
+/// How a module opens an object. Any number of openings share an object; while it is being edited, or held
+/// open for write, nobody else can open it.
 enum class OpenMode : std::int32_t {
     forRead = 0,
-    forWrite = 1,
-    forNotify = 2, ///< to change its reactors, and nothing else
+    forNotify = 2, ///< to change its reactors
 };
 
 } // namespace KzDb
@@ -35,8 +34,8 @@ public:
     virtual Orvo::ErrorStatus close() = 0;
 
     /// Adds a reactor, which is borrowed and must be removed before it is destroyed. One that is there
-    /// already stays there once. The object must be open for notify or write, or be the subject of a
-    /// notification; otherwise nothing happens.
+    /// already stays there once. The object must be open for notify, or be the subject of a notification;
+    /// otherwise nothing happens.
     virtual void addReactor(KzDbObjectReactor* reactor) const = 0;
 
     /// Removes a reactor; one that is not there is no error. Conditions as for `addReactor`; allowed from
@@ -48,8 +47,7 @@ public:
 /// otherwise it is null. Costs one look-up in a table.
 ///
 /// Statuses: `invalidObjectId` for an id that is not valid, `wasErased` for an erased object unless
-/// `openErased`, `wrongClass`, `heldOpenForWrite`, and `heldOpenForRead` when opening for write what others
-/// have open.
+/// `openErased`, `wrongClass`, `heldOpenForWrite`, and `openedTooOften`.
 KZHOST_API Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
                                                 const KzRxClass* expected, bool openErased);
 

@@ -20,15 +20,15 @@ public:
     /// caller.
     [[nodiscard]] KZHOST_API KzRxObject* queryX(const KzRxClass* protocol) const;
 
-    // The order of these operations is part of the host's interface.
+    // The order of these operations is part of the host's interface. The module overrides the destructor and
+    // leaves the others as they are.
     virtual ~KzRxObject() = default;
     [[nodiscard]] virtual KzRxClass* isA() const { return desc(); }
-    /// A copy owned by the caller; null when the object cannot be copied.
     [[nodiscard]] virtual KzRxObject* clone() const { return nullptr; }
     virtual bool copyFrom(const KzRxObject*) { return false; }
     [[nodiscard]] virtual bool isEqualTo(const KzRxObject* other) const { return this == other; }
     [[nodiscard]] virtual int comparedTo(const KzRxObject* other) const { return this == other ? 0 : -1; }
-    /// What `queryX` asks of the object itself before it asks the class.
+    /// What `queryX` asks of the object itself.
     [[nodiscard]] virtual KzRxObject* subQueryX(const KzRxClass*) const { return nullptr; }
 };
 

@@ -8,6 +8,6 @@ KZHOST_API bool kzrxRegisterService(const char16_t* name);
 /// Whether a service of that name is in the service dictionary.
 [[nodiscard]] KZHOST_API bool kzrxServiceIsRegistered(const char16_t* name);
 
-/// Declares a module able to serve several documents at once. `moduleToken` is the packet that came with the
-/// module's load message. True unless the token is null.
+/// Declares a module MDI-aware. `moduleToken` is the packet that came with the module's load message. True
+/// unless the token is null.
 KZHOST_API bool kzrxRegisterAppMDIAware(void* moduleToken);

@@ -2,7 +2,7 @@
 
 #include "host/block_table.h"
 
-/// Questions about the well-known entries of a drawing's tables.
+/// The host's services object with the one question that the module asks of it.
 namespace KzDbSymbolUtilities {
 
 class Services {
@@ -12,8 +12,8 @@ public:
     Services& operator=(const Services&) = delete;
     virtual ~Services() = default;
 
-    /// The model-space record of a drawing; null for a null drawing or one that has none.
-    [[nodiscard]] virtual KzDbObjectId blockModelSpaceId(const KzDbDatabase* database) const = 0;
+    /// The id that is taken as a drawing's model-space record; null for a null drawing or one that has none.
+    [[nodiscard]] virtual KzDbObjectId modelSpaceRecordId(const KzDbDatabase* database) const = 0;
 };
 
 /// The one services object; it lives as long as the process.

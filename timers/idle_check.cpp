@@ -16,12 +16,12 @@ std::uint32_t idleCheckNumber = 0;
 /// Whether the host waits for the user and for nothing else.
 bool isDocumentIdle(const KzDxDocument& record) {
     const KzApDocument* const document = record.document();
-    if (document == nullptr || !document->isQuiescent()) return false;
+    if (document == nullptr || !document->isReady()) return false;
     const KzAp::DocLockMode mode = document->lockMode(false);
-    if (mode != KzAp::DocLockMode::notLocked && mode != KzAp::DocLockMode::none) return false;
+    if (mode != KzAp::DocLockMode{2} && mode != KzAp::DocLockMode{0}) return false;
     if (kzedCommandActive() != 0) return false;
     const KzApDocManager* const manager = kzDocManagerPtr();
-    if (manager == nullptr || manager->pendingInput(document) != 0) return false;
+    if (manager == nullptr || manager->busy(document) != 0) return false;
     return !KzPlatform::inputIsWaiting();
 }
 
@@ -33,7 +33,7 @@ KzDxDocument* recordOfCurrent(std::uintptr_t parameter) {
     const KzApDocManager* const manager = kzDocManagerPtr();
     KzApDocument* const current = manager == nullptr ? nullptr : manager->currentDocument();
     if (std::bit_cast<std::uintptr_t>(current) != parameter) return nullptr;
-    if (!current->isQuiescent()) return nullptr;
+    if (!current->isReady()) return nullptr;
     KzDxDocument* const record = application->docData(current, false);
     return record != nullptr && record->isEnabled() ? record : nullptr;
 }

@@ -63,7 +63,7 @@ std::string describe(const KzDbBlockReference& reference) {
     const std::unique_ptr<KzDbObjectIterator> each(reference.attributeIterator());
     for (; each != nullptr && !each->done(); each->step(false, true)) {
         const Opened<KzDbAttribute> attribute(each->objectId());
-        if (attribute) text += ", " + utf8(attribute->tag()) + "=" + utf8(attribute->textString());
+        if (attribute) text += ", " + utf8(attribute->tag()) + "=" + utf8(attribute->value());
     }
     return text;
 }

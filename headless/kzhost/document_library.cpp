@@ -19,19 +19,19 @@ int close(Call& call) {
     return 0;
 }
 
-int quiescent(Call& call) {
+int ready(Call& call) {
     KzApDocument* const document = call.document(1);
-    if (call.has(2)) Headless::setQuiescent(document, call.boolean(2, "whether it is at rest (boolean)"));
-    lua_pushboolean(call.state(), Headless::isQuiescent(document) ? 1 : 0);
+    if (call.has(2)) Headless::setReady(document, call.boolean(2, "whether it is ready (boolean)"));
+    lua_pushboolean(call.state(), Headless::isReady(document) ? 1 : 0);
     return 1;
 }
 
-int pending(Call& call) {
+int busy(Call& call) {
     KzApDocument* const document = call.document(1);
     if (call.has(2)) {
-        Headless::setPendingInput(document, static_cast<std::int32_t>(call.number32(2, "a count (integer)")));
+        Headless::setBusy(document, static_cast<std::int32_t>(call.number32(2, "a whole number (integer)")));
     }
-    lua_pushinteger(call.state(), Headless::pendingInput(document));
+    lua_pushinteger(call.state(), Headless::busy(document));
     return 1;
 }
 
@@ -113,7 +113,7 @@ int object(Call& call) {
 }
 
 constexpr Function methods[] = {
-    {"document:close", close},       {"document:quiescent", quiescent},   {"document:pending", pending},
+    {"document:close", close},       {"document:ready", ready},           {"document:busy", busy},
     {"document:lockMode", lockMode}, {"document:block", block},           {"document:find", find},
     {"document:records", records},   {"document:modelSpace", modelSpace}, {"document:attach", attach},
     {"document:object", object},

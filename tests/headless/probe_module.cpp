@@ -45,7 +45,7 @@ int filter(const KzPlatform::Message*) {
 
 void watchModelSpaceOf(KzApDocument* document) {
     const auto* const services = KzDbSymbolUtilities::servicesPtr106();
-    const KzDbObjectId space = services->blockModelSpaceId(document->database());
+    const KzDbObjectId space = services->modelSpaceRecordId(document->database());
     KzDbObject* object = nullptr;
     if (kzdbOpenKzDbObject(object, space, KzDb::OpenMode::forNotify, false) != Orvo::ok) return;
     object->addReactor(&objectProbe);

@@ -37,7 +37,7 @@ public:
     void goodbye(const KzDbObject* object) override {
         write(object->objectId().isValid() ? "goodbye" : "goodbye, invalid");
     }
-    void openedForModify(const KzDbObject*) override { write("opened" + before()); }
+    void aboutToChange(const KzDbObject*) override { write("opened" + before()); }
     void modified(const KzDbObject*) override { write("modified" + before()); }
     void objectClosed(KzDbObjectId) override { write("closed"); }
 

@@ -308,9 +308,9 @@ void UnrulyClients::calmDown() {
     give({Headless::Facility::filter, Headless::Facility::manager, Headless::Facility::iterator,
           Headless::Facility::window});
     Headless::setInputWaiting(false);
-    Headless::setQuiescent(document, true);
-    Headless::setPendingInput(document, 0);
-    Headless::setLockMode(document, KzAp::DocLockMode::notLocked);
+    Headless::setReady(document, true);
+    Headless::setBusy(document, 0);
+    Headless::setLockMode(document, KzAp::DocLockMode{2});
     Headless::setListed(document, true);
 }
 
@@ -325,9 +325,9 @@ void UnrulyClients::disturb(const Action& action) {
     case 0:
         return Headless::setInputWaiting(isDisturbed);
     case 1:
-        return Headless::setQuiescent(document, !isDisturbed);
+        return Headless::setReady(document, !isDisturbed);
     case 2:
-        return Headless::setPendingInput(document, isDisturbed ? 1 : 0);
+        return Headless::setBusy(document, isDisturbed ? 1 : 0);
     case 3:
         return Headless::setLockMode(document, KzAp::DocLockMode{isDisturbed ? 1 : 2});
     case 4:
