@@ -1,10 +1,7 @@
 #pragma once
 
-#include "host/kz_array.h"
+#include "host/id_array.h"
 #include "host/objects.h"
-
-/// A list of object ids, as the host and its modules hand it to each other.
-using KzDbObjectIdArray = KzArray<KzDbObjectId>;
 
 /// One drawing in memory. Known by its address.
 class KzDbDatabase {

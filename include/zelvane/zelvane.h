@@ -2,6 +2,9 @@
 
 /// What "Zelvane.hmx" offers to other modules of the host.
 ///
+/// A client does not link the module. It finds these functions at run time through `KzDxExports` of
+/// `zelvane/client.h`, which has them under the same names.
+///
 /// All functions are called on the host's main thread, have plain C names and never throw. A document is
 /// known by its address, an object by its id; a null pointer gives the failure value, and so does an address
 /// that is no open document's, as far as the host tells which are open. The functions work only while the
@@ -14,8 +17,12 @@
 /// called on the main thread from inside the host's message loop (or from inside `kzdxUpdateBlockGraph`), and
 /// it may do anything: attach and detach callbacks, edit drawings, update graphs, close its own document or
 /// another one, unload the module. Detach callbacks before the library that holds them is closed.
+///
+/// A callback that runs the host's message loop (a dialog, a progress bar) may be called again before it has
+/// returned: an idle check inside it finds what has become due meanwhile. A callback that cannot bear that
+/// keeps a flag while it runs, and returns at once when it finds the flag set.
 
-#include "host/block_table.h"
+#include "host/id_array.h"
 
 #include <cstdint>
 #include <string>
@@ -32,7 +39,9 @@ using KzDxClientCallback = void (*)();
 ///
 /// At each idle check of the document at which at least `interval` milliseconds have passed since the end of
 /// the previous calls (at first: since the first call), every attached callback is called once, in
-/// ascending order of address. The interval of the latest call, attaching or detaching, holds for all
+/// ascending order of address. The interval begins anew when the last of them has returned: until then every
+/// idle check, which only a callback that runs the message loop brings about, calls all of them again. The
+/// interval of the latest call, attaching or detaching, holds for all
 /// callbacks of the document; a change to a value that is negative as a signed number means 0, at every idle
 /// check. A callback attached twice is there once. A callback that is detached while others are being called
 /// is not called any more; one that is attached then is called in the same round when its address lies ahead.

@@ -1,0 +1,7 @@
+#pragma once
+
+#include "host/ids.h"
+#include "host/kz_array.h"
+
+/// A list of object ids, as the host and its modules hand it to each other.
+using KzDbObjectIdArray = KzArray<KzDbObjectId>;
