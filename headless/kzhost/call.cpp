@@ -4,7 +4,6 @@
 #include "headless/session.h"
 #include "headless/unicode.h"
 
-#include <cstring>
 #include <exception>
 #include <optional>
 
@@ -137,9 +136,19 @@ void pushFunction(lua_State* state, const Function& function, int upvalues) {
     lua_pushcclosure(state, dispatch, 1 + upvalues);
 }
 
-const char* shortName(const Function& function) {
-    const char* const separator = std::strpbrk(function.name, ".:");
-    return separator != nullptr ? separator + 1 : function.name;
+const Function* toFunction(lua_State* state, int index) {
+    if (lua_tocfunction(state, index) != dispatch) return nullptr;
+    lua_getupvalue(state, index, 1);
+    const auto* const function = static_cast<const Function*>(lua_touserdata(state, -1));
+    lua_pop(state, 1);
+    return function;
+}
+
+void enter(lua_State* state, std::span<const Function> functions) {
+    for (const Function& each : functions) {
+        pushFunction(state, each);
+        lua_setfield(state, -2, shortName(each));
+    }
 }
 
 Outward* Outward::innermost = nullptr;

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "headless/edits.h"
+#include "headless/kzhost/description.h"
 #include "host/documents.h"
 
 #include <lua.hpp>
 
+#include <span>
 #include <string>
 
 namespace KzHost {
@@ -54,22 +56,14 @@ private:
     const char* function_;
 };
 
-/// A function that scripts call by the last word of its name, for example "document:block". Gives how many
-/// results it has pushed.
-struct Function {
-    const char* name;
-    int (*run)(Call& call);
-};
-
 /// Pushes a function. Further values on the stack become its upvalues from 2 on; `Function` has to stay.
 void pushFunction(lua_State* state, const Function& function, int upvalues = 0);
 
-/// Enters functions under their last words into the table on top of the stack.
-template <std::size_t count>
-void enter(lua_State* state, const Function (&functions)[count]);
+/// The function behind a value; null for one that is none of these.
+[[nodiscard]] const Function* toFunction(lua_State* state, int index);
 
-/// The last word of a function's name.
-[[nodiscard]] const char* shortName(const Function& function);
+/// Enters functions under their last words into the table on top of the stack.
+void enter(lua_State* state, std::span<const Function> functions);
 
 /// Stands around all that a function does in the host, because that may lead to client functions. The first
 /// error of one of them is kept and raised when the function is done.
@@ -92,13 +86,5 @@ private:
     Outward* outer_;
     int kept_ = LUA_NOREF;
 };
-
-template <std::size_t count>
-void enter(lua_State* state, const Function (&functions)[count]) {
-    for (const Function& each : functions) {
-        pushFunction(state, each);
-        lua_setfield(state, -2, shortName(each));
-    }
-}
 
 } // namespace KzHost

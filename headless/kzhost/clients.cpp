@@ -1,11 +1,14 @@
 #include "headless/kzhost/clients.h"
 
+#include "headless/kzhost/libraries.h"
 #include "headless/kzhost/values.h"
 #include "headless/session.h"
+#include "headless/unicode.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -13,7 +16,6 @@ namespace KzHost {
 
 namespace {
 
-constexpr const char* clientKind = "client";
 // The address of this is the key of the table of clients that modules know: sets of them by use, by module.
 constexpr char keptKey = 0;
 
@@ -21,26 +23,28 @@ struct ClientValue {
     std::size_t slot;
 };
 
-/// The Lua function behind each plain function; LUA_NOREF where there is none.
-std::array<int, mostClients>& functions() {
-    static auto functions = [] {
-        std::array<int, mostClients> none{};
-        none.fill(LUA_NOREF);
-        return none;
-    }();
-    return functions;
+/// What stands behind each plain function.
+struct Slot {
+    int function = LUA_NOREF; ///< the Lua function; LUA_NOREF when there is none
+    std::string name;
+};
+
+std::array<Slot, mostClients>& slots() {
+    static std::array<Slot, mostClients> slots;
+    return slots;
 }
 
 // A plain function carries no data, so there is one for each slot.
-template <std::size_t slot>
+template <std::size_t number>
 void callSlot() {
-    const int function = functions()[slot];
-    if (function != LUA_NOREF) Outward::callClient(function);
+    const Slot& slot = slots()[number];
+    if (slot.function != LUA_NOREF) Outward::callClient(slot.function);
 }
 
-template <std::size_t... slots>
-constexpr std::array<ClientFunction, sizeof...(slots)> plainFunctions(std::index_sequence<slots...> /*all*/) {
-    return {callSlot<slots>...};
+template <std::size_t... numbers>
+constexpr std::array<ClientFunction, sizeof...(numbers)>
+plainFunctions(std::index_sequence<numbers...> /*all*/) {
+    return {callSlot<numbers>...};
 }
 
 constexpr auto callbacks = plainFunctions(std::make_index_sequence<mostClients>());
@@ -104,13 +108,22 @@ void freeUnusedSlots(lua_State* state) {
 
 std::size_t freeSlot() {
     std::size_t slot = 0;
-    while (slot < mostClients && functions()[slot] != LUA_NOREF) ++slot;
+    while (slot < mostClients && slots()[slot].function != LUA_NOREF) ++slot;
     return slot;
+}
+
+/// What a client without a name is called by: the line at which the function on top of the stack begins.
+std::string placeOf(lua_State* state) {
+    lua_Debug place{};
+    lua_pushvalue(state, -1);
+    lua_getinfo(state, ">S", &place);
+    return std::string(place.short_src) + ":" + std::to_string(place.linedefined);
 }
 
 int newClient(Call& call) {
     lua_State* const state = call.state();
     call.function(1, "a function");
+    std::string name = call.has(2) ? Headless::toUtf8(call.text(2, "a name (string)")) : std::string();
     std::size_t slot = freeSlot();
     if (slot == mostClients) {
         freeUnusedSlots(state);
@@ -120,48 +133,69 @@ int newClient(Call& call) {
     auto* const value = static_cast<ClientValue*>(lua_newuserdatauv(state, sizeof(ClientValue), 0));
     *value = {slot};
     lua_pushvalue(state, 1);
-    functions()[slot] = luaL_ref(state, LUA_REGISTRYINDEX);
-    luaL_setmetatable(state, clientKind);
+    if (name.empty()) name = placeOf(state);
+    slots()[slot] = {luaL_ref(state, LUA_REGISTRYINDEX), std::move(name)};
+    luaL_setmetatable(state, clientChapter.name);
     return 1;
 }
 
 const ClientValue* toClient(lua_State* state, int index) {
-    return static_cast<ClientValue*>(luaL_testudata(state, index, clientKind));
+    return static_cast<ClientValue*>(luaL_testudata(state, index, clientChapter.name));
 }
 
-int clientField(Call& call, const std::string& key) {
-    if (key != "address") return 0;
+int address(Call& call) {
     const auto address = reinterpret_cast<std::uintptr_t>(clientFunction(call, 1));
     lua_pushinteger(call.state(), static_cast<lua_Integer>(address));
     return 1;
 }
 
 int describeClient(lua_State* state) {
-    lua_pushfstring(state, "client %d", static_cast<int>(toClient(state, 1)->slot));
+    lua_pushfstring(state, "client \"%s\"", slots()[toClient(state, 1)->slot].name.c_str());
     return 1;
 }
 
 int collectClient(lua_State* state) {
-    int& function = functions()[toClient(state, 1)->slot];
-    luaL_unref(state, LUA_REGISTRYINDEX, function);
-    function = LUA_NOREF;
+    Slot& slot = slots()[toClient(state, 1)->slot];
+    luaL_unref(state, LUA_REGISTRYINDEX, slot.function);
+    slot = {};
     return 0;
 }
 
-constexpr Function clientFunctions[] = {{"host.client", newClient}};
+constexpr Function functions[] = {
+    {"host.client", newClient, R"(
+        Makes a client callback: a plain C function of no arguments and no result that calls a Lua function.
+        What the function raises is kept until the module has returned, and is then raised in the script.
+        @param fn fun() what is called
+        @param name? string how the client is called in traces and messages; without it by the line of the
+            function
+        @return client client to be attached with the exports of a module
+        @error all 1024 are in use
+        @example local caller = host.client(function() print("a door was changed") end, "Door")
+        )"},
+};
+
+constexpr Function fields[] = {
+    {"client.address", address, R"(
+        The address of the C function. Modules call their clients in ascending order of addresses.
+        @type integer
+        @example print(client.address)
+        )"},
+};
 
 } // namespace
 
-void enterClientFunction(lua_State* state) {
+extern const Chapter clientsOfHostChapter = {"host", "Clients",
+                                             "Who attaches to a module, and is called by it.", functions};
+extern const Chapter clientChapter = {"client", "A client", "What `host.client` gives.", {}, fields};
+
+void registerClients(lua_State* state) {
     lua_newtable(state);
     lua_rawsetp(state, LUA_REGISTRYINDEX, &keptKey);
-    newKind(state, clientKind, clientField, describeClient);
-    lua_pop(state, 1);
-    luaL_getmetatable(state, clientKind);
+    newKind(state, clientChapter, describeClient);
+    luaL_getmetatable(state, clientChapter.name);
     lua_pushcfunction(state, collectClient);
     lua_setfield(state, -2, "__gc");
     lua_pop(state, 1);
-    enter(state, clientFunctions);
 }
 
 ClientFunction clientFunction(const Call& call, int index) {

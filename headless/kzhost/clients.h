@@ -13,9 +13,6 @@ using ClientFunction = void (*)();
 /// How many clients can be alive at a time.
 inline constexpr std::size_t mostClients = 1024;
 
-/// Enters `host.client` into the table on top of the stack.
-void enterClientFunction(lua_State* state);
-
 /// The client function of a value; null for nil.
 [[nodiscard]] ClientFunction clientFunction(const Call& call, int index);
 

@@ -1,8 +1,11 @@
 #include "headless/kzhost/command_line.h"
 
+#include "headless/kzhost/documentation.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <iostream>
 #include <memory>
 
@@ -24,6 +27,16 @@ public:
     }
 };
 
+/// A flag that prints something instead of running anything.
+void addPrintingFlag(CLI::App& app, const char* name, const char* description,
+                     const std::function<std::string()>& text) {
+    const auto print = [text] {
+        std::cout << text();
+        throw CLI::Success();
+    };
+    app.add_flag_callback(name, print, description);
+}
+
 void addOptions(CLI::App& app, CommandLine& line) {
     app.formatter(std::make_shared<HelpFormatter>());
     app.prefix_command(); // from the script on the words are the script's, dashes and all
@@ -36,6 +49,9 @@ void addOptions(CLI::App& app, CommandLine& line) {
         ->allow_extra_args(false);
     app.add_flag("-i", line.isInteractive, "Goes on with the prompt after -e and SCRIPT");
     app.add_flag("--no-history", line.hasNoHistory, "Neither reads nor writes the history of the prompt");
+    addPrintingFlag(app, "--reference", "Prints the reference page, docs/kzhost.md",
+                    [&app] { return referencePage(app.help()); });
+    addPrintingFlag(app, "--stub", "Prints declarations for the Lua language server", editorStub);
     app.set_version_flag("--version", "kzhost " KZHOST_VERSION);
 }
 

@@ -3,6 +3,8 @@
 #include "headless/kzhost/values.h"
 #include "headless/session.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -176,24 +178,168 @@ int refuse(Call& call) {
     return 0;
 }
 
-constexpr Function functions[] = {
-    {"host.open", open},         {"host.documents", documents}, {"host.current", current},
-    {"host.command", command},   {"host.lock", lock},           {"host.pump", pump},
-    {"host.idle", idle},         {"host.post", post},           {"host.registerMessage", registerMessage},
-    {"host.ticks", ticks},       {"host.advance", advance},     {"host.input", input},
-    {"host.messages", messages}, {"host.services", services},   {"host.filters", filters},
-    {"host.reactors", reactors}, {"host.refuse", refuse},
+// ---- what they say about themselves
+
+constexpr Function documentFunctions[] = {
+    {"host.open", open, R"(
+        Opens a document with an empty drawing (layout records `*Model_Space` and `*Paper_Space`, in this
+        order) and makes it current.
+        @param name string how it is called
+        @param options? {database: boolean} `database = false`: the document has no drawing
+        @return document document the new document
+        @example local garden = host.open("garden")
+        )"},
+    {"host.documents", documents, R"(
+        Lists the open documents, in the order of opening.
+        @return document[] documents the list
+        @example for _, each in ipairs(host.documents()) do print(each.name) end
+        )"},
+    {"host.current", current, R"(
+        Gives the current document, and makes one current before that when it is told to.
+        @param document? document which one becomes current
+        @return document? current nil when none is open
+        @example host.current(house)
+        )"},
+};
+
+constexpr Function commandFunctions[] = {
+    {"host.command", command, R"(
+        Runs a command on the current document: its lock mode is reported as changed for the command, a
+        command is active while the function runs, then the lock mode is reported as changed for `"#" .. name`
+        with no command active. No message is dispatched.
+        @param name string how the command is called
+        @param fn fun() what it does
+        @return any ... what the function gives
+        @error no document is open
+        @example host.command("ERASE", function() placed:erase() end)
+        )"},
+    {"host.lock", lock, R"(
+        Reports one lock-mode change of a document for a command, and does nothing else.
+        @param document document which document
+        @param name? string how the command is called; nil is a null name
+        @example host.lock(house, "#idle")
+        )"},
+};
+
+constexpr Function messageFunctions[] = {
+    {"host.idle", idle, R"(
+        What a host does that comes to rest: reports a lock-mode change of the current document for `#idle`,
+        then does what `host.pump` does.
+        @return count messages how many were dispatched
+        @return count taken how many of them a filter took
+        @error no document is open
+        @example host.idle()
+        )"},
+    {"host.pump", pump, R"(
+        Dispatches queued messages until the queue is empty, also those that are posted meanwhile. Works from
+        inside a callback too.
+        @return count messages how many were dispatched
+        @return count taken how many of them a filter took
+        @example host.pump()
+        )"},
+    {"host.post", post, R"(
+        Queues a message to the main window.
+        @param number integer the message, modulo 2^32
+        @param first? integer|document its first parameter; a document stands for its address; without it 0
+        @param second? integer|document its second parameter, likewise
+        @example host.post(host.registerMessage("hello"), house, 0)
+        )"},
+    {"host.registerMessage", registerMessage, R"(
+        Gives the number of a registered message, and registers it when nobody has yet.
+        @param name string how the message is called
+        @return integer number the same for the same name as long as the process lives
+        @example print(host.registerMessage("hello"))
+        )"},
+    {"host.ticks", ticks, R"(
+        The tick count: an unsigned 32-bit number of milliseconds. It is virtual: it starts at 0 and moves
+        only by this call and `host.advance`.
+        @param value? integer what it is from now on, modulo 2^32
+        @return integer ticks what it is
+        @example print(host.ticks())
+        )"},
+    {"host.advance", advance, R"(
+        Moves the tick count forward, with wrap-around.
+        @param ms integer by how many milliseconds
+        @example host.advance(1000)
+        )"},
+    {"host.input", input, R"(
+        Whether keyboard or mouse input is waiting; at first it is not.
+        @param waiting? boolean what holds from now on
+        @return boolean waiting what holds
+        @example host.input(true)
+        )"},
+};
+
+constexpr Function stateFunctions[] = {
+    {"host.messages", messages, R"(
+        Lists the message boxes shown so far. Nobody has to click them away.
+        @return {text: string, style: integer}[] boxes the list
+        @example for _, box in ipairs(host.messages()) do print(box.text) end
+        )"},
+    {"host.services", services, R"(
+        Lists the names of the registered services, ascending.
+        @return string[] services the list
+        @example print(table.concat(host.services(), ", "))
+        )"},
+    {"host.filters", filters, R"(
+        Counts the registered message filters.
+        @return integer filters how many there are
+        @example print(host.filters())
+        )"},
+    {"host.reactors", reactors, R"(
+        Counts the reactors of the document manager.
+        @return integer reactors how many there are
+        @example print(host.reactors())
+        )"},
+    {"host.refuse", refuse, R"(
+        Makes the host refuse something to modules, or give it again: `"filter"` (registering and removing
+        message filters answers 0), `"manager"` (there is no document manager; reactors that are registered
+        still hear their notifications), `"iterator"` (there is no document iterator) or `"window"` (there is
+        no main window).
+        @param what "filter"|"manager"|"iterator"|"window" what is refused
+        @param refused boolean whether it is
+        @example host.refuse("window", true)
+        )"},
+};
+
+constexpr Chapter hostDocumentsChapter = {"host", "Documents of the host", "", documentFunctions};
+constexpr Chapter commandsChapter = {"host", "Commands", "", commandFunctions};
+constexpr Chapter messagesChapter = {"host", "Messages and the clock", "", messageFunctions};
+constexpr Chapter stateChapter = {"host", "What is shown, registered and refused", "", stateFunctions};
+
+constexpr const Chapter* allChapters[] = {
+    &helpChapter,          &hostDocumentsChapter, &commandsChapter, &messagesChapter, &loadingChapter,
+    &clientsOfHostChapter, &stateChapter,         &moduleChapter,   &documentChapter, &recordChapter,
+    &referenceChapter,     &attributeChapter,     &objectChapter,   &clientChapter,
 };
 
 } // namespace
 
+std::span<const Chapter* const> chapters() {
+    return allChapters;
+}
+
+const Chapter* chapterNamed(std::string_view name) {
+    const auto found = std::find_if(std::begin(allChapters), std::end(allChapters),
+                                    [&](const Chapter* each) { return each->name == name; });
+    return found != std::end(allChapters) ? *found : nullptr;
+}
+
 void openLibraries(lua_State* state, const Setup& setup) {
     registerValues(state);
+    registerClients(state);
+    registerModules(state, setup);
     lua_newtable(state);
-    enter(state, functions);
-    enterClientFunction(state);
-    enterModuleFunctions(state, setup);
-    lua_setglobal(state, "host");
+    lua_setglobal(state, hostTable);
+    for (const Chapter* const each : allChapters) {
+        if (each->name != std::string_view(hostTable)) continue;
+        lua_getglobal(state, hostTable);
+        enter(state, each->functions);
+        lua_pop(state, 1);
+    }
+    lua_pushglobaltable(state);
+    enter(state, helpChapter.functions);
+    lua_pop(state, 1);
 }
 
 } // namespace KzHost

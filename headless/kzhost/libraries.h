@@ -2,7 +2,9 @@
 
 #include "headless/kzhost/call.h"
 
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace KzHost {
 
@@ -12,18 +14,35 @@ struct Setup {
     std::string program;    ///< the folder in which libraries are looked for first unless told otherwise
 };
 
-/// Makes the table `host` and everything that it hands out known to a new state. `setup` has to stay.
+/// Makes the tables and functions, and everything that they hand out, known to a new state. `setup` has to
+/// stay.
 void openLibraries(lua_State* state, const Setup& setup);
 
-// ---- one for each kind of value
+/// All that scripts can reach, in the order of the reference page. What is in no chapter cannot be reached,
+/// so nothing is without its description.
+[[nodiscard]] std::span<const Chapter* const> chapters();
+/// The first chapter about a table or kind of values of that name; null when there is none.
+[[nodiscard]] const Chapter* chapterNamed(std::string_view name);
 
-void enterDocumentMethods(lua_State* state);
-int documentField(Call& call, const std::string& key);
+/// The name of the table of the host's functions.
+inline constexpr const char* hostTable = "host";
 
-void enterObjectMethods(lua_State* state, Headless::Kind kind);
-int objectField(Call& call, const std::string& key);
+// ---- the chapters, each beside its functions
 
-/// Enters `host.load`, `host.unload` into the table on top of the stack.
-void enterModuleFunctions(lua_State* state, const Setup& setup);
+extern const Chapter helpChapter;
+extern const Chapter loadingChapter;
+extern const Chapter clientsOfHostChapter;
+extern const Chapter moduleChapter;
+extern const Chapter documentChapter;
+extern const Chapter recordChapter;
+extern const Chapter referenceChapter;
+extern const Chapter attributeChapter;
+extern const Chapter objectChapter;
+extern const Chapter clientChapter;
+
+// ---- what a new state has to know of them
+
+void registerClients(lua_State* state);
+void registerModules(lua_State* state, const Setup& setup);
 
 } // namespace KzHost

@@ -18,7 +18,8 @@ using Headless::ModuleId;
 
 namespace {
 
-constexpr const char* moduleKind = "module";
+// The address of this is the key of the setup.
+constexpr char setupKey = 0;
 
 struct ModuleValue {
     ModuleId id;
@@ -202,23 +203,91 @@ int readLegacyTemplate(Call& call) {
 }
 
 constexpr Function exports[] = {
-    {"module.kzdxDocTimerAttach", docTimerAttach},
-    {"module.kzdxBlockReferenceMonitorAttach", monitorAttach},
-    {"module.kzdxBlockReferenceMonitorDetach", monitorDetach},
-    {"module.kzdxUpdateBlockGraph", updateBlockGraph},
-    {"module.kzdxGetBlockRecordIdsOfKzDbTables", tableRecordIds},
-    {"module.kzdxGetKzDbTableIds", tableIds},
-    {"module.kzdxReadLegacyBlkTemplate", readLegacyTemplate},
+    {"module.kzdxDocTimerAttach", docTimerAttach, R"(
+        Calls the client when the document is idle, at most once per interval. The interval of the latest call
+        holds for all clients of the document.
+        @param document document? which document
+        @param client client? who is called
+        @param interval integer milliseconds, modulo 2^32
+        @param attach integer 1 attaches, 0 detaches
+        @return integer result 1; 0 for nil or a document without a drawing
+        @example zelvane.kzdxDocTimerAttach(house, client, 1000, 1)
+        )"},
+    {"module.kzdxBlockReferenceMonitorAttach", monitorAttach, R"(
+        Calls the client once, when the document is idle after edits, when one of the blocks was changed or
+        lies, at any depth, inside a block that was.
+        @param document document? which document
+        @param ids (integer|object)[]? the blocks
+        @param client client? who is called
+        @return integer result 1; 0 for nil, an empty list or a document without a drawing
+        @example zelvane.kzdxBlockReferenceMonitorAttach(house, {door}, client)
+        )"},
+    {"module.kzdxBlockReferenceMonitorDetach", monitorDetach, R"(
+        Takes the client off all blocks of the document.
+        @param document document? which document
+        @param client client? who is called no more
+        @example zelvane.kzdxBlockReferenceMonitorDetach(house, client)
+        )"},
+    {"module.kzdxUpdateBlockGraph", updateBlockGraph, R"(
+        Works edits off now instead of when the document is idle.
+        @param document document? which document
+        @param force boolean|integer also when nothing was edited
+        @param notify boolean|integer calls the clients before it returns
+        @return integer result 1 when the document has a block graph, else 0
+        @example zelvane.kzdxUpdateBlockGraph(house, false, true)
+        )"},
+    {"module.kzdxGetBlockRecordIdsOfKzDbTables", tableRecordIds, R"(
+        Finds the block records that belong to tables.
+        @param document document? which document
+        @param ids? (integer|object)[] what the array holds before; it stays in front
+        @return integer result 1; 0 for nil or a document without a drawing
+        @return integer[] ids what the array holds after it
+        @example print(zelvane.kzdxGetBlockRecordIdsOfKzDbTables(house))
+        )"},
+    {"module.kzdxGetKzDbTableIds", tableIds, R"(
+        Finds the tables: the references of the records that belong to tables.
+        @param document document? which document
+        @param ids? (integer|object)[] what the array holds before; it stays in front
+        @return integer result 1; 0 for nil or a document without a drawing
+        @return integer[] ids what the array holds after it
+        @example print(zelvane.kzdxGetKzDbTableIds(house))
+        )"},
+    {"module.kzdxReadLegacyBlkTemplate", readLegacyTemplate, R"(
+        Reads the names that a legacy template file selects. The lists come back empty when it cannot be read.
+        @param path string the file
+        @param blocks? string[] what the list of blocks holds before
+        @param attributes? string[] what the list of attributes holds before
+        @return string[] blocks names of the selected blocks
+        @return string[] attributes names of the attributes selected in them
+        @example print(zelvane.kzdxReadLegacyBlkTemplate("doors.tpl"))
+        )"},
 };
 
-// ---- the module as a value: its exports and fields lie in a table that belongs to it
+// ---- the module as a value: its exports and its path lie in a table that belongs to it
 
-int moduleField(Call& call, const std::string& key) {
-    lua_State* const state = call.state();
-    lua_getiuservalue(state, 1, 1);
-    lua_getfield(state, -1, key.c_str());
+int apiVersion(Call& call) {
+    lua_pushinteger(call.state(), KzRx::apiVersion);
     return 1;
 }
+
+int path(Call& call) {
+    lua_getiuservalue(call.state(), 1, 1);
+    lua_getfield(call.state(), -1, "path");
+    return 1;
+}
+
+constexpr Function fields[] = {
+    {"module.apiVersion", apiVersion, R"(
+        The version of the interface that it was built for.
+        @type integer
+        @example print(("0x%x"):format(zelvane.apiVersion))
+        )"},
+    {"module.path", path, R"(
+        The file that it was loaded from.
+        @type string
+        @example print(zelvane.path)
+        )"},
+};
 
 int describeModule(lua_State* state) {
     lua_getiuservalue(state, 1, 1);
@@ -230,22 +299,23 @@ int describeModule(lua_State* state) {
 void pushModule(lua_State* state, ModuleId id, const std::string& path) {
     auto* const value = static_cast<ModuleValue*>(lua_newuserdatauv(state, sizeof(ModuleValue), 1));
     *value = {id};
-    luaL_setmetatable(state, moduleKind);
+    luaL_setmetatable(state, moduleChapter.name);
     lua_newtable(state);
     for (const Function& each : exports) {
         lua_pushinteger(state, static_cast<lua_Integer>(id));
         pushFunction(state, each, 1);
         lua_setfield(state, -2, shortName(each));
     }
-    lua_pushinteger(state, KzRx::apiVersion);
-    lua_setfield(state, -2, "apiVersion");
     lua_pushlstring(state, path.data(), path.size());
     lua_setfield(state, -2, "path");
     lua_setiuservalue(state, -2, 1);
 }
 
 const Setup& setupOf(const Call& call) {
-    return *static_cast<const Setup*>(lua_touserdata(call.state(), lua_upvalueindex(2)));
+    lua_rawgetp(call.state(), LUA_REGISTRYINDEX, &setupKey);
+    const auto* const setup = static_cast<const Setup*>(lua_touserdata(call.state(), -1));
+    lua_pop(call.state(), 1);
+    return *setup;
 }
 
 /// Says why a load failed, so that it is seen also when the script does not look, and pushes what the script
@@ -285,7 +355,8 @@ int load(Call& call) {
 int unload(Call& call) {
     ModuleId id = Headless::lastModule();
     if (call.has(1)) {
-        const auto* const value = static_cast<ModuleValue*>(luaL_testudata(call.state(), 1, moduleKind));
+        const auto* const value =
+            static_cast<ModuleValue*>(luaL_testudata(call.state(), 1, moduleChapter.name));
         if (value == nullptr) call.expected(1, "a module");
         id = value->id;
     }
@@ -295,19 +366,47 @@ int unload(Call& call) {
     return giveResult(call, *answer);
 }
 
-constexpr Function loadFunction = {"host.load", load};
-constexpr Function unloadFunction = {"host.unload", unload};
+constexpr Function functions[] = {
+    {"host.load", load, R"(
+        Loads an extension module: opens the library, checks that it was built for this version of the
+        interface and calls its entry point with message 1. One that does not answer 0 is closed again at
+        once. Several can be loaded. When it cannot be loaded, a line on standard error says why.
+        @param path? string the library; without it `Zelvane.hmx` beside `kzhost`, or what `--module` says. A
+            bare file name means the working folder, then the folder of `kzhost`
+        @param resources? string the folder in which libraries loaded by bare name are looked for first;
+            without it that of `kzhost`
+        @return module? module nil when it is not loaded
+        @return integer|string? result why it is not loaded: what it answered, or words when it was not asked
+        @example local zelvane = assert(host.load())
+        )"},
+    {"host.unload", unload, R"(
+        Calls the module's entry point with message 2 and closes the library. From inside a call into a module
+        the library is closed when the last such call has returned. A filter that it left registered is
+        dropped before.
+        @param module? module which one; without it the one loaded last
+        @return integer result what it answered; 0 when it was not loaded
+        @error an object is held open; then nothing is unloaded
+        @example print(host.unload())
+        )"},
+};
 
 } // namespace
 
-void enterModuleFunctions(lua_State* state, const Setup& setup) {
-    newKind(state, moduleKind, moduleField, describeModule);
-    lua_pop(state, 1);
+extern const Chapter loadingChapter = {
+    "host", "Modules",
+    "Any extension module can be loaded; the exports that are offered are those of `Zelvane.hmx`.",
+    functions};
+extern const Chapter moduleChapter = {
+    "module", "What a module exports",
+    "What `host.load` gives. The exports are called with a dot. Documents, records, ids and clients go in as "
+    "the "
+    "values of this page, nil is a null pointer, results come back as integers.",
+    exports, fields};
+
+void registerModules(lua_State* state, const Setup& setup) {
     lua_pushlightuserdata(state, const_cast<Setup*>(&setup));
-    pushFunction(state, loadFunction, 1);
-    lua_setfield(state, -2, shortName(loadFunction));
-    pushFunction(state, unloadFunction);
-    lua_setfield(state, -2, shortName(unloadFunction));
+    lua_rawsetp(state, LUA_REGISTRYINDEX, &setupKey);
+    newKind(state, moduleChapter, describeModule);
 }
 
 } // namespace KzHost

@@ -157,56 +157,224 @@ int goodbye(Call& call) {
     return done(call, Headless::goodbye(call.object(1).id));
 }
 
+// ---- fields
+
+/// Known for ever, whatever became of the object.
+int id(Call& call) {
+    const ObjectValue* const value = toObject(call.state(), 1, Kind::none);
+    lua_pushinteger(call.state(), static_cast<lua_Integer>(value->id.value()));
+    return 1;
+}
+
+int recordName(Call& call) {
+    pushText(call.state(), Headless::recordName(call.object(1).id));
+    return 1;
+}
+
+int block(Call& call) {
+    return give(call, Headless::blockOf(call.object(1).id));
+}
+
+int owner(Call& call) {
+    return give(call, Headless::ownerOf(call.object(1).id));
+}
+
+int attributeText(Call& call) {
+    pushText(call.state(), Headless::attributeText(call.object(1).id));
+    return 1;
+}
+
+// ---- what they say about themselves
+
+constexpr Function objectFields[] = {
+    {"object.id", id, R"(
+        The number that names the object. Ids are unique in the process, ascend in the order of creation and
+        are never used again. It stays readable when the object has gone.
+        @type integer
+        @example print(door.id)
+        )"},
+};
+
 constexpr Function objectMethods[] = {
-    {"object:touch", touch},       {"object:erase", erase}, {"object:erased", erased},
-    {"object:reactors", reactors}, {"object:open", open},   {"object:close", close},
+    {"object:touch", touch, R"(
+        Opens the object for write and closes it: an edit that changes nothing.
+        @error it is erased or held open
+        @example door:touch()
+        )"},
+    {"object:erase", erase, R"(
+        Erases the object, or takes its erasure back. An erased record keeps its references, those that insert
+        it and those placed in it; an erased reference moves from its block's live references to the erased
+        ones. No edit is made when it is in that state already.
+        @param erasing? boolean false takes the erasure back
+        @error it is held open
+        @example placed:erase()
+        )"},
+    {"object:erased", erased, R"(
+        Tells whether the object itself is erased. One that has left memory is not.
+        @return boolean erased whether it is
+        @example print(door:erased())
+        )"},
+    {"object:reactors", reactors, R"(
+        Counts the reactors of the object. One that was added twice is there once.
+        @return integer reactors how many there are
+        @example print(door:reactors())
+        )"},
+    {"object:open", open, R"(
+        Opens the object for write and holds it, as a user does who is in the middle of something. Its
+        reactors hear at once that it is about to change. Until `object:close` every other opening of it
+        fails, and so does an edit.
+        @error it is erased or open already
+        @example door:open()
+        )"},
+    {"object:close", close, R"(
+        Lets go of an object that is held open. Its reactors hear that it was closed.
+        @error it is not held open
+        @example door:open() door:close()
+        )"},
+};
+
+constexpr Function recordFields[] = {
+    {"record.name", recordName, R"(
+        How the record is called.
+        @type string
+        @example print(door.name)
+        )"},
 };
 
 constexpr Function recordMethods[] = {
-    {"record:insert", insert},       {"record:references", references}, {"record:enhance", enhance},
-    {"record:represent", represent}, {"record:rename", rename},
+    {"record:insert", insert, R"(
+        Places a new reference of a block in this record, by an edit of this record. A block may be placed
+        anywhere in its drawing, in itself too.
+        @param block record what is placed
+        @param attributes? table<string, string> the texts of its attributes by tag, made in ascending order
+            of tags
+        @return reference reference the new reference
+        @error the block or the record is erased; they lie in different drawings
+        @example room:insert(door, {NUMBER = "1.18"})
+        )"},
+    {"record:references", references, R"(
+        Lists the references that insert this record, in order of creation.
+        @param erased? boolean true lists the erased ones instead of the live ones
+        @return reference[] references the list
+        @example print(#door:references())
+        )"},
+    {"record:enhance", enhance, R"(
+        Makes the record an enhanced block: gives it an evaluation graph under the host's key for them. One
+        that has it keeps it, which is an edit all the same.
+        @example door:enhance()
+        )"},
+    {"record:represent", represent, R"(
+        Makes a record a representation of this enhanced block. All references that insert it, whenever they
+        were made, lead back to this record. Whether it is anonymous does not change.
+        @param record? record the representation; without it a new anonymous record, called `*U1`, `*U2` and
+            so on
+        @return record representation the representation
+        @error this record is not enhanced; the other one represents a block already
+        @example door:enhance() door:represent()
+        )"},
+    {"record:rename", rename, R"(
+        Gives the record another name. Whether it is anonymous does not change.
+        @param name string how it is called from now on
+        @error another record of the drawing has the name, be it an erased one
+        @example door:rename("Gate")
+        )"},
+};
+
+constexpr Function referenceFields[] = {
+    {"reference.block", block, R"(
+        The record that is placed.
+        @type record
+        @example print(placed.block.name)
+        )"},
+    {"reference.owner", owner, R"(
+        The record in which it is placed.
+        @type record
+        @example print(placed.owner.name)
+        )"},
 };
 
 constexpr Function referenceMethods[] = {
-    {"reference:get", get},         {"reference:set", set},
-    {"reference:add", add},         {"reference:attribute", attribute},
-    {"reference:move", move},       {"reference:copy", copy},
-    {"reference:goodbye", goodbye},
+    {"reference:get", get, R"(
+        Gives the text of an attribute.
+        @param tag string which attribute
+        @return string? text nil when there is none of that tag that is not erased
+        @example print(placed:get("NUMBER"))
+        )"},
+    {"reference:set", set, R"(
+        Changes the text of an attribute: an edit of the attribute alone.
+        @param tag string which attribute
+        @param text string what it says from now on
+        @error there is no attribute of that tag, or it is erased
+        @example placed:set("NUMBER", "1.19")
+        )"},
+    {"reference:add", add, R"(
+        Adds an attribute, by an edit of the reference.
+        @param tag string which attribute
+        @param text string what it says
+        @return attribute attribute the new attribute
+        @example placed:add("COLOUR", "green")
+        )"},
+    {"reference:attribute", attribute, R"(
+        Gives an attribute as an object.
+        @param tag string which attribute
+        @return attribute? attribute the first live one of that tag, else the first erased one
+        @example placed:attribute("NUMBER"):touch()
+        )"},
+    {"reference:move", move, R"(
+        Moves the reference into another record: an edit of the reference, of the record that it leaves and of
+        the one that it enters.
+        @param record record where to
+        @error they lie in different drawings
+        @example placed:move(house:modelSpace())
+        )"},
+    {"reference:copy", copy, R"(
+        Copies the reference with its attributes that are not erased. Its reactors hear of the copy before
+        that is placed, which edits the record that takes it.
+        @param record? record where to; without it into the same record
+        @return reference copy the copy, which has no reactors
+        @example placed:copy()
+        )"},
+    {"reference:goodbye", goodbye, R"(
+        Lets the reference leave memory, its attributes before it. Their reactors hear it say goodbye. Its id
+        is not valid afterwards, and no list reports it any more.
+        @example placed:goodbye()
+        )"},
 };
 
-constexpr Function attributeMethods[] = {{"attribute:goodbye", goodbye}};
+constexpr Function attributeFields[] = {
+    {"attribute.owner", owner, R"(
+        The reference that it belongs to.
+        @type reference
+        @example print(number.owner == placed)
+        )"},
+    {"attribute.text", attributeText, R"(
+        What it says.
+        @type string
+        @example print(number.text)
+        )"},
+};
+
+constexpr Function attributeMethods[] = {
+    {"attribute:goodbye", goodbye, R"(
+        Lets the attribute leave memory. Its reactors hear it say goodbye, and its id is not valid afterwards.
+        @example number:goodbye()
+        )"},
+};
 
 } // namespace
 
-void enterObjectMethods(lua_State* state, Kind kind) {
-    enter(state, objectMethods);
-    if (kind == Kind::record) enter(state, recordMethods);
-    if (kind == Kind::reference) enter(state, referenceMethods);
-    if (kind == Kind::attribute) enter(state, attributeMethods);
-}
-
-int objectField(Call& call, const std::string& key) {
-    lua_State* const state = call.state();
-    if (key == "id") { // known for ever, whatever became of the object
-        const ObjectValue* const value = toObject(state, 1, Kind::none);
-        lua_pushinteger(state, static_cast<lua_Integer>(value->id.value()));
-        return 1;
-    }
-    const bool isRecord = toObject(state, 1, Kind::record) != nullptr;
-    const bool isReference = toObject(state, 1, Kind::reference) != nullptr;
-    const bool isAttribute = toObject(state, 1, Kind::attribute) != nullptr;
-    if (key == "name" && isRecord) {
-        pushText(state, Headless::recordName(call.object(1).id));
-    } else if (key == "block" && isReference) {
-        return give(call, Headless::blockOf(call.object(1).id));
-    } else if (key == "owner" && (isReference || isAttribute)) {
-        return give(call, Headless::ownerOf(call.object(1).id));
-    } else if (key == "text" && isAttribute) {
-        pushText(state, Headless::attributeText(call.object(1).id));
-    } else {
-        return 0;
-    }
-    return 1;
-}
+extern const Chapter objectChapter = {"object", "Objects",
+                                      "What records, references and attributes have in common. An edit of an "
+                                      "erased object, or across drawings, is an "
+                                      "error.",
+                                      objectMethods, objectFields};
+extern const Chapter recordChapter = {
+    "record",      "Records",    "Block table records: the blocks of a drawing.",
+    recordMethods, recordFields, &objectChapter};
+extern const Chapter referenceChapter = {"reference",      "References",    "A block, placed in a record.",
+                                         referenceMethods, referenceFields, &objectChapter};
+extern const Chapter attributeChapter = {
+    "attribute",      "Attributes",    "A text under a tag, which belongs to a reference.",
+    attributeMethods, attributeFields, &objectChapter};
 
 } // namespace KzHost

@@ -1,5 +1,7 @@
 #include "headless/kzhost/prompt.h"
 
+#include "headless/kzhost/values.h"
+
 #include <editline/readline.h>
 
 #include <algorithm>
@@ -71,11 +73,6 @@ std::string readableAt(lua_State* state, int index, int depth) {
 
 // ---- completing
 
-/// Pushes the table of the methods of a value's kind; false, with nothing pushed, when it has none.
-bool pushMethods(lua_State* state, int index) {
-    return luaL_getmetafield(state, index, "methods") != LUA_TNIL;
-}
-
 /// Replaces the table on top of the stack by its entry of that name. Metamethods are left alone: nothing runs
 /// because somebody asks for completions.
 void stepInto(lua_State* state, const std::string& name) {
@@ -88,7 +85,7 @@ void stepInto(lua_State* state, const std::string& name) {
     lua_remove(state, -2);
 }
 
-/// Pushes what a chain of names ("host", "a.b") stands for; the methods of a kind for its name.
+/// Pushes what a chain of names ("host", "a.b") stands for.
 void pushOwner(lua_State* state, const std::string& chain) {
     lua_pushglobaltable(state);
     std::size_t begin = 0;
@@ -97,19 +94,18 @@ void pushOwner(lua_State* state, const std::string& chain) {
         stepInto(state, chain.substr(begin, end - begin));
         begin = end + 1;
     }
-    if (!lua_isnil(state, -1)) return;
-    lua_pop(state, 1);
-    if (luaL_getmetatable(state, chain.c_str()) == LUA_TTABLE) stepInto(state, "methods");
 }
 
-/// The names that the value on top of the stack knows: of a value of the host those of its kind and its own.
+/// The names of the methods and fields of a kind of values.
+void collectNames(const Chapter& chapter, std::set<std::string>& names) {
+    for (const Function& each : chapter.functions) names.insert(shortName(each));
+    for (const Function& each : chapter.fields) names.insert(shortName(each));
+    if (chapter.base != nullptr) collectNames(*chapter.base, names);
+}
+
+/// The names that the value on top of the stack knows.
 void collectNames(lua_State* state, std::set<std::string>& names) {
-    if (lua_isuserdata(state, -1)) {
-        if (lua_getiuservalue(state, -1, 1) != LUA_TNONE) collectNames(state, names);
-        lua_pop(state, 1);
-        if (!pushMethods(state, -1)) return;
-        lua_remove(state, -2);
-    }
+    if (const Chapter* const chapter = chapterOfValue(state, -1)) return collectNames(*chapter, names);
     if (!lua_istable(state, -1)) return;
     for (lua_pushnil(state); lua_next(state, -2) != 0; lua_pop(state, 1)) {
         if (lua_type(state, -2) == LUA_TSTRING) names.insert(lua_tostring(state, -2));
@@ -206,7 +202,8 @@ std::vector<std::string> completions(lua_State* state, const std::string& word) 
     const int top = lua_gettop(state);
     std::set<std::string> names;
     pushOwner(state, owner);
-    collectNames(state, names);
+    const Chapter* const kind = lua_isnil(state, -1) ? chapterNamed(owner) : nullptr;
+    kind != nullptr ? collectNames(*kind, names) : collectNames(state, names);
     lua_settop(state, top);
     std::vector<std::string> result;
     for (const std::string& name : names) {

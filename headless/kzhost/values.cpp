@@ -13,20 +13,19 @@ using Headless::Kind;
 
 namespace {
 
-constexpr const char* documentKind = "document";
 // The address of this is the key of the table of values that exist already.
 constexpr char valuesKey = 0;
 
-const char* metatableOf(Kind kind) {
+const Chapter& chapterOf(Kind kind) {
     switch (kind) {
     case Kind::record:
-        return "record";
+        return recordChapter;
     case Kind::reference:
-        return "reference";
+        return referenceChapter;
     case Kind::attribute:
-        return "attribute";
+        return attributeChapter;
     default:
-        return "object";
+        return objectChapter;
     }
 }
 
@@ -86,38 +85,55 @@ int describeObjectValue(lua_State* state) {
     return 1;
 }
 
-/// Looks a name up among the methods, then among the fields that a function computes.
+/// The field of that name; null when there is none.
+const Function* findField(const Chapter& chapter, std::string_view name) {
+    for (const Function& each : chapter.fields) {
+        if (name == shortName(each)) return &each;
+    }
+    return chapter.base != nullptr ? findField(*chapter.base, name) : nullptr;
+}
+
+/// Looks a name up in the value's own table when it has one, among the methods, and among the fields, which
+/// are computed.
 int index(lua_State* state) {
+    if (lua_type(state, 2) != LUA_TSTRING) return 0;
+    if (lua_getiuservalue(state, 1, 1) == LUA_TTABLE) {
+        lua_pushvalue(state, 2);
+        if (lua_rawget(state, -2) != LUA_TNIL) return 1;
+    }
     lua_pushvalue(state, 2);
     if (lua_rawget(state, lua_upvalueindex(1)) != LUA_TNIL) return 1;
-    const auto* const kind = static_cast<const char*>(lua_touserdata(state, lua_upvalueindex(2)));
-    const auto field =
-        reinterpret_cast<int (*)(Call&, const std::string&)>(lua_touserdata(state, lua_upvalueindex(3)));
-    if (lua_type(state, 2) != LUA_TSTRING) return 0;
-    const std::string key = lua_tostring(state, 2);
-    const std::string name = std::string(kind) + "." + key;
-    Call call(state, name.c_str());
-    return field(call, key);
+    const auto& chapter = *static_cast<const Chapter*>(lua_touserdata(state, lua_upvalueindex(2)));
+    const Function* const field = findField(chapter, lua_tostring(state, 2));
+    if (field == nullptr) return 0;
+    Call call(state, field->name);
+    return field->run(call);
 }
 
 } // namespace
 
-void newKind(lua_State* state, const char* name, int (*field)(Call& call, const std::string& key),
-             int (*describe)(lua_State* state)) {
-    luaL_newmetatable(state, name);
+void newKind(lua_State* state, const Chapter& chapter, int (*describe)(lua_State*)) {
+    luaL_newmetatable(state, chapter.name);
     lua_newtable(state);
-    lua_pushvalue(state, -1);
-    lua_pushlightuserdata(state, const_cast<char*>(name));
-    lua_pushlightuserdata(state, reinterpret_cast<void*>(field));
-    lua_pushcclosure(state, index, 3);
-    lua_setfield(state, -3, "__index");
+    if (chapter.base != nullptr) enter(state, chapter.base->functions);
+    enter(state, chapter.functions);
+    lua_pushlightuserdata(state, const_cast<Chapter*>(&chapter));
+    lua_pushcclosure(state, index, 2);
+    lua_setfield(state, -2, "__index");
     lua_pushcfunction(state, describe);
-    lua_setfield(state, -3, "__tostring");
+    lua_setfield(state, -2, "__tostring");
     lua_pushboolean(state, 0); // scripts cannot take the metatable apart
-    lua_setfield(state, -3, "__metatable");
-    lua_pushvalue(state, -1);
-    lua_setfield(state, -3, "methods"); // for completion
-    lua_remove(state, -2);
+    lua_setfield(state, -2, "__metatable");
+    lua_pop(state, 1);
+}
+
+const Chapter* chapterOfValue(lua_State* state, int index) {
+    if (!lua_isuserdata(state, index) || luaL_getmetafield(state, index, "__name") == LUA_TNIL)
+        return nullptr;
+    const Chapter* const chapter =
+        lua_type(state, -1) == LUA_TSTRING ? chapterNamed(lua_tostring(state, -1)) : nullptr;
+    lua_pop(state, 1);
+    return chapter;
 }
 
 void registerValues(lua_State* state) {
@@ -128,13 +144,9 @@ void registerValues(lua_State* state) {
     lua_setmetatable(state, -2);
     lua_rawsetp(state, LUA_REGISTRYINDEX, &valuesKey);
 
-    newKind(state, documentKind, documentField, describeDocumentValue);
-    enterDocumentMethods(state);
-    lua_pop(state, 1);
+    newKind(state, documentChapter, describeDocumentValue);
     for (const Kind kind : {Kind::none, Kind::record, Kind::reference, Kind::attribute}) {
-        newKind(state, metatableOf(kind), objectField, describeObjectValue);
-        enterObjectMethods(state, kind);
-        lua_pop(state, 1);
+        newKind(state, chapterOf(kind), describeObjectValue);
     }
 }
 
@@ -146,11 +158,11 @@ void pushDocument(lua_State* state, KzApDocument* document) {
     if (pushKnown(state, keyOf(document))) return;
     auto* const value = static_cast<DocumentValue*>(lua_newuserdatauv(state, sizeof(DocumentValue), 0));
     *value = {document};
-    finishValue(state, documentKind, keyOf(document));
+    finishValue(state, documentChapter.name, keyOf(document));
 }
 
 KzApDocument* toDocument(lua_State* state, int index) {
-    const auto* const value = static_cast<DocumentValue*>(luaL_testudata(state, index, documentKind));
+    const auto* const value = static_cast<DocumentValue*>(luaL_testudata(state, index, documentChapter.name));
     return value != nullptr ? value->document : nullptr;
 }
 
@@ -163,13 +175,14 @@ void pushObject(lua_State* state, KzDbObjectId id, KzApDocument* near) {
     if (pushKnown(state, key)) return;
     auto* const value = static_cast<ObjectValue*>(lua_newuserdatauv(state, sizeof(ObjectValue), 0));
     *value = {id, documentOf(id, near)};
-    finishValue(state, metatableOf(Headless::kindOf(id)), key);
+    finishValue(state, chapterOf(Headless::kindOf(id)).name, key);
 }
 
 const ObjectValue* toObject(lua_State* state, int index, Kind kind) {
-    if (kind != Kind::none) return static_cast<ObjectValue*>(luaL_testudata(state, index, metatableOf(kind)));
+    if (kind != Kind::none)
+        return static_cast<ObjectValue*>(luaL_testudata(state, index, chapterOf(kind).name));
     for (const Kind each : {Kind::reference, Kind::record, Kind::attribute, Kind::none}) {
-        if (void* const value = luaL_testudata(state, index, metatableOf(each))) {
+        if (void* const value = luaL_testudata(state, index, chapterOf(each).name)) {
             return static_cast<ObjectValue*>(value);
         }
     }

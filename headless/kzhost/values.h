@@ -33,9 +33,12 @@ void pushObjects(lua_State* state, const std::vector<KzDbObjectId>& ids, KzApDoc
 
 void pushText(lua_State* state, std::u16string_view text);
 
-/// Makes a kind of value with methods and, for reads of other names, `field`, which pushes a value or nil.
-/// Leaves the table of the methods on the stack.
-void newKind(lua_State* state, const char* name, int (*field)(Call& call, const std::string& key),
-             int (*describe)(lua_State* state));
+/// Makes a kind of value known, with the functions of its chapter as methods and with its fields, which are
+/// computed when they are read. A value's own table, when it has one as its first user value, comes before
+/// both.
+void newKind(lua_State* state, const Chapter& chapter, int (*describe)(lua_State* state));
+
+/// The chapter about a value of the host; null for any other value.
+[[nodiscard]] const Chapter* chapterOfValue(lua_State* state, int index);
 
 } // namespace KzHost
