@@ -39,14 +39,14 @@ KzDbObjectId OpenDocument::modelSpace() const {
     return Headless::modelSpace(document_);
 }
 
-KzDxDocument& OpenDocument::record() const {
-    KzDxDocument* const record = kzdxRecordOf(document_);
-    require(record != nullptr, "the module has a record of the document");
-    return *record;
+KzDxDocument& OpenDocument::data() const {
+    KzDxDocument* const data = kzdxDocDataOf(document_);
+    require(data != nullptr, "the module has data of the document");
+    return *data;
 }
 
 KzDxBlocks& OpenDocument::graph() const {
-    KzDxBlocks* const graph = record().blocks();
+    KzDxBlocks* const graph = data().blocks();
     require(graph != nullptr, "the document has a graph");
     return *graph;
 }

@@ -26,7 +26,7 @@ public:
     }
     OwnGraph(const OwnGraph&) = delete;
     OwnGraph& operator=(const OwnGraph&) = delete;
-    ~OwnGraph() { KzDxBlocks::dispose(graph_); }
+    ~OwnGraph() { KzDxDeferredDeletion::begin(graph_); }
 
     KzDxBlocks* operator->() const { return graph_; }
 
@@ -58,9 +58,9 @@ public:
 protected:
     double ours() override {
         KzDxBlocks* graph = nullptr;
-        const double seconds = secondsOf([&] { KzDxBlocks::create(graph, &drawing_.record()); });
+        const double seconds = secondsOf([&] { KzDxBlocks::create(graph, &drawing_.data()); });
         require(graph != nullptr, "the graph is built");
-        KzDxBlocks::dispose(graph);
+        if (graph != nullptr) KzDxDeferredDeletion::begin(graph);
         return seconds;
     }
     double other() override {
@@ -212,7 +212,7 @@ class MemoryPerReference : public Comparison {
 public:
     explicit MemoryPerReference(std::size_t references) : drawing_(references) {
         // What is allocated once, in the host and for the record, is there from now on.
-        const OwnGraph first(drawing_.record());
+        const OwnGraph first(drawing_.data());
         enable(*first.operator->());
     }
 
@@ -220,7 +220,7 @@ public:
         const double before = allocatedBytes();
         double after = 0;
         const double seconds = secondsOf([&] {
-            const OwnGraph graph(drawing_.record());
+            const OwnGraph graph(drawing_.data());
             enable(*graph.operator->());
             after = allocatedBytes();
         });

@@ -1,9 +1,8 @@
 #include "blocks/block_graph.h"
 
 #include "blocks/block_node.h"
-#include "frame/block_table_walk.h"
-#include "frame/document.h"
-#include "frame/rollback.h"
+#include "core/block_table_walk.h"
+#include "core/scope_guard.h"
 
 #include <memory>
 #include <new>
@@ -14,7 +13,7 @@ KzDxBlocks::~KzDxBlocks() {
     static_cast<void>(leaveHost());
 }
 
-Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocument* document) {
+Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocumentContext* document) {
     graph = nullptr;
     std::unique_ptr<KzDxBlocks> made(new (std::nothrow) KzDxBlocks);
     if (made == nullptr) return Orvo::missingCollaborator;
@@ -23,11 +22,7 @@ Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocument* document)
     return status;
 }
 
-void KzDxBlocks::dispose(KzDxBlocks* graph) noexcept {
-    if (graph != nullptr) graph->departure_.begin(graph);
-}
-
-Orvo::ErrorStatus KzDxBlocks::init(KzDxDocument* document) {
+Orvo::ErrorStatus KzDxBlocks::init(KzDxDocumentContext* document) {
     reset();
     if (document == nullptr) return Orvo::missingCollaborator;
     document_ = document;
@@ -37,7 +32,7 @@ Orvo::ErrorStatus KzDxBlocks::init(KzDxDocument* document) {
     if (!table) return table.status();
     const Orvo::ErrorStatus status = table->getAt(u"*Model_Space", modelSpaceId_, false);
     if (status != Orvo::ok) return status;
-    scanBlockTable();
+    static_cast<void>(scanBlockTable());
     setHasChanges(false);
     return Orvo::ok;
 }
@@ -50,7 +45,7 @@ void KzDxBlocks::reset() {
     leaving.swap(blockMap_);
     // A node's further keys lead to it as well; under its own key it goes once.
     std::erase_if(leaving, [](const auto& entry) { return entry.first != entry.second->id(); });
-    for (const auto& [id, node] : leaving) KzDxBlock::dispose(node);
+    for (const auto& [id, node] : leaving) KzDxDeferredDeletion::begin(node);
     layoutIds_.clear();
     setNeedsScan(true);
     setHasChanges(false);
@@ -65,13 +60,13 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
     KzDxBlock* made = nullptr;
     const Orvo::ErrorStatus status = KzDxBlock::create(made, this, record);
     if (status != Orvo::ok) return status;
-    KzDxRollback undo([&] {
+    KzDxScopeGuard undo([&] {
         std::erase_if(blockMap_, [made](const auto& entry) { return entry.second == made; });
-        KzDxBlock::dispose(made);
+        KzDxDeferredDeletion::begin(made);
     });
     for (const KzDbObjectId key : made->recordIds()) addBlockAlias(key, made);
-    made->setEnabled(isEnabled());
-    undo.keep();
+    static_cast<void>(made->setEnabled(isEnabled()));
+    undo.dismiss();
     nesting_.outdate();
     node = made;
     return Orvo::ok;
@@ -87,7 +82,7 @@ KzDxBlock* KzDxBlocks::node(KzDbObjectId record) const {
 }
 
 KzDbDatabase* KzDxBlocks::database() const {
-    return document_ == nullptr ? nullptr : document_->database();
+    return document_ == nullptr ? nullptr : document_->drawing();
 }
 
 void KzDxBlocks::setNeedsScan(bool value) {

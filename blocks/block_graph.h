@@ -3,10 +3,11 @@
 #include "blocks/block_nesting.h"
 #include "blocks/id_set.h"
 #include "blocks/reference_reader.h"
-#include "frame/call_set.h"
-#include "frame/departure.h"
-#include "frame/enable_base.h"
-#include "frame/life.h"
+#include "core/call_set.h"
+#include "core/deferred_deletion.h"
+#include "core/document_context.h"
+#include "core/enable_base.h"
+#include "core/life.h"
 #include "host/block_table.h"
 #include "host/object_reactor.h"
 #include "timers/timer.h"
@@ -17,7 +18,6 @@
 #include <optional>
 
 class KzDxBlock;
-class KzDxDocument;
 
 /// The block graph of one drawing: a node for each record of its block table, which knows where the
 /// references of that block are placed.
@@ -35,19 +35,20 @@ class KzDxDocument;
 ///
 /// In this folder "graph" means this class, and "node" `KzDxBlock`. The virtual operations are called by
 /// slot: their order is fixed.
-class KzDxBlocks : public KzDbObjectReactor, public KzDxEnableBase, public KzDxTimerReactor {
+class KzDxBlocks : public KzDbObjectReactor,
+                   public KzDxEnableBase,
+                   public KzDxTimerReactor,
+                   public KzDxDeferredDeletion {
 public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
 
     /// Makes the graph of a document and builds it, switched off. On failure `graph` is null:
     /// `missingCollaborator` without a document or a drawing, else the status of the block table or of its
     /// model-space record.
-    static Orvo::ErrorStatus create(KzDxBlocks*& graph, KzDxDocument* document);
+    static Orvo::ErrorStatus create(KzDxBlocks*& graph, KzDxDocumentContext* document);
 
-    /// Empties a graph, unregisters it and its nodes from everything, and destroys them, now or as soon as
-    /// every object can be opened. Works also when the document is gone. Null is no graph.
-    static void dispose(KzDxBlocks* graph) noexcept;
-
+    /// Empties the graph and unregisters it from everything that can be opened. Works also when the document is
+    /// gone. Graphs part by deferred deletion.
     ~KzDxBlocks() override;
 
     /// The host tells that the block table is about to change.
@@ -128,7 +129,7 @@ public:
     // Building.
 
     /// Binds the graph to its document and builds it; see `create`.
-    virtual Orvo::ErrorStatus init(KzDxDocument* document);
+    virtual Orvo::ErrorStatus init(KzDxDocumentContext* document);
 
     /// Makes the node of an open record. `alreadyPresent` when the record is a key, `missingCollaborator` for
     /// null.
@@ -160,8 +161,6 @@ public:
     void containersChanged() { nesting_.outdate(); }
 
 private:
-    friend class KzDxDeparture;
-
     KzDxBlocks();
 
     // Scanning (block_graph_scan.cpp).
@@ -174,14 +173,14 @@ private:
     void enableTimer();
     void disableTimer();
     void setNodesEnabled(bool enable);
-    [[nodiscard]] bool leaveHost() noexcept;
+    [[nodiscard]] bool leaveHost() noexcept override;
     void gatherChangedClients(Clients& due) const;
 
     [[nodiscard]] KzDxBlockNesting& builtNesting();
     [[nodiscard]] std::uint32_t countNested(const KzDxBlock& node, KzDbObjectId container,
                                             KzDxIdSet& counted);
 
-    KzDxDocument* document_ = nullptr;
+    KzDxDocumentContext* document_ = nullptr;
     std::map<KzDbObjectId, KzDxBlock*> blockMap_;
     KzDbObjectIdArray layoutIds_;
     KzDbObjectId modelSpaceId_;
@@ -194,5 +193,4 @@ private:
     KzDxReferenceReader reader_{*this};
     KzDxBlockNesting nesting_;
     KzDxLife life_;
-    KzDxDeparture departure_;
 };

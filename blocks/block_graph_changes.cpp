@@ -1,9 +1,9 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 #include "blocks/leave_object.h"
-#include "frame/boundary.h"
-#include "frame/opened.h"
-#include "frame/rollback.h"
+#include "core/boundary.h"
+#include "core/opened.h"
+#include "core/scope_guard.h"
 
 #include <algorithm>
 #include <vector>
@@ -18,10 +18,10 @@ void KzDxBlocks::timerElapsed() {
 
 void KzDxBlocks::update(bool force, bool notify) {
     if (!force && !(needsScan_ && isEnabled())) return;
-    KzDxRollback scanAgain([this] { setNeedsScan(true); }); // the next update then makes up for this one
-    scanBlockTable();
+    KzDxScopeGuard scanAgain([this] { setNeedsScan(true); }); // the next update then makes up for this one
+    static_cast<void>(scanBlockTable());
     propagateChanges();
-    scanAgain.keep();
+    scanAgain.dismiss();
     if (notify) notifyClients(); // may destroy the graph: nothing comes after it
 }
 
@@ -38,9 +38,9 @@ void KzDxBlocks::propagateChanges() {
 void KzDxBlocks::notifyClients() {
     if (!hasChanges_) return;
     Clients due;
-    KzDxRollback scanAgain([this] { setNeedsScan(true); });
+    KzDxScopeGuard scanAgain([this] { setNeedsScan(true); });
     gatherChangedClients(due);
-    scanAgain.keep();
+    scanAgain.dismiss();
     for (const auto& [key, node] : blockMap_) node->setHasChanges(false);
     const KzDxLife::Watch watch(life_);
     due.callEach(Clients::Next::chosenAfterCall, [&](KzDxClientCallback callback) {
@@ -73,13 +73,13 @@ Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
 }
 
 void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
-    KzDxRollback undo([&] { stopFollowing(table); });
+    KzDxScopeGuard undo([&] { stopFollowing(table); });
     watchedTable_ = tableId;
     table.addReactor(this);
     setNodesEnabled(true);
     enableTimer();
     storeEnabled(true);
-    undo.keep();
+    undo.dismiss();
 }
 
 void KzDxBlocks::stopFollowing(const KzDbBlockTable& table) {
@@ -91,18 +91,18 @@ void KzDxBlocks::stopFollowing(const KzDbBlockTable& table) {
 }
 
 void KzDxBlocks::setNodesEnabled(bool enable) {
-    for (const auto& [key, node] : blockMap_) node->setEnabled(enable);
+    for (const auto& [key, node] : blockMap_) static_cast<void>(node->setEnabled(enable));
 }
 
 void KzDxBlocks::enableTimer() {
-    if (!timer_.has_value()) timer_.emplace(document_, 0U);
-    timer_->setEnabled(true);
-    timer_->attach(this);
+    if (!timer_.has_value()) timer_.emplace(&document_->runningTimers(), 0U);
+    static_cast<void>(timer_->setEnabled(true));
+    static_cast<void>(timer_->attach(this));
 }
 
 void KzDxBlocks::disableTimer() {
     if (!timer_.has_value()) return;
-    timer_->setEnabled(false);
+    static_cast<void>(timer_->setEnabled(false));
     timer_->detach(this);
 }
 

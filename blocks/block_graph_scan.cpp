@@ -1,8 +1,8 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 #include "blocks/block_representation.h"
-#include "frame/block_table_walk.h"
-#include "frame/departure.h"
+#include "core/block_table_walk.h"
+#include "core/deferred_deletion.h"
 
 #include <algorithm>
 #include <functional>
@@ -27,7 +27,7 @@ public:
     void readNodes() {
         std::ranges::sort(nodes_, std::less<>());
         nodes_.erase(std::unique(nodes_.begin(), nodes_.end()), nodes_.end());
-        for (KzDxBlock* const node : nodes_) node->readAgain();
+        for (KzDxBlock* const node : nodes_) static_cast<void>(node->readAgain());
     }
 
 private:
@@ -42,7 +42,7 @@ private:
         }
         KzDxBlock* node = nodeOf(key);
         if (node == nullptr) {
-            graph_.addBlock(node, &record); // a record whose node cannot be made is passed over
+            static_cast<void>(graph_.addBlock(node, &record)); // a record whose node cannot be made is passed over
         } else if (node->listRecord(id) || !node->wasReadIn(graph_.scanNumber_)) {
             nodes_.push_back(node);
         }
@@ -65,7 +65,7 @@ private:
 Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
-    KzDxDeparture::retryAll();
+    KzDxDeferredDeletion::retryAll();
     layoutIds_.clear();
     ++scanNumber_;
     reader_.forgetDrawings();
@@ -81,7 +81,7 @@ Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
 /// tells. Null when none does.
 KzDbObjectId KzDxBlocks::originalBlockOf(const KzDbBlockTableRecord& record) const {
     KzDbObjectIdArray references;
-    record.getBlockReferenceIds(references, true, true);
+    static_cast<void>(record.getBlockReferenceIds(references, true, true));
     for (const KzDbObjectId id : references) {
         const KzDxOpened<KzDbBlockReference> reference(id, KzDb::OpenMode::forNotify, true);
         if (!reference) continue;

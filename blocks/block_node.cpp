@@ -2,7 +2,7 @@
 
 #include "blocks/block_graph.h"
 #include "blocks/block_representation.h"
-#include "frame/opened.h"
+#include "core/opened.h"
 
 #include <memory>
 
@@ -53,12 +53,6 @@ KzDbObjectIdArray KzDxBlock::representationsOf(const KzDbBlockTableRecord* recor
     if (protocol == nullptr) return ids;
     if (protocol->getRepresentations(record->objectId(), ids) != Orvo::ok) ids.clear();
     return ids;
-}
-
-void KzDxBlock::dispose(KzDxBlock* node) noexcept {
-    if (node == nullptr) return;
-    node->forgetGraph();
-    node->departure_.begin(node);
 }
 
 KzDxBlock::~KzDxBlock() {

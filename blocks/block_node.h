@@ -3,9 +3,9 @@
 #include "blocks/containers.h"
 #include "blocks/id_set.h"
 #include "blocks/watched_attributes.h"
-#include "frame/call_set.h"
-#include "frame/departure.h"
-#include "frame/enable_base.h"
+#include "core/call_set.h"
+#include "core/deferred_deletion.h"
+#include "core/enable_base.h"
 #include "host/block_table.h"
 #include "host/object_reactor.h"
 #include "zelvane/zelvane.h"
@@ -29,8 +29,8 @@ class KzDxReferenceReader;
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// Made by `create` and destroyed by `dispose`, both called by the graph that owns the node.
-class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase {
+/// Made by `create`, parts by deferred deletion, both called by the graph that owns the node.
+class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase, public KzDxDeferredDeletion {
 public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
 
@@ -39,10 +39,6 @@ public:
     /// the node under the keys of all its records and switches it as itself; it never holds a key of a node
     /// that did not come to be.
     static Orvo::ErrorStatus create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record);
-
-    /// Unregisters a node from everything and destroys it, now or as soon as every object it is registered on
-    /// can be opened. The node does not touch its graph any more.
-    static void dispose(KzDxBlock* node) noexcept;
 
     ~KzDxBlock() override;
 
@@ -105,8 +101,6 @@ public:
 private:
     KzDxBlock() = default;
 
-    friend class KzDxDeparture;
-
     Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
     [[nodiscard]] KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) const;
     void forgetGraph() noexcept;
@@ -130,7 +124,7 @@ private:
     [[nodiscard]] bool leaveReferences() noexcept;
     void leaveUnfiled(std::span<const KzDbObjectId> reported);
     [[nodiscard]] bool leaveEverything() noexcept;
-    [[nodiscard]] bool leaveHost() noexcept;
+    [[nodiscard]] bool leaveHost() noexcept override;
     void settle();
 
     KzDxBlocks* owner_ = nullptr;
@@ -150,5 +144,4 @@ private:
     /// it is switched on, or still reactor of something although it is switched off.
     bool isUnsettled_ = false;
     std::uint32_t lastScan_ = 0;
-    KzDxDeparture departure_;
 };

@@ -1,6 +1,6 @@
 #include "blocks/block_node.h"
 #include "blocks/leave_object.h"
-#include "frame/opened.h"
+#include "core/opened.h"
 
 #include <algorithm>
 #include <memory>
@@ -115,6 +115,7 @@ bool KzDxBlock::leaveEverything() noexcept {
 }
 
 bool KzDxBlock::leaveHost() noexcept {
+    forgetGraph();
     if (!isEnabled() && !isUnsettled_) return true;
     storeEnabled(false);
     const bool areObjectsLeft = leaveEverything();

@@ -1,7 +1,7 @@
 #include "blocks/leave_object.h"
 
-#include "frame/boundary.h"
-#include "frame/opened.h"
+#include "core/boundary.h"
+#include "core/opened.h"
 
 bool kzdxLeaveObject(KzDbObjectId id, KzDbObjectReactor* reactor) noexcept {
     if (!id.isValid()) return true;

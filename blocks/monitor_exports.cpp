@@ -1,20 +1,20 @@
 #include "blocks/block_graph.h"
 #include "frame/application.h"
-#include "frame/boundary.h"
-#include "frame/rollback.h"
+#include "core/boundary.h"
+#include "core/scope_guard.h"
 #include "zelvane/zelvane.h"
 
 namespace {
 
-/// The graph of a document, with its record made if needed; null when there is none to be had.
+/// The graph of a document, with its data made if needed; null when there is none to be had.
 KzDxBlocks* graphOf(KzApDocument* document) {
-    KzDxDocument* const record = kzdxRecordOf(document);
-    return record == nullptr ? nullptr : record->blocks();
+    KzDxDocument* const data = kzdxDocDataOf(document);
+    return data == nullptr ? nullptr : data->blocks();
 }
 
 /// Begins to follow the drawing from its present state: what happened before is not reported.
 Orvo::ErrorStatus startFollowing(KzDxBlocks& graph) {
-    graph.scanBlockTable();
+    static_cast<void>(graph.scanBlockTable());
     graph.setHasChanges(false);
     return graph.setEnabled(true);
 }
@@ -24,20 +24,20 @@ std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzD
     if (graph == nullptr) return 0;
     const bool isFirst = !graph->isEnabled();
     if (isFirst && startFollowing(*graph) != Orvo::ok) return 0;
-    KzDxRollback undo([&] {
-        if (isFirst) graph->setEnabled(false);
+    KzDxScopeGuard undo([&] {
+        if (isFirst) static_cast<void>(graph->setEnabled(false));
     });
     const Orvo::ErrorStatus status = graph->addClient(callback, blocks);
-    undo.keep();
+    undo.dismiss();
     return status == Orvo::ok ? 1 : 0;
 }
 
 void detach(KzApDocument* document, KzDxClientCallback callback) {
-    KzDxDocument* const record = kzdxRecordOf(document, false);
-    KzDxBlocks* const graph = record == nullptr ? nullptr : record->blocks();
+    KzDxDocument* const data = kzdxDocDataOf(document, false);
+    KzDxBlocks* const graph = data == nullptr ? nullptr : data->blocks();
     if (graph == nullptr) return;
     graph->removeClient(callback);
-    if (!graph->hasClients()) graph->setEnabled(false);
+    if (!graph->hasClients()) static_cast<void>(graph->setEnabled(false));
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "blocks/block_graph.h"
 #include "blocks/id_set.h"
 #include "blocks/model_space.h"
-#include "frame/opened.h"
+#include "core/opened.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,35 +1,35 @@
 #pragma once
 
-#include "frame/boundary.h"
-#include "frame/rollback.h"
+#include "core/boundary.h"
+#include "core/scope_guard.h"
 #include "host/documents.h"
 #include "host/status.h"
 
 #include <map>
 #include <memory>
-#include <new>
 #include <set>
 #include <utility>
 
-/// Keeps one record for each document of the host, made on demand or, with `autoCreate`, with the document.
+/// Keeps one object of class `Data` for each document of the host, made on demand or, with `autoCreate`, with the
+/// document.
 ///
-/// The records are owned and go with their documents: the host's document manager tells of those while this
-/// object is attached to it. A record is made with the document's address, has `forgetDocument()`, and its
-/// destruction may happen while operations of it are under way further up the stack.
+/// The data are owned and go with their documents: the host's document manager tells of those while this object
+/// is attached to it. `Data` is made from the document's address, has `forgetDocument()`, and may be destroyed
+/// while operations of it are under way further up the stack.
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// A document that goes unannounced is noticed by `purge`. Its record is told to forget the document, which
-/// must not be touched any more, and is destroyed. Until then the record stands for a closed document: ask
-/// `isOpen` about addresses that come from outside.
-template <class Record>
+/// A document that goes unannounced is noticed by `purge`. Its data are told to forget the document, which must
+/// not be touched any more, and are destroyed. Until then they stand for a closed document: ask `isOpen` about
+/// addresses that come from outside.
+template <class Data>
 class AppDataT : public KzApDocManagerReactor {
 public:
     AppDataT() = default;
 
     ~AppDataT() override {
         static_cast<void>(leaveDocManager());
-        destroyRecords();
+        destroyAll();
     }
 
     // What the host tells.
@@ -41,7 +41,7 @@ public:
     void onDocumentRemoving(KzApDocument* document) override {
         kzdxAtBoundary([&] {
             removeDocData(document);
-            purge();
+            static_cast<void>(purge()); // the host need not list its documents now; the next purge may
         });
     }
     void onDocumentDiscarded(KzApDocument* document) override {
@@ -59,30 +59,30 @@ public:
         return !documents->done();
     }
 
-    /// The record of a document. With `create`, one is made when there is none; attached to the document
-    /// manager from then on. Null for a null document, without a record, or when the document has no drawing
-    /// or is not listed by the host.
-    virtual Record* docData(KzApDocument* document, bool create) {
+    /// The data of a document. With `create`, they are made when there are none; attached to the document manager
+    /// from then on. Null for a null document, without data, or when the document has no drawing or is not listed
+    /// by the host.
+    virtual Data* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
-        if (cached_ != records_.end() && cached_->first == document) return cached_->second.get();
-        cached_ = records_.find(document);
-        if (cached_ != records_.end()) return cached_->second.get();
-        return create ? makeRecord(document) : nullptr;
+        if (cached_ != data_.end() && cached_->first == document) return cached_->second.get();
+        cached_ = data_.find(document);
+        if (cached_ != data_.end()) return cached_->second.get();
+        return create ? makeData(document) : nullptr;
     }
 
-    /// Destroys the record of a document. False when there was none.
+    /// Destroys the data of a document. False when there were none.
     virtual bool removeDocData(KzApDocument* document) {
-        const auto at = document == nullptr ? records_.end() : records_.find(document);
-        if (at == records_.end()) return false;
-        const std::unique_ptr<Record> record = std::move(at->second);
-        cached_ = records_.erase(at);
+        const auto at = document == nullptr ? data_.end() : data_.find(document);
+        if (at == data_.end()) return false;
+        const std::unique_ptr<Data> leaving = std::move(at->second);
+        cached_ = data_.erase(at);
         return true;
     }
 
     [[nodiscard]] virtual bool isAttached() const { return attached_; }
 
-    /// Attaches to the document manager, with `autoCreate` making the records of all open documents; or
-    /// detaches from it and destroys every record. `missingCollaborator` without a document manager.
+    /// Attaches to the document manager, with `autoCreate` making the data of all open documents; or detaches from
+    /// it and destroys all data. `missingCollaborator` without a document manager.
     virtual Orvo::ErrorStatus setAttached(bool attach) {
         KzApDocManager* const manager = kzDocManagerPtr();
         if (manager == nullptr) return Orvo::missingCollaborator;
@@ -94,45 +94,46 @@ public:
             manager->addReactor(this);
             attached_ = true;
         }
-        if (autoCreate()) createAll();
+        if (autoCreate()) static_cast<void>(createAll()); // attached is what counts; data also come on demand
         return Orvo::ok;
     }
 
     [[nodiscard]] virtual bool autoCreate() const { return autoCreate_; }
 
-    /// Whether records are made with their documents. Switching it on attaches to the document manager.
+    /// Whether data are made with their documents. Switching it on attaches to the document manager.
     virtual Orvo::ErrorStatus setAutoCreate(bool create) {
         autoCreate_ = create;
-        if (create) setAttached(true);
+        // Without a document manager there are no documents to make data for; on demand, `docData` tries again.
+        if (create) static_cast<void>(setAttached(true));
         return Orvo::ok;
     }
 
-    /// Makes a record for every open document that has none and has a drawing. `missingCollaborator` when the
-    /// host does not list its documents.
+    /// Makes data for every open document that has none and has a drawing. `missingCollaborator` when the host does
+    /// not list its documents.
     virtual Orvo::ErrorStatus createAll() {
-        cached_ = records_.end();
+        cached_ = data_.end();
         const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
         if (documents == nullptr) return Orvo::missingCollaborator;
         for (; !documents->done(); documents->step()) docData(documents->document(), true);
-        cached_ = records_.end();
+        cached_ = data_.end();
         return Orvo::ok;
     }
 
-    /// Destroys every record.
+    /// Destroys the data of every document.
     virtual Orvo::ErrorStatus deleteAll() {
-        destroyRecords();
+        destroyAll();
         return Orvo::ok;
     }
 
-    /// Destroys the records whose documents are no longer open. `missingCollaborator` when the host does not
-    /// list its documents, or when there is no memory for the list.
+    /// Destroys the data of documents that are no longer open. `missingCollaborator` when the host does not list
+    /// its documents, or when there is no memory for the list.
     virtual Orvo::ErrorStatus purge() {
         return kzdxAtBoundary(Orvo::missingCollaborator, [this] { return purgeAgainstList(); });
     }
 
 protected:
-    /// Leaves the document manager; the records stay. False when there is none now, and then it may still
-    /// tell of documents.
+    /// Leaves the document manager; the data stay. False when there is none now, and then it may still tell of
+    /// documents.
     [[nodiscard]] bool leaveDocManager() {
         if (!attached_) return true;
         KzApDocManager* const manager = kzDocManagerPtr();
@@ -143,7 +144,7 @@ protected:
     }
 
 private:
-    using RecordMap = std::map<KzApDocument*, std::unique_ptr<Record>>;
+    using DataMap = std::map<KzApDocument*, std::unique_ptr<Data>>;
 
     /// Null when the host has no document manager or does not list its documents.
     [[nodiscard]] static std::unique_ptr<KzApDocumentIterator> openDocuments() {
@@ -152,15 +153,14 @@ private:
                                                                         : manager->newDocumentIterator());
     }
 
-    Record* makeRecord(KzApDocument* document) {
+    Data* makeData(KzApDocument* document) {
         if (document->database() == nullptr) return nullptr;
-        std::unique_ptr<Record> made(new (std::nothrow) Record(document));
-        if (made == nullptr) return nullptr;
-        records_.emplace(document, std::move(made));
-        KzDxRollback undo([&] { removeDocData(document); });
-        if (!isAttached()) setAttached(true);
-        purge();
-        undo.keep();
+        data_.emplace(document, std::make_unique<Data>(document));
+        KzDxScopeGuard undo([&] { removeDocData(document); });
+        // Data without a document manager, or without a list of documents, are no worse for it.
+        if (!isAttached()) static_cast<void>(setAttached(true));
+        static_cast<void>(purge());
+        undo.dismiss();
         return docData(document, false); // null when the host does not list it: it has been purged
     }
 
@@ -169,35 +169,35 @@ private:
         if (documents == nullptr) return Orvo::missingCollaborator;
         std::set<KzApDocument*> open;
         for (; !documents->done(); documents->step()) open.insert(documents->document());
-        for (auto at = records_.begin(); at != records_.end();) {
+        for (auto at = data_.begin(); at != data_.end();) {
             if (open.contains(at->first)) {
                 ++at;
                 continue;
             }
-            const std::unique_ptr<Record> record = std::move(at->second);
-            cached_ = at = records_.erase(at);
-            record->forgetDocument();
+            const std::unique_ptr<Data> leaving = std::move(at->second);
+            cached_ = at = data_.erase(at);
+            leaving->forgetDocument();
         }
         return Orvo::ok;
     }
 
-    /// Destroys every record in key order. One may have outlived its document, when somebody asked for it
-    /// after this object had been told that the document goes; unless the host says which documents are open,
-    /// none of them is touched.
-    void destroyRecords() {
+    /// Destroys all data in key order. Some may have outlived their document, when somebody asked for them after
+    /// this object had been told that the document goes; unless the host says which documents are open, none of
+    /// them is touched.
+    void destroyAll() {
         const bool areDocumentsKnown = AppDataT::purge() == Orvo::ok;
-        RecordMap leaving = std::exchange(records_, {});
-        cached_ = records_.end();
-        for (auto& [document, record] : leaving) {
-            if (!areDocumentsKnown) record->forgetDocument();
-            record.reset();
+        DataMap leaving = std::exchange(data_, {});
+        cached_ = data_.end();
+        for (auto& [document, data] : leaving) {
+            if (!areDocumentsKnown) data->forgetDocument();
+            data.reset();
         }
     }
 
     bool attached_ = false;
     bool autoCreate_ = false;
-    RecordMap records_;
+    DataMap data_;
     /// The entry of the last successful look-up, so that repeated questions about one document need no
     /// search.
-    typename RecordMap::iterator cached_ = records_.end();
+    typename DataMap::iterator cached_ = data_.end();
 };

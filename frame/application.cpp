@@ -3,26 +3,25 @@
 #include "timers/idle_check.h"
 
 KzDxApplication::KzDxApplication() {
-    KzDxRollback undo([] { instance_ = nullptr; });
-    instance_ = this;
-    setAutoCreate(true);
-    setAttached(true);
+    // Creating data attaches to the document manager. Without one the object stays empty until an export asks.
+    static_cast<void>(setAutoCreate(true));
     storeEnabled(true);
-    undo.keep();
+    instance_ = this; // last: nobody meets half an object, and there is nothing to undo when memory runs out
 }
 
 KzDxApplication::~KzDxApplication() {
-    static_cast<void>(leaveHost());
+    // Nothing is left to do when the deletion was deferred; a failed load ends here directly.
+    static_cast<void>(KzDxApplication::leaveHost());
 }
 
 void KzDxApplication::end() noexcept {
-    if (instance_ != nullptr) instance_->departure_.begin(instance_);
+    if (instance_ != nullptr) KzDxDeferredDeletion::begin(instance_);
 }
 
 bool KzDxApplication::leaveHost() noexcept {
     const bool hasLeft = leaveDocManager();
-    AppDataT::deleteAll();
-    AppDataT::setAutoCreate(false); // should it hear of documents after all
+    static_cast<void>(AppDataT::deleteAll());          // always `ok`
+    static_cast<void>(AppDataT::setAutoCreate(false)); // should it hear of documents after all
     storeEnabled(false);
     if (instance_ == this) instance_ = nullptr;
     return hasLeft;
@@ -40,17 +39,17 @@ bool KzDxApplication::wantsIdleCheck(KzApDocument* document, const char16_t* com
     if (command == nullptr || command[0] != u'#') return false;
     const KzApDocManager* const manager = kzDocManagerPtr();
     if (manager == nullptr || manager->currentDocument() != document) return false;
-    const KzDxDocument* const record = docData(document, false);
-    return record != nullptr && record->document() == document && record->isEnabled();
+    const KzDxDocument* const data = docData(document, false);
+    return data != nullptr && data->document() == document && data->isEnabled();
 }
 
 Orvo::ErrorStatus KzDxApplication::setEnabled(bool enable) {
-    setAttached(enable);
+    static_cast<void>(setAttached(enable)); // switched all the same without a document manager
     storeEnabled(enable);
     return Orvo::ok;
 }
 
-KzDxDocument* kzdxRecordOf(KzApDocument* document, bool create) {
+KzDxDocument* kzdxDocDataOf(KzApDocument* document, bool create) {
     KzDxApplication* const application = KzDxApplication::instance();
     if (application == nullptr || document == nullptr || !KzDxApplication::isOpen(document)) return nullptr;
     return application->docData(document, create);

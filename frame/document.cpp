@@ -1,42 +1,44 @@
 #include "frame/document.h"
 
 #include "blocks/block_graph.h"
-#include "frame/boundary.h"
-#include "frame/rollback.h"
-#include "host/documents.h"
+#include "core/boundary.h"
+#include "core/scope_guard.h"
 #include "timers/external_client_timer_reactor.h"
 #include "timers/timer.h"
 
-#include <utility>
-
-KzDxDocument::KzDxDocument(KzApDocument* document) : document_(document) {
+KzDxDocument::KzDxDocument(KzApDocument* document) : KzDxDocumentContext(document) {
     storeEnabled(true);
 }
 
 KzDxDocument::~KzDxDocument() {
-    kzdxAtBoundary([this] { KzDxDocument::setEnabled(false); });
-    KzDxBlocks::dispose(std::exchange(blocks_, nullptr));
-    dropClientTimer();
+    kzdxAtBoundary([this] { static_cast<void>(KzDxDocument::setEnabled(false)); }); // always `ok`
+}
+
+void KzDxDocument::BlocksDeleter::operator()(KzDxBlocks* graph) const noexcept {
+    KzDxDeferredDeletion::begin(graph);
 }
 
 Orvo::ErrorStatus KzDxDocument::setEnabled(bool enable) {
-    if (blocks_ != nullptr) blocks_->setEnabled(enable);
-    if (timer_ != nullptr) timer_->setEnabled(enable);
-    if (clientReactor_ != nullptr) clientReactor_->setEnabled(enable);
+    // Each part is switched whatever becomes of the others, and the data count as switched in any case.
+    if (blocks_ != nullptr) static_cast<void>(blocks_->setEnabled(enable));
+    if (timer_ != nullptr) static_cast<void>(timer_->setEnabled(enable));
+    if (clientReactor_ != nullptr) static_cast<void>(clientReactor_->setEnabled(enable));
     storeEnabled(enable);
     return Orvo::ok;
 }
 
 KzDxBlocks* KzDxDocument::blocks() {
-    if (blocks_ == nullptr) KzDxBlocks::create(blocks_, this);
-    return blocks_;
+    if (blocks_ != nullptr) return blocks_.get();
+    KzDxBlocks* made = nullptr;
+    if (KzDxBlocks::create(made, this) == Orvo::ok) blocks_.reset(made);
+    return blocks_.get();
 }
 
 Orvo::ErrorStatus KzDxDocument::timerAttach(KzDxClientCallback callback, std::uint32_t interval,
                                             bool attach) {
     if (callback == nullptr) return Orvo::missingCollaborator;
     const bool isFirst = clientReactor_ == nullptr;
-    KzDxRollback undo([&] {
+    KzDxScopeGuard undo([&] {
         if (isFirst) dropClientTimer();
     });
     if (isFirst) makeClientTimer(interval);
@@ -47,20 +49,16 @@ Orvo::ErrorStatus KzDxDocument::timerAttach(KzDxClientCallback callback, std::ui
         clientReactor_->detach(callback);
     }
     if (!isFirst) timer_->setInterval(static_cast<std::int32_t>(interval));
-    undo.keep();
+    undo.dismiss();
     return Orvo::ok;
 }
 
 void KzDxDocument::makeClientTimer(std::uint32_t interval) {
-    timer_ = new KzDxTimer(this, interval);
-    clientReactor_ = new KzDxExternalClientTimerReactor(timer_);
+    timer_ = std::make_unique<KzDxTimer>(&runningTimers(), interval);
+    clientReactor_ = std::make_unique<KzDxExternalClientTimerReactor>(timer_.get());
 }
 
 void KzDxDocument::dropClientTimer() {
-    delete std::exchange(clientReactor_, nullptr);
-    delete std::exchange(timer_, nullptr);
-}
-
-KzDbDatabase* KzDxDocument::database() const {
-    return document_ == nullptr ? nullptr : document_->database();
+    clientReactor_.reset();
+    timer_.reset();
 }

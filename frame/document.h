@@ -1,24 +1,23 @@
 #pragma once
 
-#include "frame/call_set.h"
-#include "frame/enable_base.h"
+#include "core/document_context.h"
+#include "core/enable_base.h"
 #include "zelvane/zelvane.h"
 
 #include <cstdint>
+#include <memory>
 
-class KzApDocument;
-class KzDbDatabase;
 class KzDxBlocks;
 class KzDxExternalClientTimerReactor;
-class KzDxTimer;
 
-/// What the module keeps for one open document: its block graph and the timer of outside clients, each made
-/// on first demand and owned, and the timers that the document's idle checks examine.
+/// The document data: what the module keeps for one open document.
+///
+/// That is its block graph and the timer of outside clients, each made on first demand and owned, and the set of
+/// the document's running timers. Switched on from construction to destruction. May be destroyed from inside
+/// anything that it calls.
 ///
 /// The virtual operations are called by slot: their order is fixed.
-///
-/// Switched on from construction to destruction. May be destroyed from inside anything that it calls.
-class KzDxDocument : public KzDxEnableBase {
+class KzDxDocument : public KzDxEnableBase, public KzDxDocumentContext {
 public:
     explicit KzDxDocument(KzApDocument* document);
 
@@ -28,34 +27,31 @@ public:
     /// Passes the switch on to the graph, the timer and the clients' reactor, as far as they exist.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
-    /// The document's block graph, built on the first call; null when that fails, and the next call tries
-    /// again.
+    /// The document's block graph, built on the first call; null when that fails, and the next call tries again.
     [[nodiscard]] virtual KzDxBlocks* blocks();
 
-    /// Attaches a client's callback to the document's idle time, or detaches it. The interval, in
-    /// milliseconds, counts for all callbacks from now on. `missingCollaborator` for a null callback.
+    /// Attaches a client's callback to the document's idle time, or detaches it. The interval, in milliseconds,
+    /// counts for all callbacks from now on. `missingCollaborator` for a null callback.
     virtual Orvo::ErrorStatus timerAttach(KzDxClientCallback callback, std::uint32_t interval, bool attach);
 
     /// The document's drawing; null when it has none.
-    [[nodiscard]] virtual KzDbDatabase* database() const;
+    [[nodiscard]] virtual KzDbDatabase* database() const { return drawing(); }
 
-    /// The document as it was given at construction; null once it has been forgotten.
-    [[nodiscard]] KzApDocument* document() const { return document_; }
-
-    /// To be called when the document is gone: from now on the record does not touch it.
-    void forgetDocument() { document_ = nullptr; }
-
-    /// The document's timers that are switched on, not owned. Timers put themselves in and take themselves
-    /// out.
-    [[nodiscard]] KzDxCallSet<KzDxTimer*>& runningTimers() { return runningTimers_; }
+    /// Whether the block graph exists already.
+    [[nodiscard]] bool hasBlocks() const { return blocks_ != nullptr; }
 
 private:
+    /// Parts with the graph by deferred deletion. Apart from the others of its kind because the graph is not
+    /// known in this header.
+    struct BlocksDeleter {
+        void operator()(KzDxBlocks* graph) const noexcept;
+    };
+
     void makeClientTimer(std::uint32_t interval);
     void dropClientTimer();
 
-    KzApDocument* document_;
-    KzDxBlocks* blocks_ = nullptr;
-    KzDxTimer* timer_ = nullptr;
-    KzDxExternalClientTimerReactor* clientReactor_ = nullptr;
-    KzDxCallSet<KzDxTimer*> runningTimers_;
+    // Destroyed from the last to the first.
+    std::unique_ptr<KzDxTimer> timer_;
+    std::unique_ptr<KzDxExternalClientTimerReactor> clientReactor_;
+    std::unique_ptr<KzDxBlocks, BlocksDeleter> blocks_;
 };

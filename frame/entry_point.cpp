@@ -1,14 +1,14 @@
 #include "frame/application.h"
-#include "frame/boundary.h"
-#include "frame/departure.h"
+#include "core/boundary.h"
+#include "core/deferred_deletion.h"
 #include "frame/resource_library.h"
-#include "frame/rollback.h"
+#include "core/scope_guard.h"
 #include "host/module_interface.h"
 #include "host/services.h"
 #include "timers/cmd_line_hook.h"
 #include "zelvane/zelvane.h"
 
-#include <new>
+#include <memory>
 
 namespace {
 
@@ -35,21 +35,21 @@ void removeService() {
 bool initModule(void* packet) {
     if (!resourceLibrary.load()) return false;
     if (kzrxServiceIsRegistered(serviceName)) return false;
-    KzDxRollback undo(removeService);
+    KzDxScopeGuard undo(removeService);
     kzrxRegisterService(serviceName);
     kzrxRegisterAppMDIAware(packet);
-    KzDxDeparture::retryAll();
-    // The object makes itself known as the instance.
-    if (KzDxApplication::instance() == nullptr && new (std::nothrow) KzDxApplication == nullptr) return false;
-    undo.keep();
+    KzDxDeferredDeletion::retryAll();
+    // The object makes itself known as the instance, and goes by `end`.
+    if (KzDxApplication::instance() == nullptr) static_cast<void>(std::make_unique<KzDxApplication>().release());
+    undo.dismiss();
     return true;
 }
 
 /// Each step is done whatever becomes of the others.
 void unloadModule() noexcept {
     KzDxApplication::end();
-    KzDxDeparture::retryAll();
-    kzdxAtBoundary([] { KzDxCmdLineHook::instance().setEnabled(false); });
+    KzDxDeferredDeletion::retryAll();
+    KzDxCmdLineHook::removeLeftFilter();
     kzdxAtBoundary(removeService);
     resourceLibrary.release();
 }

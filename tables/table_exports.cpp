@@ -1,6 +1,6 @@
 #include "frame/application.h"
-#include "frame/block_table_walk.h"
-#include "frame/boundary.h"
+#include "core/block_table_walk.h"
+#include "core/boundary.h"
 #include "host/documents.h"
 #include "zelvane/zelvane.h"
 
@@ -18,7 +18,7 @@ bool isTableBlock(const KzDbBlockTableRecord& record) {
 
 /// The ids of a document's table block records; nothing when its drawing is out of reach.
 std::optional<KzDbObjectIdArray> tableBlocks(KzApDocument* document) {
-    const KzDxDocument* const documentRecord = kzdxRecordOf(document);
+    const KzDxDocument* const documentRecord = kzdxDocDataOf(document);
     const KzDbDatabase* const drawing = documentRecord == nullptr ? nullptr : documentRecord->database();
     if (drawing == nullptr) return std::nullopt;
     KzDbObjectIdArray ids;

@@ -1,12 +1,32 @@
 #include "timers/cmd_line_hook.h"
 
+#include "core/boundary.h"
 #include "host/editor.h"
 #include "timers/idle_check.h"
 
-KzDxCmdLineHook KzDxCmdLineHook::instance_;
+#include <cassert>
+
+std::optional<KzDxCmdLineHook> KzDxCmdLineHook::instance_;
+std::uint32_t KzDxCmdLineHook::useCount_ = 0;
+bool KzDxCmdLineHook::isFilterLeft_ = false;
+
+KzDxCmdLineHook::Use::Use() {
+    // A hook always begins switched off: what the host did with the filter of an earlier one is not known.
+    if (useCount_++ == 0) instance_.emplace();
+}
+
+KzDxCmdLineHook::Use::~Use() {
+    assert(useCount_ > 0);
+    if (--useCount_ == 0) instance_.reset();
+}
 
 KzDxCmdLineHook::~KzDxCmdLineHook() {
-    if (isEnabled()) static_cast<void>(kzedRemoveFilterWinMsg(kzdxIdleCheckFilter));
+    isFilterLeft_ = kzdxAtBoundary(true, [this] { return KzDxCmdLineHook::setEnabled(false) != Orvo::ok; });
+}
+
+void KzDxCmdLineHook::removeLeftFilter() noexcept {
+    if (!isFilterLeft_ || instance_) return; // a hook of now removes the filter itself
+    isFilterLeft_ = kzdxAtBoundary(true, [] { return kzedRemoveFilterWinMsg(kzdxIdleCheckFilter) == 0; });
 }
 
 Orvo::ErrorStatus KzDxCmdLineHook::setEnabled(bool enable) {

@@ -1,16 +1,32 @@
 #pragma once
 
-#include "frame/enable_base.h"
+#include "core/enable_base.h"
 
-/// Registers the idle-check filter with the host's message loop while it is switched on: from the first timer
-/// that runs until the last timer goes.
+#include <cstdint>
+#include <optional>
+
+/// Registers the idle-check filter with the host's message loop while it is switched on.
 ///
-/// There is one, which needs no memory. When the host refuses to remove the filter it stays switched on, and
-/// the next occasion tries again: the last timer's end, the unloading, and the end of the library.
+/// There is one while there are timers: the first one makes it, switched off, and the last one ends it. Nothing
+/// else switches it off. It needs no memory.
 class KzDxCmdLineHook : public KzDxEnableBase {
 public:
-    [[nodiscard]] static KzDxCmdLineHook& instance() { return instance_; }
+    /// Share in the hook: every timer has one.
+    class Use {
+    public:
+        Use();
+        ~Use();
+        Use(const Use&) = delete;
+        Use& operator=(const Use&) = delete;
+    };
 
+    /// The hook; null while there is no timer.
+    [[nodiscard]] static KzDxCmdLineHook* instance() { return instance_ ? &*instance_ : nullptr; }
+
+    /// Tries once more to remove a filter that the host refused to remove when its hook ended. Called at unload.
+    static void removeLeftFilter() noexcept;
+
+    KzDxCmdLineHook() = default;
     /// Removes the filter if it is registered.
     ~KzDxCmdLineHook() override;
 
@@ -18,7 +34,7 @@ public:
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
 private:
-    KzDxCmdLineHook() = default;
-
-    static KzDxCmdLineHook instance_;
+    static std::optional<KzDxCmdLineHook> instance_;
+    static std::uint32_t useCount_;
+    static bool isFilterLeft_; ///< an ended hook could not remove the filter
 };

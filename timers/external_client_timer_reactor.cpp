@@ -1,11 +1,11 @@
 #include "timers/external_client_timer_reactor.h"
 
-#include "frame/boundary.h"
-#include "frame/rollback.h"
+#include "core/boundary.h"
+#include "core/scope_guard.h"
 #include "timers/timer.h"
 
 KzDxExternalClientTimerReactor::~KzDxExternalClientTimerReactor() {
-    KzDxExternalClientTimerReactor::setEnabled(false);
+    static_cast<void>(KzDxExternalClientTimerReactor::setEnabled(false)); // without a timer there is nothing to leave
 }
 
 Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
@@ -13,9 +13,9 @@ Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
     if (!enable) {
         timer_->detach(this);
     } else if (!isEnabled()) {
-        timer_->attach(this);
+        static_cast<void>(timer_->attach(this)); // refuses null only
     }
-    timer_->setEnabled(enable);
+    static_cast<void>(timer_->setEnabled(enable)); // not reported: a later switching on makes up for a refusal
     storeEnabled(enable);
     return Orvo::ok;
 }
@@ -23,15 +23,15 @@ Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
 Orvo::ErrorStatus KzDxExternalClientTimerReactor::attach(KzDxClientCallback callback) {
     const Orvo::ErrorStatus status = KzDxNotifierBase::attach(callback);
     if (status != Orvo::ok || isEnabled()) return status;
-    KzDxRollback undo([&] { KzDxNotifierBase::detach(callback); });
+    KzDxScopeGuard undo([&] { KzDxNotifierBase::detach(callback); });
     const Orvo::ErrorStatus switched = setEnabled(true);
-    undo.keep();
+    undo.dismiss();
     return switched;
 }
 
 void KzDxExternalClientTimerReactor::detach(KzDxClientCallback callback) {
     KzDxNotifierBase::detach(callback);
-    if (isEnabled() && targets().isEmpty()) setEnabled(false);
+    if (isEnabled() && targets().isEmpty()) static_cast<void>(setEnabled(false)); // it is on, so it has a timer
 }
 
 void KzDxExternalClientTimerReactor::timerElapsed() {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/notifier_base.h"
+#include "core/notifier_base.h"
 #include "timers/timer_reactor.h"
 #include "zelvane/zelvane.h"
 

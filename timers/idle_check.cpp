@@ -1,7 +1,7 @@
 #include "timers/idle_check.h"
 
 #include "frame/application.h"
-#include "frame/boundary.h"
+#include "core/boundary.h"
 #include "host/documents.h"
 #include "host/editor.h"
 #include "timers/timer.h"
@@ -14,8 +14,8 @@ namespace {
 std::uint32_t idleCheckNumber = 0;
 
 /// Whether the host waits for the user and for nothing else.
-bool isDocumentIdle(const KzDxDocument& record) {
-    const KzApDocument* const document = record.document();
+bool isDocumentIdle(const KzDxDocument& data) {
+    const KzApDocument* const document = data.document();
     if (document == nullptr || !document->isReady()) return false;
     const KzAp::DocLockMode mode = document->lockMode(false);
     if (mode != KzAp::DocLockMode{2} && mode != KzAp::DocLockMode{0}) return false;
@@ -25,21 +25,21 @@ bool isDocumentIdle(const KzDxDocument& record) {
     return !KzPlatform::inputIsWaiting();
 }
 
-/// The switched-on record of the document that a message carries. The parameter may be anything: it is
+/// The switched-on data of the document that a message carries. The parameter may be anything: it is
 /// compared with the current document before it is used as an address.
-KzDxDocument* recordOfCurrent(std::uintptr_t parameter) {
+KzDxDocument* dataOfCurrent(std::uintptr_t parameter) {
     KzDxApplication* const application = KzDxApplication::instance();
     if (application == nullptr || parameter == 0) return nullptr;
     const KzApDocManager* const manager = kzDocManagerPtr();
     KzApDocument* const current = manager == nullptr ? nullptr : manager->currentDocument();
     if (std::bit_cast<std::uintptr_t>(current) != parameter) return nullptr;
     if (!current->isReady()) return nullptr;
-    KzDxDocument* const record = application->docData(current, false);
-    return record != nullptr && record->isEnabled() ? record : nullptr;
+    KzDxDocument* const data = application->docData(current, false);
+    return data != nullptr && data->isEnabled() ? data : nullptr;
 }
 
-void runTimers(KzDxDocument& record) {
-    record.runningTimers().callEach(KzDxCallSet<KzDxTimer*>::Next::chosenBeforeCall,
+void runTimers(KzDxDocument& data) {
+    data.runningTimers().callEach(KzDxCallSet<KzDxTimer*>::Next::chosenBeforeCall,
                                     [](KzDxTimer* timer) { timer->checkElapsed(); });
 }
 
@@ -56,8 +56,8 @@ int kzdxIdleCheckFilter(const KzPlatform::Message* message) noexcept {
     if (message->number != idleCheckNumber) return 0;
     if (idleCheckNumber == 0) return 0; // no message is ours before the first posting, not even number 0
     kzdxAtBoundary([&] {
-        KzDxDocument* const record = recordOfCurrent(message->first);
-        if (record != nullptr && isDocumentIdle(*record)) runTimers(*record);
+        KzDxDocument* const data = dataOfCurrent(message->first);
+        if (data != nullptr && isDocumentIdle(*data)) runTimers(*data);
     });
     return 1;
 }

@@ -1,28 +1,28 @@
 #include "timers/timer.h"
 
-#include "frame/boundary.h"
-#include "frame/document.h"
 #include "host/platform.h"
-#include "timers/cmd_line_hook.h"
 
-KzDxTimer::KzDxTimer(KzDxDocument* owner, std::uint32_t interval) : owner_(owner), interval_(interval) {
+#include <cassert>
+
+KzDxTimer::KzDxTimer(RunningTimers* runningTimers, std::uint32_t interval)
+    : runningTimers_(runningTimers), interval_(interval) {
     KzDxTimer::restart();
-    ++timerCount_;
 }
 
 KzDxTimer::~KzDxTimer() {
-    if (--timerCount_ == 0) kzdxAtBoundary([] { KzDxCmdLineHook::instance().setEnabled(false); });
-    if (KzDxTimer::isEnabled() && owner_ != nullptr) owner_->runningTimers().erase(this);
+    if (KzDxTimer::isEnabled()) runningTimers_->erase(this);
 }
 
 Orvo::ErrorStatus KzDxTimer::setEnabled(bool enable) {
-    if (enable) KzDxCmdLineHook::instance().setEnabled(true);
+    assert(KzDxCmdLineHook::instance() != nullptr);
+    // Tried at every switching on, also of a timer that runs; a refusal is made up for by the next one.
+    if (enable) static_cast<void>(KzDxCmdLineHook::instance()->setEnabled(true));
     if (enable == isEnabled()) return Orvo::ok;
-    if (owner_ == nullptr) return Orvo::missingCollaborator;
+    if (runningTimers_ == nullptr) return Orvo::missingCollaborator;
     if (enable) {
-        owner_->runningTimers().insert(this);
+        runningTimers_->insert(this);
     } else {
-        owner_->runningTimers().erase(this);
+        runningTimers_->erase(this);
     }
     storeEnabled(enable);
     return Orvo::ok;
@@ -47,7 +47,7 @@ void KzDxTimer::checkElapsed() {
     if (repeat_) {
         restart();
     } else {
-        setEnabled(false);
+        static_cast<void>(setEnabled(false)); // it runs, so it has running timers to leave
     }
 }
 

@@ -1,7 +1,7 @@
 // Guards what a callee may do to the set that it is called from. Every test runs under checked iterators and
 // the address sanitizer, with both ways of choosing the next member.
 
-#include "frame/call_set.h"
+#include "core/call_set.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -9,7 +9,7 @@
 #include <string>
 
 struct GraphDisposer {
-    void operator()(KzDxBlocks* graph) const { KzDxBlocks::dispose(graph); }
+    void operator()(KzDxBlocks* graph) const { if (graph != nullptr) KzDxDeferredDeletion::begin(graph); }
 };
 using OwnedGraph = std::unique_ptr<KzDxBlocks, GraphDisposer>;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/life.h"
+#include "core/life.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -25,7 +25,7 @@ public:
         if (object_->objectId().isNull()) {
             delete object_;
         } else {
-            object_->close();
+            static_cast<void>(object_->close()); // nobody is left to tell
         }
     }
     KzDxOpened(const KzDxOpened&) = delete;

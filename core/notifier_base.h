@@ -1,7 +1,7 @@
 #pragma once
 
-#include "frame/call_set.h"
-#include "frame/enable_base.h"
+#include "core/call_set.h"
+#include "core/enable_base.h"
 
 /// Something that can be switched on and off and that notifies targets: receivers or plain functions.
 ///

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "frame/opened.h"
+#include "core/opened.h"
 #include "host/block_table.h"
 
 #include <memory>
