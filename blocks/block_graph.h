@@ -47,8 +47,8 @@ public:
     /// model-space record.
     static Orvo::ErrorStatus create(KzDxBlocks*& graph, KzDxDocumentContext* document);
 
-    /// Empties the graph and unregisters it from everything that can be opened. Works also when the document is
-    /// gone. Graphs part by deferred deletion.
+    /// Empties the graph and unregisters it from everything that can be opened. Works also when the document
+    /// is gone. Graphs part by deferred deletion.
     ~KzDxBlocks() override;
 
     /// The host tells that the block table is about to change.

@@ -42,7 +42,8 @@ private:
         }
         KzDxBlock* node = nodeOf(key);
         if (node == nullptr) {
-            static_cast<void>(graph_.addBlock(node, &record)); // a record whose node cannot be made is passed over
+            static_cast<void>(
+                graph_.addBlock(node, &record)); // a record whose node cannot be made is passed over
         } else if (node->listRecord(id) || !node->wasReadIn(graph_.scanNumber_)) {
             nodes_.push_back(node);
         }

@@ -1,7 +1,7 @@
 #include "blocks/block_graph.h"
-#include "frame/application.h"
 #include "core/boundary.h"
 #include "core/scope_guard.h"
+#include "frame/application.h"
 #include "zelvane/zelvane.h"
 
 namespace {

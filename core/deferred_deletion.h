@@ -4,13 +4,13 @@
 
 /// Deferred deletion: the host may still call the object, so it lives until it has unregistered.
 ///
-/// To leave the host, an object must be let in once more: a reactor opens what it is registered on. The host may
-/// refuse, for example while somebody holds an object of the drawing open, and an object that was destroyed all
-/// the same would be called where it was. So it is deleted as soon as it has left, at the latest with the
-/// library, and works for nobody until then.
+/// To leave the host, an object must be let in once more: a reactor opens what it is registered on. The host
+/// may refuse, for example while somebody holds an object of the drawing open, and an object that was
+/// destroyed all the same would be called where it was. So it is deleted as soon as it has left, at the
+/// latest with the library, and works for nobody until then.
 ///
-/// The list of those who wait runs through the objects themselves: they must be able to go when memory has run
-/// out.
+/// The list of those who wait runs through the objects themselves: they must be able to go when memory has
+/// run out.
 class KzDxDeferredDeletion {
 public:
     KzDxDeferredDeletion() = default;

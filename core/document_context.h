@@ -5,8 +5,8 @@
 
 class KzDxTimer;
 
-/// What the parts of a document's data need of their document: its drawing, and the set of timers that its idle
-/// checks examine. The parts borrow it, and do not outlive it in working order.
+/// What the parts of a document's data need of their document: its drawing, and the set of timers that its
+/// idle checks examine. The parts borrow it, and do not outlive it in working order.
 class KzDxDocumentContext {
 public:
     explicit KzDxDocumentContext(KzApDocument* document) : document_(document) {}
@@ -24,7 +24,8 @@ public:
         return document_ == nullptr ? nullptr : document_->database();
     }
 
-    /// The document's timers that are switched on, borrowed. Timers put themselves in and take themselves out.
+    /// The document's timers that are switched on, borrowed. Timers put themselves in and take themselves
+    /// out.
     [[nodiscard]] KzDxCallSet<KzDxTimer*>& runningTimers() { return runningTimers_; }
 
 protected:

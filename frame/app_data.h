@@ -10,18 +10,18 @@
 #include <set>
 #include <utility>
 
-/// Keeps one object of class `Data` for each document of the host, made on demand or, with `autoCreate`, with the
-/// document.
+/// Keeps one object of class `Data` for each document of the host, made on demand or, with `autoCreate`, with
+/// the document.
 ///
-/// The data are owned and go with their documents: the host's document manager tells of those while this object
-/// is attached to it. `Data` is made from the document's address, has `forgetDocument()`, and may be destroyed
-/// while operations of it are under way further up the stack.
+/// The data are owned and go with their documents: the host's document manager tells of those while this
+/// object is attached to it. `Data` is made from the document's address, has `forgetDocument()`, and may be
+/// destroyed while operations of it are under way further up the stack.
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// A document that goes unannounced is noticed by `purge`. Its data are told to forget the document, which must
-/// not be touched any more, and are destroyed. Until then they stand for a closed document: ask `isOpen` about
-/// addresses that come from outside.
+/// A document that goes unannounced is noticed by `purge`. Its data are told to forget the document, which
+/// must not be touched any more, and are destroyed. Until then they stand for a closed document: ask `isOpen`
+/// about addresses that come from outside.
 template <class Data>
 class AppDataT : public KzApDocManagerReactor {
 public:
@@ -59,9 +59,9 @@ public:
         return !documents->done();
     }
 
-    /// The data of a document. With `create`, they are made when there are none; attached to the document manager
-    /// from then on. Null for a null document, without data, or when the document has no drawing or is not listed
-    /// by the host.
+    /// The data of a document. With `create`, they are made when there are none; attached to the document
+    /// manager from then on. Null for a null document, without data, or when the document has no drawing or
+    /// is not listed by the host.
     virtual Data* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
         if (cached_ != data_.end() && cached_->first == document) return cached_->second.get();
@@ -81,8 +81,8 @@ public:
 
     [[nodiscard]] virtual bool isAttached() const { return attached_; }
 
-    /// Attaches to the document manager, with `autoCreate` making the data of all open documents; or detaches from
-    /// it and destroys all data. `missingCollaborator` without a document manager.
+    /// Attaches to the document manager, with `autoCreate` making the data of all open documents; or detaches
+    /// from it and destroys all data. `missingCollaborator` without a document manager.
     virtual Orvo::ErrorStatus setAttached(bool attach) {
         KzApDocManager* const manager = kzDocManagerPtr();
         if (manager == nullptr) return Orvo::missingCollaborator;
@@ -103,13 +103,14 @@ public:
     /// Whether data are made with their documents. Switching it on attaches to the document manager.
     virtual Orvo::ErrorStatus setAutoCreate(bool create) {
         autoCreate_ = create;
-        // Without a document manager there are no documents to make data for; on demand, `docData` tries again.
+        // Without a document manager there are no documents to make data for; on demand, `docData` tries
+        // again.
         if (create) static_cast<void>(setAttached(true));
         return Orvo::ok;
     }
 
-    /// Makes data for every open document that has none and has a drawing. `missingCollaborator` when the host does
-    /// not list its documents.
+    /// Makes data for every open document that has none and has a drawing. `missingCollaborator` when the
+    /// host does not list its documents.
     virtual Orvo::ErrorStatus createAll() {
         cached_ = data_.end();
         const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
@@ -125,15 +126,15 @@ public:
         return Orvo::ok;
     }
 
-    /// Destroys the data of documents that are no longer open. `missingCollaborator` when the host does not list
-    /// its documents, or when there is no memory for the list.
+    /// Destroys the data of documents that are no longer open. `missingCollaborator` when the host does not
+    /// list its documents, or when there is no memory for the list.
     virtual Orvo::ErrorStatus purge() {
         return kzdxAtBoundary(Orvo::missingCollaborator, [this] { return purgeAgainstList(); });
     }
 
 protected:
-    /// Leaves the document manager; the data stay. False when there is none now, and then it may still tell of
-    /// documents.
+    /// Leaves the document manager; the data stay. False when there is none now, and then it may still tell
+    /// of documents.
     [[nodiscard]] bool leaveDocManager() {
         if (!attached_) return true;
         KzApDocManager* const manager = kzDocManagerPtr();
@@ -181,9 +182,9 @@ private:
         return Orvo::ok;
     }
 
-    /// Destroys all data in key order. Some may have outlived their document, when somebody asked for them after
-    /// this object had been told that the document goes; unless the host says which documents are open, none of
-    /// them is touched.
+    /// Destroys all data in key order. Some may have outlived their document, when somebody asked for them
+    /// after this object had been told that the document goes; unless the host says which documents are open,
+    /// none of them is touched.
     void destroyAll() {
         const bool areDocumentsKnown = AppDataT::purge() == Orvo::ok;
         DataMap leaving = std::exchange(data_, {});

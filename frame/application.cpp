@@ -3,7 +3,8 @@
 #include "timers/idle_check.h"
 
 KzDxApplication::KzDxApplication() {
-    // Creating data attaches to the document manager. Without one the object stays empty until an export asks.
+    // Creating data attaches to the document manager. Without one the object stays empty until an export
+    // asks.
     static_cast<void>(setAutoCreate(true));
     storeEnabled(true);
     instance_ = this; // last: nobody meets half an object, and there is nothing to undo when memory runs out

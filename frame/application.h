@@ -37,7 +37,7 @@ private:
     static inline KzDxApplication* instance_ = nullptr;
 };
 
-/// The data of a document for an export, with `create` made if needed. Null without an application object, for
-/// an address that is no open document's, for a document without a drawing, and without `create` for one that
-/// has no data.
+/// The data of a document for an export, with `create` made if needed. Null without an application object,
+/// for an address that is no open document's, for a document without a drawing, and without `create` for one
+/// that has no data.
 [[nodiscard]] KzDxDocument* kzdxDocDataOf(KzApDocument* document, bool create = true);

@@ -12,9 +12,9 @@ class KzDxExternalClientTimerReactor;
 
 /// The document data: what the module keeps for one open document.
 ///
-/// That is its block graph and the timer of outside clients, each made on first demand and owned, and the set of
-/// the document's running timers. Switched on from construction to destruction. May be destroyed from inside
-/// anything that it calls.
+/// That is its block graph and the timer of outside clients, each made on first demand and owned, and the set
+/// of the document's running timers. Switched on from construction to destruction. May be destroyed from
+/// inside anything that it calls.
 ///
 /// The virtual operations are called by slot: their order is fixed.
 class KzDxDocument : public KzDxEnableBase, public KzDxDocumentContext {
@@ -27,11 +27,12 @@ public:
     /// Passes the switch on to the graph, the timer and the clients' reactor, as far as they exist.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
-    /// The document's block graph, built on the first call; null when that fails, and the next call tries again.
+    /// The document's block graph, built on the first call; null when that fails, and the next call tries
+    /// again.
     [[nodiscard]] virtual KzDxBlocks* blocks();
 
-    /// Attaches a client's callback to the document's idle time, or detaches it. The interval, in milliseconds,
-    /// counts for all callbacks from now on. `missingCollaborator` for a null callback.
+    /// Attaches a client's callback to the document's idle time, or detaches it. The interval, in
+    /// milliseconds, counts for all callbacks from now on. `missingCollaborator` for a null callback.
     virtual Orvo::ErrorStatus timerAttach(KzDxClientCallback callback, std::uint32_t interval, bool attach);
 
     /// The document's drawing; null when it has none.

@@ -1,8 +1,8 @@
-#include "frame/application.h"
 #include "core/boundary.h"
 #include "core/deferred_deletion.h"
-#include "frame/resource_library.h"
 #include "core/scope_guard.h"
+#include "frame/application.h"
+#include "frame/resource_library.h"
 #include "host/module_interface.h"
 #include "host/services.h"
 #include "timers/cmd_line_hook.h"
@@ -40,7 +40,8 @@ bool initModule(void* packet) {
     kzrxRegisterAppMDIAware(packet);
     KzDxDeferredDeletion::retryAll();
     // The object makes itself known as the instance, and goes by `end`.
-    if (KzDxApplication::instance() == nullptr) static_cast<void>(std::make_unique<KzDxApplication>().release());
+    if (KzDxApplication::instance() == nullptr)
+        static_cast<void>(std::make_unique<KzDxApplication>().release());
     undo.dismiss();
     return true;
 }

@@ -9,7 +9,7 @@ namespace Orvo {
 /// The numbers below 1000 are those of the host that the module gives itself. Those from 1000 up are ours:
 /// the headless host gives them where only failure as such is known, and another host gives its own. A status
 /// that came from the host is passed on as it is, also when its number has no name here.
-enum [[nodiscard]] ErrorStatus : std::int32_t {
+enum [[nodiscard]] ErrorStatus : std::int32_t{
     ok = 0,
     invalidObjectId = 16,      ///< the id is null, or names nothing that can be used
     alreadyPresent = 260,      ///< there is such an entry already

@@ -1,6 +1,6 @@
-#include "frame/application.h"
 #include "core/block_table_walk.h"
 #include "core/boundary.h"
+#include "frame/application.h"
 #include "host/documents.h"
 #include "zelvane/zelvane.h"
 

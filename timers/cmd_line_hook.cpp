@@ -17,11 +17,13 @@ KzDxCmdLineHook::Use::Use() {
 
 KzDxCmdLineHook::Use::~Use() {
     assert(useCount_ > 0);
-    if (--useCount_ == 0) instance_.reset();
+    if (--useCount_ != 0) return;
+    instance_.reset();
+    removeLeftFilter();
 }
 
 KzDxCmdLineHook::~KzDxCmdLineHook() {
-    isFilterLeft_ = kzdxAtBoundary(true, [this] { return KzDxCmdLineHook::setEnabled(false) != Orvo::ok; });
+    if (isEnabled()) isFilterLeft_ = true; // removed by whoever ends the hook, and if need be later
 }
 
 void KzDxCmdLineHook::removeLeftFilter() noexcept {
@@ -34,6 +36,7 @@ Orvo::ErrorStatus KzDxCmdLineHook::setEnabled(bool enable) {
     const int accepted =
         enable ? kzedRegisterFilterWinMsg(kzdxIdleCheckFilter) : kzedRemoveFilterWinMsg(kzdxIdleCheckFilter);
     if (accepted == 0) return Orvo::filterRefused;
+    isFilterLeft_ = false;
     storeEnabled(enable);
     return Orvo::ok;
 }

@@ -7,8 +7,8 @@
 
 /// Registers the idle-check filter with the host's message loop while it is switched on.
 ///
-/// There is one while there are timers: the first one makes it, switched off, and the last one ends it. Nothing
-/// else switches it off. It needs no memory.
+/// There is one while there are timers: the first one makes it, switched off, and the last one ends it.
+/// Nothing else switches it off. It needs no memory.
 class KzDxCmdLineHook : public KzDxEnableBase {
 public:
     /// Share in the hook: every timer has one.
@@ -23,11 +23,11 @@ public:
     /// The hook; null while there is no timer.
     [[nodiscard]] static KzDxCmdLineHook* instance() { return instance_ ? &*instance_ : nullptr; }
 
-    /// Tries once more to remove a filter that the host refused to remove when its hook ended. Called at unload.
+    /// Removes the filter of a hook that has ended. The host may refuse; called again at unload.
     static void removeLeftFilter() noexcept;
 
     KzDxCmdLineHook() = default;
-    /// Removes the filter if it is registered.
+    /// Leaves a registered filter to `removeLeftFilter`.
     ~KzDxCmdLineHook() override;
 
     /// Registers or removes the filter. `filterRefused` when the host refuses, with nothing changed.
@@ -36,5 +36,5 @@ public:
 private:
     static std::optional<KzDxCmdLineHook> instance_;
     static std::uint32_t useCount_;
-    static bool isFilterLeft_; ///< an ended hook could not remove the filter
+    static bool isFilterLeft_; ///< a hook ended while its filter was registered
 };

@@ -1,7 +1,7 @@
 #include "timers/idle_check.h"
 
-#include "frame/application.h"
 #include "core/boundary.h"
+#include "frame/application.h"
 #include "host/documents.h"
 #include "host/editor.h"
 #include "timers/timer.h"
@@ -40,7 +40,7 @@ KzDxDocument* dataOfCurrent(std::uintptr_t parameter) {
 
 void runTimers(KzDxDocument& data) {
     data.runningTimers().callEach(KzDxCallSet<KzDxTimer*>::Next::chosenBeforeCall,
-                                    [](KzDxTimer* timer) { timer->checkElapsed(); });
+                                  [](KzDxTimer* timer) { timer->checkElapsed(); });
 }
 
 } // namespace

@@ -9,17 +9,17 @@
 
 /// Tells its receivers that an interval has passed, at the first idle check of its document after that.
 ///
-/// A timer has no clock of its own: while it is switched on, it is among the running timers of its document, and
-/// each idle check asks them whether they are due. The interval is thus a lower bound, and 0 means every idle
-/// check. The first interval counts from the timer's construction. Ticks are 32-bit milliseconds and may wrap
-/// around.
+/// A timer has no clock of its own: while it is switched on, it is among the running timers of its document,
+/// and each idle check asks them whether they are due. The interval is thus a lower bound, and 0 means every
+/// idle check. The first interval counts from the timer's construction. Ticks are 32-bit milliseconds and may
+/// wrap around.
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
 /// A receiver may attach and detach receivers, switch the timer, and destroy it.
 ///
-/// The first timer makes the command-line hook, which brings the idle checks, and each one that is switched on
-/// switches it on; the last timer to go ends it.
+/// The first timer makes the command-line hook, which brings the idle checks, and each one that is switched
+/// on switches it on; the last timer to go ends it.
 class KzDxTimer : public KzDxNotifierBase<KzDxTimerReactor*> {
 public:
     using RunningTimers = KzDxCallSet<KzDxTimer*>;
@@ -29,10 +29,10 @@ public:
     KzDxTimer(RunningTimers* runningTimers, std::uint32_t interval);
     ~KzDxTimer() override;
 
-    /// Joins or leaves the running timers; does not restart the interval. Switching on registers the filter that
-    /// sees the idle checks, if it is not yet registered; when the host refuses that, the timer runs and waits for
-    /// the next switching on of any timer to try again. `missingCollaborator` without running timers to join,
-    /// with nothing changed.
+    /// Joins or leaves the running timers; does not restart the interval. Switching on registers the filter
+    /// that sees the idle checks, if it is not yet registered; when the host refuses that, the timer runs and
+    /// waits for the next switching on of any timer to try again. `missingCollaborator` without running
+    /// timers to join, with nothing changed.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
     /// Notifies every receiver now, in ascending order of address. The next receiver is chosen before each

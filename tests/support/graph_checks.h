@@ -9,7 +9,9 @@
 #include <string>
 
 struct GraphDisposer {
-    void operator()(KzDxBlocks* graph) const { if (graph != nullptr) KzDxDeferredDeletion::begin(graph); }
+    void operator()(KzDxBlocks* graph) const {
+        if (graph != nullptr) KzDxDeferredDeletion::begin(graph);
+    }
 };
 using OwnedGraph = std::unique_ptr<KzDxBlocks, GraphDisposer>;
 

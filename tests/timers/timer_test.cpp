@@ -25,7 +25,7 @@ class Timer : public ModuleTest {
 protected:
     Timer() : document(Headless::openDocument(u"document")) {
         record = KzDxApplication::instance()->docData(document, true);
-        timer = std::make_unique<KzDxTimer>(record, 0);
+        timer = std::make_unique<KzDxTimer>(&record->runningTimers(), 0);
         for (Receiver& receiver : receivers) timer->attach(&receiver);
     }
     /// How often each receiver was called, in order of address.
@@ -50,7 +50,7 @@ TEST_F(Timer, AOneShotFiresOnceAndIsOut) {
 }
 
 TEST_F(Timer, OnlyADueOneFires) {
-    KzDxTimer slow(record, 1000);
+    KzDxTimer slow(&record->runningTimers(), 1000);
     Receiver late;
     slow.attach(&late);
     slow.setEnabled(true);
@@ -67,7 +67,7 @@ TEST_F(Timer, OnlyADueOneFires) {
 }
 
 TEST_F(Timer, AReceiverMayDestroyTheTimerThatCallsIt) {
-    KzDxTimer other(record, 0);
+    KzDxTimer other(&record->runningTimers(), 0);
     Receiver ofOther;
     other.attach(&ofOther);
     other.setEnabled(true);
@@ -110,7 +110,7 @@ TEST_F(Timer, TheHookGoesWithTheLastTimer) {
     EXPECT_EQ(Headless::filterCount(), 1U) << "switching off keeps the filter";
     timer.reset();
     EXPECT_EQ(Headless::filterCount(), 0U);
-    timer = std::make_unique<KzDxTimer>(record, 0);
+    timer = std::make_unique<KzDxTimer>(&record->runningTimers(), 0);
     timer->setEnabled(true);
     EXPECT_EQ(Headless::filterCount(), 1U);
 }
@@ -146,7 +146,7 @@ private:
             : document(its),
               interval(itsInterval),
               start(now),
-              timer(KzDxApplication::instance()->docData(its, true), itsInterval) {}
+              timer(&KzDxApplication::instance()->docData(its, true)->runningTimers(), itsInterval) {}
 
         KzApDocument* document;
         std::uint32_t interval;
