@@ -1,5 +1,6 @@
 #include "headless/kzhost/call.h"
 
+#include "headless/kzhost/readable.h"
 #include "headless/kzhost/values.h"
 #include "headless/session.h"
 #include "headless/unicode.h"
@@ -10,6 +11,9 @@
 namespace KzHost {
 
 namespace {
+
+// The address of this is the key of the last error that came through a client.
+constexpr char originKey = 0;
 
 /// What came, in words.
 std::string describeValue(lua_State* state, int index) {
@@ -39,6 +43,7 @@ int dispatch(lua_State* state) {
         Outward outward(state);
         const int results = function.run(call);
         outward.raiseKept();
+        if (results > 1) noteResults(state, function, results);
         return results;
     } catch (const std::exception& exception) { // Lua's own errors are none of these and pass
         failure = exception.what();
@@ -153,30 +158,81 @@ void enter(lua_State* state, std::span<const Function> functions) {
 
 Outward* Outward::innermost = nullptr;
 
+/// Scope guard around the run of a client's function.
+struct Outward::ClientRun {
+    ClientRun(Outward& target, const std::string& clientName)
+        : outward(target), name(clientName), outer(innermostRun) {
+        innermostRun = this;
+    }
+    ClientRun(const ClientRun&) = delete;
+    ClientRun& operator=(const ClientRun&) = delete;
+    ~ClientRun() { innermostRun = outer; }
+
+    Outward& outward;
+    const std::string& name;
+    ClientRun* outer;
+};
+
+Outward::ClientRun* Outward::innermostRun = nullptr;
+
 Outward::~Outward() {
     innermost = outer_;
     luaL_unref(state_, LUA_REGISTRYINDEX, kept_);
 }
 
-void Outward::callClient(int functionReference) {
+/// Message handler: notes where an error was raised as long as the stack is there; the error stays as it is.
+int Outward::noteOrigin(lua_State* state) {
+    if (innermostRun == nullptr || innermostRun->outward.kept_ != LUA_NOREF) return 1;
+    luaL_traceback(state, state, nullptr, 1);
+    innermostRun->outward.origin_ = originOfError(state, 1) + "\nin the client \"" + innermostRun->name +
+                                    "\", " + lua_tostring(state, -1);
+    lua_settop(state, 1);
+    return 1;
+}
+
+void Outward::callClient(int functionReference, const std::string& name) {
     Outward* const outward = innermost;
     if (outward == nullptr) return; // the script is over
     lua_State* const state = outward->state_;
     const bool hasRoom = lua_checkstack(state, LUA_MINSTACK) != 0;
     if (!hasRoom) return;
+    const ClientRun run(*outward, name);
+    lua_pushcfunction(state, noteOrigin);
+    const int handler = lua_gettop(state);
     lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
-    if (lua_pcall(state, 0, 0, 0) == LUA_OK) return;
-    if (outward->kept_ == LUA_NOREF) {
+    if (lua_pcall(state, 0, 0, handler) != LUA_OK && outward->kept_ == LUA_NOREF) {
         outward->kept_ = luaL_ref(state, LUA_REGISTRYINDEX);
-    } else {
-        lua_pop(state, 1);
     }
+    lua_settop(state, handler - 1);
+}
+
+const char* Outward::runningClient() {
+    return innermostRun != nullptr ? innermostRun->name.c_str() : nullptr;
 }
 
 void Outward::raiseKept() {
     if (kept_ == LUA_NOREF) return;
+    lua_createtable(state_, 0, 2);
+    lua_rawgeti(state_, LUA_REGISTRYINDEX, kept_);
+    lua_setfield(state_, -2, "error");
+    lua_pushlstring(state_, origin_.data(), origin_.size());
+    lua_setfield(state_, -2, "origin");
+    lua_rawsetp(state_, LUA_REGISTRYINDEX, &originKey);
     lua_rawgeti(state_, LUA_REGISTRYINDEX, kept_);
     lua_error(state_);
+}
+
+std::string originOfError(lua_State* state, int index) {
+    const int error = lua_absindex(state, index);
+    std::string origin;
+    if (lua_rawgetp(state, LUA_REGISTRYINDEX, &originKey) == LUA_TTABLE) {
+        lua_getfield(state, -1, "error");
+        lua_getfield(state, -2, "origin");
+        if (lua_rawequal(state, error, -2) != 0) origin = lua_tostring(state, -1);
+        lua_pop(state, 2);
+    }
+    lua_pop(state, 1);
+    return origin;
 }
 
 } // namespace KzHost

@@ -74,17 +74,30 @@ public:
     Outward& operator=(const Outward&) = delete;
     ~Outward();
 
-    /// Calls a Lua function by its place in the registry, in the state of the innermost call under way.
-    static void callClient(int functionReference);
+    /// Calls the Lua function of a client, by its place in the registry, in the state of the innermost call
+    /// under way.
+    static void callClient(int functionReference, const std::string& name);
+    /// The client that runs, the innermost one; null when none does.
+    [[nodiscard]] static const char* runningClient();
 
     void raiseKept();
 
 private:
+    struct ClientRun;
+
+    static int noteOrigin(lua_State* state);
+
     static Outward* innermost;
+    static ClientRun* innermostRun;
 
     lua_State* state_;
     Outward* outer_;
     int kept_ = LUA_NOREF;
+    std::string origin_; // the clients that the kept error came through, with their tracebacks
 };
+
+/// The clients that an error came through before it was raised in the script, with their tracebacks; empty
+/// when it came through none.
+[[nodiscard]] std::string originOfError(lua_State* state, int index);
 
 } // namespace KzHost

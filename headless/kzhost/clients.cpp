@@ -37,8 +37,8 @@ std::array<Slot, mostClients>& slots() {
 // A plain function carries no data, so there is one for each slot.
 template <std::size_t number>
 void callSlot() {
-    const Slot& slot = slots()[number];
-    if (slot.function != LUA_NOREF) Outward::callClient(slot.function);
+    const Slot slot = slots()[number]; // a copy: the client may end itself
+    if (slot.function != LUA_NOREF) Outward::callClient(slot.function, slot.name);
 }
 
 template <std::size_t... numbers>

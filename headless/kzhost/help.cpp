@@ -1,6 +1,7 @@
 // What scripts and the prompt are told about the functions at hand.
 
 #include "headless/kzhost/libraries.h"
+#include "headless/kzhost/script.h"
 #include "headless/kzhost/values.h"
 
 #include <algorithm>
@@ -131,11 +132,22 @@ int help(Call& call) {
     return 0;
 }
 
+int traceback(Call& call) {
+    const std::string text = lastTraceback(call.state());
+    std::puts(text.empty() ? "There was no mistake." : text.c_str());
+    return 0;
+}
+
 constexpr Function functions[] = {
     {"help", help, R"(
         Prints what there is, or what one function, table or value of the host does.
         @param thing? any a function, a table or a value of the host, or a name in quotes
         @example help(host.idle)
+        )"},
+    {"traceback", traceback, R"(
+        Prints where the last mistake at the prompt came from: the calls under way, also those inside of
+        clients.
+        @example traceback()
         )"},
 };
 

@@ -227,7 +227,6 @@ constexpr Function messageFunctions[] = {
         then does what `host.pump` does.
         @return count messages how many were dispatched
         @return count taken how many of them a filter took
-        @error no document is open
         @example host.idle()
         )"},
     {"host.pump", pump, R"(

@@ -1,6 +1,7 @@
 // kzhost: runs Lua scripts that drive the headless host, or a prompt when there is no script.
 
 #include "headless/kzhost/command_line.h"
+#include "headless/kzhost/interrupt.h"
 #include "headless/kzhost/process.h"
 #include "headless/kzhost/prompt.h"
 #include "headless/kzhost/script.h"
@@ -44,9 +45,10 @@ int run(const CommandLine& line) {
     KzHost::Setup setup;
     setup.program = KzHost::programFolder();
     setup.modulePath = line.module.value_or(setup.program + "/Zelvane.hmx");
+    KzHost::nameClientOnCrash();
     KzHost::Session session(setup);
     const bool isDone = runAll(session, line);
-    if (hasNothingToRun || line.isInteractive) KzHost::prompt(session);
+    if (hasNothingToRun || line.isInteractive) KzHost::prompt(session, setup, !line.hasNoHistory);
     return isDone ? KzHost::done : KzHost::scriptFailed;
 }
 

@@ -9,10 +9,16 @@ namespace KzHost {
 
 namespace {
 
-/// Makes a message of any error value and adds where it came from.
-int addTraceback(lua_State* state) {
-    const char* message = luaL_tolstring(state, 1, nullptr);
-    luaL_traceback(state, state, message, 1);
+// The address of this is the key of the traceback of the last error.
+constexpr char tracebackKey = 0;
+
+/// Makes a message of any error value, and keeps where it came from.
+int keepTraceback(lua_State* state) {
+    luaL_traceback(state, state, nullptr, 1);
+    const std::string traceback = lua_tostring(state, -1) + originOfError(state, 1);
+    lua_pushlstring(state, traceback.data(), traceback.size());
+    lua_rawsetp(state, LUA_REGISTRYINDEX, &tracebackKey);
+    luaL_tolstring(state, 1, nullptr);
     return 1;
 }
 
@@ -45,6 +51,14 @@ int pushParameters(lua_State* state) {
 }
 
 } // namespace
+
+std::string lastTraceback(lua_State* state) {
+    lua_rawgetp(state, LUA_REGISTRYINDEX, &tracebackKey);
+    const char* const traceback = lua_tostring(state, -1);
+    std::string result = traceback != nullptr ? traceback : "";
+    lua_pop(state, 1);
+    return result;
+}
 
 Session::Session(const Setup& setup) : state_(luaL_newstate()) {
     if (state_ == nullptr) throw std::bad_alloc();
@@ -83,14 +97,15 @@ bool Session::runText(const std::string& text) {
 bool Session::runLoaded(int loadStatus, int argumentCount) {
     const bool isDone = loadStatus == LUA_OK && call(argumentCount);
     std::fflush(stdout);
-    if (!isDone) std::fprintf(stderr, "%s\n", lua_tostring(state_, -1));
+    if (loadStatus != LUA_OK) keepTraceback(state_);
+    if (!isDone) std::fprintf(stderr, "%s\n%s\n", lua_tostring(state_, -1), lastTraceback(state_).c_str());
     lua_settop(state_, 0);
     return isDone;
 }
 
 bool Session::call(int argumentCount) {
     const int function = lua_gettop(state_) - argumentCount;
-    lua_pushcfunction(state_, addTraceback);
+    lua_pushcfunction(state_, keepTraceback);
     lua_insert(state_, function);
     const int status = lua_pcall(state_, argumentCount, LUA_MULTRET, function);
     lua_remove(state_, function);

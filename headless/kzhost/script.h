@@ -30,7 +30,7 @@ public:
     [[nodiscard]] bool runText(const std::string& text);
 
     /// Calls the function below its `argumentCount` arguments on the stack; all results stay there. False
-    /// leaves the message with a traceback instead.
+    /// leaves the message instead.
     [[nodiscard]] bool call(int argumentCount);
 
 private:
@@ -38,5 +38,9 @@ private:
 
     lua_State* state_;
 };
+
+/// Where the last error that ended a call of a session came from, through all clients; empty when there was
+/// none.
+[[nodiscard]] std::string lastTraceback(lua_State* state);
 
 } // namespace KzHost

@@ -1,39 +1,67 @@
-// The prompt of kzhost on a terminal: what it prints and completes, and that no error ends it.
+// The prompt of kzhost on a terminal: what it prints, completes and remembers, and that no error and no
+// Ctrl-C ends it.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
+using std::chrono::milliseconds;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
 class Prompt : public testing::Test {
 public:
-    Prompt() {
+    Prompt() { start(); }
+    Prompt(const Prompt&) = delete;
+    Prompt& operator=(const Prompt&) = delete;
+    ~Prompt() override {
+        close(terminal_);
+        std::filesystem::remove_all(stateFolder);
+    }
+
+protected:
+    const std::string stateFolder = testing::TempDir() + "kzhost_state." + std::to_string(getpid());
+
+    /// Begins a session, without a locale of the user's. A former one has been left.
+    void start(const char* option = nullptr) {
+        if (terminal_ != -1) close(terminal_);
         child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
         if (child_ != 0) return;
         setenv("TERM", "xterm", 1);
-        execl(KZHOST, KZHOST, nullptr);
+        setenv("LC_ALL", "C", 1);
+        setenv("XDG_STATE_HOME", stateFolder.c_str(), 1);
+        execl(KZHOST, KZHOST, option, nullptr);
         _exit(127);
     }
-    Prompt(const Prompt&) = delete;
-    Prompt& operator=(const Prompt&) = delete;
-    ~Prompt() override { close(terminal_); }
 
-protected:
     /// What the terminal shows for some lines. They are waited for by a line of our own, and not by the
     /// prompt's sign, which says nothing of how far the reading has come.
     std::string type(const std::string& lines) {
         const std::string number = std::to_string(++typed_);
         send(lines + "print('typed' .. " + number + ")\n");
         return readUntil("typed" + number);
+    }
+    /// The same for keys that go on until they are interrupted; `begun` is what the terminal shows before
+    /// that.
+    std::string interrupt(const std::string& keys, const std::string& begun) {
+        send(keys);
+        std::string shown = readUntil(begun);
+        // Once is enough for a person. A key that comes before the prompt waits for one is passed over.
+        do send("\x03");
+        while (!isShownWithin(milliseconds(300)));
+        return shown + type("\n");
     }
     /// Leaves the prompt by a line of its own: the exit status tells whether it was still there.
     int leave() {
@@ -47,6 +75,10 @@ protected:
 private:
     void send(const std::string& keys) {
         EXPECT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+    bool isShownWithin(milliseconds time) {
+        pollfd waited = {.fd = terminal_, .events = POLLIN, .revents = 0};
+        return poll(&waited, 1, static_cast<int>(time.count())) == 1;
     }
     /// Up to a text or to the end of the program.
     std::string readUntil(const std::string& text) {
@@ -64,8 +96,11 @@ private:
 TEST_F(Prompt, PrintsValuesAndGoesOnAfterErrorsOfEveryKind) {
     EXPECT_THAT(type("host.open('a'), 'b\\0\\n', {1, c = {2}}\n"),
                 HasSubstr("document \"a\"  \"b\\0\\10\"  {1, c = {2}}"));
+    EXPECT_THAT(type("'T\u00FCr'\n"), HasSubstr("\"T\u00FCr\"")) << "UTF-8 in and out";
+    EXPECT_THAT(type("host.post(5)\nhost.idle()\n"), HasSubstr("1 message, 0 taken\r\n"));
     EXPECT_THAT(type("x = = 1\n"), HasSubstr("unexpected symbol"));
-    EXPECT_THAT(type("error('boom')\n"), HasSubstr("boom"));
+    EXPECT_THAT(type("error('boom')\n"), AllOf(HasSubstr("boom"), Not(HasSubstr("stack traceback"))));
+    EXPECT_THAT(type("traceback()\n"), HasSubstr("stack traceback"));
     type("debug.setmetatable(1, {__tostring = function() error('description') end})\n");
     EXPECT_THAT(type("5\n"), HasSubstr("description"));
     EXPECT_THAT(type("if true then\nreturn 'over two lines' end\n"), HasSubstr("\"over two lines\""));
@@ -84,6 +119,35 @@ TEST_F(Prompt, CompletesWithoutRunningMetamethods) {
     type("setmetatable(_G, {__index = function() error('no such global') end}) return 1\n");
     type("nothing.at\t\n");
     EXPECT_THAT(type("'still here'\n"), HasSubstr("still here"));
+    EXPECT_EQ(leave(), 7);
+}
+
+TEST_F(Prompt, IsInterruptedByCtrlCAndKeepsItsState) {
+    type("x = 41\n");
+    EXPECT_THAT(interrupt("print('be' .. 'gun') while true do end\n", "begun"), HasSubstr("interrupted"));
+    const std::string stubborn =
+        "while true do pcall(function() print('be' .. 'gun') while true do end end) end\n";
+    EXPECT_THAT(interrupt(stubborn, "begun"), HasSubstr("interrupted")) << "no pcall holds it up";
+    EXPECT_THAT(interrupt("if error('run all the same') then\n", "...> "), Not(HasSubstr("prompt:")));
+    EXPECT_THAT(interrupt("half typed", "half typed"), Not(HasSubstr("prompt:")));
+    EXPECT_THAT(type("x + 1\n"), HasSubstr("42"));
+    EXPECT_EQ(leave(), 7);
+}
+
+TEST_F(Prompt, KeepsItsHistoryBetweenSessionsWhereItCan) {
+    constexpr const char* former = "\x1b[A\x1b[A\x1b[A\n"; // above what ends a session and what ends a typing
+    type("'first' .. ' line'\n");
+    EXPECT_EQ(leave(), 7);
+    start();
+    EXPECT_THAT(type(former), HasSubstr("\"first line\""));
+    EXPECT_EQ(leave(), 7);
+    start("--no-history");
+    EXPECT_THAT(type(former), Not(HasSubstr("first line")));
+    EXPECT_EQ(leave(), 7);
+    std::filesystem::remove_all(stateFolder);
+    std::ofstream(stateFolder) << "a file where the folder should be";
+    start();
+    EXPECT_THAT(type("'no' .. ' matter'\n"), AllOf(HasSubstr("\"no matter\""), Not(HasSubstr("rror"))));
     EXPECT_EQ(leave(), 7);
 }
 

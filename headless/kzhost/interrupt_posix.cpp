@@ -1,0 +1,88 @@
+#include "headless/kzhost/call.h"
+#include "headless/kzhost/interrupt.h"
+
+#include <csignal>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace KzHost {
+
+namespace {
+
+// ---- Ctrl-C. A handler may do next to nothing, but Lua allows it to set a hook.
+
+volatile std::sig_atomic_t isPressed = 0;
+lua_State* volatile running = nullptr;
+
+/// Raises the error at each step until the hook is taken away, so that a `pcall` only delays it.
+void stop(lua_State* state, lua_Debug* /*where*/) {
+    luaL_where(state, 0);
+    lua_pushliteral(state, "interrupted");
+    lua_concat(state, 2);
+    lua_error(state);
+}
+
+void onInterrupt(int /*signal*/) {
+    isPressed = 1;
+    lua_State* const state = running;
+    if (state != nullptr)
+        lua_sethook(state, stop, LUA_MASKCALL | LUA_MASKRET | LUA_MASKLINE | LUA_MASKCOUNT, 1);
+}
+
+// ---- crashes
+
+constexpr int crashes[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+struct sigaction formerActions[std::size(crashes)];
+
+void say(const char* text) {
+    static_cast<void>(!write(STDERR_FILENO, text, std::strlen(text)));
+}
+
+/// Says its word and hands the signal on: it comes again when the handler has returned.
+void onCrash(int signal) {
+    if (const char* const client = Outward::runningClient()) {
+        say("kzhost: crashed while the client \"");
+        say(client);
+        say("\" was running\n");
+    }
+    for (std::size_t at = 0; at < std::size(crashes); ++at)
+        sigaction(crashes[at], &formerActions[at], nullptr);
+    raise(signal);
+}
+
+} // namespace
+
+Interruptible::Interruptible(lua_State* state) : state_(state) {
+    running = state_;
+}
+
+Interruptible::~Interruptible() {
+    running = nullptr;
+    lua_sethook(state_, nullptr, 0, 0);
+}
+
+void catchInterrupts() {
+    struct sigaction action {};
+    action.sa_handler = onInterrupt; // without SA_RESTART: a script that waits for input goes on
+    sigaction(SIGINT, &action, nullptr);
+}
+
+bool takeInterrupt() {
+    const bool wasPressed = isPressed != 0;
+    isPressed = 0;
+    return wasPressed;
+}
+
+void nameClientOnCrash() {
+    static char stack[1 << 16]; // the program's own may be what is used up
+    const stack_t ownStack = {stack, 0, sizeof stack};
+    sigaltstack(&ownStack, nullptr);
+    struct sigaction action {};
+    action.sa_handler = onCrash;
+    action.sa_flags = SA_ONSTACK;
+    for (std::size_t at = 0; at < std::size(crashes); ++at)
+        sigaction(crashes[at], &action, &formerActions[at]);
+}
+
+} // namespace KzHost
