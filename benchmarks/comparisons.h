@@ -34,6 +34,7 @@ Made idleCheckOverTicks(std::size_t timers);
 // template_comparisons.cpp
 Made templateOverStrings(std::size_t megabytes);
 Made templatePerName(std::size_t names);
+Made collisionsOverNames(std::size_t names);
 
 /// The size that a measurement "per unit" is compared with.
 [[nodiscard]] constexpr std::size_t smallSizeFor(std::size_t size) {

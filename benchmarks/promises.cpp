@@ -35,6 +35,7 @@ std::span<const Promise> promises() {
         Promise{"idle/timers", {100}, 4, idleCheckOverTicks},
         Promise{"template/floor", {40}, 2.5, templateOverStrings, {}, "MB"},
         Promise{"template/names", {million}, 2, templatePerName},
+        Promise{"template/collisions", {2 * tenThousand}, 3, collisionsOverNames},
         Promise{"memory/reference",
                 {million},
                 24,

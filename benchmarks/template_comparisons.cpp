@@ -6,12 +6,18 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Bench {
@@ -45,18 +51,57 @@ CEattMain templateWith(std::size_t names) {
     return result;
 }
 
+/// One block with the `count` names that `nameAt` gives.
+CEattMain blockOf(std::size_t count, const auto& nameAt) {
+    auto block = std::make_shared<CEattBlockInfo>();
+    for (std::size_t at = 0; at < count; ++at) {
+        require(block->attributes.add(nameAt(at), 1), "every name is another one");
+    }
+    CEattMain result;
+    result.blocks.push_back(std::move(block));
+    return result;
+}
+
+/// The odd number by which multiplying undoes a multiplication by `odd`.
+constexpr std::uint64_t inverseOf(std::uint64_t odd) {
+    std::uint64_t inverse = odd; // right in its lowest three bits; each step doubles how many are
+    for (int bits = 3; bits < 64; bits *= 2) inverse *= 2 - odd * inverse;
+    return inverse;
+}
+
+/// A name that the standard library of GNU hashes to the same number, whatever `number` is. Its hash (that of
+/// 64-bit machines) mixes in word after word by steps that can be undone: the first words are chosen, and the
+/// last is what leads to the wanted state.
+std::u16string collidingName(std::size_t number) {
+    constexpr std::uint64_t factor = 0xC6A4A7935BD1E995;
+    constexpr std::uint64_t back = inverseOf(factor);
+    constexpr std::uint64_t seed = 0xC70F6907;
+    constexpr std::uint64_t wanted = 1;
+    const auto mixed = [](std::uint64_t word) { return word ^ word >> 47; };
+    std::array<std::uint64_t, unitsPerName * sizeof(char16_t) / sizeof(std::uint64_t)> words{number};
+    std::uint64_t state = seed ^ sizeof words * factor;
+    for (std::size_t at = 0; at + 1 < words.size(); ++at) {
+        state = (state ^ mixed(words[at] * factor) * factor) * factor;
+    }
+    words.back() = mixed((state ^ wanted) * back) * back;
+    std::u16string name(unitsPerName, u' ');
+    std::memcpy(name.data(), words.data(), sizeof words);
+    return name;
+}
+
 /// As in a process that has read nothing yet: what other benchmarks left in the allocator would help one side
 /// more than the other.
 void giveFreeMemoryBack() {
     malloc_trim(0);
 }
 
-/// A template file with so many attribute names, all different and selected; removed at the end.
+/// A template file, all of whose names are different and selected; removed at the end.
 class TemplateFile {
 public:
-    explicit TemplateFile(std::size_t names) : names_(names) {
+    explicit TemplateFile(const CEattMain& contents) : blocks_(contents.blocks.size()), names_(blocks_) {
+        for (const auto& block : contents.blocks) names_ += block->attributes.size();
         KzDxArchiveWriter writer;
-        writeTemplate(templateWith(names), writer);
+        writeTemplate(contents, writer);
         std::ofstream file(path_, std::ios::binary);
         const auto bytes = writer.written();
         file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
@@ -71,7 +116,7 @@ public:
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
     /// The attributes' names and the blocks'.
-    [[nodiscard]] std::size_t names() const { return names_ + names_ / attributesPerBlock; }
+    [[nodiscard]] std::size_t names() const { return names_; }
 
     /// How long the reading takes, without what is made of it.
     [[nodiscard]] double secondsToRead() const {
@@ -80,7 +125,7 @@ public:
         eattMain.templatePath = path_.u16string();
         int isRead = 0;
         const double seconds = secondsOf([&] { isRead = eattMain.LoadTemplate(); });
-        require(isRead == 1 && eattMain.blocks.size() == names_ / attributesPerBlock, "every block is read");
+        require(isRead == 1 && eattMain.blocks.size() == blocks_, "every block is read");
         return seconds;
     }
 
@@ -93,12 +138,20 @@ public:
         require(blocks.size() + attributes.size() == names(), "every name is read");
         return seconds;
     }
+    [[nodiscard]] double secondsPerName() const {
+        return secondsToGiveNames() / static_cast<double>(names());
+    }
 
 private:
+    static std::filesystem::path freshPath() {
+        static int made = 0;
+        return std::filesystem::temp_directory_path() /
+               ("zelvane-bench-" + std::to_string(getpid()) + "-" + std::to_string(++made));
+    }
+
+    std::size_t blocks_;
     std::size_t names_;
-    std::filesystem::path path_ =
-        std::filesystem::temp_directory_path() /
-        ("zelvane-bench-" + std::to_string(getpid()) + "-" + std::to_string(names_));
+    std::filesystem::path path_ = freshPath();
 };
 
 /// Reads a file into memory and makes a string of each name in it, knowing where the names stand.
@@ -147,7 +200,7 @@ private:
 
 class TemplateOverStrings : public TimedComparison {
 public:
-    explicit TemplateOverStrings(std::size_t names) : file_(names) {}
+    explicit TemplateOverStrings(std::size_t names) : file_(templateWith(names)) {}
 
 protected:
     double ours() override { return file_.secondsToRead(); }
@@ -160,20 +213,46 @@ private:
 
 class TemplatePerName : public TimedComparison {
 public:
-    explicit TemplatePerName(std::size_t names) : large_(names), small_(smallSizeFor(names)) {}
+    explicit TemplatePerName(std::size_t names)
+        : large_(templateWith(names)), small_(templateWith(smallSizeFor(names))) {}
 
 protected:
-    double ours() override { return secondsPerName(large_); }
-    double other() override { return secondsPerName(small_); }
+    double ours() override { return large_.secondsPerName(); }
+    double other() override { return small_.secondsPerName(); }
     [[nodiscard]] double unitsOfWork() const override { return static_cast<double>(large_.names()); }
 
 private:
-    static double secondsPerName(const TemplateFile& file) {
-        return file.secondsToGiveNames() / static_cast<double>(file.names());
-    }
-
     TemplateFile large_;
     TemplateFile small_;
+};
+
+/// Names made to be slow, all in one block: alike at their end instead of their start, and alike to the hash
+/// that a table would take if nobody thought of such files.
+class CollisionsOverNames : public TimedComparison {
+public:
+    explicit CollisionsOverNames(std::size_t names)
+        : ordinary_(blockOf(names, [](std::size_t at) { return nameOf(u'A', at); })),
+          alikeAtTheEnd_(blockOf(names, reversedName)),
+          colliding_(blockOf(names, collidingName)) {
+        const std::hash<std::u16string_view> hash;
+        require(hash(collidingName(1)) == hash(collidingName(names)), "the names collide");
+    }
+
+protected:
+    double ours() override { return std::max(alikeAtTheEnd_.secondsPerName(), colliding_.secondsPerName()); }
+    double other() override { return ordinary_.secondsPerName(); }
+    [[nodiscard]] double unitsOfWork() const override { return static_cast<double>(ordinary_.names()); }
+
+private:
+    static std::u16string reversedName(std::size_t number) {
+        std::u16string name = nameOf(u'A', number);
+        std::ranges::reverse(name);
+        return name;
+    }
+
+    TemplateFile ordinary_;
+    TemplateFile alikeAtTheEnd_;
+    TemplateFile colliding_;
 };
 
 } // namespace
@@ -183,6 +262,9 @@ Made templateOverStrings(std::size_t megabytes) {
 }
 Made templatePerName(std::size_t names) {
     return std::make_unique<TemplatePerName>(names);
+}
+Made collisionsOverNames(std::size_t names) {
+    return std::make_unique<CollisionsOverNames>(names);
 }
 
 } // namespace Bench

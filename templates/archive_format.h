@@ -28,6 +28,10 @@ namespace KzDxArchive {
 
 inline constexpr std::size_t bufferSize = 4096;
 
+/// The fewest bytes that one element takes, and one with a body.
+inline constexpr std::size_t smallestElement = 2;
+inline constexpr std::size_t smallestBlock = smallestElement + 1 + 4 + 4;
+
 inline constexpr std::uint16_t nullTag = 0x0000;
 inline constexpr std::uint16_t longTag = 0x7FFF;
 inline constexpr std::uint16_t classTag = 0x8000; ///< added to a class index

@@ -57,6 +57,9 @@ public:
     /// `size` bytes as they are. For short, fixed texts.
     [[nodiscard]] bool bytes(std::string& result, std::size_t size);
 
+    /// How many bytes are left, as far as the source knows.
+    [[nodiscard]] std::uint64_t remaining() const;
+
     /// The offset of the next byte, counted from the start of the source.
     [[nodiscard]] std::uint64_t offset() const { return consumed_ + at_; }
 
@@ -67,7 +70,6 @@ public:
 
 private:
     [[nodiscard]] std::size_t buffered() const { return end_ - at_; }
-    [[nodiscard]] std::uint64_t remaining() const;
     [[nodiscard]] bool hold(std::size_t size);
     [[nodiscard]] bool stringLength(bool& isUtf16, std::uint64_t& length);
     [[nodiscard]] bool shortUtf16Length(std::uint64_t& length);

@@ -34,15 +34,15 @@ public:
     /// The position of the name, or none.
     [[nodiscard]] std::size_t find(std::u16string_view name) const;
 
-    [[nodiscard]] std::size_t size() const { return rows_.size(); }
+    [[nodiscard]] std::size_t size() const { return contents_ ? contents_->rows.size() : 0; }
 
     /// REQUIRES: position < size()
     [[nodiscard]] std::u16string_view name(std::size_t position) const;
     [[nodiscard]] KzDxHashedName hashedName(std::size_t position) const;
     [[nodiscard]] const KzDxAttributeEntry& entry(std::size_t position) const {
-        return rows_[position].entry;
+        return contents_->rows[position].entry;
     }
-    [[nodiscard]] KzDxAttributeEntry& entry(std::size_t position) { return rows_[position].entry; }
+    [[nodiscard]] KzDxAttributeEntry& entry(std::size_t position) { return contents_->rows[position].entry; }
 
     /// Removes every attribute whose flag is 0; the rest keep their order.
     void removeUnselected();
@@ -54,14 +54,19 @@ private:
     struct Row {
         [[no_unique_address]] KzDxAttributeEntry entry; // so that the hash fills its padding
         std::uint32_t hash;
-        std::size_t nameEnd; // in names_; the name begins where the previous one ends
+        std::size_t nameEnd; // in names; the name begins where the previous one ends
     };
 
+    struct Contents {
+        std::u16string names;
+        std::vector<Row> rows;
+        KzDxNameIndex index;
+    };
+
+    Contents& contents();
     [[nodiscard]] auto nameAt() const {
         return [this](std::size_t position) { return name(position); };
     }
 
-    std::u16string names_;
-    std::vector<Row> rows_;
-    KzDxNameIndex index_;
+    std::unique_ptr<Contents> contents_; // null while empty, as in the many blocks without attributes
 };

@@ -4,6 +4,7 @@
 #include "templates/archive_reader.h"
 #include "templates/archive_writer.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -17,7 +18,13 @@ namespace {
 
 class BlockListReader {
 public:
-    BlockListReader(KzDxArchiveReader& reader, CEattBlockList& blocks) : reader_(reader), blocks_(blocks) {}
+    // Room is made for what the rest of the file can hold, however many elements it claims.
+    BlockListReader(KzDxArchiveReader& reader, CEattBlockList& blocks, std::uint64_t count)
+        : reader_(reader), blocks_(blocks) {
+        const auto rest = reader.remaining();
+        blocks_.reserve(std::min(count, rest / smallestElement));
+        given_.reserve(std::min(count, rest / smallestBlock) + 1);
+    }
 
     [[nodiscard]] bool element() {
         start_ = reader_.offset();
@@ -119,7 +126,7 @@ private:
 bool loadBlockList(KzDxArchiveReader& reader, CEattBlockList& blocks) {
     std::uint64_t count = 0;
     if (!reader.count(count)) return false;
-    BlockListReader elements(reader, blocks);
+    BlockListReader elements(reader, blocks, count);
     for (; count > 0; --count)
         if (!elements.element()) return false;
     return true;

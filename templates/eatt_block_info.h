@@ -21,24 +21,28 @@ public:
     virtual ~CEattAttributeInfo() = default;
 };
 
-/// One block of a template: its name, whether it is selected, and its attributes. Only these three are
-/// stored; the other members have their start values in every block that is read.
-class CEattBlockInfo {
-public:
-    std::u16string blockName;
-    std::int32_t blockFlag = 1; ///< non-zero: the block is selected
-    KzDxAttributeTable attributes;
-
+/// What a block has besides, and no template stores.
+struct KzDxUnstoredMembers {
     std::vector<std::unique_ptr<CEattAttributeInfo>> attributeInfos;
     std::u16string secondName;
     std::u16string thirdText;
     std::u16string fourthText;
-    std::int32_t entryCounter = 0;       ///< 1 in the blocks of CEattMain::LoadTemplate
-    std::int32_t secondEntryCounter = 0; ///< likewise
     std::array<std::int32_t, 2> furtherIntegers{};
     std::array<std::uint64_t, 3> furtherValues{};
     KzGeScale3d scale;
     std::array<std::uint64_t, 4> moreValues{};
+};
+
+/// One block of a template: its name, whether it is selected, and its attributes. Only these three are
+/// stored. A file of a few megabytes may hold a million blocks, so what only few would use stands apart.
+class CEattBlockInfo {
+public:
+    std::u16string blockName;
+    KzDxAttributeTable attributes;
+    std::unique_ptr<KzDxUnstoredMembers> unstored; ///< null, as in every block that is read: start values
+    std::int32_t blockFlag = 1;                    ///< non-zero: the block is selected
+    std::int32_t entryCounter = 0;                 ///< 1 in the blocks of CEattMain::LoadTemplate
+    std::int32_t secondEntryCounter = 0;           ///< likewise
 
     /// Reads the stored members into this block, which must be fresh. An attribute name that repeats is read
     /// and dropped: the first one stays. False: the reader keeps why, and the block is to be thrown away.

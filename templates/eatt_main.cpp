@@ -32,8 +32,12 @@ int CEattMain::LoadTemplate() noexcept try {
     if (!openFile(source, templatePath) || readTemplate(source, read)) return 0;
 
     for (const auto& block : read.blocks) takeOver(*block);
-    blocks.insert(blocks.end(), std::make_move_iterator(read.blocks.begin()),
-                  std::make_move_iterator(read.blocks.end()));
+    if (blocks.empty()) {
+        blocks.swap(read.blocks);
+    } else {
+        blocks.insert(blocks.end(), std::make_move_iterator(read.blocks.begin()),
+                      std::make_move_iterator(read.blocks.end()));
+    }
     headerValue = read.headerValue;
     return 1;
 } catch (const std::exception&) { // no memory, or a path that the system cannot express

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "templates/name_hash.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -13,11 +14,11 @@ struct KzDxHashedName {
     std::uint32_t hash = 0;
 
     KzDxHashedName(std::u16string_view given, std::uint32_t known) : name(given), hash(known) {}
-    explicit KzDxHashedName(std::u16string_view given)
-        : KzDxHashedName(given, static_cast<std::uint32_t>(std::hash<std::u16string_view>()(given))) {}
+    explicit KzDxHashedName(std::u16string_view given) : KzDxHashedName(given, kzdxNameHash(given)) {}
 };
 
-/// Finds names in a sequence that its owner keeps, by exact comparison, in constant time.
+/// Hash table that finds names in a sequence which its owner keeps, by exact comparison. A look-up takes
+/// constant time on average, whatever the names are: see kzdxNameHash().
 ///
 /// Only positions are kept: a row of slots with open addressing, so that a million names are one allocation
 /// and the owner's sequence keeps its order. `nameAt(position)` must give the name at a position that was
@@ -36,7 +37,7 @@ public:
     /// Adds the name under the position and gives true; gives false and changes nothing when the name is
     /// there.
     bool add(const KzDxHashedName& key, std::size_t position, const auto& nameAt) {
-        if (isFull()) resize(std::max(smallest, slots_.size() * 4));
+        if (isFull()) resize(std::max(smallest, slots_.size() * 2));
         Slot& slot = slots_[slotOf(key, nameAt)];
         if (!slot.isFree()) return false;
         slot = {key.hash, static_cast<std::uint32_t>(position)};
@@ -59,7 +60,7 @@ private:
         [[nodiscard]] bool isFree() const { return position == 0xFFFFFFFF; }
     };
 
-    static constexpr std::size_t smallest = 8;
+    static constexpr std::size_t smallest = 2; // most tables are small, and there may be a million of them
 
     // The comparison of the string class goes unit by unit, which shows when every name of a file is looked
     // up.

@@ -39,9 +39,11 @@ void giveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string>& b
     UniqueNames separateNames;
     UniqueNames& attributeNames = &blocks == &attributes ? blockNames : separateNames;
 
-    std::unordered_set<const CEattBlockInfo*> seen; // the same block again has nothing new
+    // The same block again has nothing new. Few stand in the list twice, and only those have two owners.
+    std::unordered_set<const CEattBlockInfo*> seen;
     for (const auto& block : eattMain.blocks) {
-        if (!block || block->blockFlag == 0 || !seen.insert(block.get()).second) continue;
+        if (!block || block->blockFlag == 0) continue;
+        if (block.use_count() > 1 && !seen.insert(block.get()).second) continue;
         blockNames.add(KzDxHashedName(block->blockName));
         addSelected(block->attributes, attributeNames);
     }
