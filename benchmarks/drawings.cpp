@@ -3,6 +3,7 @@
 #include "benchmarks/comparison.h"
 #include "frame/application.h"
 #include "headless/edits.h"
+#include "headless/inspection.h"
 #include "headless/session.h"
 
 #include <string>

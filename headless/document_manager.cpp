@@ -1,5 +1,6 @@
 #include "headless/document_manager.h"
 
+#include "headless/facilities.h"
 #include "headless/fault_gate.h"
 
 #include <algorithm>
@@ -19,7 +20,6 @@
 namespace Headless {
 
 DocumentManager& documentManager = *new DocumentManager;
-bool isManagerRefused = false;
 
 namespace {
 
@@ -136,7 +136,8 @@ KzApDocument* DocumentManager::currentDocument() const {
 }
 
 KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
-    if (refusesIterators || FaultGate::strikes(HostCall::documentIterator)) return nullptr;
+    if (RefusedFacilities::include(Facility::iterator) || FaultGate::strikes(HostCall::documentIterator))
+        return nullptr;
     return new DocumentIterator(open_);
 }
 
@@ -149,5 +150,6 @@ std::int32_t DocumentManager::busy(const KzApDocument* document) const {
 
 KzApDocManager* kzDocManagerPtr() {
     using namespace Headless;
-    return isManagerRefused || FaultGate::strikes(HostCall::manager) ? nullptr : &documentManager;
+    const bool isRefused = RefusedFacilities::include(Facility::manager);
+    return isRefused || FaultGate::strikes(HostCall::manager) ? nullptr : &documentManager;
 }

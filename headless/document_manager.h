@@ -2,7 +2,7 @@
 
 #include "headless/call_list.h"
 #include "headless/document.h"
-#include "headless/outward_call.h"
+#include "headless/module_call.h"
 #include "host/documents.h"
 
 #include <string>
@@ -31,8 +31,6 @@ public:
         reactors_.removeIf(isUnwanted);
     }
 
-    bool refusesIterators = false;
-
     // What modules see.
     void addReactor(KzApDocManagerReactor* reactor) override;
     void removeReactor(KzApDocManagerReactor* reactor) override;
@@ -46,7 +44,7 @@ private:
 
     template <class Call>
     void tell(Call call) {
-        const OutwardCall outward;
+        const ModuleCall guard;
         reactors_.callEach(call);
     }
     /// Tells about an open document, as long as it is open.
@@ -65,8 +63,5 @@ private:
 
 // Never destroyed, like all that modules may ask for until the process ends.
 extern DocumentManager& documentManager;
-
-/// Whether `kzDocManagerPtr` has none to give.
-extern bool isManagerRefused;
 
 } // namespace Headless

@@ -3,13 +3,11 @@
 #include "headless/refusal.h"
 #include "host/documents.h"
 
-#include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// The edits that a user makes in drawings, and a look at what is there.
+/// The edits that a user makes in drawings.
 ///
 /// Every edit opens what it changes for write, tells the reactors, changes, tells them again and closes. All
 /// that an edit needs is checked first: a refused one has changed nothing and told nobody. Objects are named
@@ -74,39 +72,5 @@ HEADLESS_API Outcome goodbye(KzDbObjectId object);
 /// fails.
 HEADLESS_API Outcome holdOpen(KzDbObjectId object);
 HEADLESS_API Outcome letGo(KzDbObjectId object);
-/// How many objects are held open in all drawings.
-[[nodiscard]] HEADLESS_API std::size_t heldOpenCount();
-
-// ---- looking
-
-enum class Kind : std::uint8_t { none, table, record, reference, attribute, graph };
-
-/// The kind of an object; `none` for an id that is not valid.
-[[nodiscard]] HEADLESS_API Kind kindOf(KzDbObjectId object);
-/// How many reactors an object has; 0 for an id that is not valid.
-[[nodiscard]] HEADLESS_API std::size_t reactorCount(KzDbObjectId object);
-/// How many reactors all objects of a drawing have together.
-[[nodiscard]] HEADLESS_API std::size_t reactorCountOf(const KzApDocument* document);
-/// How often an object is open at this moment, held ones included.
-[[nodiscard]] HEADLESS_API std::size_t openCount(KzDbObjectId object);
-/// How many objects of a drawing are open at this moment.
-[[nodiscard]] HEADLESS_API std::size_t openCountOf(const KzApDocument* document);
-
-/// The live record of that name; null when there is none.
-[[nodiscard]] HEADLESS_API KzDbObjectId find(const KzApDocument* document, std::u16string_view name);
-[[nodiscard]] HEADLESS_API KzDbObjectId modelSpace(const KzApDocument* document);
-/// The live records in table order.
-[[nodiscard]] HEADLESS_API std::vector<KzDbObjectId> records(const KzApDocument* document);
-[[nodiscard]] HEADLESS_API std::u16string recordName(KzDbObjectId record);
-/// The live, or the erased, references that insert a record, in order of creation.
-[[nodiscard]] HEADLESS_API std::vector<KzDbObjectId> references(KzDbObjectId record, bool isErased = false);
-
-/// The record that a reference inserts; null for anything else.
-[[nodiscard]] HEADLESS_API KzDbObjectId blockOf(KzDbObjectId reference);
-/// The object that holds another one; null when there is none.
-[[nodiscard]] HEADLESS_API KzDbObjectId ownerOf(KzDbObjectId object);
-/// The first live attribute of a tag, else the first erased one; null when there is none.
-[[nodiscard]] HEADLESS_API KzDbObjectId attributeOf(KzDbObjectId reference, std::u16string_view tag);
-[[nodiscard]] HEADLESS_API std::u16string attributeText(KzDbObjectId attribute);
 
 } // namespace Headless

@@ -1,7 +1,8 @@
 #include "headless/message_loop.h"
 
+#include "headless/facilities.h"
 #include "headless/fault_gate.h"
-#include "headless/outward_call.h"
+#include "headless/module_call.h"
 #include "headless/unicode.h"
 
 #include <dlfcn.h>
@@ -24,7 +25,7 @@ Pumped MessageLoop::pump() {
 }
 
 bool MessageLoop::isTaken(const KzPlatform::Message& message) {
-    const OutwardCall outward;
+    const ModuleCall guard;
     bool isTaken = false;
     filters.callEach([&](KzEdMessageFilter filter) {
         if (!isTaken) isTaken = filter(&message) != 0;
@@ -37,7 +38,7 @@ void MessageLoop::post(std::uint32_t number, std::uintptr_t first, std::intptr_t
 }
 
 KzPlatform::Window MessageLoop::window() {
-    return refusesWindow ? nullptr : &window_;
+    return RefusedFacilities::include(Facility::window) ? nullptr : &window_;
 }
 
 std::uint32_t MessageLoop::registerMessage(const std::u16string& name) {
@@ -46,6 +47,14 @@ std::uint32_t MessageLoop::registerMessage(const std::u16string& name) {
     return numbers_.emplace(name, next).first->second;
 }
 
+namespace {
+
+bool refusesFilters(HostCall call) {
+    return RefusedFacilities::include(Facility::filter) || FaultGate::strikes(call);
+}
+
+} // namespace
+
 void resetMessageLoop() {
     MessageLoop& loop = messageLoop;
     loop.filters.removeIf([](KzEdMessageFilter) { return true; });
@@ -53,26 +62,22 @@ void resetMessageLoop() {
     loop.ticks = 0;
     loop.activeCommands = 0;
     loop.isInputWaiting = false;
-    loop.refusesFilters = false;
-    loop.refusesWindow = false;
     loop.clearQueue();
 }
 
 } // namespace Headless
 
 int kzedRegisterFilterWinMsg(KzEdMessageFilter filter) {
-    Headless::MessageLoop& loop = Headless::messageLoop;
-    if (loop.refusesFilters || Headless::FaultGate::strikes(Headless::HostCall::addFilter)) return 0;
-    if (filter == nullptr) return 0;
-    loop.filters.add(filter);
+    using namespace Headless;
+    if (refusesFilters(HostCall::addFilter) || filter == nullptr) return 0;
+    messageLoop.filters.add(filter);
     return 1;
 }
 
 int kzedRemoveFilterWinMsg(KzEdMessageFilter filter) {
-    Headless::MessageLoop& loop = Headless::messageLoop;
-    if (loop.refusesFilters || Headless::FaultGate::strikes(Headless::HostCall::removeFilter)) return 0;
-    if (filter == nullptr) return 0;
-    return loop.filters.remove(filter) ? 1 : 0;
+    using namespace Headless;
+    if (refusesFilters(HostCall::removeFilter) || filter == nullptr) return 0;
+    return messageLoop.filters.remove(filter) ? 1 : 0;
 }
 
 int kzedCommandActive() {

@@ -26,8 +26,6 @@ public:
     std::uint32_t ticks = 0;
     int activeCommands = 0;
     bool isInputWaiting = false;
-    bool refusesFilters = false;
-    bool refusesWindow = false;
 
 private:
     bool isTaken(const KzPlatform::Message& message);
@@ -44,7 +42,7 @@ extern std::string& resourceFolder;
 /// The libraries that modules asked for and did not get since this was cleared.
 extern std::vector<std::string>& librariesNotFound;
 
-/// As a process finds it at its start. Registered message numbers stay: they live as long as the process.
+/// Resets it to its initial state. Registered message numbers stay: they live as long as the process.
 void resetMessageLoop();
 
 } // namespace Headless

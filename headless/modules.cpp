@@ -1,10 +1,10 @@
 #include "headless/modules.h"
 
 #include "headless/document_manager.h"
-#include "headless/edits.h"
+#include "headless/inspection.h"
 #include "headless/load_failure.h"
 #include "headless/message_loop.h"
-#include "headless/outward_call.h"
+#include "headless/module_call.h"
 #include "host/module_interface.h"
 
 #include <dlfcn.h>
@@ -101,8 +101,8 @@ void closeNow(void* library) {
 void closeLibrary(void* library) {
     loader.waitingToClose.push_back(library);
     // With no call under way this one ends at once, and with it the waiting.
-    const OutwardCall outward;
-    OutwardCall::libraryIsWaiting();
+    const ModuleCall guard;
+    ModuleCall::libraryIsWaiting();
 }
 
 /// The two functions that every module has. Gives in words what is missing; empty when nothing is.
@@ -111,7 +111,7 @@ std::string readInterface(void* library, KzRx::EntryPoint& entry) {
     if (entry == nullptr) return describeMissingExport("kzrxEntryPoint");
     const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(dlsym(library, "kzrxGetApiVersion"));
     if (version == nullptr) return describeMissingExport("kzrxGetApiVersion");
-    const OutwardCall outward;
+    const ModuleCall guard;
     const std::uint32_t number = version();
     if (number == KzRx::apiVersion) return {};
     return describeOtherVersion(number);
@@ -123,14 +123,17 @@ std::string asPath(const std::string& path) {
 }
 
 std::int32_t send(KzRx::EntryPoint entry, KzRx::Message message, ModuleId id) {
-    const OutwardCall outward;
+    const ModuleCall guard;
     Packet packet{id};
     return entry(message, &packet);
 }
 
 } // namespace
 
-void OutwardCall::closeWaitingLibraries() {
+int ModuleCall::depth = 0;
+bool ModuleCall::areLibrariesWaiting = false;
+
+void ModuleCall::closeWaitingLibraries() {
     areLibrariesWaiting = false;
     while (!loader.waitingToClose.empty()) {
         void* const library = loader.waitingToClose.back();
@@ -166,7 +169,7 @@ std::optional<std::int32_t> unloadModule(ModuleId id) {
     const Module module = *found;
     // Out of the list first: what the module does now may ask for another unloading.
     std::erase_if(loader.modules, [id](const Module& each) { return each.id == id; });
-    const OutwardCall outward;
+    const ModuleCall guard;
     const std::int32_t answer = send(module.entry, KzRx::unloadMessage, id);
     closeLibrary(module.library);
     return answer;
@@ -183,14 +186,6 @@ bool isLoaded(ModuleId module) {
 void* moduleExport(ModuleId module, const char* name) {
     const Module* const found = find(module);
     return found != nullptr ? dlsym(found->library, name) : nullptr;
-}
-
-ModuleCall::ModuleCall() {
-    OutwardCall::begin();
-}
-
-ModuleCall::~ModuleCall() {
-    OutwardCall::end();
 }
 
 } // namespace Headless

@@ -35,13 +35,4 @@ HEADLESS_API std::optional<std::int32_t> unloadModule(ModuleId module);
 /// The address of an export; null when the module is not loaded or has no such export.
 [[nodiscard]] HEADLESS_API void* moduleExport(ModuleId module, const char* name);
 
-/// Stands around a call into a module, so that its library stays until the call has returned.
-class HEADLESS_API ModuleCall {
-public:
-    ModuleCall();
-    ModuleCall(const ModuleCall&) = delete;
-    ModuleCall& operator=(const ModuleCall&) = delete;
-    ~ModuleCall();
-};
-
 } // namespace Headless

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "headless/call_list.h"
-#include "headless/edits.h"
+#include "headless/kind.h"
+#include "headless/module_call.h"
 #include "headless/object_table.h"
-#include "headless/outward_call.h"
 #include "headless/reactor_origins.h"
 #include "host/object_reactor.h"
 #include "host/objects.h"
@@ -87,7 +87,7 @@ public:
     template <class Call>
     void tell(Call call) {
         if (reactors_.isEmpty()) return;
-        const OutwardCall outward;
+        const ModuleCall guard;
         ++tellings_;
         reactors_.callEach(call);
         --tellings_;

@@ -1,6 +1,7 @@
+#include "headless/edits.h"
+
 #include "headless/edit.h"
 #include "headless/edit_check.h"
-#include "headless/edits.h"
 
 namespace Headless {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "headless/edits.h"
+#include "headless/kind.h"
 #include "host/runtime_class.h"
 
 namespace Headless {

@@ -2,7 +2,9 @@
 
 #include "headless/dictionary.h"
 #include "headless/document_manager.h"
+#include "headless/facilities.h"
 #include "headless/fault_gate.h"
+#include "headless/inspection.h"
 #include "headless/message_loop.h"
 #include "headless/modules.h"
 
@@ -23,9 +25,7 @@ void letGoOfAll() {
 
 void reset() {
     endFaults();
-    for (const Facility each : {Facility::filter, Facility::manager, Facility::iterator, Facility::window}) {
-        refuse(each, false);
-    }
+    RefusedFacilities::clear();
     if (heldOpenCount() != 0) letGoOfAll();
     while (lastModule() != ModuleId::none) static_cast<void>(unloadModule(lastModule()));
     while (!documentManager.documents().empty()) {
@@ -155,20 +155,7 @@ std::size_t managerReactorCount() {
 }
 
 void refuse(Facility what, bool isRefused) {
-    switch (what) {
-    case Facility::filter:
-        messageLoop.refusesFilters = isRefused;
-        break;
-    case Facility::manager:
-        isManagerRefused = isRefused;
-        break;
-    case Facility::iterator:
-        documentManager.refusesIterators = isRefused;
-        break;
-    case Facility::window:
-        messageLoop.refusesWindow = isRefused;
-        break;
-    }
+    RefusedFacilities::set(what, isRefused);
 }
 
 } // namespace Headless

@@ -16,9 +16,9 @@
 /// are answered, never dereferenced: the address of a document is not used again after it was closed.
 namespace Headless {
 
-/// Puts the process back to its beginning: modules unloaded, documents closed, held objects let go, and what
-/// is left of reactors, filters, services, messages, refusals and faults dropped. Ids and document addresses
-/// are not used again all the same. Not to be called from inside a callback.
+/// Resets the host to its initial state: modules unloaded, documents closed, held objects let go, and what is
+/// left of reactors, filters, services, messages, refusals and faults dropped. Ids and document addresses are
+/// not used again all the same. Not to be called from inside a callback.
 HEADLESS_API void reset();
 
 // ---- documents
@@ -113,6 +113,8 @@ enum class Facility {
     iterator, ///< there is no document iterator
     window,   ///< there is no main window
 };
+
+inline constexpr std::size_t facilityCount = static_cast<std::size_t>(Facility::window) + 1;
 
 HEADLESS_API void refuse(Facility what, bool isRefused);
 

@@ -40,9 +40,9 @@ int dispatch(lua_State* state) {
     Call call(state, function.name);
     std::optional<std::string> failure;
     try {
-        Outward outward(state);
+        ScriptCall scriptCall(state);
         const int results = function.run(call);
-        outward.raiseKept();
+        scriptCall.raiseKept();
         if (results > 1) noteResults(state, function, results);
         return results;
     } catch (const std::exception& exception) { // Lua's own errors are none of these and pass
@@ -156,61 +156,61 @@ void enter(lua_State* state, std::span<const Function> functions) {
     }
 }
 
-Outward* Outward::innermost = nullptr;
+ScriptCall* ScriptCall::innermost = nullptr;
 
 /// Scope guard around the run of a client's function.
-struct Outward::ClientRun {
-    ClientRun(Outward& target, const std::string& clientName)
-        : outward(target), name(clientName), outer(innermostRun) {
+struct ScriptCall::ClientRun {
+    ClientRun(ScriptCall& target, const std::string& clientName)
+        : scriptCall(target), name(clientName), outer(innermostRun) {
         innermostRun = this;
     }
     ClientRun(const ClientRun&) = delete;
     ClientRun& operator=(const ClientRun&) = delete;
     ~ClientRun() { innermostRun = outer; }
 
-    Outward& outward;
+    ScriptCall& scriptCall;
     const std::string& name;
     ClientRun* outer;
 };
 
-Outward::ClientRun* Outward::innermostRun = nullptr;
+ScriptCall::ClientRun* ScriptCall::innermostRun = nullptr;
 
-Outward::~Outward() {
+ScriptCall::~ScriptCall() {
     innermost = outer_;
     luaL_unref(state_, LUA_REGISTRYINDEX, kept_);
 }
 
 /// Message handler: notes where an error was raised as long as the stack is there; the error stays as it is.
-int Outward::noteOrigin(lua_State* state) {
-    if (innermostRun == nullptr || innermostRun->outward.kept_ != LUA_NOREF) return 1;
+int ScriptCall::noteOrigin(lua_State* state) {
+    if (innermostRun == nullptr || innermostRun->scriptCall.kept_ != LUA_NOREF) return 1;
     luaL_traceback(state, state, nullptr, 1);
-    innermostRun->outward.origin_ = originOfError(state, 1) + "\nin the client \"" + innermostRun->name +
-                                    "\", " + lua_tostring(state, -1);
+    innermostRun->scriptCall.origin_ = originOfError(state, 1) + "\nin the client \"" + innermostRun->name +
+                                       "\", " + lua_tostring(state, -1);
     lua_settop(state, 1);
     return 1;
 }
 
-void Outward::callClient(int functionReference, const std::string& name) {
-    Outward* const outward = innermost;
-    if (outward == nullptr) return; // the script is over
-    lua_State* const state = outward->state_;
+void ScriptCall::callClient(int functionReference, const std::string& name) {
+    ScriptCall* const scriptCall = innermost;
+    if (scriptCall == nullptr) return; // the script is over
+    lua_State* const state = scriptCall->state_;
     const bool hasRoom = lua_checkstack(state, LUA_MINSTACK) != 0;
     if (!hasRoom) return;
-    const ClientRun run(*outward, name);
+    const ClientRun run(*scriptCall, name);
     lua_pushcfunction(state, noteOrigin);
     const int handler = lua_gettop(state);
     lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
-    if (lua_pcall(state, 0, 0, handler) != LUA_OK && outward->kept_ == LUA_NOREF) {
-        outward->kept_ = luaL_ref(state, LUA_REGISTRYINDEX);
+    if (lua_pcall(state, 0, 0, handler) != LUA_OK && scriptCall->kept_ == LUA_NOREF) {
+        scriptCall->kept_ = luaL_ref(state, LUA_REGISTRYINDEX);
     }
     lua_settop(state, handler - 1);
 }
 
-const char* Outward::runningClient() {
+const char* ScriptCall::runningClient() {
     return innermostRun != nullptr ? innermostRun->name.c_str() : nullptr;
 }
 
-void Outward::raiseKept() {
+void ScriptCall::raiseKept() {
     if (kept_ == LUA_NOREF) return;
     lua_createtable(state_, 0, 2);
     lua_rawgeti(state_, LUA_REGISTRYINDEX, kept_);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "headless/edits.h"
+#include "headless/inspection.h"
 #include "headless/kzhost/description.h"
 #include "host/documents.h"
 
@@ -67,12 +68,12 @@ void enter(lua_State* state, std::span<const Function> functions);
 
 /// Stands around all that a function does in the host, because that may lead to client functions. The first
 /// error of one of them is kept and raised when the function is done.
-class Outward {
+class ScriptCall {
 public:
-    explicit Outward(lua_State* state) : state_(state), outer_(innermost) { innermost = this; }
-    Outward(const Outward&) = delete;
-    Outward& operator=(const Outward&) = delete;
-    ~Outward();
+    explicit ScriptCall(lua_State* state) : state_(state), outer_(innermost) { innermost = this; }
+    ScriptCall(const ScriptCall&) = delete;
+    ScriptCall& operator=(const ScriptCall&) = delete;
+    ~ScriptCall();
 
     /// Calls the Lua function of a client, by its place in the registry, in the state of the innermost call
     /// under way.
@@ -87,11 +88,11 @@ private:
 
     static int noteOrigin(lua_State* state);
 
-    static Outward* innermost;
+    static ScriptCall* innermost;
     static ClientRun* innermostRun;
 
     lua_State* state_;
-    Outward* outer_;
+    ScriptCall* outer_;
     int kept_ = LUA_NOREF;
     std::string origin_; // the clients that the kept error came through, with their tracebacks
 };

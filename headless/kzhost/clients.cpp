@@ -38,7 +38,7 @@ std::array<Slot, mostClients>& slots() {
 template <std::size_t number>
 void callSlot() {
     const Slot slot = slots()[number]; // a copy: the client may end itself
-    if (slot.function != LUA_NOREF) Outward::callClient(slot.function, slot.name);
+    if (slot.function != LUA_NOREF) ScriptCall::callClient(slot.function, slot.name);
 }
 
 template <std::size_t... numbers>

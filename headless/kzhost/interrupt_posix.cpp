@@ -41,7 +41,7 @@ void say(const char* text) {
 
 /// Says its word and hands the signal on: it comes again when the handler has returned.
 void onCrash(int signal) {
-    if (const char* const client = Outward::runningClient()) {
+    if (const char* const client = ScriptCall::runningClient()) {
         say("kzhost: crashed while the client \"");
         say(client);
         say("\" was running\n");

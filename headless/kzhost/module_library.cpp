@@ -1,10 +1,10 @@
 #include "headless/kzhost/clients.h"
 #include "headless/kzhost/libraries.h"
 #include "headless/kzhost/values.h"
+#include "headless/module_call.h"
 #include "headless/modules.h"
-#include "host/block_table.h"
-#include "host/kz_array.h"
 #include "host/module_interface.h"
+#include "zelvane/zelvane.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -31,15 +31,15 @@ ModuleId moduleOf(const Call& call) {
     return ModuleId(static_cast<std::uint32_t>(lua_tointeger(call.state(), lua_upvalueindex(2))));
 }
 
-/// An export of the module that is called, as a function of type F. Asked for last: what comes before may run
-/// a script's finalizers, and they may unload the module.
+/// An export of the module that is called, of the type that the public header declares. Asked for last: what
+/// comes before may run a script's finalizers, and they may unload the module.
 template <class F>
-F* exported(const Call& call, const char* name) {
+F exported(const Call& call, const char* name) {
     const ModuleId module = moduleOf(call);
     if (!Headless::isLoaded(module)) call.fail("the module is not loaded any more");
     void* const address = Headless::moduleExport(module, name);
     if (address == nullptr) call.fail("the module has no such export");
-    return reinterpret_cast<F*>(address);
+    return reinterpret_cast<F>(address);
 }
 
 /// A document argument: nil is a null pointer.
@@ -105,8 +105,7 @@ int docTimerAttach(Call& call) {
     const auto attach = static_cast<std::int32_t>(call.number32(4, "whether to attach (integer)"));
     const ClientUse use = useOf(call, document, ClientUse::Purpose::timer);
     const ClientFunction client = keptClient(call, 2, use);
-    auto* const function = exported<std::int32_t(KzApDocument*, ClientFunction, std::uint32_t, std::int32_t)>(
-        call, "kzdxDocTimerAttach");
+    auto* const function = exported<decltype(&kzdxDocTimerAttach)>(call, "kzdxDocTimerAttach");
     const Headless::ModuleCall guard;
     const std::int32_t result = function(document, client, interval, attach);
     if (attach == 0) releaseClient(call.state(), 2, use);
@@ -119,8 +118,8 @@ int monitorAttach(Call& call) {
     if (call.has(2)) readIds(call, 2, ids);
     const ClientUse use = useOf(call, document, ClientUse::Purpose::monitor);
     const ClientFunction client = keptClient(call, 3, use);
-    auto* const function = exported<std::int32_t(KzApDocument*, const KzDbObjectIdArray*, ClientFunction)>(
-        call, "kzdxBlockReferenceMonitorAttach");
+    auto* const function =
+        exported<decltype(&kzdxBlockReferenceMonitorAttach)>(call, "kzdxBlockReferenceMonitorAttach");
     const Headless::ModuleCall guard;
     return giveResult(call, function(document, call.has(2) ? &ids : nullptr, client));
 }
@@ -129,7 +128,7 @@ int monitorDetach(Call& call) {
     KzApDocument* const document = documentOrNull(call, 1);
     const ClientFunction client = clientFunction(call, 2);
     auto* const function =
-        exported<void(KzApDocument*, ClientFunction)>(call, "kzdxBlockReferenceMonitorDetach");
+        exported<decltype(&kzdxBlockReferenceMonitorDetach)>(call, "kzdxBlockReferenceMonitorDetach");
     const Headless::ModuleCall guard;
     function(document, client);
     releaseClient(call.state(), 2, useOf(call, document, ClientUse::Purpose::monitor));
@@ -140,27 +139,29 @@ int updateBlockGraph(Call& call) {
     KzApDocument* const document = documentOrNull(call, 1);
     const bool isForced = flag(call, 2, "whether to force (boolean)");
     const bool isNotifying = flag(call, 3, "whether to notify (boolean)");
-    auto* const function = exported<std::int32_t(KzApDocument*, bool, bool)>(call, "kzdxUpdateBlockGraph");
+    auto* const function = exported<decltype(&kzdxUpdateBlockGraph)>(call, "kzdxUpdateBlockGraph");
     const Headless::ModuleCall guard;
     return giveResult(call, function(document, isForced, isNotifying));
 }
 
+template <class Query>
 int tableQuery(const Call& call, const char* name) {
     KzApDocument* const document = documentOrNull(call, 1);
     KzDbObjectIdArray ids;
     if (call.has(2)) readIds(call, 2, ids);
-    auto* const function = exported<std::int32_t(KzApDocument*, KzDbObjectIdArray*)>(call, name);
+    auto* const function = exported<Query>(call, name);
     const Headless::ModuleCall guard;
     const std::int32_t result = function(document, &ids);
     return giveIds(call, result, ids);
 }
 
 int tableRecordIds(Call& call) {
-    return tableQuery(call, "kzdxGetBlockRecordIdsOfKzDbTables");
+    using Query = decltype(&kzdxGetBlockRecordIdsOfKzDbTables);
+    return tableQuery<Query>(call, "kzdxGetBlockRecordIdsOfKzDbTables");
 }
 
 int tableIds(Call& call) {
-    return tableQuery(call, "kzdxGetKzDbTableIds");
+    return tableQuery<decltype(&kzdxGetKzDbTableIds)>(call, "kzdxGetKzDbTableIds");
 }
 
 std::vector<std::u16string> readNames(const Call& call, int index) {
@@ -191,8 +192,7 @@ int readLegacyTemplate(Call& call) {
     const std::u16string path = call.text(1, "a path (string)");
     Names blocks = readNames(call, 2);
     Names attributes = readNames(call, 3);
-    auto* const function =
-        exported<void(const std::u16string&, Names&, Names&)>(call, "kzdxReadLegacyBlkTemplate");
+    auto* const function = exported<decltype(&kzdxReadLegacyBlkTemplate)>(call, "kzdxReadLegacyBlkTemplate");
     {
         const Headless::ModuleCall guard;
         function(path, blocks, attributes);

@@ -69,7 +69,7 @@ Session::Session(const Setup& setup) : state_(luaL_newstate()) {
 
 Session::~Session() {
     {
-        const Outward outward(state_); // whatever the modules still call
+        const ScriptCall scriptCall(state_); // whatever the modules still call
         Headless::reset();
     }
     lua_close(state_);

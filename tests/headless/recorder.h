@@ -3,6 +3,7 @@
 // Reactors that write down what they hear, and the start from an empty host that all tests share.
 
 #include "headless/edits.h"
+#include "headless/inspection.h"
 #include "headless/session.h"
 #include "host/block_table.h"
 #include "host/object_reactor.h"

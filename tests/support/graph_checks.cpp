@@ -1,7 +1,7 @@
 #include "tests/support/graph_checks.h"
 
 #include "blocks/block_node.h"
-#include "headless/edits.h"
+#include "headless/inspection.h"
 #include "headless/unicode.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "tests/support/leftovers.h"
 
-#include "headless/edits.h"
+#include "headless/inspection.h"
 #include "headless/session.h"
 
 std::string leftoversInHost() {

@@ -5,6 +5,7 @@
 
 #include "headless/edits.h"
 #include "headless/faults.h"
+#include "headless/inspection.h"
 #include "headless/session.h"
 #include "host/module_interface.h"
 #include "tests/support/test_clients.h"

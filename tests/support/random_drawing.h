@@ -5,6 +5,7 @@
 // in the table, erased objects, and objects that somebody holds open.
 
 #include "headless/edits.h"
+#include "headless/inspection.h"
 #include "headless/session.h"
 
 #include <cstdint>

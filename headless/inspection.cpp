@@ -1,5 +1,7 @@
+#include "headless/inspection.h"
+
+#include "headless/block_table.h"
 #include "headless/document_manager.h"
-#include "headless/edits.h"
 #include "headless/reference.h"
 
 namespace Headless {
@@ -52,6 +54,10 @@ std::size_t openCountOf(const KzApDocument* document) {
     return sumOver(document, [](const Object& object) { return object.isOpen() ? 1U : 0U; });
 }
 
+std::size_t heldOpenCount() {
+    return Object::heldCount();
+}
+
 KzDbObjectId find(const KzApDocument* document, std::u16string_view name) {
     const BlockTable* const table = tableOf(document);
     const KzDbObjectId id = table != nullptr ? table->named(name) : KzDbObjectId();
@@ -59,7 +65,7 @@ KzDbObjectId find(const KzApDocument* document, std::u16string_view name) {
 }
 
 KzDbObjectId modelSpace(const KzApDocument* document) {
-    return find(document, u"*Model_Space");
+    return find(document, modelSpaceName);
 }
 
 std::vector<KzDbObjectId> records(const KzApDocument* document) {

@@ -1,0 +1,106 @@
+#include "headless/edits.h"
+
+#include "headless/edit.h"
+#include "headless/edit_check.h"
+
+namespace Headless {
+
+namespace {
+
+/// What the block of a reference reports has to be put in order again.
+void refile(const Reference& reference) {
+    if (auto* const block = findAs<Record>(reference.block())) block->references().changed();
+}
+
+} // namespace
+
+Outcome touch(KzDbObjectId id) {
+    EditCheck check;
+    Object* const object = check.any(id);
+    if (object != nullptr && object->isErased()) check.refuse(Refusal::erased, id);
+    check.notOpen(object);
+    if (check.isRefused()) return check.outcome();
+    Edit edit({object});
+    edit.make([] {});
+    return {};
+}
+
+Outcome erase(KzDbObjectId id, bool isErasing) {
+    EditCheck check;
+    Object* const object = check.any(id);
+    if (object != nullptr && (object->kind() == Kind::table || object->kind() == Kind::graph)) {
+        check.refuse(Refusal::wrongKind, id);
+    }
+    if (check.isRefused() || object->isErased() == isErasing) return check.outcome();
+    check.notOpen(object);
+    if (check.isRefused()) return check.outcome();
+
+    Edit edit({object});
+    edit.make([&] {
+        object->setErased(isErasing);
+        if (const auto* const reference = findAs<Reference>(id)) refile(*reference);
+        object->tell([&](KzDbObjectReactor* reactor) { reactor->erased(object->face(), isErasing); });
+    });
+    return {};
+}
+
+namespace {
+
+/// The objects that leave memory with one, in the order of leaving.
+std::vector<KzDbObjectId> leavingWith(EditCheck& check, KzDbObjectId id) {
+    std::vector<KzDbObjectId> leaving;
+    if (const auto* const reference = findAs<Reference>(id)) leaving = reference->attributes();
+    leaving.push_back(id);
+    for (const KzDbObjectId each : leaving) check.notOpen(check.any(each));
+    return leaving;
+}
+
+/// Takes an object that leaves memory out of the lists that name it.
+void unfile(const Object& object) {
+    if (const auto* const reference = findAs<Reference>(object.id())) refile(*reference);
+    if (object.kind() != Kind::attribute) return;
+    if (auto* const reference = findAs<Reference>(object.owner())) reference->removeAttribute(object.id());
+}
+
+void leave(KzDbObjectId id) {
+    Object* const object = objectTable.find(id);
+    if (object == nullptr) return; // a reactor has sent it away before its turn
+    object->tell([object](KzDbObjectReactor* reactor) { reactor->goodbye(object->face()); });
+    unfile(*object);
+    object->leaveMemory();
+}
+
+} // namespace
+
+Outcome goodbye(KzDbObjectId id) {
+    EditCheck check;
+    Object* const object = check.any(id);
+    const bool canLeave =
+        object == nullptr || object->kind() == Kind::reference || object->kind() == Kind::attribute;
+    if (!canLeave) check.refuse(Refusal::wrongKind, id);
+    const std::vector<KzDbObjectId> leaving = leavingWith(check, id);
+    if (check.isRefused()) return check.outcome();
+    const Drawing::Editing editing(object->drawing());
+    for (const KzDbObjectId each : leaving) leave(each);
+    return {};
+}
+
+Outcome holdOpen(KzDbObjectId id) {
+    EditCheck check;
+    Object* const object = check.any(id);
+    check.notOpen(object);
+    if (check.isRefused()) return check.outcome();
+    object->hold();
+    return {};
+}
+
+Outcome letGo(KzDbObjectId id) {
+    EditCheck check;
+    Object* const object = check.any(id);
+    if (object != nullptr && !object->isHeld()) check.refuse(Refusal::notHeldOpen, id);
+    if (check.isRefused()) return check.outcome();
+    object->letGo();
+    return {};
+}
+
+} // namespace Headless
