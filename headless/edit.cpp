@@ -11,10 +11,7 @@ Edit::Edit(std::initializer_list<Object*> objects) : editing_((*objects.begin())
 }
 
 void Edit::tellBefore() {
-    for (std::size_t at = 0; at < count_; ++at) {
-        Object& object = *objects_[at];
-        object.tell([&object](KzDbObjectReactor* reactor) { reactor->aboutToChange(object.face()); });
-    }
+    for (std::size_t at = 0; at < count_; ++at) objects_[at]->tellAboutToChange();
 }
 
 void Edit::tellAfter() {
@@ -23,9 +20,8 @@ void Edit::tellAfter() {
         object.tell([&object](KzDbObjectReactor* reactor) { reactor->modified(object.face()); });
     }
     for (std::size_t at = 0; at < count_; ++at) {
-        Object& object = *objects_[at];
-        object.endWriting();
-        object.tell([&object](KzDbObjectReactor* reactor) { reactor->objectClosed(object.id()); });
+        objects_[at]->endWriting();
+        objects_[at]->tellClosed();
     }
 }
 

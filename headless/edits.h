@@ -68,8 +68,9 @@ HEADLESS_API Outcome erase(KzDbObjectId object, bool isErasing = true);
 /// Lets a reference (its attributes before it) or an attribute leave memory.
 HEADLESS_API Outcome goodbye(KzDbObjectId object);
 
-/// Holds an object open for write, which tells nobody: until `letGo` every other open of it and every edit
-/// fails.
+/// Holds an object open for write, as somebody does who has not decided yet what to change: its reactors hear
+/// at once that it is about to change, and every other open and every edit of it fails until `letGo`, when
+/// they hear that it was closed.
 HEADLESS_API Outcome holdOpen(KzDbObjectId object);
 HEADLESS_API Outcome letGo(KzDbObjectId object);
 

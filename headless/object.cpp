@@ -28,6 +28,14 @@ KzDbObject* Object::face() {
     return nullptr;
 }
 
+void Object::tellAboutToChange() {
+    tell([this](KzDbObjectReactor* reactor) { reactor->aboutToChange(face()); });
+}
+
+void Object::tellClosed() {
+    tell([this](KzDbObjectReactor* reactor) { reactor->objectClosed(id()); });
+}
+
 void Object::hold() {
     beginWriting();
     isHeld_ = true;

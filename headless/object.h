@@ -83,6 +83,8 @@ public:
         reactors_.removeIf(isUnwanted);
     }
 
+    void tellAboutToChange();
+    void tellClosed();
     /// Calls `call(reactor)` for each reactor.
     template <class Call>
     void tell(Call call) {

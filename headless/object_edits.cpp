@@ -90,7 +90,9 @@ Outcome holdOpen(KzDbObjectId id) {
     Object* const object = check.any(id);
     check.notOpen(object);
     if (check.isRefused()) return check.outcome();
+    const Drawing::Editing editing(object->drawing());
     object->hold();
+    object->tellAboutToChange();
     return {};
 }
 
@@ -99,7 +101,9 @@ Outcome letGo(KzDbObjectId id) {
     Object* const object = check.any(id);
     if (object != nullptr && !object->isHeld()) check.refuse(Refusal::notHeldOpen, id);
     if (check.isRefused()) return check.outcome();
+    const Drawing::Editing editing(object->drawing());
     object->letGo();
+    object->tellClosed();
     return {};
 }
 
