@@ -1,24 +1,28 @@
 #include "headless/block_table.h"
 
 #include "headless/fault_gate.h"
+#include "headless/mistakes.h"
 #include "headless/record.h"
 
 namespace Headless {
 
 namespace {
 
+/// Walks the records that are not erased. Whoever walks as no module has to is at the end.
 class BlockTableIterator final : public KzDbBlockTableIterator {
 public:
-    explicit BlockTableIterator(const std::vector<KzDbObjectId>& records) : records_(records) {}
+    explicit BlockTableIterator(const std::vector<KzDbObjectId>& records)
+        : records_(records), at_(records.size()) {}
 
-    void start(bool atBeginning, bool skipErased) override {
-        at_ = atBeginning ? 0 : records_.size() - 1;
-        if (skipErased) passErased(atBeginning);
+    void start(bool first, bool second) override {
+        const bool isRight = isProvidedFor(first && second, "start of a block table's iterator with a false");
+        at_ = isRight ? 0 : records_.size();
+        passErased();
     }
-    void step(bool forward, bool skipErased) override {
-        if (done()) return;
-        move(forward);
-        if (skipErased) passErased(forward);
+    void step(bool first, bool second) override {
+        const bool isRight = isProvidedFor(first && second, "step of a block table's iterator with a false");
+        at_ = isRight && !done() ? at_ + 1 : records_.size();
+        passErased();
     }
     [[nodiscard]] bool done() const override { return at_ >= records_.size(); }
 
@@ -31,14 +35,12 @@ public:
     }
 
 private:
-    // Stepping back from the first one wraps around to a position that counts as done.
-    void move(bool forward) { forward ? ++at_ : --at_; }
-    void passErased(bool forward) {
-        while (!done() && records_[at_].isErased()) move(forward);
+    void passErased() {
+        while (!done() && records_[at_].isErased()) ++at_;
     }
 
     const std::vector<KzDbObjectId>& records_;
-    std::size_t at_ = 0;
+    std::size_t at_;
 };
 
 } // namespace
@@ -74,22 +76,23 @@ void BlockTable::noteModelSpace() {
     modelSpace_ = named(modelSpaceName);
 }
 
-Orvo::ErrorStatus BlockTable::getAt(const char16_t* name, KzDbObjectId& id, bool getErased) const {
+Orvo::ErrorStatus BlockTable::getAt(const char16_t* name, KzDbObjectId& id, bool flag) const {
     id = KzDbObjectId();
+    if (!isProvidedFor(name != nullptr && !flag, "getAt without a name or with true")) {
+        return Orvo::notProvidedFor;
+    }
     if (FaultGate::strikes(HostCall::recordByName)) return FaultGate::status();
-    if (name == nullptr) return Orvo::missingCollaborator;
     const KzDbObjectId found = named(name);
-    if (found.isNull() || (found.isErased() && !getErased)) return Orvo::keyNotFound;
+    if (found.isNull() || found.isErased()) return Orvo::keyNotFound;
     id = found;
     return Orvo::ok;
 }
 
-Orvo::ErrorStatus BlockTable::newIterator(KzDbBlockTableIterator*& iterator, bool atBeginning,
-                                          bool skipErased) const {
+Orvo::ErrorStatus BlockTable::newIterator(KzDbBlockTableIterator*& iterator, bool first, bool second) const {
     iterator = nullptr;
+    if (!isProvidedFor(first && second, "newIterator with a false")) return Orvo::notProvidedFor;
     if (FaultGate::strikes(HostCall::tableIterator)) return FaultGate::status();
     iterator = new BlockTableIterator(records_);
-    iterator->start(atBeginning, skipErased);
     return Orvo::ok;
 }
 

@@ -33,9 +33,8 @@ public:
     void rename(Record& record, std::u16string_view name);
 
     // What modules see.
-    Orvo::ErrorStatus getAt(const char16_t* name, KzDbObjectId& id, bool getErased) const override;
-    Orvo::ErrorStatus newIterator(KzDbBlockTableIterator*& iterator, bool atBeginning,
-                                  bool skipErased) const override;
+    Orvo::ErrorStatus getAt(const char16_t* name, KzDbObjectId& id, bool) const override;
+    Orvo::ErrorStatus newIterator(KzDbBlockTableIterator*& iterator, bool, bool) const override;
 
 private:
     void noteModelSpace();

@@ -1,6 +1,8 @@
 #include "headless/dictionary.h"
 
 #include "headless/fault_gate.h"
+#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "headless/session.h"
 #include "host/services.h"
 
@@ -80,10 +82,10 @@ KzRxDictionary* kzrxSysRegistry() {
 }
 
 bool kzrxRegisterService(const char16_t* name) {
+    if (!Headless::isProvidedFor(name != nullptr, "kzrxRegisterService without a name")) return false;
     if (Headless::FaultGate::strikes(Headless::HostCall::registerService)) return false;
     Headless::Dictionary* const dictionary = Headless::serviceDictionary();
-    if (name == nullptr || dictionary == nullptr) return false;
-    return dictionary->enter(name, std::make_unique<Headless::Service>());
+    return dictionary != nullptr && dictionary->enter(name, std::make_unique<Headless::Service>());
 }
 
 bool kzrxServiceIsRegistered(const char16_t* name) {
@@ -92,5 +94,9 @@ bool kzrxServiceIsRegistered(const char16_t* name) {
 }
 
 bool kzrxRegisterAppMDIAware(void* moduleToken) {
-    return !Headless::FaultGate::strikes(Headless::HostCall::declareMdiAware) && moduleToken != nullptr;
+    using namespace Headless;
+    const bool isToken = moduleToken != nullptr && moduleToken == packetUnderWay();
+    return isProvidedFor(isToken,
+                         "kzrxRegisterAppMDIAware with another token than the load message's packet") &&
+           !FaultGate::strikes(HostCall::declareMdiAware);
 }

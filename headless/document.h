@@ -34,7 +34,7 @@ public:
     // What modules see.
     [[nodiscard]] KzDbDatabase* database() const override;
     [[nodiscard]] bool isReady() const override { return readiness; }
-    [[nodiscard]] KzAp::DocLockMode lockMode(bool) const override { return lock; }
+    [[nodiscard]] KzAp::DocLockMode lockMode(bool flag) const override;
 
 private:
     std::u16string name_;

@@ -2,6 +2,7 @@
 
 #include "headless/facilities.h"
 #include "headless/fault_gate.h"
+#include "headless/mistakes.h"
 
 #include <algorithm>
 
@@ -53,6 +54,10 @@ private:
 
 KzDbDatabase* Document::database() const {
     return FaultGate::strikes(HostCall::drawing) ? nullptr : const_cast<Document*>(this)->drawing();
+}
+
+KzAp::DocLockMode Document::lockMode(bool flag) const {
+    return isProvidedFor(!flag, "lockMode with true") ? lock : KzAp::DocLockMode{-1};
 }
 
 void Document::bury() {
@@ -122,13 +127,14 @@ Document* DocumentManager::find(const KzApDocument* document) const {
 }
 
 void DocumentManager::addReactor(KzApDocManagerReactor* reactor) {
-    if (reactor == nullptr) return;
+    if (!isProvidedFor(reactor != nullptr, "addReactor of the document manager with null")) return;
     reactorOrigins.note(reactor);
     reactors_.add(reactor);
 }
 
 void DocumentManager::removeReactor(KzApDocManagerReactor* reactor) {
-    if (reactor != nullptr) reactors_.remove(reactor);
+    if (!isProvidedFor(reactor != nullptr, "removeReactor of the document manager with null")) return;
+    reactors_.remove(reactor);
 }
 
 KzApDocument* DocumentManager::currentDocument() const {
@@ -143,7 +149,7 @@ KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
 
 std::int32_t DocumentManager::busy(const KzApDocument* document) const {
     const Document* const found = find(document);
-    return found != nullptr ? found->busyness : 0;
+    return isProvidedFor(found != nullptr, "busy about no open document") ? found->busyness : -1;
 }
 
 } // namespace Headless

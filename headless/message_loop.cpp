@@ -2,6 +2,7 @@
 
 #include "headless/facilities.h"
 #include "headless/fault_gate.h"
+#include "headless/mistakes.h"
 #include "headless/module_call.h"
 #include "headless/unicode.h"
 
@@ -42,7 +43,6 @@ KzPlatform::Window MessageLoop::window() {
 }
 
 std::uint32_t MessageLoop::registerMessage(const std::u16string& name) {
-    constexpr std::uint32_t firstNumber = 0xC000;
     const auto next = firstNumber + static_cast<std::uint32_t>(numbers_.size());
     return numbers_.emplace(name, next).first->second;
 }
@@ -54,6 +54,10 @@ bool refusesFilters(HostCall call) {
 }
 
 } // namespace
+
+bool MessageLoop::knows(std::uint32_t number) const {
+    return number >= firstNumber && number - firstNumber < numbers_.size();
+}
 
 void resetMessageLoop() {
     MessageLoop& loop = messageLoop;
@@ -88,6 +92,7 @@ namespace KzPlatform {
 
 using Headless::FaultGate;
 using Headless::HostCall;
+using Headless::isProvidedFor;
 
 std::uint32_t tickCount() {
     return Headless::messageLoop.ticks;
@@ -111,7 +116,8 @@ void freeLibrary(Library library) {
 }
 
 std::uint32_t registerWindowMessage(const char16_t* name) {
-    return name != nullptr ? Headless::messageLoop.registerMessage(name) : 0;
+    if (!isProvidedFor(name != nullptr, "registerWindowMessage without a name")) return 0;
+    return Headless::messageLoop.registerMessage(name);
 }
 
 Window mainWindow() {
@@ -119,8 +125,12 @@ Window mainWindow() {
 }
 
 bool postMessage(Window window, std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
-    if (FaultGate::strikes(HostCall::postMessage)) return false;
-    if (window == nullptr || window != Headless::messageLoop.window()) return false;
+    const bool isRight = window != nullptr && Headless::messageLoop.knows(number) && second == 0;
+    if (!isProvidedFor(isRight,
+                       "postMessage without a window, of an unknown number or with a second parameter")) {
+        return false;
+    }
+    if (FaultGate::strikes(HostCall::postMessage) || window != Headless::messageLoop.window()) return false;
     Headless::messageLoop.post(number, first, second);
     return true;
 }
@@ -129,8 +139,10 @@ bool inputIsWaiting() {
     return Headless::messageLoop.isInputWaiting;
 }
 
-void messageBox(const char16_t* text, BoxStyle style, std::uint32_t /*helpContext*/) {
-    Headless::messageLoop.boxes.push_back({text != nullptr ? text : u"", style});
+void messageBox(const char16_t* text, BoxStyle style, std::uint32_t helpContext) {
+    const bool isRight = text != nullptr && style == BoxStyle::error && helpContext == 0;
+    if (!isProvidedFor(isRight, "messageBox without a text, of another style or with help")) return;
+    Headless::messageLoop.boxes.push_back({text, style});
 }
 
 } // namespace KzPlatform

@@ -20,6 +20,8 @@ public:
     void clearQueue() { queue_.clear(); }
     [[nodiscard]] KzPlatform::Window window();
     std::uint32_t registerMessage(const std::u16string& name);
+    /// Whether a message of that number was registered.
+    [[nodiscard]] bool knows(std::uint32_t number) const;
 
     CallList<KzEdMessageFilter> filters;
     std::vector<ShownBox> boxes;
@@ -28,6 +30,8 @@ public:
     bool isInputWaiting = false;
 
 private:
+    static constexpr std::uint32_t firstNumber = 0xC000; // of registered messages
+
     bool isTaken(const KzPlatform::Message& message);
 
     std::deque<KzPlatform::Message> queue_;

@@ -23,15 +23,11 @@ struct Module {
     KzRx::EntryPoint entry = nullptr;
 };
 
-/// What a module gets with its load message: a token that it hands back.
-struct Packet {
-    ModuleId module;
-};
-
 struct Loader {
     std::vector<Module> modules;       // in the order of loading
     std::vector<void*> waitingToClose; // libraries with calls under way
     std::uint32_t lastId = 0;
+    const void* packet = nullptr; // of the innermost message under way
 };
 
 Loader& loader = *new Loader;
@@ -122,12 +118,6 @@ std::string asPath(const std::string& path) {
     return path.find('/') == std::string::npos ? "./" + path : path;
 }
 
-std::int32_t send(KzRx::EntryPoint entry, KzRx::Message message, ModuleId id) {
-    const ModuleCall guard;
-    Packet packet{id};
-    return entry(message, &packet);
-}
-
 } // namespace
 
 int ModuleCall::depth = 0;
@@ -142,6 +132,19 @@ void ModuleCall::closeWaitingLibraries() {
     }
 }
 
+std::int32_t sendMessage(KzRx::EntryPoint entry, KzRx::Message message) {
+    const ModuleCall guard;
+    char packet = 0; // its address is all that a module can make use of
+    const void* const outer = std::exchange(loader.packet, &packet);
+    const std::int32_t answer = entry(message, &packet);
+    loader.packet = outer;
+    return answer;
+}
+
+const void* packetUnderWay() {
+    return loader.packet;
+}
+
 LoadResult loadModule(const std::string& path, const std::string& resources) {
     resourceFolder = resources;
     librariesNotFound.clear();
@@ -153,7 +156,7 @@ LoadResult loadModule(const std::string& path, const std::string& resources) {
         return {.failure = missing};
     }
     const auto id = ModuleId(++loader.lastId);
-    const std::int32_t answer = send(entry, KzRx::loadMessage, id);
+    const std::int32_t answer = sendMessage(entry, KzRx::loadMessage);
     if (answer != KzRx::done) {
         closeLibrary(library);
         return {.answer = answer, .failure = describeRefusedLoad(answer, librariesNotFound)};
@@ -170,7 +173,7 @@ std::optional<std::int32_t> unloadModule(ModuleId id) {
     // Out of the list first: what the module does now may ask for another unloading.
     std::erase_if(loader.modules, [id](const Module& each) { return each.id == id; });
     const ModuleCall guard;
-    const std::int32_t answer = send(module.entry, KzRx::unloadMessage, id);
+    const std::int32_t answer = sendMessage(module.entry, KzRx::unloadMessage);
     closeLibrary(module.library);
     return answer;
 }

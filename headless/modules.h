@@ -1,6 +1,7 @@
 #pragma once
 
 #include "headless/export.h"
+#include "host/module_interface.h"
 
 #include <cstdint>
 #include <optional>
@@ -28,6 +29,14 @@ HEADLESS_API LoadResult loadModule(const std::string& path, const std::string& r
 /// the module left behind are dropped before. 0 for a module that is not loaded. Nothing when an object is
 /// held open: then nothing was done.
 HEADLESS_API std::optional<std::int32_t> unloadModule(ModuleId module);
+
+/// Sends one message to the entry point of a module that is linked to the program instead of loaded; gives
+/// the answer.
+HEADLESS_API std::int32_t sendMessage(KzRx::EntryPoint entry, KzRx::Message message);
+
+/// What the entry point that is being called was passed beside the message: a token for its module. Null
+/// while none is being called.
+[[nodiscard]] HEADLESS_API const void* packetUnderWay();
 
 /// The module loaded last; `none` when none is loaded.
 [[nodiscard]] HEADLESS_API ModuleId lastModule();

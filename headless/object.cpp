@@ -2,6 +2,7 @@
 
 #include "headless/drawing.h"
 #include "headless/fault_gate.h"
+#include "headless/mistakes.h"
 #include "headless/reference.h"
 #include "headless/runtime_classes.h"
 
@@ -54,7 +55,8 @@ Orvo::ErrorStatus Object::close() {
     } else if (notifiers_ != 0) {
         --notifiers_;
     } else {
-        return Orvo::invalidObjectId;
+        noteMistake("close of an object that is not open");
+        return Orvo::notProvidedFor;
     }
     if (hasLeft_ && !isOpen()) delete face();
     return Orvo::ok;
@@ -101,6 +103,10 @@ KzDbDatabase* KzDbObjectId::database() const {
 Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
                                      const KzRxClass* expected, bool openErased) {
     object = nullptr;
+    const bool isMode = mode == KzDb::OpenMode::forRead || mode == KzDb::OpenMode::forNotify;
+    if (!Headless::isProvidedFor(isMode && expected != nullptr, "opening in another mode or of no class")) {
+        return Orvo::notProvidedFor;
+    }
     if (Headless::FaultGate::strikes(Headless::HostCall::openObject)) return Headless::FaultGate::status();
     Headless::Object* const found = Headless::objectTable.find(id);
     if (found == nullptr) return Orvo::invalidObjectId;

@@ -2,6 +2,7 @@
 
 #include "headless/call_list.h"
 #include "headless/kind.h"
+#include "headless/mistakes.h"
 #include "headless/module_call.h"
 #include "headless/object_table.h"
 #include "headless/reactor_origins.h"
@@ -51,6 +52,7 @@ public:
     }
     [[nodiscard]] bool isHeld() const { return isHeld_; }
 
+    /// `mode` is one of the two that there are.
     Orvo::ErrorStatus open(KzDb::OpenMode mode) {
         if (isWriting_) return Orvo::heldOpenForWrite;
         return countUp(mode == KzDb::OpenMode::forRead ? readers_ : notifiers_);
@@ -71,12 +73,12 @@ public:
 
     // ---- reactors
     void addReactor(KzDbObjectReactor* reactor) {
-        if (reactor == nullptr || !mayChangeReactors()) return;
+        if (!mayChangeReactors(reactor, "addReactor")) return;
         reactorOrigins.note(reactor);
         reactors_.add(reactor);
     }
     void removeReactor(KzDbObjectReactor* reactor) {
-        if (reactor != nullptr && mayChangeReactors()) reactors_.remove(reactor);
+        if (mayChangeReactors(reactor, "removeReactor")) reactors_.remove(reactor);
     }
     template <class Predicate>
     void dropReactors(Predicate isUnwanted) {
@@ -106,7 +108,9 @@ private:
         return Orvo::ok;
     }
 
-    [[nodiscard]] bool mayChangeReactors() const { return notifiers_ != 0 || isWriting_ || tellings_ != 0; }
+    [[nodiscard]] bool mayChangeReactors(const KzDbObjectReactor* reactor, const char* call) const {
+        return isProvidedFor(reactor != nullptr && (notifiers_ != 0 || tellings_ != 0), call);
+    }
 
     static inline std::size_t held = 0;
 

@@ -2,6 +2,7 @@
 
 #include "headless/drawing.h"
 #include "headless/fault_gate.h"
+#include "headless/mistakes.h"
 
 #include <algorithm>
 #include <iterator>
@@ -34,7 +35,8 @@ void Record::addRepresentation(Record& representation) {
     representation.representedBlock_ = id();
 }
 
-KzDbDatabase* Record::xrefDatabase(bool) const {
+KzDbDatabase* Record::xrefDatabase(bool flag) const {
+    if (!isProvidedFor(!flag, "xrefDatabase with true")) return nullptr;
     return FaultGate::strikes(HostCall::attachedDrawing) ? nullptr : origin_.attachedDrawing;
 }
 
@@ -45,7 +47,8 @@ Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
     return Orvo::ok;
 }
 
-Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool, bool) const {
+Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool first, bool second) const {
+    if (!isProvidedFor(first && second, "getBlockReferenceIds with a false")) return Orvo::notProvidedFor;
     return appendReferences(false, ids);
 }
 

@@ -1,6 +1,7 @@
 #include "headless/reference.h"
 
 #include "headless/fault_gate.h"
+#include "headless/mistakes.h"
 #include "headless/record.h"
 #include "headless/representation_protocol.h"
 
@@ -10,11 +11,14 @@ namespace Headless {
 
 namespace {
 
-/// Walks the attributes of a reference, which has to be open meanwhile.
+constexpr std::u16string_view enhancedBlockKey = u"ORVO_ENHANCEDBLOCK";
+
+/// Walks the attributes of a reference that are not erased. The reference has to be open meanwhile. Whoever
+/// walks as no module has to is at the end.
 class AttributeIterator final : public KzDbObjectIterator {
 public:
     explicit AttributeIterator(const std::vector<KzDbObjectId>& attributes) : attributes_(attributes) {
-        passErased(false);
+        passErased();
     }
 
     [[nodiscard]] bool done() const override { return at_ >= attributes_.size(); }
@@ -22,17 +26,16 @@ public:
         return done() ? KzDbObjectId() : attributes_[at_];
     }
 
-    void step(bool backwards, bool skipErased) override {
-        if (done()) return;
-        move(backwards);
-        if (skipErased) passErased(backwards);
+    void step(bool first, bool second) override {
+        const bool isRight = isProvidedFor(!first && second,
+                                           "step of an attribute iterator with other flags than false, true");
+        at_ = isRight && !done() ? at_ + 1 : attributes_.size();
+        passErased();
     }
 
 private:
-    // Stepping back from the first one wraps around to a position that counts as done.
-    void move(bool backwards) { backwards ? --at_ : ++at_; }
-    void passErased(bool backwards) {
-        while (!done() && attributes_[at_].isErased()) move(backwards);
+    void passErased() {
+        while (!done() && attributes_[at_].isErased()) ++at_;
     }
 
     const std::vector<KzDbObjectId>& attributes_;
@@ -73,11 +76,13 @@ Orvo::ErrorStatus KzDbEvalGraph::getGraph(const KzDbObject* object, const char16
                                           KzDbEvalGraph*& graph, KzDb::OpenMode mode) {
     using namespace Headless;
     graph = nullptr;
+    const bool isRight =
+        object != nullptr && key != nullptr && enhancedBlockKey == key && mode == KzDb::OpenMode::forRead;
+    if (!isProvidedFor(isRight, "getGraph with another key or mode")) return Orvo::notProvidedFor;
     if (FaultGate::strikes(HostCall::evaluationGraph)) return FaultGate::status();
-    if (object == nullptr || key == nullptr) return Orvo::missingCollaborator;
     const auto* const record = findAs<Record>(object->objectId());
     auto* const found = record != nullptr ? findAs<Graph>(record->graph()) : nullptr;
-    if (found == nullptr || std::u16string_view(key) != u"ORVO_ENHANCEDBLOCK") return Orvo::keyNotFound;
+    if (found == nullptr) return Orvo::keyNotFound;
     const Orvo::ErrorStatus status = found->open(mode);
     if (status == Orvo::ok) graph = found;
     return status;

@@ -1,6 +1,7 @@
 #include "headless/representation_protocol.h"
 
 #include "headless/fault_gate.h"
+#include "headless/mistakes.h"
 #include "headless/record.h"
 #include "headless/reference.h"
 
@@ -22,7 +23,8 @@ public:
     }
 
     [[nodiscard]] KzDbObjectId originalBlockTableRecord(const KzDbBlockReference* reference) const override {
-        if (reference == nullptr || FaultGate::strikes(HostCall::originalBlock)) return {};
+        if (!Headless::isProvidedFor(reference != nullptr, "originalBlockTableRecord of null")) return {};
+        if (FaultGate::strikes(HostCall::originalBlock)) return {};
         const auto& own = static_cast<const Headless::Reference&>(*reference);
         const auto* const record = Headless::findAs<Headless::Record>(own.block());
         return record != nullptr ? record->representedBlock() : KzDbObjectId();

@@ -6,6 +6,7 @@
 #include "headless/fault_gate.h"
 #include "headless/inspection.h"
 #include "headless/message_loop.h"
+#include "headless/mistakes.h"
 #include "headless/modules.h"
 
 namespace Headless {
@@ -25,6 +26,7 @@ void letGoOfAll() {
 
 void reset() {
     endFaults();
+    forgetMistakes(); // first: what modules do wrong while they are unloaded is still to be seen
     RefusedFacilities::clear();
     if (heldOpenCount() != 0) letGoOfAll();
     while (lastModule() != ModuleId::none) static_cast<void>(unloadModule(lastModule()));
@@ -87,7 +89,8 @@ bool isReady(const KzApDocument* document) {
 }
 
 std::int32_t busy(const KzApDocument* document) {
-    return documentManager.busy(document);
+    const Document* const found = documentManager.find(document);
+    return found != nullptr ? found->busyness : 0;
 }
 
 KzAp::DocLockMode lockMode(const KzApDocument* document) {

@@ -17,8 +17,9 @@
 namespace Headless {
 
 /// Resets the host to its initial state: modules unloaded, documents closed, held objects let go, and what is
-/// left of reactors, filters, services, messages, refusals and faults dropped. Ids and document addresses are
-/// not used again all the same. Not to be called from inside a callback.
+/// left of reactors, filters, services, messages, refusals, faults and mistakes dropped, except mistakes
+/// made meanwhile. Ids and document addresses are not used again all the same. Not to be called from inside a
+/// callback.
 HEADLESS_API void reset();
 
 // ---- documents

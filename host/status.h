@@ -20,6 +20,7 @@ enum [[nodiscard]] ErrorStatus : std::int32_t{
     wasErased = 1002,          ///< the object is erased, and erased ones were not allowed
     heldOpenForWrite = 1003,   ///< the object is being edited, or somebody holds it open for write
     openedTooOften = 1004,     ///< nobody has closed the object for too long
+    notProvidedFor = 1005,     ///< the call passes what the host does not provide for
 };
 
 } // namespace Orvo

@@ -2,6 +2,7 @@
 
 #include "headless/kzhost/readable.h"
 #include "headless/kzhost/values.h"
+#include "headless/mistakes.h"
 #include "headless/session.h"
 #include "headless/unicode.h"
 
@@ -43,8 +44,12 @@ int dispatch(lua_State* state) {
         ScriptCall scriptCall(state);
         const int results = function.run(call);
         scriptCall.raiseKept();
-        if (results > 1) noteResults(state, function, results);
-        return results;
+        if (Headless::mistakes().empty()) {
+            if (results > 1) noteResults(state, function, results);
+            return results;
+        }
+        failure = "a module passed to the host what it does not provide for: " + Headless::mistakes().front();
+        Headless::forgetMistakes();
     } catch (const std::exception& exception) { // Lua's own errors are none of these and pass
         failure = exception.what();
     }

@@ -1,7 +1,9 @@
 // Ids and openings: any id can be asked anything, and who shares an object with whom.
 
 #include "headless/faults.h"
+#include "headless/mistakes.h"
 #include "host/enhanced_block.h"
+#include "host/services.h"
 #include "host/symbol_utilities.h"
 #include "tests/headless/recorder.h"
 
@@ -47,7 +49,7 @@ TEST_F(Openings, AnyIdIsAnsweredWhateverItNames) {
     }
 }
 
-TEST_F(Openings, ReadersAndNotifiersShareAndAWriterSharesWithNobody) {
+TEST_F(Openings, OpeningsShareAnObjectAndWhoeverHoldsItSharesWithNobody) {
     for (const OpenMode first : {OpenMode::forRead, OpenMode::forNotify}) {
         KzDbObject* const object = opened(reference, first);
         EXPECT_EQ(statusOf(reference, OpenMode::forRead), Orvo::ok);
@@ -55,12 +57,19 @@ TEST_F(Openings, ReadersAndNotifiersShareAndAWriterSharesWithNobody) {
         EXPECT_EQ(touch(reference).refusal, Refusal::heldOpen);
         object->close();
     }
-    holdOpen(reference);
+    Recorder onReference(log, "reference", reference);
+    onReference.before = [&] { return touch(reference) || letGo(block) ? " free" : " held"; };
+    EXPECT_TRUE(holdOpen(reference));
+    EXPECT_THAT(heard(), testing::ElementsAre("reference opened held")) << "at once";
     for (const OpenMode mode : {OpenMode::forRead, OpenMode::forNotify}) {
         EXPECT_EQ(statusOf(reference, mode), Orvo::heldOpenForWrite);
     }
-    letGo(reference);
-    EXPECT_TRUE(touch(reference));
+    EXPECT_EQ(touch(reference).refusal, Refusal::heldOpen);
+    EXPECT_EQ(holdOpen(reference).refusal, Refusal::heldOpen);
+    EXPECT_THAT(heard(), testing::IsEmpty());
+    EXPECT_TRUE(letGo(reference));
+    EXPECT_THAT(heard(), testing::ElementsAre("reference closed"));
+    EXPECT_EQ(letGo(reference).refusal, Refusal::notHeldOpen);
 }
 
 TEST_F(Openings, TheClassAskedForIsCheckedBeforeTheObjectIsOpened) {
@@ -92,20 +101,66 @@ TEST_F(Openings, WhatLeavesMemoryWhileItIsOpenStaysForItsReaders) {
     EXPECT_EQ(object->close(), Orvo::ok); // and is gone after: the leak check would tell
 }
 
-TEST_F(Openings, ReactorsCannotBeChangedThroughAnOpeningForRead) {
+/// A call as no module has to make it. Gives whether the host refused it.
+struct Mistake {
+    const char* name;
+    std::function<bool()> isRefused;
+};
+
+TEST_F(Openings, WhatNoModuleHasToPassIsRefusedAndNoted) {
     struct Idle final : KzDbObjectReactor {
-    } reactor;
-    KzDbObject* object = opened(reference, OpenMode::forRead);
-    object->addReactor(&reactor);
-    EXPECT_EQ(reactorCount(reference), 0U);
-    object->close();
-    object = opened(reference, OpenMode::forNotify);
-    object->addReactor(&reactor);
-    object->addReactor(&reactor);
-    EXPECT_EQ(reactorCount(reference), 1U);
-    object->removeReactor(&reactor);
-    EXPECT_EQ(reactorCount(reference), 0U);
-    object->close();
+    } idle;
+    const KzPlatform::Window window = KzPlatform::mainWindow();
+    const std::uint32_t number = KzPlatform::registerWindowMessage(u"message");
+    auto* const table =
+        static_cast<KzDbBlockTable*>(opened(space.database()->blockTableId(), OpenMode::forRead));
+    auto* const record = static_cast<KzDbBlockTableRecord*>(opened(block, OpenMode::forRead));
+    auto* const placed = static_cast<KzDbBlockReference*>(opened(reference, OpenMode::forRead));
+    KzDbBlockTableIterator* made = nullptr;
+    ASSERT_EQ(table->newIterator(made, true, true), Orvo::ok);
+    const std::unique_ptr<KzDbBlockTableIterator> records(made);
+    const std::unique_ptr<KzDbObjectIterator> attributes(placed->attributeIterator());
+    KzDbEvalGraph* graph = nullptr;
+    KzDbObjectId id;
+    KzDbObjectIdArray ids;
+    const auto isRefused = [](Orvo::ErrorStatus status) { return status == Orvo::notProvidedFor; };
+    const auto ends = [&](bool first, bool second) {
+        records->start(true, true);
+        records->step(first, second);
+        return records->done();
+    };
+    const std::vector<Mistake> mistaken = {
+        {"mode 1", [&] { return isRefused(statusOf(space, OpenMode{1})); }},
+        {"references directly", [&] { return isRefused(record->getBlockReferenceIds(ids, false, true)); }},
+        {"references loosely", [&] { return isRefused(record->getBlockReferenceIds(ids, true, false)); }},
+        {"new iterator", [&] { return isRefused(table->newIterator(made, true, false)); }},
+        {"new iterator too", [&] { return isRefused(table->newIterator(made, false, true)); }},
+        {"start", [&] { return records->start(true, false), records->done(); }},
+        {"start too", [&] { return records->start(false, true), records->done(); }},
+        {"step", [&] { return ends(true, false); }},
+        {"step too", [&] { return ends(false, true); }},
+        {"erased name", [&] { return isRefused(table->getAt(u"B", id, true)); }},
+        {"drawing", [&] { return record->xrefDatabase(true) == nullptr; }},
+        {"attributes", [&] { return attributes->step(false, false), attributes->done(); }},
+        {"lock mode", [&] { return document->lockMode(true) != KzAp::DocLockMode{0}; }},
+        {"key", [&] { return isRefused(KzDbEvalGraph::getGraph(record, u"", graph, OpenMode::forRead)); }},
+        {"reactor of what is read", [&] { return placed->addReactor(&idle), reactorCount(reference) == 0; }},
+        {"a close too many", [&] { return placed->close() == Orvo::ok && isRefused(placed->close()); }},
+        {"token", [&] { return !kzrxRegisterAppMDIAware(&idle); }},
+        {"second parameter", [&] { return !KzPlatform::postMessage(window, number, 0, 1); }},
+        {"unknown message", [&] { return !KzPlatform::postMessage(window, number + 1, 0, 0); }},
+        {"style",
+         [&] { return KzPlatform::messageBox(u"", KzPlatform::BoxStyle{0}, 0), shownBoxes().empty(); }},
+        {"help",
+         [&] { return KzPlatform::messageBox(u"", KzPlatform::BoxStyle::error, 1), shownBoxes().empty(); }},
+    };
+    for (const Mistake& each : mistaken) {
+        EXPECT_TRUE(each.isRefused()) << each.name;
+        EXPECT_EQ(mistakes().size(), 1U) << each.name;
+        forgetMistakes();
+    }
+    record->close();
+    table->close();
 }
 
 TEST_F(Openings, OnlyReferencesToARepresentationCarryTheProtocol) {

@@ -4,6 +4,7 @@
 
 #include "headless/edits.h"
 #include "headless/inspection.h"
+#include "headless/mistakes.h"
 #include "headless/session.h"
 #include "host/block_table.h"
 #include "host/object_reactor.h"
@@ -66,7 +67,10 @@ public:
     HostTest() { Headless::reset(); }
     HostTest(const HostTest&) = delete;
     HostTest& operator=(const HostTest&) = delete;
-    ~HostTest() override { Headless::reset(); }
+    ~HostTest() override {
+        EXPECT_THAT(Headless::mistakes(), testing::IsEmpty());
+        Headless::reset();
+    }
 
 protected:
     /// What was heard since the last time this was asked.

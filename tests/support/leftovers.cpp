@@ -1,6 +1,7 @@
 #include "tests/support/leftovers.h"
 
 #include "headless/inspection.h"
+#include "headless/mistakes.h"
 #include "headless/session.h"
 
 std::string leftoversInHost() {
@@ -15,5 +16,6 @@ std::string leftoversInHost() {
         expectNone(Headless::reactorCountOf(document), "reactors of a drawing's objects");
         expectNone(Headless::openCountOf(document), "open objects of a drawing");
     }
+    for (const std::string& mistake : Headless::mistakes()) found += "mistake: " + mistake + "; ";
     return found;
 }

@@ -6,6 +6,7 @@
 #include "headless/edits.h"
 #include "headless/faults.h"
 #include "headless/inspection.h"
+#include "headless/modules.h"
 #include "headless/session.h"
 #include "host/module_interface.h"
 #include "tests/support/test_clients.h"
@@ -23,8 +24,8 @@ protected:
     ModuleTest();
     ~ModuleTest() override;
 
-    static std::int32_t load() { return kzrxEntryPoint(KzRx::loadMessage, nullptr); }
-    static std::int32_t unload() { return kzrxEntryPoint(KzRx::unloadMessage, nullptr); }
+    static std::int32_t load() { return Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage); }
+    static std::int32_t unload() { return Headless::sendMessage(kzrxEntryPoint, KzRx::unloadMessage); }
 
     /// Attaches `client` to the blocks of `ids`.
     static std::int32_t watch(KzApDocument* document, const std::vector<KzDbObjectId>& ids,

@@ -1,6 +1,7 @@
 #include "tests/support/unruly_clients.h"
 
 #include "frame/application.h"
+#include "headless/modules.h"
 #include "host/module_interface.h"
 #include "tests/support/graph_checks.h"
 #include "tests/support/leftovers.h"
@@ -51,7 +52,7 @@ UnrulyClients::UnrulyClients(std::span<const Action> actions) : left_(actions) {
 
 std::string UnrulyClients::runAll() {
     Headless::reset();
-    kzrxEntryPoint(KzRx::loadMessage, nullptr);
+    Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage);
     kzDocManagerPtr()->addReactor(&neighbour_);
     openDrawing({});
     while (!left_.empty() && complaint_.empty()) {
@@ -128,7 +129,7 @@ void UnrulyClients::finish() {
 }
 
 void UnrulyClients::unloadModule() {
-    kzrxEntryPoint(KzRx::unloadMessage, nullptr);
+    Headless::sendMessage(kzrxEntryPoint, KzRx::unloadMessage);
     graphs_.clear();
     attached_.clear();
 }
@@ -338,7 +339,7 @@ void UnrulyClients::disturb(const Action& action) {
 }
 
 void UnrulyClients::load(const Action&) {
-    kzrxEntryPoint(KzRx::loadMessage, nullptr); // refused when it is loaded already
+    Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage); // refused when it is loaded already
 }
 
 void UnrulyClients::unload(const Action& action) {
