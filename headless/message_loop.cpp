@@ -8,6 +8,9 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <string_view>
+
 namespace Headless {
 
 MessageLoop& messageLoop = *new MessageLoop;
@@ -48,6 +51,16 @@ std::uint32_t MessageLoop::registerMessage(const std::u16string& name) {
 }
 
 namespace {
+
+void* openByBareName(const std::string& name) {
+    if (!resourceFolder.empty()) {
+        void* const library = dlopen((resourceFolder + "/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (library != nullptr) return library;
+    }
+    void* const library = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) librariesNotFound.push_back(name);
+    return library;
+}
 
 bool refusesFilters(HostCall call) {
     return RefusedFacilities::include(Facility::filter) || FaultGate::strikes(call);
@@ -99,20 +112,21 @@ std::uint32_t tickCount() {
 }
 
 Library loadLibrary(const char16_t* fileName) {
-    if (fileName == nullptr || FaultGate::strikes(HostCall::loadLibrary)) return nullptr;
-    const std::string name = Headless::toUtf8(fileName);
-    const std::string& folder = Headless::resourceFolder;
-    if (!folder.empty() && name.find('/') == std::string::npos) {
-        void* const library = dlopen((folder + "/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (library != nullptr) return library;
-    }
-    void* const library = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) Headless::librariesNotFound.push_back(name);
+    const bool isBare =
+        fileName != nullptr && std::u16string_view(fileName).find(u'/') == std::u16string_view::npos;
+    if (!isProvidedFor(isBare, "loadLibrary without a bare file name")) return nullptr;
+    if (FaultGate::strikes(HostCall::loadLibrary)) return nullptr;
+    void* const library = Headless::openByBareName(Headless::toUtf8(fileName));
+    if (library != nullptr) Headless::messageLoop.libraries.push_back(library);
     return library;
 }
 
 void freeLibrary(Library library) {
-    if (library != nullptr) dlclose(library);
+    std::vector<Library>& loaded = Headless::messageLoop.libraries;
+    const auto found = std::find(loaded.begin(), loaded.end(), library);
+    if (!isProvidedFor(found != loaded.end(), "freeLibrary of what is not loaded")) return;
+    loaded.erase(found);
+    dlclose(library);
 }
 
 std::uint32_t registerWindowMessage(const char16_t* name) {

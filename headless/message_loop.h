@@ -25,6 +25,7 @@ public:
 
     CallList<KzEdMessageFilter> filters;
     std::vector<ShownBox> boxes;
+    std::vector<KzPlatform::Library> libraries; // one entry for each load that was not given back
     std::uint32_t ticks = 0;
     int activeCommands = 0;
     bool isInputWaiting = false;

@@ -153,6 +153,10 @@ std::size_t filterCount() {
     return messageLoop.filters.size();
 }
 
+std::size_t loadedLibraryCount() {
+    return messageLoop.libraries.size();
+}
+
 std::size_t managerReactorCount() {
     return documentManager.reactorCount();
 }

@@ -106,6 +106,8 @@ struct ShownBox {
 [[nodiscard]] HEADLESS_API std::vector<std::u16string> services();
 [[nodiscard]] HEADLESS_API std::size_t filterCount();
 [[nodiscard]] HEADLESS_API std::size_t managerReactorCount();
+/// How many libraries modules have loaded by name and not given back.
+[[nodiscard]] HEADLESS_API std::size_t loadedLibraryCount();
 
 /// What the host can refuse to give.
 enum class Facility {

@@ -17,15 +17,34 @@ protected:
 
 TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
     KzApDocument* const first = Headless::openDocument(u"first");
+    KzApDocument* const second = Headless::openDocument(u"second");
+    KzApDocument* const unlisted = Headless::openDocument(u"unlisted");
     KzApDocument* const empty = Headless::openDocument(u"empty", false);
-    EXPECT_TRUE(hasRecord(first));
+    EXPECT_TRUE(hasRecord(first) && hasRecord(second) && hasRecord(unlisted));
     EXPECT_FALSE(hasRecord(empty));
     EXPECT_EQ(application().docData(empty, true), nullptr);
     EXPECT_EQ(application().docData(nullptr, true), nullptr);
     EXPECT_EQ(application().docData(first, true), application().docData(first, true));
+    Headless::setListed(unlisted, false);
     Headless::closeDocument(first);
     EXPECT_FALSE(hasRecord(first));
+    EXPECT_FALSE(hasRecord(unlisted)) << "a document that goes takes along the records of unlisted ones";
     EXPECT_FALSE(application().removeDocData(first));
+    static_cast<KzApDocManagerReactor&>(application()).onDocumentDiscarded(second);
+    EXPECT_FALSE(hasRecord(second));
+}
+
+TEST_F(Application, SwitchedOffItPostsNothingAndWithoutAutoCreateItWaitsToBeAsked) {
+    KzApDocument* const document = Headless::openDocument(u"document");
+    EXPECT_EQ(Headless::idle().dispatched, 1U);
+    EXPECT_EQ(application().setEnabled(false), Orvo::ok);
+    EXPECT_NE(application().docData(document, true), nullptr) << "attaches again, and stays switched off";
+    EXPECT_EQ(Headless::managerReactorCount(), 1U);
+    EXPECT_EQ(Headless::idle().dispatched, 0U);
+    EXPECT_EQ(application().setAutoCreate(false), Orvo::ok);
+    KzApDocument* const later = Headless::openDocument(u"later");
+    EXPECT_FALSE(hasRecord(later));
+    EXPECT_NE(application().docData(later, true), nullptr);
 }
 
 TEST_F(Application, DetachedItKeepsNothingUntilARecordIsAskedFor) {
@@ -129,7 +148,12 @@ TEST_F(Application, TheEntryPointTakesAnyCallInAnyOrder) {
     const KzDxApplication* const running = KzDxApplication::instance();
     EXPECT_EQ(load(), KzRx::loadFailed);
     EXPECT_EQ(KzDxApplication::instance(), running);
+    Headless::failHostCall(Headless::HostCall::loadLibrary, 1, Headless::FaultSpan::once);
+    EXPECT_EQ(load(), KzRx::loadFailed);
+    EXPECT_EQ(Headless::endFaults(), 1U);
+    EXPECT_EQ(Headless::shownBoxes().size(), 1U) << "the library is asked for before the service";
     EXPECT_EQ(unload(), KzRx::done);
+    EXPECT_EQ(Headless::loadedLibraryCount(), 0U) << "each load that found it is given back";
     EXPECT_EQ(unload(), KzRx::done);
     EXPECT_EQ(KzDxApplication::instance(), nullptr);
     KzApDocument* const document = Headless::openDocument(u"unheard of");

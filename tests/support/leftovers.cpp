@@ -12,6 +12,7 @@ std::string leftoversInHost() {
     expectNone(Headless::filterCount(), "message filters");
     expectNone(Headless::managerReactorCount(), "reactors of the document manager");
     expectNone(Headless::services().size(), "services");
+    expectNone(Headless::loadedLibraryCount(), "loaded libraries");
     for (const KzApDocument* const document : Headless::documents()) {
         expectNone(Headless::reactorCountOf(document), "reactors of a drawing's objects");
         expectNone(Headless::openCountOf(document), "open objects of a drawing");

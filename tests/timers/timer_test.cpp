@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <random>
 
 namespace {
@@ -61,9 +62,28 @@ TEST_F(Timer, OnlyADueOneFires) {
     Headless::idle();
     EXPECT_THAT(counts(), testing::ElementsAre(1, 1, 1));
     EXPECT_EQ(late.count, 0);
-    Headless::advance(1000);
+    Headless::advance(600);
+    slow.setEnabled(false);
+    slow.setEnabled(true);
+    Headless::advance(399);
     Headless::idle();
-    EXPECT_EQ(late.count, 1);
+    EXPECT_EQ(late.count, 0);
+    Headless::advance(1);
+    Headless::idle();
+    EXPECT_EQ(late.count, 1) << "switching on does not begin the interval anew";
+}
+
+TEST_F(Timer, RunningOnesTakeTurnsByAddress) {
+    std::array<std::optional<KzDxTimer>, 3> timers;
+    std::vector<std::size_t> turns;
+    for (const std::size_t at : {1U, 2U, 0U}) {
+        timers[at].emplace(record, 0);
+        receivers[at].action = [&turns, at] { turns.push_back(at); };
+        timers[at]->attach(&receivers[at]);
+        timers[at]->setEnabled(true);
+    }
+    Headless::idle();
+    EXPECT_THAT(turns, testing::ElementsAre(0, 1, 2));
 }
 
 TEST_F(Timer, AReceiverMayDestroyTheTimerThatCallsIt) {
@@ -104,8 +124,13 @@ TEST_F(Timer, SwitchingNeedsAnOwner) {
     EXPECT_EQ(timer->attach(nullptr), Orvo::missingCollaborator);
 }
 
-TEST_F(Timer, TheHookGoesWithTheLastTimer) {
+TEST_F(Timer, TheHookIsTriedAtEachSwitchingOnAndGoesWithTheLastTimer) {
+    Headless::refuse(Headless::Facility::filter, true);
+    EXPECT_EQ(timer->setEnabled(true), Orvo::ok) << "a refused filter is no matter of the timer's";
+    EXPECT_EQ(Headless::filterCount(), 0U);
+    Headless::refuse(Headless::Facility::filter, false);
     timer->setEnabled(true);
+    EXPECT_EQ(Headless::filterCount(), 1U) << "also when the timer runs already";
     timer->setEnabled(false);
     EXPECT_EQ(Headless::filterCount(), 1U) << "switching off keeps the filter";
     timer.reset();
