@@ -12,13 +12,19 @@ void refile(const Reference& reference) {
     if (auto* const block = findAs<Record>(reference.block())) block->references().changed();
 }
 
+/// An object of any kind that can be opened for write.
+Object* openable(EditCheck& check, KzDbObjectId id) {
+    Object* const object = check.any(id);
+    if (object != nullptr && object->isErased()) check.refuse(Refusal::erased, id);
+    check.notOpen(object);
+    return object;
+}
+
 } // namespace
 
 Outcome touch(KzDbObjectId id) {
     EditCheck check;
-    Object* const object = check.any(id);
-    if (object != nullptr && object->isErased()) check.refuse(Refusal::erased, id);
-    check.notOpen(object);
+    Object* const object = openable(check, id);
     if (check.isRefused()) return check.outcome();
     Edit edit({object});
     edit.make([] {});
@@ -87,8 +93,7 @@ Outcome goodbye(KzDbObjectId id) {
 
 Outcome holdOpen(KzDbObjectId id) {
     EditCheck check;
-    Object* const object = check.any(id);
-    check.notOpen(object);
+    Object* const object = openable(check, id);
     if (check.isRefused()) return check.outcome();
     const Drawing::Editing editing(object->drawing());
     object->hold();

@@ -1,5 +1,6 @@
 #include "headless/kzhost/script.h"
 
+#include "headless/mistakes.h"
 #include "headless/session.h"
 
 #include <cstdio>
@@ -22,9 +23,18 @@ int keepTraceback(lua_State* state) {
     return 1;
 }
 
+/// Unloads and closes everything; tells what the modules did wrong meanwhile, as nobody else is left to.
+void endInOrder() {
+    Headless::reset();
+    for (const std::string& each : Headless::mistakes()) {
+        std::fprintf(stderr, "kzhost: a module passed to the host what it does not provide for: %s\n",
+                     each.c_str());
+    }
+}
+
 /// os.exit ends the host in order too, from wherever it is called.
 int exitInOrder(lua_State* state) {
-    Headless::reset();
+    endInOrder();
     lua_pushvalue(state, lua_upvalueindex(1));
     lua_insert(state, 1);
     lua_call(state, lua_gettop(state) - 1, 0);
@@ -70,7 +80,7 @@ Session::Session(const Setup& setup) : state_(luaL_newstate()) {
 Session::~Session() {
     {
         const ScriptCall scriptCall(state_); // whatever the modules still call
-        Headless::reset();
+        endInOrder();
     }
     lua_close(state_);
 }
