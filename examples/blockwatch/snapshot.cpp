@@ -17,7 +17,7 @@ public:
     Opened(const Opened&) = delete;
     Opened& operator=(const Opened&) = delete;
     ~Opened() {
-        if (object_ != nullptr) object_->close();
+        if (object_ != nullptr) static_cast<void>(object_->close());
     }
     explicit operator bool() const { return object_ != nullptr; }
     T* operator->() const { return object_; }

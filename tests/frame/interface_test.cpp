@@ -110,7 +110,7 @@ TEST_F(Interface, TheBasesLieInTheirOrder) {
     KzDxBlocks* const graph = record->blocks();
     EXPECT_EQ(offsetOf<KzDbObjectReactor>(graph), 0U);
     EXPECT_LT(offsetOf<KzDxEnableBase>(graph), offsetOf<KzDxTimerReactor>(graph));
-    KzDxTimer timer(record, 0);
+    KzDxTimer timer(&record->runningTimers(), 0);
     KzDxExternalClientTimerReactor reactor(&timer);
     EXPECT_EQ(offsetOf<KzDxNotifierBase<KzDxClientCallback>>(&reactor), 0U);
 }
@@ -158,11 +158,12 @@ TEST_F(Interface, StatusesHaveTheirNumbers) {
     EXPECT_EQ(graph->addBlock(node, made), 260) << "has a node already";
     EXPECT_EQ(graph->addBlock(node, nullptr), 506);
     made->close();
-    KzDxTimer timer(record, 0);
+    KzDxTimer timer(&record->runningTimers(), 0);
     EXPECT_EQ(timer.attach(nullptr), 506);
     EXPECT_EQ(graph->addClient(nullptr, {}), 506);
     Headless::refuse(Headless::Facility::filter, true);
-    EXPECT_EQ(KzDxCmdLineHook::instance().setEnabled(true), 431);
+    KzDxCmdLineHook hook;
+    EXPECT_EQ(hook.setEnabled(true), 431);
     Headless::refuse(Headless::Facility::manager, true);
     EXPECT_EQ(KzDxApplication::instance()->setAttached(false), 506);
     Headless::refuse(Headless::Facility::manager, false);

@@ -77,7 +77,7 @@ TEST_F(Timer, RunningOnesTakeTurnsByAddress) {
     std::array<std::optional<KzDxTimer>, 3> timers;
     std::vector<std::size_t> turns;
     for (const std::size_t at : {1U, 2U, 0U}) {
-        timers[at].emplace(record, 0);
+        timers[at].emplace(&record->runningTimers(), 0);
         receivers[at].action = [&turns, at] { turns.push_back(at); };
         timers[at]->attach(&receivers[at]);
         timers[at]->setEnabled(true);
