@@ -4,7 +4,7 @@
 #include "headless/fault_gate.h"
 #include "headless/mistakes.h"
 #include "headless/module_call.h"
-#include "headless/unicode.h"
+#include "text/unicode.h"
 
 #include <dlfcn.h>
 
@@ -116,7 +116,7 @@ Library loadLibrary(const char16_t* fileName) {
         fileName != nullptr && std::u16string_view(fileName).find(u'/') == std::u16string_view::npos;
     if (!isProvidedFor(isBare, "loadLibrary without a bare file name")) return nullptr;
     if (FaultGate::strikes(HostCall::loadLibrary)) return nullptr;
-    void* const library = Headless::openByBareName(Headless::toUtf8(fileName));
+    void* const library = Headless::openByBareName(Text::toUtf8(fileName));
     if (library != nullptr) Headless::messageLoop.libraries.push_back(library);
     return library;
 }

@@ -23,12 +23,13 @@ ALLOWED = {
     "blocks": BASE | {"timers", "blocks"},
     "tables": BASE,
     "module": set(),
-    "headless": HOST | {"headless"},
-    "tools": HOST | {"templates", "tools"},
+    "text": {"text"},
+    "headless": HOST | {"text", "headless"},
+    "tools": HOST | {"text", "templates", "tools"},
     "examples": HOST,
     "fuzzing": HOST | {"templates", "tests", "fuzzing"},
     "benchmarks": MODULE | {"headless", "templates", "benchmarks"},
-    "tests": MODULE | {"headless", "templates", "tools", "tests"},
+    "tests": MODULE | {"text", "headless", "templates", "tools", "tests"},
 }
 WAYS_IN = {
     "timers/idle_check.cpp",

@@ -36,7 +36,8 @@ need_packages() {
   quietly "apt-get install ${missing[*]}" apt-get install -y --no-install-recommends "${missing[@]}"
 }
 
-packages_to_build=(g++ cmake ninja-build ccache pkg-config liblua5.4-dev libcli11-dev nlohmann-json3-dev libedit-dev)
+packages_to_build=(g++ cmake ninja-build ccache pkg-config liblua5.4-dev libcli11-dev nlohmann-json3-dev libedit-dev
+                   libutfcpp-dev)
 packages_to_test=(googletest clang-format clang-tidy clang libclang-rt-14-dev python3)
 packages_to_bench=(libbenchmark-dev)
 

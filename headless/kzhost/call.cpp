@@ -4,7 +4,7 @@
 #include "headless/kzhost/values.h"
 #include "headless/mistakes.h"
 #include "headless/session.h"
-#include "headless/unicode.h"
+#include "text/unicode.h"
 
 #include <exception>
 #include <optional>
@@ -66,7 +66,7 @@ std::string Call::bytes(int index, const char* what) const {
 }
 
 std::u16string Call::text(int index, const char* what) const {
-    const std::optional<std::u16string> text = Headless::toUtf16(bytes(index, what));
+    const std::optional<std::u16string> text = Text::toUtf16(bytes(index, what));
     if (!text.has_value()) fail("expected " + std::string(what) + ", got a string that is not valid UTF-8");
     // Strings of the host end with a null, so there cannot be one inside.
     if (text->find(u'\0') != std::u16string::npos) {

@@ -3,7 +3,7 @@
 #include "headless/kzhost/libraries.h"
 #include "headless/kzhost/values.h"
 #include "headless/session.h"
-#include "headless/unicode.h"
+#include "text/unicode.h"
 
 #include <algorithm>
 #include <array>
@@ -123,7 +123,7 @@ std::string placeOf(lua_State* state) {
 int newClient(Call& call) {
     lua_State* const state = call.state();
     call.function(1, "a function");
-    std::string name = call.has(2) ? Headless::toUtf8(call.text(2, "a name (string)")) : std::string();
+    std::string name = call.has(2) ? Text::toUtf8(call.text(2, "a name (string)")) : std::string();
     std::size_t slot = freeSlot();
     if (slot == mostClients) {
         freeUnusedSlots(state);

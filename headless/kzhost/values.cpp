@@ -2,7 +2,7 @@
 
 #include "headless/kzhost/libraries.h"
 #include "headless/session.h"
-#include "headless/unicode.h"
+#include "text/unicode.h"
 
 #include <algorithm>
 #include <array>
@@ -74,7 +74,7 @@ KzApDocument* documentOf(KzDbObjectId id, KzApDocument* near) {
 int describeDocumentValue(lua_State* state) {
     const KzApDocument* const document = toDocument(state, 1);
     const bool isOpen = Headless::isOpen(document);
-    const std::string name = Headless::toUtf8(Headless::documentName(document));
+    const std::string name = Text::toUtf8(Headless::documentName(document));
     lua_pushstring(state, isOpen ? ("document \"" + name + "\"").c_str() : "a closed document");
     return 1;
 }
@@ -219,10 +219,10 @@ std::string describeObject(KzDbObjectId id) {
     case Kind::table:
         return "block table " + number;
     case Kind::record:
-        return "record " + number + " \"" + Headless::toUtf8(Headless::recordName(id)) + "\"";
+        return "record " + number + " \"" + Text::toUtf8(Headless::recordName(id)) + "\"";
     case Kind::reference:
-        return "reference " + number + " of \"" +
-               Headless::toUtf8(Headless::recordName(Headless::blockOf(id))) + "\"";
+        return "reference " + number + " of \"" + Text::toUtf8(Headless::recordName(Headless::blockOf(id))) +
+               "\"";
     case Kind::attribute:
         return "attribute " + number;
     case Kind::graph:
@@ -232,7 +232,7 @@ std::string describeObject(KzDbObjectId id) {
 }
 
 void pushText(lua_State* state, std::u16string_view text) {
-    const std::string bytes = Headless::toUtf8(text);
+    const std::string bytes = Text::toUtf8(text);
     lua_pushlstring(state, bytes.data(), bytes.size());
 }
 

@@ -2,7 +2,7 @@
 
 #include "blocks/block_node.h"
 #include "headless/inspection.h"
-#include "headless/unicode.h"
+#include "text/unicode.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ std::string difference(const KzDxBlocks& graph, const KzDxBlocks& fresh) {
         const std::string places = placesOf(graph, block);
         const std::string freshPlaces = placesOf(fresh, block);
         if (places == freshPlaces) continue;
-        std::string found = Headless::toUtf8(Headless::recordName(block));
+        std::string found = Text::toUtf8(Headless::recordName(block));
         found.append(" is placed").append(places).append("; afresh").append(freshPlaces);
         return found;
     }

@@ -1,6 +1,6 @@
 #include "tools/kztemplate/template_from_json.h"
 
-#include "tools/kztemplate/utf8.h"
+#include "text/unicode.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -74,7 +74,9 @@ private:
 
     bool text(const json& from, const std::string& path, std::u16string& to) {
         if (!from.is_string()) return refuse(path, "must be a string");
-        to = utf16FromUtf8(from.get_ref<const std::string&>());
+        auto converted = Text::toUtf16(from.get_ref<const std::string&>());
+        if (!converted.has_value()) return refuse(path, "must be text"); // the parser has refused it already
+        to = std::move(*converted);
         return true;
     }
 

@@ -1,6 +1,6 @@
 #include "tools/kztemplate/template_to_json.h"
 
-#include "tools/kztemplate/utf8.h"
+#include "text/unicode.h"
 
 #include <nlohmann/json.hpp>
 
@@ -42,7 +42,7 @@ private:
     }
 
     void nameAndFlag(std::u16string_view name, std::int32_t flag) {
-        to_ << "\"name\": " << nlohmann::json(utf8FromUtf16(name, replaced)).dump() << ", \"flag\": " << flag;
+        to_ << "\"name\": " << nlohmann::json(Text::toUtf8(name, &replaced)).dump() << ", \"flag\": " << flag;
     }
 
     std::ostream& to_;
@@ -78,6 +78,6 @@ std::size_t templateToJson(const CEattMain& eattMain, std::ostream& to) {
 std::size_t writeNames(const char* heading, const std::vector<std::u16string>& names, std::ostream& to) {
     std::size_t replaced = 0;
     to << heading << " (" << names.size() << "):\n";
-    for (const auto& name : names) to << utf8FromUtf16(onOneLine(name), replaced) << '\n';
+    for (const auto& name : names) to << Text::toUtf8(onOneLine(name), &replaced) << '\n';
     return replaced;
 }

@@ -1,10 +1,10 @@
 // UTF-8 and UTF-16: every character goes both ways, and every malformed sequence is refused.
 
-#include "headless/unicode.h"
+#include "text/unicode.h"
 
 #include <gtest/gtest.h>
 
-using namespace Headless;
+using namespace Text;
 
 namespace {
 
@@ -32,6 +32,13 @@ TEST(Unicode, MalformedBytesAreRefused) {
           "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xC2\x41", "a\xFF"}) {
         EXPECT_FALSE(toUtf16(bytes).has_value()) << bytes;
     }
+}
+
+TEST(Unicode, HalvesOfPairsAreReplacedAndCounted) {
+    std::size_t replaced = 1;
+    const char16_t units[] = {0xDE00, u'a', 0xD83D, 0xD83D, 0xDE00, 0xD83D};
+    EXPECT_EQ(toUtf8({units, std::size(units)}, &replaced), "\uFFFDa\uFFFD\U0001F600\uFFFD");
+    EXPECT_EQ(replaced, 4U);
 }
 
 } // namespace
