@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -14,6 +15,7 @@ using namespace Bench;
 struct Options {
     std::vector<std::string> names;
     bool isSmoke = false;
+    bool hasTable = false;
 };
 
 bool isAsked(const Promise& promise, const Options& options) {
@@ -45,13 +47,14 @@ bool run(const Options& options) {
     std::vector<Result> results = toMeasure(options);
     const int repetitions = options.isSmoke ? 2 : 9;
     for (const Result& result : results) registerBenchmark(result, repetitions);
-    Reporter reporter(results);
+    Reporter reporter(results, options.hasTable);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::ClearRegisteredBenchmarks();
-    std::puts("");
     const bool allKept = printRatios(results);
     printFigures(results);
-    return allKept || options.isSmoke;
+    if (allKept || options.isSmoke) return true;
+    std::fputs("a promise is not kept: see OVER\n", stderr);
+    return false;
 }
 
 } // namespace
@@ -62,6 +65,7 @@ int main(int argc, char** argv) {
     app.add_option("name", options.names, "a promise or a figure; all of them when none is named")
         ->check(refusalOf);
     app.add_flag("--smoke", options.isSmoke, "small sizes, to see that everything works; judges no time");
+    app.add_flag("--table", options.hasTable, "prints every measurement, with means and deviations");
     CLI11_PARSE(app, argc, argv);
 
     int bareArgc = 1;

@@ -1,5 +1,7 @@
 #include "benchmarks/results.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <utility>
@@ -32,6 +34,21 @@ void measure(benchmark::State& state, const Promise& promise, std::size_t size) 
     state.counters["ratio"] = sample.ours / sample.other;
 }
 
+bool isTerminal() {
+    return isatty(STDOUT_FILENO) != 0;
+}
+
+void clearProgress() {
+    if (isTerminal()) std::printf("\r\033[K");
+}
+
+void showProgress(const std::string& last, std::size_t done, std::size_t all) {
+    if (!isTerminal()) return;
+    clearProgress();
+    std::printf("[%zu/%zu] %s", done, all, last.c_str());
+    std::fflush(stdout);
+}
+
 } // namespace
 
 std::string Result::title() const {
@@ -54,8 +71,18 @@ void registerBenchmark(const Result& result, int repetitions) {
         ->Unit(benchmark::kMillisecond);
 }
 
+bool Reporter::ReportContext(const Context& context) {
+    if (hasTable_) return ConsoleReporter::ReportContext(context);
+    showProgress("measuring", 0, results_.size());
+    return true;
+}
+
 void Reporter::ReportRuns(const std::vector<Run>& runs) {
-    ConsoleReporter::ReportRuns(runs);
+    ++measured_;
+    if (hasTable_)
+        ConsoleReporter::ReportRuns(runs);
+    else
+        showProgress(runs.front().run_name.function_name, measured_, results_.size());
     for (const Run& run : runs) {
         if (run.aggregate_name != "median") continue;
         const auto result = std::ranges::find(results_, run.run_name.function_name, &Result::title);
@@ -64,6 +91,13 @@ void Reporter::ReportRuns(const std::vector<Run>& runs) {
         result->ratio = run.counters.at("ratio").value;
         result->seconds = run.GetAdjustedRealTime() / millisecondsPerSecond;
     }
+}
+
+void Reporter::Finalize() {
+    if (hasTable_)
+        std::puts("");
+    else
+        clearProgress();
 }
 
 bool printRatios(const std::vector<Result>& results) {

@@ -25,16 +25,22 @@ struct Result {
 /// Registers the benchmark of a result that is not measured yet. REQUIRES: at least two repetitions
 void registerBenchmark(const Result& result, int repetitions);
 
-/// Prints the tables and takes the medians out of them.
+/// Takes the medians out of the measurements, and shows how far they are or the tables.
 class Reporter : public benchmark::ConsoleReporter {
 public:
-    /// `results` are borrowed.
-    explicit Reporter(std::vector<Result>& results) : ConsoleReporter(OO_Tabular), results_(results) {}
+    /// `results` are borrowed. With `hasTable` every measurement is printed, otherwise one line of progress
+    /// on a terminal and nothing elsewhere.
+    Reporter(std::vector<Result>& results, bool hasTable)
+        : ConsoleReporter(OO_Tabular), results_(results), hasTable_(hasTable) {}
 
+    bool ReportContext(const Context& context) override;
     void ReportRuns(const std::vector<Run>& runs) override;
+    void Finalize() override;
 
 private:
     std::vector<Result>& results_;
+    bool hasTable_;
+    std::size_t measured_ = 0;
 };
 
 /// Prints a line for each result that has a limit. False when one is over.

@@ -1,14 +1,19 @@
 -- What the module does, shown on the drawing of an office building.
 --
---   kzhost examples/demo.lua TEMPLATE [DOT]
+--   kzhost examples/demo.lua [TEMPLATE [DOT]]
 --
 -- Each step prints the calls that it makes and what came of them, and ends the script with an error when
--- something else came than what the text says. TEMPLATE is the file made of doors.json; DOT receives the
--- hierarchy of the blocks for Graphviz, as it was changed in step 5.
-local folder = arg[0]:match("^.*/") or "./"
-local hierarchy = dofile(folder .. "hierarchy.lua")
-local template, dotFile = arg[1], arg[2]
-if not template then error("usage: kzhost examples/demo.lua TEMPLATE [DOT]", 0) end
+-- something else came than what the text says. TEMPLATE is the file made of doors.json, whose step is left out without
+-- it; DOT receives the hierarchy of the blocks for Graphviz, as it was changed in step 5. At a prompt,
+-- dofile("examples/demo.lua") leaves the drawings open to look at.
+local source = debug.getinfo(1, "S").source
+local hierarchy = dofile((source:match("^@(.*/)") or "./") .. "hierarchy.lua")
+local isStarted = arg ~= nil and source == "@" .. tostring(arg[0])
+local template, dotFile = table.unpack(isStarted and arg or {}, 1, 2)
+if isStarted and (#arg > 2 or tostring(template):match("^%-")) then
+  print("usage: kzhost examples/demo.lua [TEMPLATE [DOT]]")
+  os.exit(template:match("^%-%-help$") and 0 or 2)
+end
 
 -- ---- telling and checking
 
@@ -85,13 +90,11 @@ local function drawBuilding(site)
   return building, wideDesk
 end
 
-local function writeHierarchy(building, wideDesk, changed)
+local function writeHierarchy(building, wideDesk, picture)
   if not dotFile then return end
+  picture.representations = { [wideDesk] = building:find("Desk") }
   local file = assert(io.open(dotFile, "w"))
-  file:write(hierarchy.dot(building, {
-    changed = changed,
-    representations = { [wideDesk] = building:find("Desk") },
-  }))
+  file:write((hierarchy.dot(building, picture)))
   file:close()
 end
 
@@ -140,6 +143,7 @@ told(#called == 0, "Nothing was edited since, and nobody was called.")
 
 step("The building grows by a floor")
 shown('building:modelSpace():insert(building:find("Floor"), { LEVEL = "4" })   host.idle()')
+local before = hierarchy.of(building)
 building:modelSpace():insert(building:find("Floor"), { LEVEL = "4" })
 host.idle()
 local changes = { [building:find("Floor")] = "itself" }
@@ -147,7 +151,9 @@ for _, name in ipairs({ "Room", "Meeting room", "Door", "Window", "Desk", "Handl
   changes[building:find(name)] = "inside"
 end
 changes[wideDesk] = "inside"
-writeHierarchy(building, wideDesk, changes)
+writeHierarchy(building, wideDesk, { changed = changes, before = before, all = true, edits = {
+  { block = building:find("Floor"), container = building:modelSpace(), text = "a fourth floor is inserted" },
+} })
 calledAre({
   { "Floor", "it has one reference more" },
   { "Room", "lies inside Floor" },
@@ -203,11 +209,13 @@ told(#records == 1 and record.name == "*T1", ("One block belongs to a table: id 
 told(#tables == 1 and placed.block == record and placed.owner.name == "*Paper_Space",
   ("One table: id %d, placed in %s."):format(placed.id, placed.owner.name))
 
-step("Which blocks and attributes did an old template select?")
-shown("zelvane.kzdxReadLegacyBlkTemplate(" .. ("%q"):format(template:match("[^/]*$")) .. ")")
-local blocks, attributes = zelvane.kzdxReadLegacyBlkTemplate(template)
-told(table.concat(blocks, ", ") == "Door, Window", "blocks:     " .. table.concat(blocks, ", "))
-told(table.concat(attributes, ", ") == "FIRE, NUMBER, GLASS", "attributes: " .. table.concat(attributes, ", "))
+if template then
+  step("Which blocks and attributes did an old template select?")
+  shown("zelvane.kzdxReadLegacyBlkTemplate(" .. ("%q"):format(template:match("[^/]*$")) .. ")")
+  local blocks, attributes = zelvane.kzdxReadLegacyBlkTemplate(template)
+  told(table.concat(blocks, ", ") == "Door, Window", "blocks:     " .. table.concat(blocks, ", "))
+  told(table.concat(attributes, ", ") == "FIRE, NUMBER, GLASS", "attributes: " .. table.concat(attributes, ", "))
+end
 
 step("The clients leave, and so does the module")
 shown("zelvane.kzdxBlockReferenceMonitorDetach(building, client)   host.unload()")

@@ -1,8 +1,9 @@
 -- Reads models in the LDraw format and makes drawings of them.
 --
 -- A line that begins with 1 places another file: colour, position, a 3 x 3 matrix, name. A file of several
--- sections (.mpd) begins each with "0 FILE name"; the first one is the main model. All other lines are comments
--- or draw something, and do not matter here.
+-- sections (.mpd) begins each with "0 FILE name"; the first one is the main model. Lines that begin with another digit
+-- up to 5 are comments or draw something, and do not matter here. Stray lines happen; a file with more of them than of
+-- the others is no model, and neither is one with bytes that no text has.
 --
 --   local model, refusal = ldraw.read("wagon.mpd")    -- refusal: "wagon.mpd:12: what is wrong"
 --   local drawing = ldraw.draw(model, host.open("wagon"))
@@ -104,10 +105,20 @@ function Reader:place(line, text)
   table.insert(section.placings, { key = ldraw.key(name), name = name, line = line })
 end
 
+-- DOS files may end in Ctrl-Z.
+local foreign = "[^\t\f\x1A\x20-\xFF]"
+
 function Reader:line(number, text)
+  local strange = text:match(foreign)
+  if strange then
+    return self:refuse(number, ("no LDraw model: no text has the byte %02X"):format(strange:byte()))
+  end
   local first = text:match("^%s*([0-5])%f[%s\0]")
-  if not first then return end
-  self.hasLines = true
+  if not first then
+    if text:find("[^%s\x1A]") then self.strayLines = self.strayLines + 1 end
+    return
+  end
+  self.goodLines = self.goodLines + 1
   if first == "1" then return self:place(number, text) end
   local name = first == "0" and sectionName(text)
   if not name then return end
@@ -155,14 +166,17 @@ function ldraw.read(path, progress)
   local text, problem = readFile(path)
   if not text then return nil, problem end
   local model = { path = path, sections = {}, byKey = {}, lines = 0 }
-  local reader = setmetatable({ path = path, model = model }, Reader)
+  local reader = setmetatable({ path = path, model = model, goodLines = 0, strayLines = 0 }, Reader)
   for number, line in lines(text) do
     reader:line(number, line)
     if reader.refusal then return nil, reader.refusal end
     if progress and number % 1000 == 0 then progress("lines read", number) end
     model.lines = number
   end
-  if not reader.hasLines then return nil, path .. ": no line of it is in the LDraw format" end
+  if reader.goodLines <= reader.strayLines then
+    return nil, ("%s: no LDraw model: %d of its lines are in the format, %d are not"):format(path, reader.goodLines,
+      reader.strayLines)
+  end
   reader:ownSection(1)
   reader:refuseRecursion()
   if reader.refusal then return nil, reader.refusal end

@@ -11,7 +11,7 @@ build_fuzzers() {
   quietly "configuring fuzz" cmake -S . -B $fuzz_build -G Ninja -DCMAKE_BUILD_TYPE=Debug \
     -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link \
     -DZELVANE_FUZZ=ON -DZELVANE_SANITIZE=ON -DZELVANE_TESTS=OFF
-  quietly "building fuzz" cmake --build $fuzz_build --target template_fuzzer template_seeds callback_fuzzer
+  compile "building fuzz" $fuzz_build --target template_fuzzer template_seeds callback_fuzzer
 }
 
 # begin_corpus SUBJECT FOLDER: writes what the fuzzing starts from; callbacks start from nothing.

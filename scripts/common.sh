@@ -2,18 +2,48 @@
 
 set -euo pipefail
 
-# Prints what it does, and the output of a step only when it fails.
+# The comment at the head of a script is its help.
+print_help() {
+  (cd "$OLDPWD" && sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0")
+}
+
+# refuse WHAT: ends with what is wrong about the arguments.
+refuse() {
+  echo "${0##*/}: $1 (--help says what there is)" >&2
+  exit 2
+}
+
+is_terminal() {
+  [ -t 1 ] && [ "${TERM:-dumb}" != dumb ]
+}
+
+# quietly TITLE COMMAND...: shows the output of a step only when it fails; on a terminal, its title while it runs.
 quietly() {
   local title=$1 log
   shift
   log=$(mktemp)
+  ! is_terminal || printf '%s ...' "$title"
   if ! "$@" >"$log" 2>&1; then
+    ! is_terminal || echo
     cat "$log" >&2
     rm -f "$log"
     echo "failed: $title" >&2
     return 1
   fi
+  ! is_terminal || printf '\r\033[K'
   rm -f "$log"
+}
+
+# compile TITLE ARGUMENT...: cmake --build; on a terminal with Ninja's own line of progress, otherwise quietly.
+compile() {
+  local title=$1
+  shift
+  if ! is_terminal; then
+    quietly "$title" cmake --build "$@"
+  elif ! NINJA_STATUS="$title [%f/%t] " cmake --build "$@"; then
+    echo "failed: $title" >&2
+    return 1
+  fi
 }
 
 # need_packages PACKAGE...: installs the missing ones when root; otherwise says which they are and ends.
@@ -40,11 +70,12 @@ packages_to_build=(g++ cmake ninja-build ccache pkg-config liblua5.4-dev libcli1
                    libutfcpp-dev)
 packages_to_test=(googletest clang-format clang-tidy clang libclang-rt-14-dev python3)
 packages_to_bench=(libbenchmark-dev)
+packages_to_draw=(graphviz fonts-liberation)
 
 # build PRESET [CMAKE ARGUMENT...]: configures and builds, quietly unless that fails.
 build() {
   local preset=$1
   shift
   quietly "configuring $preset" cmake --preset "$preset" "$@"
-  quietly "building $preset" cmake --build --preset "$preset"
+  compile "building $preset" --preset "$preset"
 }

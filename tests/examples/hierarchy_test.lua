@@ -1,48 +1,142 @@
--- Guards the picture of a hierarchy: every kind of record is told apart, references are counted once, also those
--- in an attached drawing, and any name may appear.
+-- Guards the pictures and trees of hierarchies: every kind of record is told apart, references are counted once, also
+-- those in an attached drawing, any name may appear, what an edit did is marked, and of a large drawing only what
+-- matters is shown. Pictures are judged by what Graphviz understands of them.
 --
 --   kzhost hierarchy_test.lua EXAMPLES
 local hierarchy = dofile(arg[1] .. "/hierarchy.lua")
+
+local function equal(got, wanted, what)
+  if got ~= wanted then error(("%s:\n  got    %s\n  wanted %s"):format(what, got, wanted), 2) end
+end
+
+
+-- What Graphviz draws: the look of each node by its text, the text of each arrow as "from>to".
+local function drawn(document, options)
+  local path = os.tmpname()
+  local file = assert(io.open(path, "w"))
+  file:write((hierarchy.dot(document, options)))
+  file:close()
+  local picture, name = { nodes = {}, edges = {} }, {}
+  local pipe = assert(io.popen("dot -Tplain -y " .. path))
+  for line in pipe:lines() do
+    local id, label, look = line:match('^node (%S+) %S+ %S+ %S+ %S+ ("?.-"?) (%S+ %S+ %S+ %S+)$')
+    if id then
+      name[id] = label:gsub('^"(.*)"$', "%1"):gsub("\\(.)", "%1")
+      picture.nodes[id:match("^key") and "key: " .. name[id] or name[id]] = look
+    end
+    local from, to, rest = line:match("^edge (%S+) (%S+) %d+ (.*)$")
+    if from and not from:match("^key") then
+      picture.edges[name[from] .. ">" .. name[to]] = rest:match('"%s*(.-)%s*" [%d.]+ [%d.]+ %S+ %S+$') or ""
+    end
+  end
+  local isDrawn = pipe:close()
+  os.remove(path)
+  assert(isDrawn, "Graphviz refuses the picture")
+  return picture
+end
+
+local function sortedKeys(map)
+  local keys = {}
+  for key in pairs(map) do table.insert(keys, key) end
+  table.sort(keys)
+  return table.concat(keys, " ")
+end
+
+-- ---- a house with everything
 
 local site = host.open("Site")
 local grove, tree = site:block("Grove"), site:block("Tree")
 for _ = 1, 3 do site:modelSpace():insert(tree) end
 for _ = 1, 2 do grove:insert(tree) end
 
-local house = host.open('The "old" house')
-local door = house:block('Do\\or "A"')
-local wide
+local house = host.open('The "old" <house> & all')
+local door, shed, bolt, hinge = house:block('Do\\or "A"'), house:block("Shed"), house:block("Bolt"), house:block("Hinge")
 door:enhance()
-wide = door:represent()
-house:modelSpace():insert(door)
-house:modelSpace():insert(door)
+local wide = door:represent()
+for _ = 1, 2 do house:modelSpace():insert(door) end
 house:modelSpace():insert(wide)
-door:insert(wide):erase()
+house:modelSpace():insert(shed)
+door:insert(hinge)
+wide:insert(bolt):erase()
 house:modelSpace():insert(house:attach(site, "Site"))
 
-local text = hierarchy.dot(house, { changed = { [door] = "itself", [wide] = "inside" }, representations = { [wide] = door } })
-
-local function node(record, pattern)
-  local line = text:match("\n  r" .. record.id .. " (%[.-%];)\n")
-  assert(line and line:find(pattern), record.name .. " is drawn as " .. tostring(line))
+local picture = drawn(house, { representations = { [wide] = door } })
+for label, look in pairs({
+  ["*Model_Space"] = "bold box", ['Do\\or "A"'] = "rounded box", ["*U1"] = "dotted box", Site = "filled folder",
+  ["Site|Tree"] = "dashed box", ["key: layout"] = "bold box", ["key: representation"] = "dotted box",
+}) do
+  local style, shape = look:match("(%S+) (%S+)")
+  local got = picture.nodes[label]
+  assert(got and got:find(style, 1, true) and got:find(shape, 1, true), label .. " is drawn as " .. tostring(got))
 end
+assert(not sortedKeys(picture.nodes):find("Paper") and not picture.nodes["key: called: changed"], "what does not occur is shown")
+local doorName = 'Do\\or "A"'
+equal(picture.edges["*Model_Space>" .. doorName], "×2", "two doors")
+equal(picture.edges["*Model_Space>*U1"], "", "one wide door")
+equal(picture.edges["*U1>Bolt"], nil, "an erased reference")
+equal(picture.edges["*U1>" .. doorName], "stands for", "the representation")
+equal(picture.edges["Site>Site|Tree"], "×3", "trees of the attached drawing")
+equal(picture.edges["Site|Grove>Site|Tree"], "×2", "trees of the attached grove")
 
-local function arrows(from, to, count)
-  local label = text:match(("\n  r%d %%-> r%d %%[label=\" x (%%d+) \"%%]"):format(from.id, to.id))
-  assert(tonumber(label or 0) == count, ("%s to %s: %s, not %d"):format(from.name, to.name, label, count))
-end
+-- ---- what an edit did
 
-local model = house:modelSpace()
-local grown, drawing = house:find("Site|Grove"), house:find("Site")
-node(model, "bold")
-node(door, 'label="Do\\\\or \\"A\\"", .*rounded,filled".*f4a259')
-node(wide, "dotted.*fbe3b5")
-node(drawing, "shape=folder.*white")
-node(house:find("Site|Tree"), "dashed")
+local before = hierarchy.of(house)
+house:modelSpace():insert(door)
+door:insert(bolt)
+hinge:references()[1]:erase()
+local options = {
+  before = before, changed = { [door] = "itself", [bolt] = "inside" },
+  edits = { { block = door, container = house:modelSpace(), text = "a door <more> & all" },
+    { block = bolt, container = door, text = "a bolt" }, { block = hinge, container = door, text = "a hinge" } },
+}
+picture = drawn(house, options)
+equal(sortedKeys(picture.nodes),
+  '*Model_Space Bolt Do\\or "A" Hinge key: arrow: edited key: called: changed key: called: inside it key: layout',
+  "only what the edits concern")
+equal(picture.edges["*Model_Space>" .. doorName], "×2 → 3", "a count that grew")
+equal(picture.edges[doorName .. ">Bolt"], "new", "a new placement")
+equal(picture.edges[doorName .. ">Hinge"], "gone", "the last reference")
+options.all = true
+assert(drawn(house, options).nodes.Shed, "--all leaves something out")
 
-arrows(model, door, 2)
-arrows(model, wide, 1)
-arrows(door, wide, 0) -- an erased reference
-arrows(drawing, house:find("Site|Tree"), 3)
-arrows(grown, house:find("Site|Tree"), 2)
-assert(text:find(("r%d -> r%d [style=dotted"):format(wide.id, door.id), 1, true), "the representation leads nowhere")
+-- ---- a large one, deep and wide
+
+local large = host.open("large")
+local main, frame = large:block("main"), large:block("frame")
+large:modelSpace():insert(main)
+for _ = 1, 2 do main:insert(frame) end
+for at = 1, 70 do frame:insert(large:block("part" .. at)) end
+before = hierarchy.of(large)
+main:insert(large:find("part7"))
+options = { before = before, edits = { { block = large:find("part7"), container = main, text = "a part" } } }
+picture = drawn(large)
+equal(sortedKeys(picture.nodes), "*Model_Space frame main", "a large drawing without its leaves")
+picture = drawn(large, { all = true, edits = options.edits, before = before })
+assert(picture.nodes.part70 and picture.edges["frame>part70"], "--all leaves something out")
+equal(picture.edges["main>frame"], "", "a count among many")
+equal(picture.edges["main>part7"], "new", "an edit among many")
+equal(sortedKeys(drawn(large, options).nodes), "*Model_Space frame key: arrow: edited key: layout main part7",
+  "what one edit concerns")
+
+equal(hierarchy.tree(large, options), [[
+*Model_Space
+└── main
+    ├── frame ×2
+    │   └── part7
+    └── part7 new
+]], "a tree of what an edit concerns")
+main:insert(large:block("ring"))
+large:find("ring"):insert(large:find("ring"))
+large:block("other"):insert(frame)
+equal(hierarchy.tree(large, { leaves = false }), [[
+*Model_Space
+└── main
+    ├── frame ×2
+    └── ring
+        └── ring (*)
+other
+└── frame
+without 70 blocks that hold nothing
+(*) unfolded above
+]], "blocks that come again")
+equal(hierarchy.tree(large, { below = { main }, depth = 0 }), "main\n", "depth below a block")

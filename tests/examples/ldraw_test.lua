@@ -92,7 +92,15 @@ equal(refusal("1 16 0 0 zero 1 0 0 0 1 0 0 0 1 part.dat\n"),
   "FILE:1: a placing line has a colour, 12 numbers and a file name", "a word in place of a number")
 equal(refusal("0 FILE a.ldr\n" .. place .. "\n"),
   "FILE:2: a placing line has a colour, 12 numbers and a file name", "the name is missing")
-equal(refusal("# A title\n\n1. Some prose.\n20 more\n"), "FILE: no line of it is in the LDraw format", "another kind of file")
+equal(refusal("# A title\n\n0 of them\n20 more\n"),
+  "FILE: no LDraw model: 1 of its lines are in the format, 2 are not", "another kind of file")
+equal(placings(plain .. "a stray line\n\x1A"), drawn, "a stray line, and the end of a DOS file")
+for seed = 1, 20 do -- what is in the format by chance is no model
+  math.randomseed(seed)
+  local bytes = {}
+  for at = 1, 10000 do bytes[at] = string.char(math.random(0, 255)) end
+  assert(refusal(table.concat(bytes)):find("no text has the byte"), "random bytes are taken for a model")
+end
 
 -- ---- whom an edit calls
 
@@ -154,6 +162,32 @@ equal(called(wagonPath, "erase board.dat frame.ldr"):match("\nldraw.*$"),
   "\nldraw.lua: board.dat has no reference in frame.ldr\n", "erasing what is elsewhere")
 equal(called(wagonPath, "touch bogie.ldr"), "", "an opened definition moves no reference")
 equal(called(wagonPath, "--watch board.dat --watch hook.dat erase bogie.ldr wagon.mpd"), "hook.dat", "only those named")
+
+-- Pictures, lists, and the prompt, where a mistake must not end the host.
+local function output(command)
+  local pipe = assert(io.popen(command .. " 2>&1"))
+  return pipe:read("a"), select(3, pipe:close())
+end
+
+local script = examples .. "/ldraw.lua "
+assert(output(kzhost .. " " .. script .. wagonPath .. " --blocks"):find("\nboard.dat +6 +0\n"), "--blocks")
+equal(output(kzhost .. " " .. script .. wagonPath .. " --tree insert coupling.ldr wagon.mpd"):match("%*Model.*"), [[
+*Model_Space
+└── wagon.mpd
+    ├── bogie.ldr ×2
+    │   └── coupling.ldr [changed]
+    │       └── hook.dat ×2 [inside a changed block]
+    └── coupling.ldr new [changed] (*)
+(*) unfolded above
+]], "--tree")
+for _, wrong in ipairs({ "--bellow x", "nothing", "--depth x", "--dot", "erase board.dat" }) do
+  local text, status = output(kzhost .. " " .. script .. wagonPath .. " " .. wrong)
+  assert(status == 2 and text:find("%-%-help says"), wrong .. ": " .. text)
+end
+local typed = ("arg = nil for _, each in ipairs({ 'hierarchy', 'ldraw', 'demo' }) do dofile('%s/' .. each .. '.lua') end "
+  .. "print(pcall(dofile('%s/ldraw.lua'), 'nowhere.mpd'))"):format(examples, examples)
+equal(output(("echo \"%s\" | %s -"):format(typed, kzhost)):match("[^\n]*\n$"),
+  "false\tldraw.lua: nowhere.mpd: No such file or directory\n", "at a prompt")
 
 -- 100,000 lines, and more blocks than the host has clients.
 local large = { "0 FILE main.ldr" }
