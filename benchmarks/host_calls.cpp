@@ -85,9 +85,8 @@ BareRegistering::BareRegistering(const KzDbDatabase& drawing, const KzDxBlocks& 
     : table_(drawing.blockTableId()) {
     for (const auto& [id, node] : graph.blockMap()) {
         Block block{.record = id, .references = {}, .reactor = std::make_unique<KzDbObjectReactor>()};
-        for (const KzDxContainers::Entry& entry : node->containers()) {
-            block.references.insert(block.references.end(), entry.references.begin(), entry.references.end());
-        }
+        node->containers().forEachFiled(
+            [&](KzDbObjectId reference) { block.references.push_back(reference); });
         blocks_.push_back(std::move(block));
     }
 }

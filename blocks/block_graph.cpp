@@ -5,7 +5,6 @@
 #include "core/scope_guard.h"
 
 #include <memory>
-#include <new>
 
 KzDxBlocks::KzDxBlocks() = default;
 
@@ -41,12 +40,15 @@ void KzDxBlocks::reset() {
     document_ = nullptr;
     modelSpaceId_ = KzDbObjectId();
     nesting_.release();
-    std::map<KzDbObjectId, KzDxBlock*> leaving;
-    leaving.swap(blockMap_);
-    // A node's further keys lead to it as well; under its own key it goes once.
-    std::erase_if(leaving, [](const auto& entry) { return entry.first != entry.second->id(); });
-    for (const auto& [id, node] : leaving) KzDxDeferredDeletion::begin(node);
+    stale_.clear();
+    changed_.clear();
+    elsewhere_.clear();
+    blockMap_.clear();
+    nodes_.clear();
     layoutIds_.clear();
+    attachments_.clear();
+    isWalkComplete_ = false;
+    scope_ = KzDxReadingScope::everything;
     setNeedsScan(true);
     setHasChanges(false);
     disableTimer();
@@ -57,19 +59,29 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
     node = nullptr;
     if (record == nullptr) return Orvo::missingCollaborator;
     if (blockMap_.contains(record->objectId())) return Orvo::alreadyPresent;
+    const std::size_t count = nodes_.size() + 1;
+    if (count > nodes_.capacity()) nodes_.reserve(2 * count);
+    for (KzDxNodeList* const list : {&stale_, &changed_, &elsewhere_}) list->makeRoom(count);
     KzDxBlock* made = nullptr;
     const Orvo::ErrorStatus status = KzDxBlock::create(made, this, record);
     if (status != Orvo::ok) return status;
+    nodes_.emplace_back(made);
     KzDxScopeGuard undo([&] {
-        std::erase_if(blockMap_, [made](const auto& entry) { return entry.second == made; });
-        KzDxDeferredDeletion::begin(made);
+        forgetNode(*made);
+        nodes_.pop_back();
     });
-    for (const KzDbObjectId key : made->recordIds()) addBlockAlias(key, made);
-    static_cast<void>(made->setEnabled(isEnabled()));
+    blockMap_.insert_or_assign(made->id(), made); // also when one of its own further records has that id
     undo.dismiss();
     nesting_.outdate();
     node = made;
     return Orvo::ok;
+}
+
+void KzDxBlocks::forgetNode(KzDxBlock& node) noexcept {
+    std::erase_if(blockMap_, [&node](const auto& entry) { return entry.second == &node; });
+    for (KzDxNodeList* const list : {&stale_, &changed_, &elsewhere_}) {
+        list->workOff([&node](const KzDxBlock& each) { return &each == &node; });
+    }
 }
 
 void KzDxBlocks::addBlockAlias(KzDbObjectId key, KzDxBlock* node) {
@@ -88,13 +100,17 @@ KzDbDatabase* KzDxBlocks::database() const {
 void KzDxBlocks::setNeedsScan(bool value) {
     needsScan_ = value;
     if (value) return;
-    for (const auto& [key, node] : blockMap_) node->setNeedsScan(false);
+    for (KzDxBlock* const node : stale_) node->setNeedsScan(false); // no other node has the mark
 }
 
 void KzDxBlocks::setHasChanges(bool value) {
     hasChanges_ = value;
-    if (value) return;
-    for (const auto& [key, node] : blockMap_) node->setHasChanges(false);
+    if (!value) clearChangedNodes();
+}
+
+void KzDxBlocks::clearChangedNodes() {
+    for (KzDxBlock* const node : changed_) node->setHasChanges(false);
+    changed_.clear();
 }
 
 KzDbObjectId KzDxBlocks::xrefBlockOf(KzDbObjectId id) const {

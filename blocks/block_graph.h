@@ -2,6 +2,7 @@
 
 #include "blocks/block_nesting.h"
 #include "blocks/id_set.h"
+#include "blocks/node_list.h"
 #include "blocks/reference_reader.h"
 #include "core/call_set.h"
 #include "core/deferred_deletion.h"
@@ -15,7 +16,9 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
+#include <vector>
 
 class KzDxBlock;
 
@@ -24,8 +27,11 @@ class KzDxBlock;
 ///
 /// While switched on, the graph follows the drawing. Edits only set marks: `needsScan` (something must be
 /// read again) and `hasChanges` (some node changed and clients have not been told). `update` works them off,
-/// at the document's next idle check or on request: it scans the block table, marks every block that lies
-/// inside a changed one, and calls each client callback of a changed block once.
+/// at the document's next idle check or on request: it reads again what may have changed, marks every block
+/// that lies inside a changed one, and calls each client callback of a changed block once.
+///
+/// How much an update reads depends on what the edits were; see `KzDxReadingScope`. What it finds is the same
+/// as if it had read everything.
 ///
 /// Nodes are owned, and live until the graph is emptied. A node is keyed by its record, and an enhanced
 /// block's node also by each record that represents the block; no key leads to a null node. Ids and callbacks
@@ -35,6 +41,19 @@ class KzDxBlock;
 ///
 /// In this folder "graph" means this class, and "node" `KzDxBlock`. The virtual operations are called by
 /// slot: their order is fixed.
+/// What the next update has to read again. Each of them includes the ones before.
+///
+/// A node is stale when one of its objects told of an edit, or when it does not hear all of them; see
+/// `KzDxBlock::isHardOfHearing`. The references that a record reports change only by edits of records, of
+/// which the records tell, with one exception: those of attached drawings, which tell nobody here.
+enum class KzDxReadingScope : std::uint8_t {
+    nodes, ///< stale nodes, and nodes whose lists of references in other drawings differ: only references and
+           ///< attributes were edited, so no block has got a reference and no record has come
+    lists, ///< stale nodes, and nodes whose lists differ: a record was edited, or one came, or something
+           ///< could not be looked at the last time
+    everything, ///< every node: nobody listened
+};
+
 class KzDxBlocks : public KzDbObjectReactor,
                    public KzDxEnableBase,
                    public KzDxTimerReactor,
@@ -81,9 +100,8 @@ public:
 
     // Following the drawing.
 
-    /// Reads the whole block table: lists the layouts, makes nodes for new records, and has every other node
-    /// read its references again, each once. Clears `needsScan` everywhere. `missingCollaborator` without a
-    /// drawing.
+    /// Reads everything: lists the layouts, makes nodes for new records, and has every other node read its
+    /// references again, each once. Clears `needsScan` everywhere. `missingCollaborator` without a drawing.
     virtual Orvo::ErrorStatus scanBlockTable();
 
     /// Calls the callbacks of all changed nodes, each once, and clears `hasChanges` everywhere, also where
@@ -94,7 +112,8 @@ public:
     /// Marks every block that lies, at any depth, inside a changed block. Does not mark the blocks around it.
     virtual void propagateChanges();
 
-    /// Scans and propagates, and with `notify` calls clients. Without `force`, only while switched on and
+    /// Reads and propagates, and with `notify` calls clients. With `force` it reads everything, which heals
+    /// what the host failed to tell; without, only what may have changed, and only while switched on and
     /// marked.
     virtual void update(bool force, bool notify);
 
@@ -150,38 +169,76 @@ public:
     /// The node of a record; null when it has none.
     [[nodiscard]] KzDxBlock* node(KzDbObjectId record) const;
 
-    /// All keys with their nodes, for walks that do not call out.
+    /// Begins to follow the drawing from its present state: what happened before is not reported. A graph
+    /// that has just been built need not be read again. The status is that of `setEnabled`.
+    Orvo::ErrorStatus startFollowing(bool isJustBuilt);
+
+    /// The number of the latest reading, begun or done; no two readings of a graph share one.
+    [[nodiscard]] std::uint32_t readingNumber() const { return readingNumber_; }
+
+    /// Every node once, in the order of creation, and all keys with their nodes; for walks that do not call
+    /// out.
+    [[nodiscard]] const std::vector<std::unique_ptr<KzDxBlock, KzDxDeferredDeleter>>& nodes() const {
+        return nodes_;
+    }
     [[nodiscard]] const std::map<KzDbObjectId, KzDxBlock*>& blockMap() const { return blockMap_; }
 
-    /// For nodes: what they read their references with.
+    // For nodes.
+
+    /// What they read their references with.
     [[nodiscard]] KzDxReferenceReader& reader() { return reader_; }
-    /// For nodes: the number of the latest scan, begun or done; no two scans of a graph share one.
-    [[nodiscard]] std::uint32_t scanNumber() const { return scanNumber_; }
-    /// For nodes: a node appeared in a container or vanished from one.
+    /// A node may differ from the drawing; it has changed; it reports references that lie in other drawings.
+    void nodeBecameStale(KzDxBlock& node) noexcept { stale_.add(node); }
+    void nodeChanged(KzDxBlock& node) noexcept { changed_.add(node); }
+    void nodeReportsElsewhere(KzDxBlock& node) noexcept { elsewhere_.add(node); }
+    /// A record may report other references than before, or may be another block's representation.
+    void listsMayDiffer() noexcept;
+    /// A node appeared in a container or vanished from one.
     void containersChanged() { nesting_.outdate(); }
+    /// Drops the keys and list entries of a node that did not come to be.
+    void forgetNode(KzDxBlock& node) noexcept;
 
 private:
     KzDxBlocks();
 
-    // Scanning (block_graph_scan.cpp).
-    class Scan;
-    [[nodiscard]] KzDbObjectId originalBlockOf(const KzDbBlockTableRecord& record) const;
+    // Reading (block_graph_scan.cpp).
+    class Walk;
+    void beginReading();
+    void readChanged();
+    void readAfter(Walk& walk, const KzDbDatabase& drawing);
+    [[nodiscard]] bool isTableAsWalked(const KzDbDatabase& drawing) const;
+    [[nodiscard]] bool areAttachmentsAsWalked() const;
+    void listElsewhereIfDifferent();
+    void readStaleNodes();
+    [[nodiscard]] bool mayStaleNodesRepresent() const;
+    void settleScope();
 
-    // Following (block_graph_changes.cpp).
+    // Following (block_graph_following.cpp).
     void follow(const KzDbBlockTable& table, KzDbObjectId tableId);
     void stopFollowing(const KzDbBlockTable& table);
     void enableTimer();
     void disableTimer();
     void setNodesEnabled(bool enable);
     [[nodiscard]] bool leaveHost() noexcept override;
+
+    // Updating (block_graph_update.cpp).
     void gatherChangedClients(Clients& due) const;
+    void clearChangedNodes();
 
     [[nodiscard]] KzDxBlockNesting& builtNesting();
     [[nodiscard]] std::uint32_t countNested(const KzDxBlock& node, KzDbObjectId container,
                                             KzDxIdSet& counted);
 
+    /// A record that stands for an attached drawing. The drawing is compared, never touched.
+    struct Attachment {
+        KzDbObjectId record;
+        const KzDbDatabase* drawing = nullptr;
+        friend bool operator==(const Attachment&, const Attachment&) = default;
+    };
+
     KzDxDocumentContext* document_ = nullptr;
-    std::map<KzDbObjectId, KzDxBlock*> blockMap_;
+    std::vector<std::unique_ptr<KzDxBlock, KzDxDeferredDeleter>> nodes_;
+    std::map<KzDbObjectId, KzDxBlock*> blockMap_; ///< an index: every key with its node
     KzDbObjectIdArray layoutIds_;
     KzDbObjectId modelSpaceId_;
     bool needsScan_ = true;
@@ -189,7 +246,19 @@ private:
     std::optional<KzDxTimer> timer_; // in place: it needs no memory
     /// The block table that the graph is reactor of; null when it is reactor of none.
     KzDbObjectId watchedTable_;
-    std::uint32_t scanNumber_ = 0;
+
+    /// What the next update reads. Lowered only by a reading that went through.
+    KzDxReadingScope scope_ = KzDxReadingScope::everything;
+    KzDxNodeList stale_{KzDxNodeMark::stale};
+    KzDxNodeList changed_{KzDxNodeMark::changed};
+    KzDxNodeList elsewhere_{KzDxNodeMark::elsewhere};
+    /// The last walk over the block table: its number, whether it came by everything, and the attachments
+    /// that it met, in table order.
+    std::uint32_t walkNumber_ = 0;
+    std::uint32_t readingNumber_ = 0;
+    bool isWalkComplete_ = false;
+    std::vector<Attachment> attachments_;
+
     KzDxReferenceReader reader_{*this};
     KzDxBlockNesting nesting_;
     KzDxLife life_;

@@ -8,7 +8,7 @@ std::uint32_t KzDxBlocks::countReferences(KzDbObjectId block, KzDbObjectId conta
     if (blockNode == nullptr || node(container) == nullptr) return 0;
     if (nested) return counted.insert(block) ? countNested(*blockNode, container, counted) : 0;
     const KzDxContainers::Entry* const entry = blockNode->containers().find(container);
-    return entry == nullptr ? 0 : static_cast<std::uint32_t>(entry->references.size());
+    return entry == nullptr ? 0 : entry->count;
 }
 
 std::uint32_t KzDxBlocks::countNested(const KzDxBlock& node, KzDbObjectId container, KzDxIdSet& counted) {
@@ -17,10 +17,9 @@ std::uint32_t KzDxBlocks::countNested(const KzDxBlock& node, KzDbObjectId contai
         KzDbObjectId placedIn = entry.container;
         if (kzdxIsForeignModelSpace(placedIn, database())) placedIn = xrefBlockOf(placedIn);
         if (!placedIn.isValid() || placedIn.isErased() || placedIn.isEffectivelyErased()) continue;
-        const auto references = static_cast<std::uint32_t>(entry.references.size());
         const std::uint32_t times =
             placedIn == container ? 1 : countReferences(placedIn, container, false, counted);
-        sum += references * times;
+        sum += entry.count * times;
     }
     return sum;
 }
@@ -49,6 +48,6 @@ Orvo::ErrorStatus KzDxBlocks::getNestedBlocks(KzDbObjectId block, bool recursive
 }
 
 KzDxBlockNesting& KzDxBlocks::builtNesting() {
-    if (!nesting_.isBuilt()) nesting_.build(blockMap_);
+    if (!nesting_.isBuilt()) nesting_.build(nodes_);
     return nesting_;
 }

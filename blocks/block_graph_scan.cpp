@@ -5,48 +5,81 @@
 #include "core/deferred_deletion.h"
 
 #include <algorithm>
-#include <functional>
+#include <map>
 #include <vector>
 
-/// One walk over the block table, and after it the reading of all nodes that the walk came by.
+/// One walk over the block table. It makes nodes for new records, and finds out which nodes have to be read:
+/// all, or those that are stale or whose records report other references than before.
 ///
-/// Reading comes last so that a node is read once, however many of its records the table holds. The walk
-/// itself changes only which nodes there are and under which keys; reading changes neither.
-class KzDxBlocks::Scan {
+/// Reading comes after the walk, so that a node is read once, however many of its records the table holds.
+/// The walk itself changes only which nodes there are and under which keys; reading changes neither.
+class KzDxBlocks::Walk {
 public:
-    explicit Scan(KzDxBlocks& graph) : graph_(graph), expected_(graph.blockMap_.begin()) {}
+    Walk(KzDxBlocks& graph, bool readsEverything)
+        : graph_(graph), readsEverything_(readsEverything), expected_(graph.blockMap_.begin()) {}
 
-    void walk(const KzDbDatabase& drawing) {
-        kzdxForEachRecordId(drawing, [this](KzDbObjectId id) {
-            const KzDxOpened<KzDbBlockTableRecord> record(id);
-            if (record) visit(id, *record.get());
+    void run(const KzDbDatabase& drawing) {
+        graph_.layoutIds_.clear();
+        ++graph_.walkNumber_;
+        const bool isWalked = kzdxForEachRecordId(drawing, [this](KzDbObjectId id) {
+            visit(id);
             return true;
         });
+        isComplete_ &= isWalked;
+        for (KzDxBlock* const node : ofManyRecords_) {
+            const bool isAnswered = graph_.reader_.ask(node->recordIds()) == Orvo::ok;
+            if (!isAnswered || !graph_.reader_.isAsReported(node->containers())) graph_.stale_.add(*node);
+        }
     }
 
-    void readNodes() {
-        std::ranges::sort(nodes_, std::less<>());
-        nodes_.erase(std::unique(nodes_.begin(), nodes_.end()), nodes_.end());
-        for (KzDxBlock* const node : nodes_) static_cast<void>(node->readAgain());
-    }
+    /// Whether it came by everything, so that an edit is needed to make the next walk find anything else.
+    [[nodiscard]] bool isComplete() const { return isComplete_; }
+    [[nodiscard]] const std::vector<Attachment>& attachments() const { return attachments_; }
 
 private:
     using BlockMap = std::map<KzDbObjectId, KzDxBlock*>;
 
-    void visit(KzDbObjectId id, KzDbBlockTableRecord& record) {
-        if (record.isLayout()) graph_.layoutIds_.append(id);
-        KzDbObjectId key = id;
-        if (record.isAnonymous()) {
-            const KzDbObjectId original = graph_.originalBlockOf(record);
-            if (!original.isNull()) key = original;
+    void visit(KzDbObjectId id) {
+        const KzDxOpened<KzDbBlockTableRecord> record(id);
+        if (!record) {
+            isComplete_ = false; // held open: nobody tells when it is let go
+            return;
         }
+        if (record->isLayout()) graph_.layoutIds_.append(id);
+        const bool isAttachment = record->isFromExternalReference();
+        if (isAttachment) attachments_.push_back({id, record->xrefDatabase(false)});
+        const bool isAnonymous = record->isAnonymous();
+        const KzDbObjectId key = isAnonymous ? keyOfAnonymous(id, *record.get()) : id;
         KzDxBlock* node = nodeOf(key);
-        if (node == nullptr) {
-            static_cast<void>(
-                graph_.addBlock(node, &record)); // a record whose node cannot be made is passed over
-        } else if (node->listRecord(id) || !node->wasReadIn(graph_.scanNumber_)) {
-            nodes_.push_back(node);
+        if (node != nullptr) {
+            meet(*node, id, *record.get());
+        } else {
+            if (key != id) isComplete_ = false; // the block's node may come later in the table
+            node = add(*record.get());
+            if (node == nullptr) return;
         }
+        if (isAnonymous) node->setHasAnonymousRecord();
+        if (isAttachment || record->isDependent()) graph_.elsewhere_.add(*node);
+    }
+
+    /// The block that an anonymous record stands for: the enhanced block that it represents, as the first of
+    /// its references to carry the protocol tells; else itself.
+    KzDbObjectId keyOfAnonymous(KzDbObjectId id, const KzDbBlockTableRecord& record) {
+        KzDbObjectIdArray references;
+        if (record.getBlockReferenceIds(references, true, true) != Orvo::ok) isComplete_ = false;
+        for (const KzDbObjectId each : references) {
+            const KzDxOpened<KzDbBlockReference> reference(each, KzDb::OpenMode::forNotify, true);
+            if (!reference) {
+                isComplete_ = false; // as above
+                continue;
+            }
+            const KzDbBlockRepresentation* const protocol =
+                asBlockRepresentation(reference->queryX(KzDbBlockRepresentation::desc()));
+            if (protocol == nullptr) continue;
+            const KzDbObjectId original = protocol->originalBlockTableRecord(reference.get());
+            return original.isNull() ? id : original;
+        }
+        return id;
     }
 
     /// The node under a key. Most tables are in the order of ids, where it is the one after the last found.
@@ -56,39 +89,144 @@ private:
         return expected_ == blocks.end() ? nullptr : (expected_++)->second;
     }
 
+    /// A record whose node cannot be made is passed over, and so is one that leads to a block without a node
+    /// but has one of its own.
+    KzDxBlock* add(KzDbBlockTableRecord& record) {
+        KzDxBlock* node = nullptr;
+        if (graph_.addBlock(node, &record) != Orvo::ok) isComplete_ = false;
+        if (node == nullptr) return nullptr;
+        node->setLastWalk(graph_.walkNumber_);
+        return node;
+    }
+
+    void meet(KzDxBlock& node, KzDbObjectId id, const KzDbBlockTableRecord& record) {
+        const bool isFirstMeeting = node.lastWalk() != graph_.walkNumber_;
+        // A node that no record led to was not read, whatever it heard.
+        const bool wasMetBefore = node.lastWalk() + 1 == graph_.walkNumber_;
+        node.setLastWalk(graph_.walkNumber_);
+        if (node.listRecord(id)) graph_.stale_.add(node);
+        if (!isFirstMeeting || node.isStale()) return;
+        if (readsEverything_ || !wasMetBefore) {
+            graph_.stale_.add(node);
+        } else if (node.recordIds().length() > 1) {
+            ofManyRecords_.push_back(&node);
+        } else {
+            const bool isAnswered = graph_.reader_.ask(record) == Orvo::ok;
+            if (!isAnswered || !graph_.reader_.isAsReported(node.containers())) graph_.stale_.add(node);
+        }
+    }
+
     KzDxBlocks& graph_;
-    BlockMap::const_iterator expected_; ///< keys are added during a scan, never removed
-    /// The nodes to read, some of them repeatedly; not those that the walk has made, which have just been
-    /// read.
-    std::vector<KzDxBlock*> nodes_;
+    const bool readsEverything_;
+    bool isComplete_ = true;
+    BlockMap::const_iterator expected_; ///< keys are added during a walk, never removed
+    std::vector<Attachment> attachments_;
+    std::vector<KzDxBlock*> ofManyRecords_; ///< asked after the walk, when all their records are known
 };
 
 Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
-    KzDxDeferredDeletion::retryAll();
-    layoutIds_.clear();
-    ++scanNumber_;
-    reader_.forgetDrawings();
-    Scan scan(*this);
-    scan.walk(*drawing);
-    scan.readNodes();
-    reader_.release();
-    setNeedsScan(false);
+    Walk walk(*this, true);
+    readAfter(walk, *drawing);
     return Orvo::ok;
 }
 
-/// The enhanced block that an anonymous record represents: the first of its references to carry the protocol
-/// tells. Null when none does.
-KzDbObjectId KzDxBlocks::originalBlockOf(const KzDbBlockTableRecord& record) const {
-    KzDbObjectIdArray references;
-    static_cast<void>(record.getBlockReferenceIds(references, true, true));
-    for (const KzDbObjectId id : references) {
-        const KzDxOpened<KzDbBlockReference> reference(id, KzDb::OpenMode::forNotify, true);
-        if (!reference) continue;
-        const KzDbBlockRepresentation* const protocol =
-            asBlockRepresentation(reference->queryX(KzDbBlockRepresentation::desc()));
-        if (protocol != nullptr) return protocol->originalBlockTableRecord(reference.get());
+/// The update of a graph that has listened: reads what can have changed since the last reading.
+void KzDxBlocks::readChanged() {
+    const KzDbDatabase* const drawing = database();
+    if (drawing == nullptr) return;
+    if (scope_ == KzDxReadingScope::nodes && isTableAsWalked(*drawing) && areAttachmentsAsWalked()) {
+        beginReading();
+        listElsewhereIfDifferent();
+        readStaleNodes();
+        if (mayStaleNodesRepresent()) listsMayDiffer();
+        return;
     }
-    return {};
+    Walk walk(*this, scope_ == KzDxReadingScope::everything);
+    readAfter(walk, *drawing);
+}
+
+void KzDxBlocks::beginReading() {
+    ++readingNumber_;
+    KzDxDeferredDeletion::retryAll();
+    reader_.forgetDrawings();
+}
+
+void KzDxBlocks::readAfter(Walk& walk, const KzDbDatabase& drawing) {
+    beginReading();
+    // Until all of it has gone through: the nodes that the walk does not come by count as met by no record.
+    listsMayDiffer();
+    isWalkComplete_ = false;
+    walk.run(drawing);
+    if (walk.attachments() != attachments_) {
+        for (KzDxBlock* const node : elsewhere_) {
+            if (node->hasTranslated()) stale_.add(*node);
+        }
+        attachments_ = walk.attachments();
+    }
+    isWalkComplete_ = walk.isComplete();
+    readStaleNodes();
+    settleScope();
+}
+
+/// Reads the nodes that some record leads to. A stale node that no record leads to is not read, whatever it
+/// heard, and will be as soon as one leads to it again.
+void KzDxBlocks::readStaleNodes() {
+    stale_.workOff([this](KzDxBlock& node) {
+        if (node.lastWalk() != walkNumber_) {
+            node.setNeedsScan(false);
+            return true;
+        }
+        const bool isRead =
+            node.wasReadIn(readingNumber_) || node.read() == Orvo::ok; // the walk reads new ones
+        return isRead && !node.isHardOfHearing();
+    });
+    reader_.release();
+    setNeedsScan(false);
+}
+
+/// Has the nodes be read whose lists of references in other drawings differ: edits there tell nobody here.
+void KzDxBlocks::listElsewhereIfDifferent() {
+    for (KzDxBlock* const node : elsewhere_) {
+        if (node->isStale() || node->lastWalk() != walkNumber_) continue;
+        const bool isAnswered = reader_.ask(node->recordIds()) == Orvo::ok;
+        if (!isAnswered || !reader_.isAsReported(node->containers())) stale_.add(*node);
+    }
+}
+
+/// Whether the records that stand for attached drawings still do: a drawing may be closed without a word.
+bool KzDxBlocks::areAttachmentsAsWalked() const {
+    return std::ranges::all_of(attachments_, [](const Attachment& each) {
+        const KzDxOpened<KzDbBlockTableRecord> record(each.record);
+        return record && record->isFromExternalReference() && record->xrefDatabase(false) == each.drawing;
+    });
+}
+
+/// Whether every record of a short table has a node. One that was erased before it got one comes back without
+/// a word: nobody is registered on it. In a long table such a record waits for the next walk, because looking
+/// at every record would cost more than all the rest of the update.
+bool KzDxBlocks::isTableAsWalked(const KzDbDatabase& drawing) const {
+    constexpr std::size_t shortTable = 256;
+    if (nodes_.size() > shortTable) return true;
+    bool areAllKnown = true;
+    const bool isWalked = kzdxForEachRecordId(drawing, [&](KzDbObjectId id) {
+        areAllKnown = blockMap_.contains(id);
+        return areAllKnown;
+    });
+    return isWalked && areAllKnown;
+}
+
+/// Whether a reference that is not heard may decide which block an anonymous record represents.
+bool KzDxBlocks::mayStaleNodesRepresent() const {
+    return std::ranges::any_of(stale_, [](const KzDxBlock* node) { return node->hasAnonymousRecord(); });
+}
+
+/// Finds out how far the next update must reach when nothing but references and attributes will be edited.
+void KzDxBlocks::settleScope() {
+    const bool areRecordsHeard =
+        std::ranges::all_of(nodes_, [](const auto& node) { return node->hearsRecords(); });
+    const bool areListsKnown = isWalkComplete_ && areRecordsHeard && !mayStaleNodesRepresent();
+    scope_ = areListsKnown ? KzDxReadingScope::nodes : KzDxReadingScope::lists;
+    if (!isEnabled()) scope_ = KzDxReadingScope::everything;
 }

@@ -2,8 +2,8 @@
 
 #include "blocks/block_node.h"
 
-void KzDxBlockNesting::build(const BlockMap& blocks) {
-    listNodes(blocks);
+void KzDxBlockNesting::build(const Nodes& nodes) {
+    listNodes(nodes);
     numberContainers();
     fillContents();
     search_ = 0;
@@ -14,12 +14,10 @@ void KzDxBlockNesting::release() {
     *this = KzDxBlockNesting();
 }
 
-void KzDxBlockNesting::listNodes(const BlockMap& blocks) {
+void KzDxBlockNesting::listNodes(const Nodes& nodes) {
     nodes_.clear();
-    for (const auto& [key, block] : blocks) {
-        // A node's further keys lead to it as well; it counts under its own.
-        if (key == block->id()) nodes_.push_back({block, key, none, 0});
-    }
+    nodes_.reserve(nodes.size());
+    for (const auto& node : nodes) nodes_.push_back({node.get(), node->id(), none, 0});
 }
 
 /// Numbers the containers, and leaves in each `firstContent` how many contents the one before it has.

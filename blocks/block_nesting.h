@@ -2,9 +2,10 @@
 
 #include "blocks/id_index.h"
 #include "blocks/id_set.h"
+#include "core/deferred_deletion.h"
 
 #include <cstdint>
-#include <map>
+#include <memory>
 #include <vector>
 
 class KzDxBlock;
@@ -17,9 +18,9 @@ class KzDxBlock;
 /// reaches.
 class KzDxBlockNesting {
 public:
-    using BlockMap = std::map<KzDbObjectId, KzDxBlock*>;
+    using Nodes = std::vector<std::unique_ptr<KzDxBlock, KzDxDeferredDeleter>>;
 
-    void build(const BlockMap& blocks);
+    void build(const Nodes& nodes);
     void release();
     [[nodiscard]] bool isBuilt() const { return isBuilt_; }
 
@@ -49,7 +50,7 @@ private:
         std::uint32_t visitedIn = 0;    ///< the last search that looked into it
     };
 
-    void listNodes(const BlockMap& blocks);
+    void listNodes(const Nodes& nodes);
     void numberContainers();
     void fillContents();
     void beginSearch();
@@ -58,7 +59,7 @@ private:
     void search(bool recursive);
 
     bool isBuilt_ = false;
-    std::vector<Node> nodes_;             ///< each node once, by ascending id
+    std::vector<Node> nodes_;             ///< each node once
     KzDxIdIndex numberOfContainer_;       ///< container id → its number
     std::vector<Container> containers_;   ///< by number, and one more that ends the last one's contents
     std::vector<std::uint32_t> contents_; ///< node numbers, grouped by container

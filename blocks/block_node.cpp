@@ -3,7 +3,9 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_representation.h"
 #include "core/opened.h"
+#include "core/scope_guard.h"
 
+#include <cassert>
 #include <memory>
 
 namespace {
@@ -29,10 +31,13 @@ Orvo::ErrorStatus KzDxBlock::create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlo
     node = nullptr;
     if (owner == nullptr || record == nullptr) return Orvo::missingCollaborator;
     // Without memory for it the whole scan fails: a record that is passed over would not be looked at again.
-    std::unique_ptr<KzDxBlock> made(new KzDxBlock);
+    std::unique_ptr<KzDxBlock, KzDxDeferredDeleter> made(new KzDxBlock);
+    KzDxScopeGuard undo([&] { owner->forgetNode(*made); });
     const Orvo::ErrorStatus status = made->init(owner, record);
-    if (status == Orvo::ok) node = made.release();
-    return status;
+    if (status != Orvo::ok) return status;
+    undo.dismiss();
+    node = made.release();
+    return Orvo::ok;
 }
 
 Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* record) {
@@ -43,7 +48,13 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
     for (const KzDbObjectId each : recordIds_) {
         if (each != id_) furtherRecords_.insert(each);
     }
-    return readAgain();
+    const Orvo::ErrorStatus status = read();
+    if (status != Orvo::ok) return status;
+    // The keys come after the reading: the graph must never hold a key of a node that did not come to be.
+    for (const KzDbObjectId each : furtherRecords_) owner->addBlockAlias(each, this);
+    static_cast<void>(
+        setEnabled(owner->isEnabled())); // what could not be joined is known to the registrations
+    return Orvo::ok;
 }
 
 KzDbObjectIdArray KzDxBlock::representationsOf(const KzDbBlockTableRecord* record) const {
@@ -56,36 +67,72 @@ KzDbObjectIdArray KzDxBlock::representationsOf(const KzDbBlockTableRecord* recor
 }
 
 KzDxBlock::~KzDxBlock() {
-    static_cast<void>(leaveHost());
+    // Nothing is left to do when the deletion was deferred; a node that failed to come to be ends here
+    // directly.
+    static_cast<void>(KzDxBlock::leaveHost());
 }
 
-void KzDxBlock::forgetGraph() noexcept {
+/// Unregisters from everything. The graph is not touched any more, and nobody is told anything.
+bool KzDxBlock::leaveHost() noexcept {
     hasChanges_ = false;
     needsScan_ = true;
     owner_ = nullptr;
     clients_.clear();
+    storeEnabled(false);
+    return registrations_.isEmpty() || registrations_.leaveAll(recordIds_, containers_);
+}
+
+Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
+    if (enable == isEnabled()) return Orvo::ok;
+    // First, so that switching off undoes what was done when memory runs out on the way.
+    storeEnabled(enable);
+    const Orvo::ErrorStatus status =
+        enable ? registrations_.join(recordIds_, containers_) : registrations_.leave(recordIds_, containers_);
+    if (isHardOfHearing()) becomeStale();
+    return status;
+}
+
+bool KzDxBlock::isHardOfHearing() const {
+    return !registrations_.isSettled() || (isEnabled() && !registrations_.hearsReferences()) ||
+           containers_.hasUnfiled();
 }
 
 void KzDxBlock::copied(const KzDbObject* object, const KzDbObject*) {
     setNeedsScan(true);
-    if (!isBlockTableRecord(object)) setHasChanges(true);
+    if (isBlockTableRecord(object)) {
+        listsMayDiffer();
+    } else {
+        setHasChanges(true);
+    }
 }
 
 void KzDxBlock::aboutToChange(const KzDbObject* object) {
     setNeedsScan(true);
-    const bool isPlainRecord = isBlockTableRecord(object) &&
-                               !static_cast<const KzDbBlockTableRecord*>(object)->isFromExternalReference();
+    const bool isRecord = isBlockTableRecord(object);
+    // A record takes in references of other blocks, and may become a representation of another one.
+    if (isRecord || decidesRepresentation(object)) listsMayDiffer();
+    const bool isPlainRecord =
+        isRecord && !static_cast<const KzDbBlockTableRecord*>(object)->isFromExternalReference();
     if (!isPlainRecord) setHasChanges(true);
+}
+
+/// Whether the object may be what tells which block an anonymous record represents: one of its references.
+bool KzDxBlock::decidesRepresentation(const KzDbObject* object) const {
+    return hasAnonymousRecord_ && object->isA() != KzDbAttribute::desc();
 }
 
 void KzDxBlock::goodbye(const KzDbObject* object) {
     object->removeReactor(this);
+    // No mark, and so no update on its own account; but the next one has to look.
+    becomeStale();
+    if (decidesRepresentation(object)) listsMayDiffer();
 }
 
 void KzDxBlock::setNeedsScan(bool value) {
     if (value) {
         if (owner_ == nullptr) return;
         owner_->setNeedsScan(true);
+        becomeStale();
     }
     needsScan_ = value;
 }
@@ -94,8 +141,17 @@ void KzDxBlock::setHasChanges(bool value) {
     if (value) {
         if (owner_ == nullptr) return;
         owner_->setHasChanges(true);
+        owner_->nodeChanged(*this);
     }
     hasChanges_ = value;
+}
+
+void KzDxBlock::becomeStale() {
+    if (owner_ != nullptr) owner_->nodeBecameStale(*this);
+}
+
+void KzDxBlock::listsMayDiffer() {
+    if (owner_ != nullptr) owner_->listsMayDiffer();
 }
 
 void KzDxBlock::addClient(KzDxClientCallback callback) {

@@ -2,7 +2,8 @@
 
 #include "blocks/containers.h"
 #include "blocks/id_set.h"
-#include "blocks/watched_attributes.h"
+#include "blocks/node_list.h"
+#include "blocks/registrations.h"
 #include "core/call_set.h"
 #include "core/deferred_deletion.h"
 #include "core/enable_base.h"
@@ -11,7 +12,6 @@
 #include "zelvane/zelvane.h"
 
 #include <cstdint>
-#include <span>
 #include <vector>
 
 class KzDxBlocks;
@@ -29,15 +29,15 @@ class KzDxReferenceReader;
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// Made by `create`, parts by deferred deletion, both called by the graph that owns the node.
+/// Made by `create`, owned by its graph, parts by deferred deletion.
 class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase, public KzDxDeferredDeletion {
 public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
 
-    /// Makes the node of a record, which is open, and reads it. On failure `node` is null:
-    /// `missingCollaborator` for a null argument, else the status of the first reading. The graph then enters
-    /// the node under the keys of all its records and switches it as itself; it never holds a key of a node
-    /// that did not come to be.
+    /// Makes the node of a record, which is open: reads it, enters the keys of its further records in the
+    /// graph, and switches it as the graph is. Its own key is entered by `KzDxBlocks::addBlock`. On failure
+    /// `node` is null and the graph holds no key of it: `missingCollaborator` for a null argument, else the
+    /// status of the first reading.
     static Orvo::ErrorStatus create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record);
 
     ~KzDxBlock() override;
@@ -86,46 +86,59 @@ public:
     /// All records whose references make up the block, the own one first.
     [[nodiscard]] const KzDbObjectIdArray& recordIds() const { return recordIds_; }
 
+    void makeRoomForClient() { clients_.makeRoomForOne(); }
+
+    // For the graph's scans.
+
     /// The first half of `evaluate`: takes a record among the node's records, with its key in the graph.
     /// False when it was there already.
     bool listRecord(KzDbObjectId record);
 
-    /// The second half of `evaluate`: reads all records again.
-    Orvo::ErrorStatus readAgain();
+    /// The second half: reads all records. The node is stale until that succeeds.
+    Orvo::ErrorStatus read();
 
-    void makeRoomForClient() { clients_.makeRoomForOne(); }
+    /// Whether the node was read in the reading of that number, with all records that it has.
+    [[nodiscard]] bool wasReadIn(std::uint32_t reading) const { return lastReading_ == reading; }
 
-    /// Whether the node was read in the scan of that number; see `KzDxBlocks::scanNumber`.
-    [[nodiscard]] bool wasReadIn(std::uint32_t scan) const { return lastScan_ == scan; }
+    /// Whether the node has to be read at every update, because it does not hear all that could change what
+    /// is filed: a reference could not be joined or read, or a switching could not be completed.
+    [[nodiscard]] bool isHardOfHearing() const;
+    /// Whether every record is heard. An unheard one may take in references, or come back, without a word.
+    [[nodiscard]] bool hearsRecords() const { return registrations_.hearsRecords(); }
+
+    /// The number of the last walk over the block table in which some record led to the node.
+    [[nodiscard]] std::uint32_t lastWalk() const { return lastWalk_; }
+    void setLastWalk(std::uint32_t walk) { lastWalk_ = walk; }
+
+    /// Whether an anonymous record leads to the node: its references decide which block it represents.
+    [[nodiscard]] bool hasAnonymousRecord() const { return hasAnonymousRecord_; }
+    void setHasAnonymousRecord() { hasAnonymousRecord_ = true; }
+
+    /// Whether the container of some reference is the record that stands for its drawing, or lacks it.
+    [[nodiscard]] bool hasTranslated() const { return hasTranslated_; }
+
+    // For the lists of nodes.
+    [[nodiscard]] bool hasMark(KzDxNodeMark mark) const { return (marks_ & bit(mark)) != 0; }
+    void mark(KzDxNodeMark mark) { marks_ = static_cast<std::uint8_t>(marks_ | bit(mark)); }
+    void unmark(KzDxNodeMark mark) { marks_ = static_cast<std::uint8_t>(marks_ & ~bit(mark)); }
+    [[nodiscard]] bool isStale() const { return hasMark(KzDxNodeMark::stale); }
 
 private:
     KzDxBlock() = default;
 
+    static constexpr std::uint8_t bit(KzDxNodeMark mark) { return static_cast<std::uint8_t>(mark); }
+
     Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
     [[nodiscard]] KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) const;
-    void forgetGraph() noexcept;
+    [[nodiscard]] bool leaveHost() noexcept override;
+    void becomeStale();
+    void listsMayDiffer();
+    [[nodiscard]] bool decidesRepresentation(const KzDbObject* object) const;
 
     // Reading (block_node_reading.cpp).
+    struct Differences;
     void file(const KzDxReferenceReader& reader);
     void markContainerChanges(const KzDxContainers& before);
-    void unfile(std::span<const KzDbObjectId> gone, std::span<const KzDbObjectId> unread);
-    void joinArrived(std::span<const KzDbObjectId> arrived);
-    [[nodiscard]] std::vector<KzDbObjectId> filedReferences() const;
-
-    // Registering (block_node_watching.cpp). To join is to register, to leave is to unregister. Joining may
-    // run out of memory; leaving needs none.
-    Orvo::ErrorStatus join();
-    Orvo::ErrorStatus joinRecords();
-    void joinReference(KzDbObjectId id);
-    void joinAttributes(const KzDbBlockReference& reference, KzDbObjectId id);
-    Orvo::ErrorStatus leave();
-    Orvo::ErrorStatus leaveRecords();
-    [[nodiscard]] bool leaveReference(KzDbObjectId id) noexcept;
-    [[nodiscard]] bool leaveReferences() noexcept;
-    void leaveUnfiled(std::span<const KzDbObjectId> reported);
-    [[nodiscard]] bool leaveEverything() noexcept;
-    [[nodiscard]] bool leaveHost() noexcept override;
-    void settle();
 
     KzDxBlocks* owner_ = nullptr;
     KzDbObjectId id_;
@@ -133,15 +146,14 @@ private:
     bool hasChanges_ = false;
     bool needsScan_ = true;
     Clients clients_;
-    KzDxWatchedAttributes watchedAttributes_;
     KzDbObjectIdArray recordIds_;
     /// The records after the first, for looking up.
     KzDxIdSet furtherRecords_;
-    /// References that the node may still be reactor of although they are not filed: they could not be read,
-    /// or somebody held them open when the node wanted to leave them.
-    KzDxIdSet unfiled_;
-    /// Whether the last switching could not be completed: the node is then not reactor of everything although
-    /// it is switched on, or still reactor of something although it is switched off.
-    bool isUnsettled_ = false;
-    std::uint32_t lastScan_ = 0;
+    KzDxRegistrations registrations_{*this};
+
+    std::uint8_t marks_ = 0; ///< a bit for each list of the graph that the node is in
+    bool hasAnonymousRecord_ = false;
+    bool hasTranslated_ = false;
+    std::uint32_t lastWalk_ = 0;
+    std::uint32_t lastReading_ = 0;
 };

@@ -3,61 +3,44 @@
 #include "blocks/reference_reader.h"
 
 #include <algorithm>
-#include <iterator>
+#include <cassert>
 #include <span>
 #include <utility>
 
-namespace {
+/// How a reading differs from what was filed before. All ascending.
+struct KzDxBlock::Differences {
+    std::vector<KzDbObjectId> arrived; ///< filed now, and not before
+    std::vector<KzDbObjectId> gone;    ///< filed before, and no longer reported
+    std::vector<KzDbObjectId> unread;  ///< filed before, and still reported, but without a place now
 
-/// Calls `visit(reference, number of its container)` for each reference that has a place, in ascending order.
-template <class Visit>
-void forEachPlaced(const KzDxReferenceReader& reader, Visit visit) {
-    const std::span<const KzDbObjectId> references = reader.references();
-    const std::vector<std::uint32_t>& placements = reader.placements();
-    for (std::size_t at = 0; at < references.size(); ++at) {
-        if (placements[at] != KzDxReferenceReader::nowhere) visit(references[at], placements[at]);
+    Differences(const KzDxContainers& before, const KzDxContainers& now) {
+        const std::span<const KzDbObjectId> old = before.references();
+        const std::span<const KzDbObjectId> fresh = now.references();
+        const auto wasFiled = [&](std::size_t at) { return before.numbers()[at] != KzDxContainers::nowhere; };
+        const auto isFiled = [&](std::size_t at) { return now.numbers()[at] != KzDxContainers::nowhere; };
+        std::size_t at = 0;
+        for (std::size_t next = 0; next < fresh.size(); ++next) {
+            for (; at < old.size() && old[at] < fresh[next]; ++at) {
+                if (wasFiled(at)) gone.push_back(old[at]);
+            }
+            const bool isOld = at < old.size() && old[at] == fresh[next];
+            const bool wasOldFiled = isOld && wasFiled(at);
+            if (isFiled(next) && !wasOldFiled) arrived.push_back(fresh[next]);
+            if (!isFiled(next) && wasOldFiled) unread.push_back(fresh[next]);
+            if (isOld) ++at;
+        }
+        for (; at < old.size(); ++at) {
+            if (wasFiled(at)) gone.push_back(old[at]);
+        }
     }
-}
-
-std::vector<KzDbObjectId> placedReferences(const KzDxReferenceReader& reader) {
-    std::vector<KzDbObjectId> placed;
-    placed.reserve(reader.references().size());
-    forEachPlaced(reader, [&placed](KzDbObjectId reference, std::uint32_t) { placed.push_back(reference); });
-    return placed;
-}
-
-/// The ids of `left` that are not in `right`; both ascending.
-std::vector<KzDbObjectId> difference(std::span<const KzDbObjectId> left,
-                                     std::span<const KzDbObjectId> right) {
-    std::vector<KzDbObjectId> only;
-    std::ranges::set_difference(left, right, std::back_inserter(only));
-    return only;
-}
-
-/// Sorts the placements by container. Each array is made once, at its final length.
-KzDxContainers sortedByContainer(const KzDxReferenceReader& reader) {
-    std::vector<KzDxContainers::Entry> entries(reader.containerCount());
-    std::vector<std::size_t> lengths(entries.size());
-    forEachPlaced(reader, [&lengths](KzDbObjectId, std::uint32_t container) { ++lengths[container]; });
-    for (std::size_t at = 0; at < entries.size(); ++at) {
-        entries[at].container = reader.container(at);
-        entries[at].references.reserve(lengths[at]);
-    }
-    forEachPlaced(reader, [&entries](KzDbObjectId reference, std::uint32_t container) {
-        entries[container].references.push_back(reference);
-    });
-    std::ranges::sort(entries, {}, &KzDxContainers::Entry::container);
-    return KzDxContainers(std::move(entries));
-}
-
-} // namespace
+};
 
 Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
     if (record.isNull()) return Orvo::invalidObjectId;
     listRecord(record);
     owner_->reader().forgetDrawings();
-    return readAgain();
+    return read();
 }
 
 Orvo::ErrorStatus KzDxBlock::refresh() {
@@ -71,52 +54,39 @@ bool KzDxBlock::listRecord(KzDbObjectId record) {
     owner_->addBlockAlias(record, this);
     recordIds_.append(record);
     furtherRecords_.insert(record);
+    registrations_.recordCame();
+    lastReading_ = 0;
     return true;
 }
 
-Orvo::ErrorStatus KzDxBlock::readAgain() {
+Orvo::ErrorStatus KzDxBlock::read() {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
-    lastScan_ = owner_->scanNumber();
+    becomeStale(); // until the graph sees that nothing has gone wrong
     KzDxReferenceReader& reader = owner_->reader();
-    const Orvo::ErrorStatus status = reader.read(recordIds_, containers_);
+    const Orvo::ErrorStatus status = reader.ask(recordIds_);
     if (status != Orvo::ok) return status;
+    reader.place(containers_);
+    hasTranslated_ = reader.hasTranslated();
+    if (reader.hasForeign()) owner_->nodeReportsElsewhere(*this);
     if (!reader.isAsFiled()) file(reader);
-    leaveUnfiled(reader.references());
-    if (isUnsettled_) settle();
+    registrations_.settle(isEnabled(), reader.references(), recordIds_, containers_);
     setNeedsScan(false);
+    lastReading_ = owner_->readingNumber();
     return Orvo::ok;
 }
 
 void KzDxBlock::file(const KzDxReferenceReader& reader) {
-    const std::vector<KzDbObjectId> filedBefore = filedReferences();
-    const std::vector<KzDbObjectId> placed = placedReferences(reader);
-    const std::vector<KzDbObjectId> arrived = difference(placed, filedBefore);
-    const std::vector<KzDbObjectId> gone = difference(filedBefore, reader.references());
-    const std::vector<KzDbObjectId> unread = difference(difference(filedBefore, placed), gone);
-    unfiled_.makeRoomFor(gone.size() + unread.size());
-    const KzDxContainers before = std::exchange(containers_, sortedByContainer(reader));
+    KzDxContainers now = reader.containers();
+    const Differences differences(containers_, now);
+    registrations_.makeRoomFor(differences.gone.size() + differences.unread.size());
 
     // Nothing from here on can fail but joining, which the next reading goes on with.
+    const KzDxContainers before = std::exchange(containers_, std::move(now));
     markContainerChanges(before);
-    if (!arrived.empty() || !gone.empty()) setHasChanges(true);
-    unfile(gone, unread);
-    if (isEnabled()) joinArrived(arrived);
-}
-
-/// Leaves references that are gone, and remembers those that the node may still be reactor of.
-void KzDxBlock::unfile(std::span<const KzDbObjectId> gone, std::span<const KzDbObjectId> unread) {
-    const bool isKnown = isEnabled() || isUnsettled_;
-    for (const KzDbObjectId reference : gone) {
-        if (!leaveReference(reference) && isKnown) unfiled_.insert(reference);
-    }
-    if (!isKnown) return;
-    for (const KzDbObjectId reference : unread) unfiled_.insert(reference);
-}
-
-void KzDxBlock::joinArrived(std::span<const KzDbObjectId> arrived) {
-    const bool wasUnsettled = std::exchange(isUnsettled_, true);
-    for (const KzDbObjectId reference : arrived) joinReference(reference);
-    isUnsettled_ = wasUnsettled;
+    if (!differences.arrived.empty() || !differences.gone.empty()) setHasChanges(true);
+    for (const KzDbObjectId reference : differences.gone) registrations_.dropReference(reference);
+    for (const KzDbObjectId reference : differences.unread) registrations_.suspendReference(reference);
+    if (isEnabled()) registrations_.joinReferences(differences.arrived);
 }
 
 /// Marks a change when a container appeared or lost its last reference.
@@ -127,13 +97,4 @@ void KzDxBlock::markContainerChanges(const KzDxContainers& before) {
     }
     setHasChanges(true);
     owner_->containersChanged();
-}
-
-std::vector<KzDbObjectId> KzDxBlock::filedReferences() const {
-    std::vector<KzDbObjectId> references;
-    for (const KzDxContainers::Entry& entry : containers_) {
-        references.insert(references.end(), entry.references.begin(), entry.references.end());
-    }
-    kzdxSortUnique(references);
-    return references;
 }

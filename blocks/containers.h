@@ -4,24 +4,31 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <utility>
+#include <cstdint>
+#include <span>
 #include <vector>
 
-/// Where the references of a block are placed: an ordered map from container record to the ids of the
-/// references filed under it, both ascending. No container is empty.
+/// Where the references of a block are placed: the ids that its records report, in ascending order, and for
+/// each the number of the container that it is filed under.
 ///
-/// A sorted array of sorted arrays: eight bytes per reference, and reading all of it runs through memory in
-/// order.
+/// Two flat arrays, twelve bytes per reference, so that "has anything changed?" is a comparison of memory,
+/// and a short sorted table of the containers. No container is empty.
 class KzDxContainers {
 public:
     struct Entry {
         KzDbObjectId container;
-        std::vector<KzDbObjectId> references;
+        std::uint32_t count = 0; ///< how many references are filed under it
     };
 
+    /// The number in place of a container's of a reference that is reported, but filed under none.
+    static constexpr std::uint32_t nowhere = UINT32_MAX;
+
     KzDxContainers() = default;
-    /// Takes over entries in ascending order of containers, none empty and none twice.
-    explicit KzDxContainers(std::vector<Entry> entries) : entries_(std::move(entries)) {}
+
+    /// Takes over what was read: `references` ascending, and for each its index in `containers`, or
+    /// `nowhere`. Containers come in any order, each once; those that are not used are dropped.
+    KzDxContainers(std::span<const KzDbObjectId> references, std::span<const std::uint32_t> numbers,
+                   std::span<const KzDbObjectId> containers);
 
     /// The entry of a container; null when the block is not placed there.
     [[nodiscard]] const Entry* find(KzDbObjectId container) const {
@@ -29,10 +36,32 @@ public:
         return at != entries_.end() && at->container == container ? &*at : nullptr;
     }
 
+    /// The entries, by ascending container; their indexes are the containers' numbers.
     [[nodiscard]] std::size_t size() const { return entries_.size(); }
     [[nodiscard]] auto begin() const { return entries_.begin(); }
     [[nodiscard]] auto end() const { return entries_.end(); }
 
+    /// Every reference that was reported, ascending, and for each the number of its container.
+    [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
+    [[nodiscard]] std::span<const std::uint32_t> numbers() const { return numbers_; }
+
+    /// Whether some reference is reported but filed nowhere.
+    [[nodiscard]] bool hasUnfiled() const { return unfiledCount_ != 0; }
+
+    /// Calls `visit(reference)` for each filed reference, in ascending order.
+    template <class Visit>
+    void forEachFiled(Visit visit) const {
+        for (std::size_t at = 0; at < references_.size(); ++at) {
+            if (numbers_[at] != nowhere) visit(references_[at]);
+        }
+    }
+
+    /// The references filed under a container, ascending.
+    [[nodiscard]] std::vector<KzDbObjectId> referencesIn(KzDbObjectId container) const;
+
 private:
+    std::vector<KzDbObjectId> references_;
+    std::vector<std::uint32_t> numbers_;
     std::vector<Entry> entries_;
+    std::size_t unfiledCount_ = 0;
 };

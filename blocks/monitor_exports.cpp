@@ -12,18 +12,14 @@ KzDxBlocks* graphOf(KzApDocument* document) {
     return data == nullptr ? nullptr : data->blocks();
 }
 
-/// Begins to follow the drawing from its present state: what happened before is not reported.
-Orvo::ErrorStatus startFollowing(KzDxBlocks& graph) {
-    static_cast<void>(graph.scanBlockTable());
-    graph.setHasChanges(false);
-    return graph.setEnabled(true);
-}
-
 std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzDxClientCallback callback) {
-    KzDxBlocks* const graph = graphOf(document);
+    KzDxDocument* const data = kzdxDocDataOf(document);
+    if (data == nullptr) return 0;
+    const bool isNew = !data->hasBlocks();
+    KzDxBlocks* const graph = data->blocks();
     if (graph == nullptr) return 0;
     const bool isFirst = !graph->isEnabled();
-    if (isFirst && startFollowing(*graph) != Orvo::ok) return 0;
+    if (isFirst && graph->startFollowing(isNew) != Orvo::ok) return 0;
     KzDxScopeGuard undo([&] {
         if (isFirst) static_cast<void>(graph->setEnabled(false));
     });

@@ -7,58 +7,85 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 
 void KzDxReferenceReader::release() {
     forgetDrawings();
     filed_ = nullptr;
-    reported_ = KzDbObjectIdArray();
     references_ = {};
-    placements_ = {};
+    reported_ = KzDbObjectIdArray();
+    numbers_ = {};
     containers_ = {};
     numberOfOwner_.release();
-    numberOfContainer_.release();
+    numberOfNew_.release();
 }
 
-Orvo::ErrorStatus KzDxReferenceReader::read(const KzDbObjectIdArray& records, const KzDxContainers& filed) {
-    const Orvo::ErrorStatus status = collectReferences(records);
-    if (status != Orvo::ok) return status;
-    filed_ = &filed;
-    placeReferences();
-    isAsFiled_ = isAsFiled_ && isNothingMissing();
-    return Orvo::ok;
-}
-
-Orvo::ErrorStatus KzDxReferenceReader::collectReferences(const KzDbObjectIdArray& records) {
+Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbObjectIdArray& records) {
     reported_.clear();
+    isSorted_ = false;
     for (const KzDbObjectId record : records) {
         if (record.isErased()) continue;
-        const Orvo::ErrorStatus status = collectReferencesOf(record);
+        const KzDxOpened<KzDbBlockTableRecord> opened(record);
+        if (!opened) return opened.status();
+        const Orvo::ErrorStatus status = append(*opened.get());
         if (status != Orvo::ok) return status;
     }
-    const std::span<KzDbObjectId> all(reported_.begin(), reported_.end());
-    references_ = all.first(kzdxSortUnique(all));
     return Orvo::ok;
 }
 
-Orvo::ErrorStatus KzDxReferenceReader::collectReferencesOf(KzDbObjectId record) {
-    const KzDxOpened<KzDbBlockTableRecord> opened(record);
-    if (!opened) return opened.status();
+Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbBlockTableRecord& record) {
+    reported_.clear();
+    isSorted_ = false;
+    return append(record);
+}
+
+Orvo::ErrorStatus KzDxReferenceReader::append(const KzDbBlockTableRecord& record) {
     // Long arrays grow by small steps on their own: a thousand records would copy the ids again and again.
     const std::int32_t room = reported_.physicalLength();
     if (reported_.length() > room / 2) reported_.reserve(2 * room);
-    const Orvo::ErrorStatus status = opened->getBlockReferenceIds(reported_, true, true);
-    return status == Orvo::ok ? opened->getErasedBlockReferenceIds(reported_) : status;
+    const Orvo::ErrorStatus status = record.getBlockReferenceIds(reported_, true, true);
+    return status == Orvo::ok ? record.getErasedBlockReferenceIds(reported_) : status;
 }
 
-void KzDxReferenceReader::placeReferences() {
-    isAsFiled_ = true;
+void KzDxReferenceReader::sortReported() {
+    if (isSorted_) return;
+    const std::span<KzDbObjectId> all(reported_.begin(), reported_.end());
+    references_ = all.first(kzdxSortUnique(all));
+    isSorted_ = true;
+}
+
+bool KzDxReferenceReader::isAsReported(const KzDxContainers& filed) {
+    // Mostly the answers come in ascending order, as they are kept.
+    const std::span<const KzDbObjectId> all(reported_.begin(), reported_.end());
+    if (std::ranges::equal(all, filed.references())) return true;
+    sortReported();
+    return std::ranges::equal(references_, filed.references());
+}
+
+void KzDxReferenceReader::place(const KzDxContainers& filed) {
+    sortReported();
+    filed_ = &filed;
+    own_ = graph_.database();
     containers_.clear();
+    for (const KzDxContainers::Entry& entry : filed) containers_.push_back(entry.container);
+    hasForeign_ = false;
+    hasTranslated_ = false;
     recentOwners_.fill({});
     numberOfOwner_.clear();
-    numberOfContainer_.clear();
-    placements_.resize(references_.size());
-    std::ranges::transform(references_, placements_.begin(),
+    numberOfNew_.clear();
+    numbers_.resize(references_.size());
+    std::ranges::transform(references_, numbers_.begin(),
                            [this](KzDbObjectId reference) { return placeOf(reference); });
+}
+
+bool KzDxReferenceReader::isAsFiled() const {
+    assert(filed_ != nullptr);
+    return std::ranges::equal(references_, filed_->references()) &&
+           std::ranges::equal(numbers_, filed_->numbers());
+}
+
+KzDxContainers KzDxReferenceReader::containers() const {
+    return {references_, numbers_, containers_};
 }
 
 /// The number of the container of a reference.
@@ -68,23 +95,7 @@ std::uint32_t KzDxReferenceReader::placeOf(KzDbObjectId reference) {
     const KzDbObjectId owner = opened->ownerId();
     OwnerNumber& recent = recentSlot(owner);
     if (recent.owner != owner) recent = {owner, containerNumber(owner)};
-    if (recent.container != nowhere) compare(reference, containers_[recent.container]);
-    return recent.container;
-}
-
-void KzDxReferenceReader::compare(KzDbObjectId reference, Container& container) {
-    if (container.filed != container.filedEnd && *container.filed == reference) {
-        ++container.filed;
-    } else {
-        isAsFiled_ = false;
-    }
-}
-
-/// Whether everything that was filed has been met.
-bool KzDxReferenceReader::isNothingMissing() const {
-    return containers_.size() == filed_->size() &&
-           std::ranges::all_of(containers_,
-                               [](const Container& each) { return each.filed == each.filedEnd; });
+    return recent.number;
 }
 
 KzDxReferenceReader::OwnerNumber& KzDxReferenceReader::recentSlot(KzDbObjectId owner) {
@@ -97,20 +108,22 @@ std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
     if (known != unknown) return known;
     const KzDbObjectId container = containerOf(owner);
     if (!container.isValid()) return numberOfOwner_.findOrInsert(owner, nowhere);
-    const auto next = static_cast<std::uint32_t>(containers_.size());
-    const std::uint32_t number = numberOfContainer_.findOrInsert(container, next);
-    if (number == next) {
-        const KzDxContainers::Entry* const entry = filed_->find(container);
-        const std::span<const KzDbObjectId> filed =
-            entry == nullptr ? std::span<const KzDbObjectId>() : entry->references;
-        containers_.push_back({container, filed.data(), filed.data() + filed.size()});
+    if (const KzDxContainers::Entry* const entry = filed_->find(container)) {
+        return numberOfOwner_.findOrInsert(owner, static_cast<std::uint32_t>(entry - &*filed_->begin()));
     }
+    const auto next = static_cast<std::uint32_t>(containers_.size());
+    const std::uint32_t number = numberOfNew_.findOrInsert(container, next);
+    if (number == next) containers_.push_back(container);
     return numberOfOwner_.findOrInsert(owner, number);
 }
 
 KzDbObjectId KzDxReferenceReader::containerOf(KzDbObjectId owner) {
-    if (!kzdxIsForeignModelSpace(owner, graph_.database())) return owner;
-    const auto [known, isNew] = xrefBlocks_.try_emplace(owner.database());
+    const KzDbDatabase* const drawing = owner.database(); // null when the owner is not valid
+    if (drawing == nullptr || drawing == own_) return owner;
+    hasForeign_ = true;
+    if (!kzdxIsForeignModelSpace(owner, own_)) return owner;
+    hasTranslated_ = true;
+    const auto [known, isNew] = xrefBlocks_.try_emplace(drawing);
     if (isNew) known->second = graph_.xrefBlockOf(owner);
     return known->second;
 }

@@ -12,37 +12,46 @@
 
 class KzDxBlocks;
 
-/// Reads from the drawing which references a block has and where each of them is placed.
+/// Reads from the drawing which references a block has and where each of them is placed: first the lists,
+/// which costs one question per record, then the references, each of which is opened.
 ///
 /// One reader serves all nodes of a graph in turn and keeps its storage until `release`, so that a scan
-/// allocates next to nothing per node.
+/// allocates next to nothing per node. On failure (a record that does not open or does not answer) the
+/// results mean nothing.
 class KzDxReferenceReader {
 public:
-    /// The number of a container that there is none of.
-    static constexpr std::uint32_t nowhere = UINT32_MAX;
-
     explicit KzDxReferenceReader(KzDxBlocks& graph) : graph_(graph) {}
 
-    /// Reads the references of `records`, and compares them on the way with how they were filed before. A
-    /// reference placed in the model space of an attached drawing counts as placed in the record of this
-    /// drawing that stands for the attached one.
-    ///
-    /// On failure (a record that does not open or does not answer) the results mean nothing.
-    [[nodiscard]] Orvo::ErrorStatus read(const KzDbObjectIdArray& records, const KzDxContainers& filed);
+    // The lists.
 
-    /// Whether the references that have a place are those that were filed, each in its container.
-    [[nodiscard]] bool isAsFiled() const { return isAsFiled_; }
+    /// Asks records for their references; erased records are passed over.
+    [[nodiscard]] Orvo::ErrorStatus ask(const KzDbObjectIdArray& records);
+    /// Asks one open record.
+    [[nodiscard]] Orvo::ErrorStatus ask(const KzDbBlockTableRecord& record);
 
-    /// Every reference that the records report, live and erased, ascending.
+    /// Whether the records have just reported what they did when `filed` was read: nothing came or went.
+    [[nodiscard]] bool isAsReported(const KzDxContainers& filed);
+
+    // The references.
+
+    /// Opens every reference that was reported and asks where it is placed. One in the model space of an
+    /// attached drawing counts as placed in the record of this drawing that stands for the attached one.
+    void place(const KzDxContainers& filed);
+
+    /// Whether each reference has the place that it was filed under.
+    [[nodiscard]] bool isAsFiled() const;
+
+    /// What was read, to be filed.
+    [[nodiscard]] KzDxContainers containers() const;
+
+    /// Every reference that was reported, live and erased, ascending; for each, whether it has a place.
     [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
+    [[nodiscard]] std::span<const std::uint32_t> numbers() const { return numbers_; }
 
-    /// For each of the references the number of its container; `nowhere` when it could not be opened or has
-    /// none.
-    [[nodiscard]] const std::vector<std::uint32_t>& placements() const { return placements_; }
-
-    /// How many containers were met, and which they are, in no order.
-    [[nodiscard]] std::size_t containerCount() const { return containers_.size(); }
-    [[nodiscard]] KzDbObjectId container(std::size_t number) const { return containers_[number].id; }
+    /// Whether some reference lies in another drawing, and whether some owner was, or should have been,
+    /// replaced by the record that stands for its drawing.
+    [[nodiscard]] bool hasForeign() const { return hasForeign_; }
+    [[nodiscard]] bool hasTranslated() const { return hasTranslated_; }
 
     /// Forgets what was found out about drawings; they may have changed when the next scan begins.
     void forgetDrawings() { xrefBlocks_.clear(); }
@@ -51,37 +60,36 @@ public:
     void release();
 
 private:
-    struct Container {
-        KzDbObjectId id;
-        const KzDbObjectId* filed = nullptr; ///< the first that was filed under it and has not been met yet
-        const KzDbObjectId* filedEnd = nullptr;
-    };
+    static constexpr std::uint32_t nowhere = KzDxContainers::nowhere;
+
     /// A container's number under the owner as the host tells it.
     struct OwnerNumber {
         KzDbObjectId owner;
-        std::uint32_t container = nowhere;
+        std::uint32_t number = nowhere;
     };
 
-    [[nodiscard]] Orvo::ErrorStatus collectReferences(const KzDbObjectIdArray& records);
-    [[nodiscard]] Orvo::ErrorStatus collectReferencesOf(KzDbObjectId record);
-    void placeReferences();
+    [[nodiscard]] Orvo::ErrorStatus append(const KzDbBlockTableRecord& record);
+    void sortReported();
     [[nodiscard]] std::uint32_t placeOf(KzDbObjectId reference);
     [[nodiscard]] OwnerNumber& recentSlot(KzDbObjectId owner);
     [[nodiscard]] std::uint32_t containerNumber(KzDbObjectId owner);
     [[nodiscard]] KzDbObjectId containerOf(KzDbObjectId owner);
-    void compare(KzDbObjectId reference, Container& container);
-    [[nodiscard]] bool isNothingMissing() const;
 
     KzDxBlocks& graph_;
-    const KzDxContainers* filed_ = nullptr; ///< during `read` only
-    bool isAsFiled_ = false;
-    KzDbObjectIdArray reported_;
-    std::span<const KzDbObjectId> references_; ///< the part of `reported_` that counts
-    std::vector<std::uint32_t> placements_;
-    std::vector<Container> containers_;
-    /// Owners met lately: the references of a block lie by turns in a few. A null owner is nowhere.
+    const KzDxContainers* filed_ = nullptr; ///< what `place` was given
+    const KzDbDatabase* own_ = nullptr;     ///< the graph's drawing, as of `place`
+    KzDbObjectIdArray reported_;            ///< as the records told it, until it is sorted in place
+    bool isSorted_ = false;
+    std::span<const KzDbObjectId> references_; ///< the part of `reported_` that counts, once it is sorted
+    std::vector<std::uint32_t> numbers_;
+    /// The containers by number: first those that were filed before, then new ones in the order of meeting.
+    /// Equal numbers then mean equal containers, before and now.
+    std::vector<KzDbObjectId> containers_;
+    bool hasForeign_ = false;
+    bool hasTranslated_ = false;
+    /// Cache of recent owners: a block's references cycle through a few. A null owner is nowhere.
     std::array<OwnerNumber, 16> recentOwners_;
-    KzDxIdIndex numberOfOwner_;     ///< owner as the host tells it → container number, or `nowhere`
-    KzDxIdIndex numberOfContainer_; ///< container → its number
+    KzDxIdIndex numberOfOwner_; ///< owner as the host tells it → container number, or `nowhere`
+    KzDxIdIndex numberOfNew_;   ///< container that was not filed before → its number
     std::unordered_map<const KzDbDatabase*, KzDbObjectId> xrefBlocks_; ///< attached drawing → its record here
 };

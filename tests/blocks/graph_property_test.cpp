@@ -66,6 +66,41 @@ TEST_F(GraphProperty, OneUpdateEqualsAGraphBuiltAfresh) {
     }
 }
 
+// An update reads only what edits can have changed. It is right when reading everything finds nothing more.
+TEST_F(GraphProperty, AFullReadingAfterAnUpdateFindsNothingMore) {
+    int updates = 0;
+    for (unsigned seed = 0; seed < 1500; ++seed) {
+        RandomDrawing drawing(seed);
+        ASSERT_EQ(watch(drawing.document, {Headless::modelSpace(drawing.document)}, TestClients::client(0)),
+                  1);
+        KzDxBlocks& graph = *recordOf(drawing.document)->blocks();
+        for (unsigned round = 0; round <= seed % 5; ++round) {
+            drawing.edit(1 + static_cast<int>(seed % 7));
+            kzdxUpdateBlockGraph(drawing.document, seed % 11 == 0, round % 2 == 0);
+        }
+        // The last edits: every second time none that a record of the drawing tells of.
+        if (seed % 4 < 2) drawing.edit(1 + static_cast<int>(seed % 3));
+        for (unsigned quiet = 0; quiet < seed % 3; ++quiet) drawing.editQuietly();
+        if (seed % 3 == 0) drawing.letGo();
+        for (const KzDbObjectId object : drawing.objects()) {
+            if (!graph.needsScan() && Headless::kindOf(object) == Headless::Kind::reference)
+                Headless::touch(object); // what was edited may have told nobody here
+        }
+        if (graph.needsScan()) {
+            kzdxUpdateBlockGraph(drawing.document, false, seed % 2 == 0);
+            const std::vector<KzDbObjectId> objects = drawing.objects();
+            const std::vector<std::uint64_t> facts = factsOf(graph, objects);
+            ASSERT_EQ(graph.scanBlockTable(), Orvo::ok);
+            ASSERT_EQ(factsOf(graph, objects), facts) << "seed " << seed;
+            ++updates;
+        }
+        drawing.letGo();
+        Headless::closeDocument(drawing.document);
+        Headless::closeDocument(drawing.attached);
+    }
+    EXPECT_GT(updates, 1400);
+}
+
 TEST_F(GraphProperty, NothingIsCalledWithoutAnEdit) {
     RandomDrawing drawing(7);
     ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(0)), 1);

@@ -127,7 +127,7 @@ private:
     [[nodiscard]] Picture::Filing filingOf(const KzDxBlock& node) const {
         Picture::Filing filing;
         for (const KzDxContainers::Entry& entry : node.containers()) {
-            filing[relative(entry.container)] = relative(entry.references);
+            filing[relative(entry.container)] = relative(node.containers().referencesIn(entry.container));
         }
         return filing;
     }

@@ -6,11 +6,11 @@
 
 namespace {
 
-/// The references that an entry lists for a block. Erased ones of a representation are left out: they count
+/// The references of a block in a container. Erased ones of a representation are left out: they count
 /// only once the graph knows the representation, by a live one.
-std::string referencesIn(const KzDxContainers::Entry& entry, KzDbObjectId block) {
+std::string referencesIn(const KzDxContainers& containers, KzDbObjectId container, KzDbObjectId block) {
     std::string found;
-    for (const KzDbObjectId reference : entry.references) {
+    for (const KzDbObjectId reference : containers.referencesIn(container)) {
         if (!reference.isErased() || Headless::blockOf(reference) == block)
             found += ' ' + std::to_string(reference.value());
     }
@@ -23,7 +23,7 @@ std::string placesOf(const KzDxBlocks& graph, KzDbObjectId block) {
     const KzDxBlock* const node = graph.node(block);
     if (node == nullptr) return places;
     for (const KzDxContainers::Entry& entry : node->containers()) {
-        const std::string references = referencesIn(entry, block);
+        const std::string references = referencesIn(node->containers(), entry.container, block);
         if (!references.empty())
             places += " in " + std::to_string(entry.container.value()) + ':' + references;
     }
@@ -54,4 +54,23 @@ std::string difference(const KzDxBlocks& graph, const KzDxBlocks& fresh) {
 bool isRepresentation(KzDbObjectId record) {
     const std::u16string name = Headless::recordName(record);
     return name.starts_with(u"*E") || name.starts_with(u"*U");
+}
+
+std::vector<std::uint64_t> factsOf(const KzDxBlocks& graph, const std::vector<KzDbObjectId>& objects) {
+    std::vector<std::uint64_t> facts;
+    const auto add = [&facts](KzDbObjectId id) { facts.push_back(id.value()); };
+    for (const KzDbObjectId layout : graph.layoutIds()) add(layout);
+    for (const auto& [key, node] : graph.blockMap()) {
+        add(key);
+        add(node->id());
+        facts.push_back(node->hasChanges() ? 1 : 0);
+        for (const KzDbObjectId record : node->recordIds()) add(record);
+        for (const KzDxContainers::Entry& entry : node->containers()) {
+            add(entry.container);
+            for (const KzDbObjectId reference : node->containers().referencesIn(entry.container))
+                add(reference);
+        }
+    }
+    for (const KzDbObjectId object : objects) facts.push_back(Headless::reactorCount(object));
+    return facts;
 }

@@ -5,8 +5,10 @@
 #include "blocks/block_graph.h"
 #include "frame/document.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 struct GraphDisposer {
     void operator()(KzDxBlocks* graph) const {
@@ -22,6 +24,11 @@ using OwnedGraph = std::unique_ptr<KzDxBlocks, GraphDisposer>;
 /// empty when there is none. A representation that stands before its block in the table keeps a node of its
 /// own, which is no longer read once the block has one; such nodes are left out.
 [[nodiscard]] std::string difference(const KzDxBlocks& graph, const KzDxBlocks& fresh);
+
+/// All that can be seen of a graph: layouts, keys, nodes, marks, places, and how many reactors each of
+/// `objects` has.
+[[nodiscard]] std::vector<std::uint64_t> factsOf(const KzDxBlocks& graph,
+                                                 const std::vector<KzDbObjectId>& objects);
 
 /// Whether drawings made by `RandomDrawing` use the record to represent an enhanced block.
 [[nodiscard]] bool isRepresentation(KzDbObjectId record);

@@ -41,6 +41,15 @@ void RandomDrawing::edit(int count) {
     while (count-- > 0) apply(any());
 }
 
+void RandomDrawing::editQuietly() {
+    static const std::vector<std::uint8_t> kinds{3, 4, 6, 7, 8, 10, 19};
+    Edit edit = any();
+    edit.kind = pick(kinds, edit.kind);
+    edit.how = static_cast<std::uint8_t>(edit.how & ~1U); // references are held and touched, not records
+    if (edit.kind != 19) return apply(edit);
+    add(insert(modelSpace(attached), find(attached, u"X0")), references_);
+}
+
 void RandomDrawing::apply(const Edit& edit) {
     const KzDbObjectId record = pick(records_, edit.first);
     const KzDbObjectId reference = pick(references_, edit.second);

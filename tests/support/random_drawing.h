@@ -31,6 +31,9 @@ public:
     /// Makes edits of every kind, in both drawings.
     void edit(int count);
 
+    /// Makes an edit of which no record of the main drawing tells.
+    void editQuietly();
+
     /// Lets go of everything that edits hold open.
     void letGo();
 

@@ -94,17 +94,17 @@ void UnrulyClients::answer(std::size_t count) {
 void UnrulyClients::checkGraphs() {
     if (Headless::heldOpenCount() != 0) return; // a graph built now would not see what is held
     std::erase_if(graphs_, [](const auto& entry) { return !Headless::isOpen(entry.first); });
-    for (auto& [document, lastScan] : graphs_) checkGraph(document, lastScan);
+    for (auto& [document, lastReading] : graphs_) checkGraph(document, lastReading);
     haveDrawingsChanged_ = false;
 }
 
-void UnrulyClients::checkGraph(KzApDocument* document, std::uint32_t& lastScan) {
+void UnrulyClients::checkGraph(KzApDocument* document, std::uint32_t& lastReading) {
     KzDxDocument* const record = recordOf(document);
     KzDxBlocks* const graph = record == nullptr ? nullptr : record->blocks();
-    if (graph == nullptr || graph->scanNumber() == lastScan) return;
+    if (graph == nullptr || graph->readingNumber() == lastReading) return;
     // What was edited after the update, in the same action, belongs to the next one.
     if (haveDrawingsChanged_) graph->update(true, false);
-    lastScan = graph->scanNumber();
+    lastReading = graph->readingNumber();
     ++figures.comparisons;
     const OwnedGraph fresh = freshGraph(*record);
     const std::string found = fresh == nullptr ? "no graph can be built afresh" : difference(*graph, *fresh);
@@ -114,7 +114,7 @@ void UnrulyClients::checkGraph(KzApDocument* document, std::uint32_t& lastScan) 
 void UnrulyClients::finish() {
     left_ = {};
     for (const auto& drawing : drawings_) drawing->letGo();
-    for (auto& [document, lastScan] : graphs_) lastScan = 0;
+    for (auto& [document, lastReading] : graphs_) lastReading = 0;
     haveDrawingsChanged_ = true;
     if (complaint_.empty()) checkGraphs();
     unloadModule();

@@ -1,0 +1,31 @@
+#include "blocks/block_graph.h"
+#include "blocks/block_node.h"
+
+#include <algorithm>
+
+Orvo::ErrorStatus KzDxBlocks::addClient(KzDxClientCallback callback, const KzDbObjectIdArray& blocks) {
+    if (callback == nullptr) return Orvo::missingCollaborator;
+    if (blocks.length() < 1) return Orvo::ok;
+    for (const KzDbObjectId id : blocks) {
+        if (KzDxBlock* const watched = node(id)) watched->makeRoomForClient();
+    }
+    for (const KzDbObjectId id : blocks) {
+        if (KzDxBlock* const watched = node(id)) watched->addClient(callback);
+    }
+    return Orvo::ok;
+}
+
+bool KzDxBlocks::hasClients() const {
+    return std::ranges::any_of(nodes_, [](const auto& node) { return !node->clients().isEmpty(); });
+}
+
+void KzDxBlocks::removeClient(KzDxClientCallback callback) {
+    for (const auto& node : nodes_) node->removeClient(callback);
+}
+
+Orvo::ErrorStatus KzDxBlocks::getClients(Clients& clients) const {
+    for (const auto& node : nodes_) {
+        for (const KzDxClientCallback callback : node->clients()) clients.insert(callback);
+    }
+    return Orvo::ok;
+}

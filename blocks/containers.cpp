@@ -1,0 +1,38 @@
+#include "blocks/containers.h"
+
+KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
+                               std::span<const std::uint32_t> numbers,
+                               std::span<const KzDbObjectId> containers)
+    : references_(references.begin(), references.end()), numbers_(numbers.begin(), numbers.end()) {
+    std::vector<std::uint32_t> counts(containers.size());
+    for (const std::uint32_t number : numbers_) {
+        if (number == nowhere) {
+            ++unfiledCount_;
+        } else {
+            ++counts[number];
+        }
+    }
+    entries_.reserve(containers.size());
+    for (std::size_t at = 0; at < containers.size(); ++at) {
+        if (counts[at] != 0) entries_.push_back({containers[at], counts[at]});
+    }
+    std::ranges::sort(entries_, {}, &Entry::container);
+    // From here on `counts` gives for each former number the present one.
+    for (std::size_t at = 0; at < containers.size(); ++at) {
+        if (counts[at] != 0) counts[at] = static_cast<std::uint32_t>(find(containers[at]) - entries_.data());
+    }
+    for (std::uint32_t& number : numbers_) {
+        if (number != nowhere) number = counts[number];
+    }
+}
+
+std::vector<KzDbObjectId> KzDxContainers::referencesIn(KzDbObjectId container) const {
+    std::vector<KzDbObjectId> found;
+    const Entry* const entry = find(container);
+    if (entry == nullptr) return found;
+    const auto number = static_cast<std::uint32_t>(entry - entries_.data());
+    for (std::size_t at = 0; at < references_.size(); ++at) {
+        if (numbers_[at] == number) found.push_back(references_[at]);
+    }
+    return found;
+}
