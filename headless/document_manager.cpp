@@ -3,6 +3,7 @@
 #include "headless/facilities.h"
 #include "headless/fault_gate.h"
 #include "headless/mistakes.h"
+#include "text/unicode.h"
 
 #include <algorithm>
 
@@ -50,6 +51,15 @@ private:
     std::size_t at_ = 0;
 };
 
+std::string inWords(std::u16string_view documentName) {
+    return "document \"" + Text::toUtf8(documentName) + "\"";
+}
+
+TraceEvent lockModeEvent(const Document& document, const char16_t* command) {
+    const std::string name = command != nullptr ? Text::toUtf8(command) : "none";
+    return {TraceCategory::message, "lock mode", inWords(document.name()), {{"command", name}}};
+}
+
 } // namespace
 
 KzDbDatabase* Document::database() const {
@@ -71,9 +81,11 @@ void Document::bury() {
 
 KzApDocument* DocumentManager::open(std::u16string_view name, bool withDrawing) {
     auto* const document = new Document(name, withDrawing);
-    tell([document](KzApDocManagerReactor* reactor) { reactor->documentCreateStarted(document); });
+    tell("documentCreateStarted", document->name(),
+         [document](KzApDocManagerReactor* reactor) { reactor->documentCreateStarted(document); });
     open_.push_back(document);
-    tellOf(*document, [document](KzApDocManagerReactor& reactor) { reactor.onDocumentAdded(document); });
+    tellOf("onDocumentAdded", *document,
+           [document](KzApDocManagerReactor& reactor) { reactor.onDocumentAdded(document); });
     makeCurrent(document);
     return document;
 }
@@ -83,12 +95,14 @@ bool DocumentManager::close(const KzApDocument* address) {
     if (document == nullptr || document->isClosing) return false;
     if (document->drawing() != nullptr && document->drawing()->isBeingEdited()) return false;
     document->isClosing = true;
-    tell([document](KzApDocManagerReactor* reactor) { reactor->onDocumentRemoving(document); });
+    tell("onDocumentRemoving", document->name(),
+         [document](KzApDocManagerReactor* reactor) { reactor->onDocumentRemoving(document); });
     if (Drawing* const drawing = document->drawing(); drawing != nullptr) drawing->takeLeave();
     takeOut(*document);
     const std::u16string name = document->name();
     document->bury();
-    tell([&name](KzApDocManagerReactor* reactor) { reactor->documentDestroyed(name.c_str()); });
+    tell("documentDestroyed", name,
+         [&name](KzApDocManagerReactor* reactor) { reactor->documentDestroyed(name.c_str()); });
     return true;
 }
 
@@ -108,17 +122,23 @@ bool DocumentManager::makeCurrent(const KzApDocument* address) {
 void DocumentManager::setCurrent(Document* document) {
     current_ = document;
     if (document == nullptr) return;
-    tellOf(*document,
+    tellOf("documentBecameCurrent", *document,
            [document](KzApDocManagerReactor& reactor) { reactor.documentBecameCurrent(document); });
 }
 
 void DocumentManager::reportLockMode(const KzApDocument* address, const char16_t* command) {
     Document* const document = find(address);
     if (document == nullptr) return;
-    tellOf(*document, [&](KzApDocManagerReactor& reactor) {
+    const TraceScope trace([&] { return lockModeEvent(*document, command); });
+    tellOf("documentLockModeChanged", *document, [&](KzApDocManagerReactor& reactor) {
         const KzAp::DocLockMode mode = document->lock;
         reactor.documentLockModeChanged(document, mode, mode, mode, command);
     });
+}
+
+TraceEvent DocumentManager::notificationEvent(const char* name, const std::u16string& document) const {
+    const auto reactors = static_cast<std::int64_t>(reactorCount());
+    return {TraceCategory::notification, name, inWords(document), {{"reactors", reactors}}};
 }
 
 Document* DocumentManager::find(const KzApDocument* document) const {

@@ -3,6 +3,7 @@
 #include "headless/call_list.h"
 #include "headless/document.h"
 #include "headless/module_call.h"
+#include "headless/trace.h"
 #include "host/documents.h"
 
 #include <string>
@@ -41,16 +42,19 @@ public:
 private:
     void takeOut(Document& document);
     void setCurrent(Document* document);
+    [[nodiscard]] TraceEvent notificationEvent(const char* name, const std::u16string& document) const;
 
+    /// Tells of a notification of that name about a document of that name.
     template <class Call>
-    void tell(Call call) {
+    void tell(const char* notification, const std::u16string& document, Call call) {
+        const TraceScope trace([&] { return notificationEvent(notification, document); });
         const ModuleCall guard;
         reactors_.callEach(call);
     }
     /// Tells about an open document, as long as it is open.
     template <class Call>
-    void tellOf(const Document& document, Call call) {
-        tell([&](KzApDocManagerReactor* reactor) {
+    void tellOf(const char* notification, const Document& document, Call call) {
+        tell(notification, document.name(), [&](KzApDocManagerReactor* reactor) {
             if (find(&document) != nullptr) call(*reactor);
         });
     }

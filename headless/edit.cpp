@@ -2,7 +2,20 @@
 
 namespace Headless {
 
-Edit::Edit(std::initializer_list<Object*> objects) : editing_((*objects.begin())->drawing()) {
+namespace {
+
+TraceEvent eventOf(const char* name, std::initializer_list<Object*> objects) {
+    std::string subject;
+    for (const Object* const each : objects) {
+        if (each != nullptr) subject += (subject.empty() ? "" : ", ") + describeObject(each->id());
+    }
+    return {TraceCategory::edit, std::string("edit ") + name, subject};
+}
+
+} // namespace
+
+Edit::Edit(const char* name, std::initializer_list<Object*> objects)
+    : trace_([&] { return eventOf(name, objects); }), editing_((*objects.begin())->drawing()) {
     for (Object* const each : objects) {
         if (each == nullptr) continue;
         each->beginWriting();
@@ -17,7 +30,7 @@ void Edit::tellBefore() {
 void Edit::tellAfter() {
     for (std::size_t at = 0; at < count_; ++at) {
         Object& object = *objects_[at];
-        object.tell([&object](KzDbObjectReactor* reactor) { reactor->modified(object.face()); });
+        object.tell("modified", [&object](KzDbObjectReactor* reactor) { reactor->modified(object.face()); });
     }
     for (std::size_t at = 0; at < count_; ++at) {
         objects_[at]->endWriting();

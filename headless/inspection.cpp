@@ -3,6 +3,7 @@
 #include "headless/block_table.h"
 #include "headless/document_manager.h"
 #include "headless/reference.h"
+#include "text/unicode.h"
 
 namespace Headless {
 
@@ -27,6 +28,18 @@ std::size_t sumOver(const KzApDocument* document, Count count) {
         drawing->forEachObject([&](const Object& object) { sum += count(object); });
     }
     return sum;
+}
+
+/// Which document a drawing is in; empty while it is opened.
+std::string ofDocument(const KzDbDatabase* drawing) {
+    for (Document* const each : documentManager.documents()) {
+        if (each->drawing() == drawing) return " of document \"" + Text::toUtf8(each->name()) + "\"";
+    }
+    return {};
+}
+
+std::string quoted(std::u16string_view name) {
+    return "\"" + Text::toUtf8(name) + "\"";
 }
 
 } // namespace
@@ -116,6 +129,26 @@ KzDbObjectId attributeOf(KzDbObjectId id, std::u16string_view tag) {
 std::u16string attributeText(KzDbObjectId id) {
     const auto* const attribute = findAs<Attribute>(id);
     return attribute != nullptr ? attribute->text() : std::u16string();
+}
+
+std::string describeObject(KzDbObjectId id) {
+    const std::string number = std::to_string(id.value());
+    switch (kindOf(id)) {
+    case Kind::none:
+        return "an object that is gone, " + number;
+    case Kind::table:
+        return "block table " + number + ofDocument(id.database());
+    case Kind::record:
+        return "record " + number + " " + quoted(recordName(id));
+    case Kind::reference:
+        return "reference " + number + " of " + quoted(recordName(blockOf(id)));
+    case Kind::attribute:
+        return "attribute " + number + " " + quoted(findAs<Attribute>(id)->tagText()) + " of " +
+               describeObject(ownerOf(id));
+    case Kind::graph:
+        return "evaluation graph " + number;
+    }
+    return number;
 }
 
 } // namespace Headless

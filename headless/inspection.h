@@ -43,4 +43,7 @@ namespace Headless {
 [[nodiscard]] HEADLESS_API KzDbObjectId attributeOf(KzDbObjectId reference, std::u16string_view tag);
 [[nodiscard]] HEADLESS_API std::u16string attributeText(KzDbObjectId attribute);
 
+/// An object in words, for example `record 12 "Door"` or `attribute 15 "NUMBER" of reference 14 of "Door"`.
+[[nodiscard]] HEADLESS_API std::string describeObject(KzDbObjectId object);
+
 } // namespace Headless

@@ -17,6 +17,20 @@ MessageLoop& messageLoop = *new MessageLoop;
 std::string& resourceFolder = *new std::string;
 std::vector<std::string>& librariesNotFound = *new std::vector<std::string>;
 
+namespace {
+
+/// A parameter of a message: modules pass the addresses of documents, among others.
+std::string describeParameter(std::uintptr_t value) {
+    for (const KzApDocument* const each : documents()) {
+        if (reinterpret_cast<std::uintptr_t>(each) == value) {
+            return "document \"" + Text::toUtf8(documentName(each)) + "\"";
+        }
+    }
+    return std::to_string(value);
+}
+
+} // namespace
+
 Pumped MessageLoop::pump() {
     Pumped result;
     while (!queue_.empty()) {
@@ -29,16 +43,36 @@ Pumped MessageLoop::pump() {
 }
 
 bool MessageLoop::isTaken(const KzPlatform::Message& message) {
+    TraceScope trace([&] {
+        TraceEvent event = eventOf("message shown", message);
+        event.details.push_back({"filters", static_cast<std::int64_t>(filters.size())});
+        return event;
+    });
     const ModuleCall guard;
     bool isTaken = false;
     filters.callEach([&](KzEdMessageFilter filter) {
         if (!isTaken) isTaken = filter(&message) != 0;
     });
+    trace.gives([&] { return TraceDetail{"taken", isTaken ? "yes" : "no"}; });
     return isTaken;
+}
+
+/// The name of a message that somebody registered, and its number.
+TraceEvent MessageLoop::eventOf(const char* name, const KzPlatform::Message& message) const {
+    std::string subject = std::to_string(message.number);
+    for (const auto& [registered, number] : numbers_) {
+        if (number == message.number) subject += " \"" + Text::toUtf8(registered) + "\"";
+    }
+    return {TraceCategory::message,
+            name,
+            subject,
+            {{"first", describeParameter(message.first)},
+             {"second", describeParameter(static_cast<std::uintptr_t>(message.second))}}};
 }
 
 void MessageLoop::post(std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
     queue_.push_back({.window = &window_, .number = number, .first = first, .second = second, .time = ticks});
+    const TraceScope trace([&] { return eventOf("message posted", queue_.back()); });
 }
 
 KzPlatform::Window MessageLoop::window() {

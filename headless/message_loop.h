@@ -2,6 +2,7 @@
 
 #include "headless/call_list.h"
 #include "headless/session.h"
+#include "headless/trace.h"
 #include "host/editor.h"
 
 #include <deque>
@@ -34,6 +35,7 @@ private:
     static constexpr std::uint32_t firstNumber = 0xC000; // of registered messages
 
     bool isTaken(const KzPlatform::Message& message);
+    [[nodiscard]] TraceEvent eventOf(const char* name, const KzPlatform::Message& message) const;
 
     std::deque<KzPlatform::Message> queue_;
     std::map<std::u16string, std::uint32_t> numbers_;

@@ -5,6 +5,7 @@
 #include "headless/load_failure.h"
 #include "headless/message_loop.h"
 #include "headless/module_call.h"
+#include "headless/trace.h"
 #include "host/module_interface.h"
 
 #include <dlfcn.h>
@@ -19,6 +20,7 @@ namespace {
 
 struct Module {
     ModuleId id = ModuleId::none;
+    std::string path;
     void* library = nullptr;
     KzRx::EntryPoint entry = nullptr;
 };
@@ -141,6 +143,23 @@ std::int32_t sendMessage(KzRx::EntryPoint entry, KzRx::Message message) {
     return answer;
 }
 
+namespace {
+
+/// The same for a module, which a trace tells.
+std::int32_t send(const Module& module, KzRx::Message message) {
+    TraceScope trace([&]() -> TraceEvent {
+        return {TraceCategory::moduleCall,
+                message == KzRx::loadMessage ? "load message" : "unload message",
+                module.path.substr(module.path.rfind('/') + 1),
+                {{"message", std::int64_t{message}}}};
+    });
+    const std::int32_t answer = sendMessage(module.entry, message);
+    trace.gives([&] { return TraceDetail{"answer", std::int64_t{answer}}; });
+    return answer;
+}
+
+} // namespace
+
 const void* packetUnderWay() {
     return loader.packet;
 }
@@ -155,14 +174,14 @@ LoadResult loadModule(const std::string& path, const std::string& resources) {
         dlclose(library);
         return {.failure = missing};
     }
-    const auto id = ModuleId(++loader.lastId);
-    const std::int32_t answer = sendMessage(entry, KzRx::loadMessage);
+    const Module module{.id = ModuleId(++loader.lastId), .path = path, .library = library, .entry = entry};
+    const std::int32_t answer = send(module, KzRx::loadMessage);
     if (answer != KzRx::done) {
         closeLibrary(library);
         return {.answer = answer, .failure = describeRefusedLoad(answer, librariesNotFound)};
     }
-    loader.modules.push_back({.id = id, .library = library, .entry = entry});
-    return {.module = id};
+    loader.modules.push_back(module);
+    return {.module = module.id};
 }
 
 std::optional<std::int32_t> unloadModule(ModuleId id) {
@@ -173,7 +192,7 @@ std::optional<std::int32_t> unloadModule(ModuleId id) {
     // Out of the list first: what the module does now may ask for another unloading.
     std::erase_if(loader.modules, [id](const Module& each) { return each.id == id; });
     const ModuleCall guard;
-    const std::int32_t answer = sendMessage(module.entry, KzRx::unloadMessage);
+    const std::int32_t answer = send(module, KzRx::unloadMessage);
     closeLibrary(module.library);
     return answer;
 }

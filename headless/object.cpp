@@ -2,6 +2,7 @@
 
 #include "headless/drawing.h"
 #include "headless/fault_gate.h"
+#include "headless/inspection.h"
 #include "headless/mistakes.h"
 #include "headless/reference.h"
 #include "headless/runtime_classes.h"
@@ -30,11 +31,16 @@ KzDbObject* Object::face() {
 }
 
 void Object::tellAboutToChange() {
-    tell([this](KzDbObjectReactor* reactor) { reactor->aboutToChange(face()); });
+    tell("aboutToChange", [this](KzDbObjectReactor* reactor) { reactor->aboutToChange(face()); });
 }
 
 void Object::tellClosed() {
-    tell([this](KzDbObjectReactor* reactor) { reactor->objectClosed(id()); });
+    tell("objectClosed", [this](KzDbObjectReactor* reactor) { reactor->objectClosed(id()); });
+}
+
+TraceEvent Object::notificationEvent(const char* name) const {
+    const auto reactors = static_cast<std::int64_t>(reactorCount());
+    return {TraceCategory::notification, name, describeObject(id_), {{"reactors", reactors}}};
 }
 
 void Object::hold() {

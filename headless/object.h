@@ -6,6 +6,7 @@
 #include "headless/module_call.h"
 #include "headless/object_table.h"
 #include "headless/reactor_origins.h"
+#include "headless/trace.h"
 #include "host/object_reactor.h"
 #include "host/objects.h"
 
@@ -87,9 +88,10 @@ public:
 
     void tellAboutToChange();
     void tellClosed();
-    /// Calls `call(reactor)` for each reactor.
+    /// Calls `call(reactor)` for each reactor, to tell it of a notification of that name.
     template <class Call>
-    void tell(Call call) {
+    void tell(const char* notification, Call call) {
+        const TraceScope trace([&] { return notificationEvent(notification); });
         if (reactors_.isEmpty()) return;
         const ModuleCall guard;
         ++tellings_;
@@ -101,6 +103,8 @@ protected:
     ~Object() = default;
 
 private:
+    [[nodiscard]] TraceEvent notificationEvent(const char* name) const;
+
     /// Refuses to lose count of a user who opens without ever closing.
     static Orvo::ErrorStatus countUp(std::uint16_t& count) {
         if (count == std::numeric_limits<std::uint16_t>::max()) return Orvo::openedTooOften;

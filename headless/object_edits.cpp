@@ -26,7 +26,7 @@ Outcome touch(KzDbObjectId id) {
     EditCheck check;
     Object* const object = openable(check, id);
     if (check.isRefused()) return check.outcome();
-    Edit edit({object});
+    Edit edit("touch", {object});
     edit.make([] {});
     return {};
 }
@@ -41,11 +41,12 @@ Outcome erase(KzDbObjectId id, bool isErasing) {
     check.notOpen(object);
     if (check.isRefused()) return check.outcome();
 
-    Edit edit({object});
+    Edit edit(isErasing ? "erase" : "take back the erasure", {object});
     edit.make([&] {
         object->setErased(isErasing);
         if (const auto* const reference = findAs<Reference>(id)) refile(*reference);
-        object->tell([&](KzDbObjectReactor* reactor) { reactor->erased(object->face(), isErasing); });
+        object->tell("erased",
+                     [&](KzDbObjectReactor* reactor) { reactor->erased(object->face(), isErasing); });
     });
     return {};
 }
@@ -71,7 +72,7 @@ void unfile(const Object& object) {
 void leave(KzDbObjectId id) {
     Object* const object = objectTable.find(id);
     if (object == nullptr) return; // a reactor has sent it away before its turn
-    object->tell([object](KzDbObjectReactor* reactor) { reactor->goodbye(object->face()); });
+    object->tell("goodbye", [object](KzDbObjectReactor* reactor) { reactor->goodbye(object->face()); });
     unfile(*object);
     object->leaveMemory();
 }

@@ -10,8 +10,9 @@ namespace {
 /// One new record is one edit of the block table.
 Record& makeRecord(Drawing& drawing, std::u16string_view name, const Record::Origin& origin) {
     Record* record = nullptr;
-    Edit edit({drawing.table()});
+    Edit edit("new record", {drawing.table()});
     edit.make([&] { record = &drawing.addRecord(name, origin); });
+    edit.hasMade(record->id());
     return *record;
 }
 
@@ -88,7 +89,7 @@ Outcome rename(KzDbObjectId id, std::u16string_view name) {
     auto* const record = check.editable<Record>(id);
     if (record != nullptr && record->name() != name) check.nameIsFree(&record->drawing(), name);
     if (check.isRefused()) return check.outcome();
-    Edit edit({record});
+    Edit edit("rename", {record});
     edit.make([&] { record->drawing().table()->rename(*record, name); });
     return {};
 }
@@ -97,7 +98,7 @@ Outcome enhance(KzDbObjectId id) {
     EditCheck check;
     auto* const record = check.editable<Record>(id);
     if (check.isRefused()) return check.outcome();
-    Edit edit({record});
+    Edit edit("enhance", {record});
     edit.make([&] {
         if (record->graph().isNull()) record->setGraph((new Graph(record->drawing(), id))->id());
     });
@@ -133,7 +134,7 @@ Made represent(KzDbObjectId blockId, KzDbObjectId representationId) {
         representationId.isNull()
             ? makeRecord(drawing, drawing.table()->nextAnonymousName(), {.isAnonymous = true})
             : *findAs<Record>(representationId);
-    Edit edit({block});
+    Edit edit("represent", {block});
     edit.make([&] { block->addRepresentation(representation); });
     return {{}, representation.id()};
 }

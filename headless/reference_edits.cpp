@@ -29,7 +29,7 @@ void file(const Reference& reference) {
 
 /// The source's reactors hear of the copy before it is placed.
 void tellCopied(Reference& source, Reference& copy) {
-    source.tell([&](KzDbObjectReactor* reactor) { reactor->copied(&source, &copy); });
+    source.tell("copied", [&](KzDbObjectReactor* reactor) { reactor->copied(&source, &copy); });
 }
 
 } // namespace
@@ -42,13 +42,14 @@ Made insert(KzDbObjectId recordId, KzDbObjectId blockId, const std::vector<Attri
     if (check.isRefused()) return check.nothingMade();
 
     KzDbObjectId made;
-    Edit edit({record});
+    Edit edit("insert", {record});
     edit.make([&] {
         auto* const reference = new Reference(record->drawing(), recordId, blockId);
         made = reference->id();
         for (const AttributeText& each : attributes) addText(*reference, each.tag, each.text);
         file(*reference);
     });
+    edit.hasMade(made);
     return {{}, made};
 }
 
@@ -59,7 +60,7 @@ Outcome move(KzDbObjectId referenceId, KzDbObjectId recordId) {
     auto* const entered = check.editable<Record>(recordId);
     check.inOneDrawing(reference, entered);
     if (check.isRefused()) return check.outcome();
-    Edit edit({reference, left, left != entered ? entered : nullptr});
+    Edit edit("move", {reference, left, left != entered ? entered : nullptr});
     edit.make([&] { reference->setOwner(recordId); });
     return {};
 }
@@ -72,7 +73,7 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     check.inOneDrawing(source, record);
     if (check.isRefused()) return check.nothingMade();
 
-    Edit edit({record}); // nobody else can change the record while the copying is told
+    Edit edit("copy", {record}); // nobody else can change the record while the copying is told
     auto* const copy = new Reference(source->drawing(), KzDbObjectId(), source->block());
     copyAttributes(*source, *copy);
     copy->beginWriting();
@@ -82,6 +83,7 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
         file(*copy);
     });
     copy->endWriting();
+    edit.hasMade(copy->id());
     return {{}, copy->id()};
 }
 
@@ -90,8 +92,9 @@ Made addAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16str
     auto* const reference = check.editable<Reference>(referenceId);
     if (check.isRefused()) return check.nothingMade();
     KzDbObjectId made;
-    Edit edit({reference});
+    Edit edit("add", {reference});
     edit.make([&] { made = addText(*reference, tag, text).id(); });
+    edit.hasMade(made);
     return {{}, made};
 }
 
@@ -102,7 +105,7 @@ Outcome setAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16
     if (reference != nullptr && id.isNull()) check.refuse(Refusal::noSuchTag, referenceId);
     auto* const attribute = check.editable<Attribute>(id);
     if (check.isRefused()) return check.outcome();
-    Edit edit({attribute});
+    Edit edit("set", {attribute});
     edit.make([&] { attribute->setText(text); });
     return {};
 }

@@ -4,10 +4,14 @@
 #include "headless/kzhost/values.h"
 #include "headless/mistakes.h"
 #include "headless/session.h"
+#include "headless/trace.h"
 #include "text/unicode.h"
 
 #include <exception>
 #include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace KzHost {
 
@@ -36,13 +40,43 @@ std::string describeValue(lua_State* state, int index) {
     }
 }
 
+bool isExport(const Function& function) {
+    return std::string_view(function.name).starts_with("module.");
+}
+
+/// An argument or result of an export, under the name that the description gives it.
+Headless::TraceDetail detailOf(lua_State* state, int index, const std::vector<Item>& items, int position) {
+    const auto at = static_cast<std::size_t>(position);
+    std::string name = at < items.size() ? items[at].name : "more";
+    if (lua_isinteger(state, index) != 0) return {std::move(name), std::int64_t{lua_tointeger(state, index)}};
+    return {std::move(name), readable(state, index)};
+}
+
+/// Calls an export of a module, and lets a trace know.
+int callExport(Call& call, const Function& function) {
+    lua_State* const state = call.state();
+    Headless::TraceScope trace([&] {
+        const std::vector<Item> parameters = describe(function).parameters;
+        Headless::TraceEvent event{Headless::TraceCategory::moduleCall, shortName(function), ""};
+        for (int at = 0; at < lua_gettop(state); ++at) {
+            event.details.push_back(detailOf(state, at + 1, parameters, at));
+        }
+        return event;
+    });
+    const int count = function.run(call);
+    for (int at = 0; at < count; ++at) {
+        trace.gives([&] { return detailOf(state, at - count, describe(function).results, at); });
+    }
+    return count;
+}
+
 int dispatch(lua_State* state) {
     const auto& function = *static_cast<const Function*>(lua_touserdata(state, lua_upvalueindex(1)));
     Call call(state, function.name);
     std::optional<std::string> failure;
     try {
         ScriptCall scriptCall(state);
-        const int results = function.run(call);
+        const int results = isExport(function) ? callExport(call, function) : function.run(call);
         scriptCall.raiseKept();
         if (Headless::mistakes().empty()) {
             if (results > 1) noteResults(state, function, results);
@@ -124,7 +158,7 @@ const ObjectValue& Call::object(int index, Headless::Kind kind) const {
 void Call::require(const Headless::Outcome& outcome) const {
     if (outcome) return;
     std::string message = Headless::describe(outcome.refusal);
-    if (!outcome.about.isNull()) message += " (" + describeObject(outcome.about) + ")";
+    if (!outcome.about.isNull()) message += " (" + Headless::describeObject(outcome.about) + ")";
     fail(message);
 }
 
@@ -189,8 +223,8 @@ ScriptCall::~ScriptCall() {
 int ScriptCall::noteOrigin(lua_State* state) {
     if (innermostRun == nullptr || innermostRun->scriptCall.kept_ != LUA_NOREF) return 1;
     luaL_traceback(state, state, nullptr, 1);
-    innermostRun->scriptCall.origin_ = originOfError(state, 1) + "\nin the client \"" + innermostRun->name +
-                                       "\", " + lua_tostring(state, -1);
+    innermostRun->scriptCall.origin_ =
+        originOfError(state, 1) + "\nin the client " + innermostRun->name + ", " + lua_tostring(state, -1);
     lua_settop(state, 1);
     return 1;
 }
@@ -205,10 +239,25 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
     lua_pushcfunction(state, noteOrigin);
     const int handler = lua_gettop(state);
     lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
-    if (lua_pcall(state, 0, 0, handler) != LUA_OK && scriptCall->kept_ == LUA_NOREF) {
-        scriptCall->kept_ = luaL_ref(state, LUA_REGISTRYINDEX);
-    }
+    scriptCall->callKeepingError(0, handler);
     lua_settop(state, handler - 1);
+}
+
+void ScriptCall::callWithLine(int functionReference, const std::string& line) {
+    ScriptCall* const scriptCall = innermost;
+    if (scriptCall == nullptr || lua_checkstack(scriptCall->state_, LUA_MINSTACK) == 0) return;
+    lua_State* const state = scriptCall->state_;
+    const int top = lua_gettop(state);
+    lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
+    lua_pushlstring(state, line.data(), line.size());
+    scriptCall->callKeepingError(1, 0);
+    lua_settop(state, top);
+}
+
+/// Calls the function below its arguments, and keeps its error when it is the first.
+void ScriptCall::callKeepingError(int argumentCount, int handler) {
+    if (lua_pcall(state_, argumentCount, 0, handler) == LUA_OK || kept_ != LUA_NOREF) return;
+    kept_ = luaL_ref(state_, LUA_REGISTRYINDEX);
 }
 
 const char* ScriptCall::runningClient() {

@@ -78,6 +78,8 @@ public:
     /// Calls the Lua function of a client, by its place in the registry, in the state of the innermost call
     /// under way.
     static void callClient(int functionReference, const std::string& name);
+    /// Calls a Lua function with a line of a trace, likewise.
+    static void callWithLine(int functionReference, const std::string& line);
     /// The client that runs, the innermost one; null when none does.
     [[nodiscard]] static const char* runningClient();
 
@@ -87,6 +89,7 @@ private:
     struct ClientRun;
 
     static int noteOrigin(lua_State* state);
+    void callKeepingError(int argumentCount, int handler);
 
     static ScriptCall* innermost;
     static ClientRun* innermostRun;

@@ -3,6 +3,7 @@
 #include "headless/kzhost/libraries.h"
 #include "headless/kzhost/values.h"
 #include "headless/session.h"
+#include "headless/trace.h"
 #include "text/unicode.h"
 
 #include <algorithm>
@@ -26,7 +27,7 @@ struct ClientValue {
 /// What stands behind each plain function.
 struct Slot {
     int function = LUA_NOREF; ///< the Lua function; LUA_NOREF when there is none
-    std::string name;
+    std::string name;         ///< in quotes, or where its function stands
 };
 
 std::array<Slot, mostClients>& slots() {
@@ -34,11 +35,19 @@ std::array<Slot, mostClients>& slots() {
     return slots;
 }
 
+void call(std::size_t number) {
+    const Slot slot = slots()[number]; // a copy: the client may end itself
+    if (slot.function == LUA_NOREF) return;
+    const Headless::TraceScope trace([&]() -> Headless::TraceEvent {
+        return {Headless::TraceCategory::clientCall, "client " + slot.name, ""};
+    });
+    ScriptCall::callClient(slot.function, slot.name);
+}
+
 // A plain function carries no data, so there is one for each slot.
 template <std::size_t number>
 void callSlot() {
-    const Slot slot = slots()[number]; // a copy: the client may end itself
-    if (slot.function != LUA_NOREF) ScriptCall::callClient(slot.function, slot.name);
+    call(number);
 }
 
 template <std::size_t... numbers>
@@ -112,18 +121,24 @@ std::size_t freeSlot() {
     return slot;
 }
 
-/// What a client without a name is called by: the line at which the function on top of the stack begins.
-std::string placeOf(lua_State* state) {
+/// What a client without a name is called by: the line at which the function on top of the stack begins, and
+/// its address.
+std::string placeOf(lua_State* state, std::size_t slot) {
     lua_Debug place{};
     lua_pushvalue(state, -1);
     lua_getinfo(state, ">S", &place);
-    return std::string(place.short_src) + ":" + std::to_string(place.linedefined);
+    lua_pushfstring(state, "at %s:%d (%p)", place.short_src, place.linedefined,
+                    reinterpret_cast<void*>(callbacks[slot]));
+    std::string text = lua_tostring(state, -1);
+    lua_pop(state, 1);
+    return text;
 }
 
 int newClient(Call& call) {
     lua_State* const state = call.state();
     call.function(1, "a function");
-    std::string name = call.has(2) ? Text::toUtf8(call.text(2, "a name (string)")) : std::string();
+    std::string name;
+    if (call.has(2)) name = "\"" + Text::toUtf8(call.text(2, "a name (string)")) + "\"";
     std::size_t slot = freeSlot();
     if (slot == mostClients) {
         freeUnusedSlots(state);
@@ -133,7 +148,7 @@ int newClient(Call& call) {
     auto* const value = static_cast<ClientValue*>(lua_newuserdatauv(state, sizeof(ClientValue), 0));
     *value = {slot};
     lua_pushvalue(state, 1);
-    if (name.empty()) name = placeOf(state);
+    if (name.empty()) name = placeOf(state, slot);
     slots()[slot] = {luaL_ref(state, LUA_REGISTRYINDEX), std::move(name)};
     luaL_setmetatable(state, clientChapter.name);
     return 1;
@@ -150,7 +165,7 @@ int address(Call& call) {
 }
 
 int describeClient(lua_State* state) {
-    lua_pushfstring(state, "client \"%s\"", slots()[toClient(state, 1)->slot].name.c_str());
+    lua_pushfstring(state, "client %s", slots()[toClient(state, 1)->slot].name.c_str());
     return 1;
 }
 

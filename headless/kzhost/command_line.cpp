@@ -42,6 +42,9 @@ void addOptions(CLI::App& app, CommandLine& line) {
     app.prefix_command(); // from the script on the words are the script's, dashes and all
     app.add_option("--module", line.module, "What host.load() loads when it is given no path")
         ->type_name("PATH");
+    app.add_option("--trace", line.trace,
+                   "Everything that happens, as a file of trace events; - for text on standard error")
+        ->type_name("FILE");
     app.add_option("-e", line.texts, "Runs this text, before SCRIPT; may be given several times")
         ->type_name("LUA")
         ->expected(1)

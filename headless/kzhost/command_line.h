@@ -15,6 +15,7 @@ inline constexpr int wrongUsage = 2;
 /// What the command line asks for.
 struct CommandLine {
     std::optional<std::string> module; ///< what `host.load()` loads; nothing: the default
+    std::optional<std::string> trace;  ///< the file that receives a trace, "-" for standard error
     std::vector<std::string> texts;    ///< Lua to be run before the script, in the given order
     bool isInteractive = false;        ///< the prompt follows what is run
     bool hasNoHistory = false;         ///< the prompt neither reads nor writes its history

@@ -307,9 +307,9 @@ constexpr Chapter messagesChapter = {"host", "Messages and the clock", "", messa
 constexpr Chapter stateChapter = {"host", "What is shown, registered and refused", "", stateFunctions};
 
 constexpr const Chapter* allChapters[] = {
-    &helpChapter,          &hostDocumentsChapter, &commandsChapter, &messagesChapter, &loadingChapter,
-    &clientsOfHostChapter, &stateChapter,         &moduleChapter,   &documentChapter, &recordChapter,
-    &referenceChapter,     &attributeChapter,     &objectChapter,   &clientChapter,
+    &helpChapter,          &hostDocumentsChapter, &commandsChapter,  &messagesChapter, &loadingChapter,
+    &clientsOfHostChapter, &stateChapter,         &tracingChapter,   &moduleChapter,   &documentChapter,
+    &recordChapter,        &referenceChapter,     &attributeChapter, &objectChapter,   &clientChapter,
 };
 
 } // namespace

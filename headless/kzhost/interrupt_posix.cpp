@@ -42,9 +42,9 @@ void say(const char* text) {
 /// Says its word and hands the signal on: it comes again when the handler has returned.
 void onCrash(int signal) {
     if (const char* const client = ScriptCall::runningClient()) {
-        say("kzhost: crashed while the client \"");
+        say("kzhost: crashed while the client ");
         say(client);
-        say("\" was running\n");
+        say(" was running\n");
     }
     for (std::size_t at = 0; at < std::size(crashes); ++at)
         sigaction(crashes[at], &formerActions[at], nullptr);

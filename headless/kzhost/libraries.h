@@ -32,6 +32,7 @@ inline constexpr const char* hostTable = "host";
 extern const Chapter helpChapter;
 extern const Chapter loadingChapter;
 extern const Chapter clientsOfHostChapter;
+extern const Chapter tracingChapter;
 extern const Chapter moduleChapter;
 extern const Chapter documentChapter;
 extern const Chapter recordChapter;

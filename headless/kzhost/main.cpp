@@ -5,6 +5,7 @@
 #include "headless/kzhost/process.h"
 #include "headless/kzhost/prompt.h"
 #include "headless/kzhost/script.h"
+#include "headless/kzhost/tracing.h"
 
 #include <algorithm>
 #include <exception>
@@ -45,6 +46,9 @@ int run(const CommandLine& line) {
     KzHost::Setup setup;
     setup.program = KzHost::programFolder();
     setup.modulePath = line.module.value_or(setup.program + "/Zelvane.hmx");
+    if (line.trace.has_value() && !KzHost::traceToFile(*line.trace)) {
+        return refuse("cannot write the trace " + *line.trace);
+    }
     KzHost::nameClientOnCrash();
     KzHost::Session session(setup);
     const bool isDone = runAll(session, line);

@@ -1,5 +1,6 @@
 #include "headless/kzhost/script.h"
 
+#include "headless/kzhost/tracing.h"
 #include "headless/mistakes.h"
 #include "headless/session.h"
 
@@ -35,6 +36,7 @@ void endInOrder() {
 /// os.exit ends the host in order too, from wherever it is called.
 int exitInOrder(lua_State* state) {
     endInOrder();
+    endTracing();
     lua_pushvalue(state, lua_upvalueindex(1));
     lua_insert(state, 1);
     lua_call(state, lua_gettop(state) - 1, 0);
@@ -82,6 +84,7 @@ Session::~Session() {
         const ScriptCall scriptCall(state_); // whatever the modules still call
         endInOrder();
     }
+    endTracing(); // it may lead to a function of this state
     lua_close(state_);
 }
 

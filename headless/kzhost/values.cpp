@@ -81,7 +81,7 @@ int describeDocumentValue(lua_State* state) {
 
 int describeObjectValue(lua_State* state) {
     const ObjectValue* const value = toObject(state, 1, Kind::none);
-    lua_pushstring(state, describeObject(value->id).c_str());
+    lua_pushstring(state, Headless::describeObject(value->id).c_str());
     return 1;
 }
 
@@ -209,26 +209,6 @@ const char* nameOf(Kind kind) {
     default:
         return "an object";
     }
-}
-
-std::string describeObject(KzDbObjectId id) {
-    std::string number = std::to_string(id.value());
-    switch (Headless::kindOf(id)) {
-    case Kind::none:
-        return "an object that is gone, " + number;
-    case Kind::table:
-        return "block table " + number;
-    case Kind::record:
-        return "record " + number + " \"" + Text::toUtf8(Headless::recordName(id)) + "\"";
-    case Kind::reference:
-        return "reference " + number + " of \"" + Text::toUtf8(Headless::recordName(Headless::blockOf(id))) +
-               "\"";
-    case Kind::attribute:
-        return "attribute " + number;
-    case Kind::graph:
-        return "evaluation graph " + number;
-    }
-    return number;
 }
 
 void pushText(lua_State* state, std::u16string_view text) {

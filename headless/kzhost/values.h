@@ -28,8 +28,6 @@ void pushObjects(lua_State* state, const std::vector<KzDbObjectId>& ids, KzApDoc
 
 /// A kind with its article, for messages.
 [[nodiscard]] const char* nameOf(Headless::Kind kind);
-/// An object in words, for example `record 12 "Door"`.
-[[nodiscard]] std::string describeObject(KzDbObjectId id);
 
 void pushText(lua_State* state, std::u16string_view text);
 

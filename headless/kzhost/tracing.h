@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace KzHost {
+
+/// From now on a file receives the trace: as trace events, or as text on standard error when it is "-". False
+/// when it cannot be written.
+[[nodiscard]] bool traceToFile(const std::string& file);
+
+/// Ends all tracing, and with it the file.
+void endTracing();
+
+} // namespace KzHost
