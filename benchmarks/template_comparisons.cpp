@@ -101,7 +101,7 @@ public:
     explicit TemplateFile(const CEattMain& contents) : blocks_(contents.blocks.size()), names_(blocks_) {
         for (const auto& block : contents.blocks) names_ += block->attributes.size();
         KzDxArchiveWriter writer;
-        writeTemplate(contents, writer);
+        kzdxWriteTemplate(contents, writer);
         std::ofstream file(path_, std::ios::binary);
         const auto bytes = writer.written();
         file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));

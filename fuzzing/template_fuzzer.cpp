@@ -59,7 +59,7 @@ bool isSame(const CEattMain& a, const CEattMain& b, const auto& contentsOf) {
 
 std::vector<std::byte> written(const CEattMain& eattMain) {
     KzDxArchiveWriter writer;
-    writeTemplate(eattMain, writer);
+    kzdxWriteTemplate(eattMain, writer);
     return {writer.written().begin(), writer.written().end()};
 }
 
@@ -67,7 +67,7 @@ void readsHoweverTheBytesCome(std::span<const std::byte> bytes, const CEattMain&
                               KzDxArchiveFailure failure) {
     UnevenSource source(bytes);
     CEattMain again;
-    require(readTemplate(source, again) == failure,
+    require(kzdxReadTemplate(source, again) == failure,
             "the parts that bytes come in do not matter to the failure");
     const auto inOrder = [](const KzDxAttributeTable& table) {
         std::vector<std::u16string> names;
@@ -81,18 +81,18 @@ void readsBackAsWritten(const CEattMain& eattMain) {
     const auto bytes = written(eattMain);
     KzDxMemorySource source(bytes);
     CEattMain again;
-    require(!readTemplate(source, again), "what was written can be read");
+    require(!kzdxReadTemplate(source, again), "what was written can be read");
     require(isSame(eattMain, again, flagsOf), "what was written reads as it was");
     require(written(again) == bytes, "written twice, the bytes are the same");
 
     KzDxMemorySource cut(std::span(bytes).first(bytes.size() - 1));
-    require(static_cast<bool>(readTemplate(cut, again)), "a file without its last byte is refused");
+    require(static_cast<bool>(kzdxReadTemplate(cut, again)), "a file without its last byte is refused");
 }
 
 void namesAreThoseSelected(const CEattMain& eattMain) {
     std::vector<std::u16string> blocks;
     std::vector<std::u16string> attributes;
-    giveSelectedNames(eattMain, blocks, attributes);
+    kzdxGiveSelectedNames(eattMain, blocks, attributes);
 
     std::set<std::u16string> wantedBlocks;
     std::set<std::u16string> wantedAttributes;
@@ -115,7 +115,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto bytes = std::as_bytes(std::span(data, size));
     KzDxMemorySource source(bytes);
     CEattMain eattMain;
-    const auto failure = readTemplate(source, eattMain);
+    const auto failure = kzdxReadTemplate(source, eattMain);
     readsHoweverTheBytesCome(bytes, eattMain, failure);
     if (failure) {
         require(failure.offset <= size, "the failure lies in the file");

@@ -93,7 +93,7 @@ bool write(const std::filesystem::path& path, const KzDxArchiveWriter& writer) {
 
 bool write(const std::filesystem::path& path, const CEattMain& eattMain) {
     KzDxArchiveWriter writer;
-    writeTemplate(eattMain, writer);
+    kzdxWriteTemplate(eattMain, writer);
     return write(path, writer);
 }
 

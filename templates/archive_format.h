@@ -26,8 +26,6 @@
 /// definition takes its index before the object that follows it.
 namespace KzDxArchive {
 
-inline constexpr std::size_t bufferSize = 4096;
-
 /// The fewest bytes that one element takes, and one with a body.
 inline constexpr std::size_t smallestElement = 2;
 inline constexpr std::size_t smallestBlock = smallestElement + 1 + 4 + 4;

@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cstring>
 #include <span>
 
 using namespace KzDxArchive;
 
-const char* describe(KzDxArchiveError error) {
+const char* kzdxDescribe(KzDxArchiveError error) {
     switch (error) {
     case KzDxArchiveError::none:
         return "nothing is wrong";
@@ -33,6 +34,11 @@ const char* describe(KzDxArchiveError error) {
     return "unknown";
 }
 
+std::string kzdxDescribe(const KzDxArchiveFailure& failure) {
+    const std::string entry = failure.entry == 0 ? "" : "entry " + std::to_string(failure.entry) + ", ";
+    return entry + "at byte " + std::to_string(failure.offset) + ": " + kzdxDescribe(failure.error);
+}
+
 bool KzDxArchiveReader::number(std::int32_t& result) {
     std::uint32_t bits = 0;
     if (!number(bits)) return false;
@@ -53,19 +59,22 @@ bool KzDxArchiveReader::count(std::uint64_t& result) {
 }
 
 bool KzDxArchiveReader::string(std::u16string& result) {
+    assert(!failure_);
     const auto start = offset();
     bool isUtf16 = false;
     std::uint64_t length = 0;
     if (!stringLength(isUtf16, length)) return false;
 
     const std::uint64_t unitSize = isUtf16 ? sizeof(char16_t) : 1;
-    if (length > remaining() / unitSize || length > result.max_size())
+    if (length > remaining() / unitSize || length > result.max_size()) {
         return refuse(KzDxArchiveError::stringTooLong, start);
+    }
     result.resize(length);
 
     if (!isUtf16) {
         auto to = result.begin();
-        return pass(length, [&](auto part) { to = std::ranges::transform(part, to, fromCodePage1252).out; });
+        return pass(length,
+                    [&](auto part) { to = std::ranges::transform(part, to, kzdxFromCodePage1252).out; });
     }
     auto* to = reinterpret_cast<std::byte*>(result.data());
     const auto copy = [&to](auto part) {
@@ -73,8 +82,9 @@ bool KzDxArchiveReader::string(std::u16string& result) {
         to += part.size();
     };
     if (!pass(length * unitSize, copy)) return false;
-    if constexpr (std::endian::native == std::endian::big)
+    if constexpr (std::endian::native == std::endian::big) {
         for (auto& unit : result) unit = static_cast<char16_t>(unit << 8 | unit >> 8);
+    }
     return true;
 }
 
@@ -85,7 +95,7 @@ bool KzDxArchiveReader::bytes(std::string& result, std::size_t size) {
 }
 
 bool KzDxArchiveReader::refuse(KzDxArchiveError error, std::uint64_t offset) {
-    if (!failure_) failure_ = {error, offset};
+    if (!failure_) failure_ = {error, offset, entry_};
     return false;
 }
 
@@ -95,6 +105,7 @@ std::uint64_t KzDxArchiveReader::remaining() const {
 
 // Makes `size` bytes stand together in the buffer; takes none when there are fewer.
 bool KzDxArchiveReader::hold(std::size_t size) {
+    assert(!failure_);
     if (buffered() >= size) return true;
     std::memmove(buffer_.data(), buffer_.data() + at_, buffered());
     consumed_ += at_;

@@ -2,6 +2,7 @@
 
 #include "templates/archive_format.h"
 #include "templates/byte_source.h"
+#include "templates/limits.h"
 
 #include <array>
 #include <concepts>
@@ -22,24 +23,28 @@ enum class KzDxArchiveError {
     outOfMemory,
 };
 
-/// What is wrong, in words that complete "at byte N: ".
-[[nodiscard]] const char* describe(KzDxArchiveError error);
+/// What is wrong, in words.
+[[nodiscard]] const char* kzdxDescribe(KzDxArchiveError error);
 
-/// The first thing that went wrong, and the offset of the field in which it did.
+/// The first thing that went wrong, and where.
 struct KzDxArchiveFailure {
     KzDxArchiveError error = KzDxArchiveError::none;
-    std::uint64_t offset = 0;
+    std::uint64_t offset = 0; ///< of the field
+    std::uint64_t entry = 0;  ///< the element of the list, counting from 1 and nulls too; 0: before the list
 
     /// True when something went wrong.
     explicit operator bool() const { return error != KzDxArchiveError::none; }
     bool operator==(const KzDxArchiveFailure&) const = default;
 };
 
+/// The whole of it: "entry 2, at byte 92: the file ends inside this field".
+[[nodiscard]] std::string kzdxDescribe(const KzDxArchiveFailure& failure);
+
 /// Reads the numbers and strings of an archive, front to back, through a buffer of 4096 bytes.
 ///
-/// Every operation gives false when it fails. The first failure is kept; after it nothing more may be read. A
-/// result is meaningful only when true was given. Memory is taken for bytes that the source says it has,
-/// never for a claim.
+/// Every operation gives false when it fails. The first failure is kept; after it nothing more may be read,
+/// which is asserted. A result is meaningful only when true was given. Memory is taken for bytes that the
+/// source says it has, never for a claim.
 class KzDxArchiveReader {
 public:
     /// The source is borrowed, and read from where it stands: its start.
@@ -60,6 +65,9 @@ public:
     /// How many bytes are left, as far as the source knows.
     [[nodiscard]] std::uint64_t remaining() const;
 
+    /// Says that the next element of the list begins, for failures to name it.
+    void beginEntry() { ++entry_; }
+
     /// The offset of the next byte, counted from the start of the source.
     [[nodiscard]] std::uint64_t offset() const { return consumed_ + at_; }
 
@@ -78,10 +86,11 @@ private:
 
     KzDxByteSource& source_;
     KzDxArchiveFailure failure_;
+    std::uint64_t entry_ = 0;
     std::uint64_t consumed_ = 0; // bytes before the buffer
     std::size_t at_ = 0;
     std::size_t end_ = 0;
-    std::array<std::byte, KzDxArchive::bufferSize> buffer_{};
+    std::array<std::byte, KzDxTemplateLimits::bufferSize> buffer_{};
 };
 
 bool KzDxArchiveReader::number(std::unsigned_integral auto& result) {

@@ -1,17 +1,18 @@
 #include "templates/attribute_table.h"
 
+#include "templates/limits.h"
+
 #include <algorithm>
 #include <cassert>
 #include <utility>
-
-// Names of one block are much alike, so the first tells what the others will take.
-static constexpr std::size_t longestExpected = 32;
 
 bool KzDxAttributeTable::add(std::u16string_view name, std::int32_t flag) {
     const KzDxHashedName key(name);
     auto& [names, rows, index] = contents();
     if (!index.add(key, rows.size(), nameAt())) return false;
-    if (names.empty()) names.reserve(std::min(name.size(), longestExpected) * rows.capacity());
+    if (names.empty()) {
+        names.reserve(std::min(name.size(), KzDxTemplateLimits::reservedNameLength) * rows.capacity());
+    }
     names += name;
     rows.push_back({{nullptr, flag}, key.hash, names.size()});
     return true;

@@ -27,6 +27,7 @@ public:
     }
 
     [[nodiscard]] bool element() {
+        reader_.beginEntry();
         start_ = reader_.offset();
         std::uint16_t tag = 0;
         if (!reader_.number(tag)) return false;
@@ -61,8 +62,9 @@ private:
     }
 
     [[nodiscard]] bool blockOfClass(std::uint32_t index) {
-        if (index == 0 || index > given_.size() || given_[index - 1] != isClass)
+        if (index == 0 || index > given_.size() || given_[index - 1] != isClass) {
             return reader_.refuse(KzDxArchiveError::noSuchClass, start_);
+        }
         return newBlock();
     }
 
@@ -74,8 +76,9 @@ private:
 
     [[nodiscard]] bool sameBlock(std::uint32_t index) {
         if (index == 0) return true; // a null element
-        if (index > given_.size() || given_[index - 1] == isClass)
+        if (index > given_.size() || given_[index - 1] == isClass) {
             return reader_.refuse(KzDxArchiveError::noSuchObject, start_);
+        }
         auto block = blocks_[given_[index - 1]];
         blocks_.push_back(std::move(block));
         return true;
@@ -123,16 +126,17 @@ private:
 
 } // namespace
 
-bool loadBlockList(KzDxArchiveReader& reader, CEattBlockList& blocks) {
+bool kzdxLoadBlockList(KzDxArchiveReader& reader, CEattBlockList& blocks) {
     std::uint64_t count = 0;
     if (!reader.count(count)) return false;
     BlockListReader elements(reader, blocks, count);
-    for (; count > 0; --count)
+    for (; count > 0; --count) {
         if (!elements.element()) return false;
+    }
     return true;
 }
 
-void storeBlockList(KzDxArchiveWriter& writer, const CEattBlockList& blocks) {
+void kzdxStoreBlockList(KzDxArchiveWriter& writer, const CEattBlockList& blocks) {
     writer.count(blocks.size());
     BlockListWriter elements(writer);
     for (const auto& block : blocks) elements.element(block.get());

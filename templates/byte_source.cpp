@@ -15,8 +15,9 @@ std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (error) return error;
-    if (status.type() != std::filesystem::file_type::regular)
+    if (status.type() != std::filesystem::file_type::regular) {
         return std::make_error_code(std::errc::invalid_argument);
+    }
     size_ = std::filesystem::file_size(path, error);
     if (error) return error;
 

@@ -4,7 +4,7 @@
 
 /// The UTF-16 code unit of a byte in code page 1252. The five bytes that the code page leaves undefined (81,
 /// 8D, 8F, 90, 9D) become the control character of the same number.
-[[nodiscard]] constexpr char16_t fromCodePage1252(std::byte byte) {
+[[nodiscard]] constexpr char16_t kzdxFromCodePage1252(std::byte byte) {
     constexpr char16_t from80[] = {
         0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
         0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,

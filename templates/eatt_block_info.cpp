@@ -3,17 +3,17 @@
 #include "templates/archive_reader.h"
 #include "templates/archive_writer.h"
 #include "templates/eatt_util.h"
+#include "templates/limits.h"
 
 #include <algorithm>
 #include <cstddef>
 
 bool CEattBlockInfo::load(KzDxArchiveReader& reader) {
-    constexpr std::int32_t reservedAtMost = 64; // a count is only a claim
     std::int32_t count = 0;
     if (!reader.string(blockName) || !reader.number(blockFlag) || !reader.number(count)) return false;
     if (count <= 0) return true;
 
-    attributes.reserve(static_cast<std::size_t>(std::min(count, reservedAtMost)));
+    attributes.reserve(std::min(static_cast<std::size_t>(count), KzDxTemplateLimits::reservedAttributes));
     std::u16string name;
     std::int32_t flag = 0;
     for (; count > 0; --count) {

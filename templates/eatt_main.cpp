@@ -1,9 +1,9 @@
 #include "templates/eatt_main.h"
 
+#include "core/boundary.h"
 #include "templates/archive_writer.h"
 #include "templates/block_list.h"
 
-#include <exception>
 #include <filesystem>
 #include <iterator>
 #include <utility>
@@ -24,24 +24,25 @@ bool openFile(KzDxFileSource& source, const std::u16string& path) {
            !source.open(std::filesystem::path(path));
 }
 
+// An empty list takes the other's memory.
+void append(CEattBlockList& from, CEattBlockList& to) {
+    if (to.empty()) return to.swap(from);
+    to.insert(to.end(), std::make_move_iterator(from.begin()), std::make_move_iterator(from.end()));
+}
+
 } // namespace
 
-int CEattMain::LoadTemplate() noexcept try {
-    KzDxFileSource source;
-    CEattMain read;
-    if (!openFile(source, templatePath) || readTemplate(source, read)) return 0;
-
-    for (const auto& block : read.blocks) takeOver(*block);
-    if (blocks.empty()) {
-        blocks.swap(read.blocks);
-    } else {
-        blocks.insert(blocks.end(), std::make_move_iterator(read.blocks.begin()),
-                      std::make_move_iterator(read.blocks.end()));
-    }
-    headerValue = read.headerValue;
-    return 1;
-} catch (const std::exception&) { // no memory, or a path that the system cannot express
-    return 0;
+int CEattMain::LoadTemplate() noexcept {
+    // Thrown is that memory ran out, or a path that the system cannot express.
+    return kzdxAtBoundary(0, [this] {
+        KzDxFileSource source;
+        CEattMain read;
+        if (!openFile(source, templatePath) || kzdxReadTemplate(source, read)) return 0;
+        for (const auto& block : read.blocks) takeOver(*block);
+        append(read.blocks, blocks);
+        headerValue = read.headerValue;
+        return 1;
+    });
 }
 
 bool CEattMain::load(KzDxArchiveReader& reader) {
@@ -52,20 +53,20 @@ void CEattMain::store(KzDxArchiveWriter& writer) const {
     writer.number(headerValue);
 }
 
-KzDxArchiveFailure readTemplate(KzDxByteSource& source, CEattMain& result) noexcept {
+KzDxArchiveFailure kzdxReadTemplate(KzDxByteSource& source, CEattMain& result) noexcept {
     KzDxArchiveReader reader(source);
-    try {
+    const bool hadMemory = kzdxAtBoundary(false, [&] {
         CEattMain read;
-        if (!read.load(reader) || !loadBlockList(reader, read.blocks)) return reader.failure();
+        if (!read.load(reader) || !kzdxLoadBlockList(reader, read.blocks)) return true;
         result.headerValue = read.headerValue;
         result.blocks.swap(read.blocks);
-        return {};
-    } catch (const std::exception&) { // no memory, or a container at its limit
-        return {KzDxArchiveError::outOfMemory, reader.offset()};
-    }
+        return true;
+    });
+    if (!hadMemory) reader.refuse(KzDxArchiveError::outOfMemory, reader.offset());
+    return reader.failure();
 }
 
-void writeTemplate(const CEattMain& eattMain, KzDxArchiveWriter& writer) {
+void kzdxWriteTemplate(const CEattMain& eattMain, KzDxArchiveWriter& writer) {
     eattMain.store(writer);
-    storeBlockList(writer, eattMain.blocks);
+    kzdxStoreBlockList(writer, eattMain.blocks);
 }

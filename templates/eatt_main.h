@@ -19,7 +19,8 @@ public:
 
     /// Reads the file at the template path: its header value, and its blocks, which come behind those that
     /// are there. Of a block's attributes only the selected ones are taken over. Gives 1 when the whole file
-    /// was read. Otherwise 0, this object is unchanged, and nothing tells why: use readTemplate() to know.
+    /// was read. Otherwise 0, this object is unchanged, and nothing tells why: use kzdxReadTemplate() to
+    /// know.
     [[nodiscard]] int LoadTemplate() noexcept;
 
     /// Reads or writes the header value alone; the list of blocks follows it in a file.
@@ -30,7 +31,7 @@ public:
 /// Reads a template from the start of a source, with everything that is stored. Null elements are skipped; a
 /// reference to an object that was read puts the same block into the list again; bytes behind the last
 /// element stay unread. When a failure is given, `result` is unchanged.
-[[nodiscard]] KzDxArchiveFailure readTemplate(KzDxByteSource& source, CEattMain& result) noexcept;
+[[nodiscard]] KzDxArchiveFailure kzdxReadTemplate(KzDxByteSource& source, CEattMain& result) noexcept;
 
 /// Writes the header value and the blocks: all of a template file.
-void writeTemplate(const CEattMain& eattMain, KzDxArchiveWriter& writer);
+void kzdxWriteTemplate(const CEattMain& eattMain, KzDxArchiveWriter& writer);

@@ -1,7 +1,5 @@
 #include "templates/eatt_util.h"
 
-#include "templates/utf16.h"
-
 #include <cstddef>
 #include <cwchar>
 #include <cwctype>
@@ -13,6 +11,17 @@ struct KeyedName {
     std::wstring key;
     std::u16string name;
 };
+
+// The code point that begins at `at`, which moves behind it. A surrogate without its partner is given as it
+// is.
+char32_t nextCodePoint(std::u16string_view text, std::size_t& at) {
+    const char32_t first = text[at++];
+    if (first < 0xD800 || first > 0xDBFF || at == text.size()) return first;
+    const char32_t second = text[at];
+    if (second < 0xDC00 || second > 0xDFFF) return first;
+    ++at;
+    return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
+}
 
 std::wstring folded(std::u16string_view text) {
     std::wstring result;
@@ -58,8 +67,9 @@ int CEattUtil::sortNames(std::vector<std::u16string>& names) {
     keyed.reserve(names.size());
     for (auto& name : names) keyed.push_back({collationKey(name), name});
 
-    for (std::size_t gap = keyed.size() / 2; gap >= 1; gap /= 2)
+    for (std::size_t gap = keyed.size() / 2; gap >= 1; gap /= 2) {
         for (std::size_t i = gap; i < keyed.size(); ++i) sinkDown(keyed, i, gap);
+    }
 
     for (std::size_t i = 0; i < keyed.size(); ++i) names[i] = std::move(keyed[i].name);
     return 1;

@@ -1,10 +1,11 @@
 #include "templates/name_hash.h"
 
+#include "core/boundary.h"
+
 #include <bit>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
-#include <exception>
 #include <random>
 
 namespace {
@@ -21,13 +22,12 @@ std::uint64_t random64(std::random_device& device) {
 // A system that has no randomness to give is left with what its users cannot easily know.
 Key makeKey() {
     const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
-    try {
+    const Key poor = {static_cast<std::uint64_t>(now), reinterpret_cast<std::uintptr_t>(&now)};
+    return kzdxAtBoundary(poor, [] {
         std::random_device device;
         const std::uint64_t low = random64(device);
-        return {low, random64(device)};
-    } catch (const std::exception&) {
-        return {static_cast<std::uint64_t>(now), reinterpret_cast<std::uintptr_t>(&now)};
-    }
+        return Key{low, random64(device)};
+    });
 }
 
 // SipHash with one round for each word and three at the end.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "templates/limits.h"
 #include "templates/name_hash.h"
 
 #include <algorithm>
@@ -37,7 +38,7 @@ public:
     /// Adds the name under the position and gives true; gives false and changes nothing when the name is
     /// there.
     bool add(const KzDxHashedName& key, std::size_t position, const auto& nameAt) {
-        if (isFull()) resize(std::max(smallest, slots_.size() * 2));
+        if (isFull()) resize(std::max(KzDxTemplateLimits::smallestIndex, slots_.size() * 2));
         Slot& slot = slots_[slotOf(key, nameAt)];
         if (!slot.isFree()) return false;
         slot = {key.hash, static_cast<std::uint32_t>(position)};
@@ -47,7 +48,7 @@ public:
 
     /// Makes room for that many names.
     void reserve(std::size_t count) {
-        auto size = smallest;
+        auto size = KzDxTemplateLimits::smallestIndex;
         while (size * 4 < count * 5) size *= 2;
         if (size > slots_.size()) resize(size);
     }
@@ -60,10 +61,6 @@ private:
         [[nodiscard]] bool isFree() const { return position == 0xFFFFFFFF; }
     };
 
-    static constexpr std::size_t smallest = 2; // most tables are small, and there may be a million of them
-
-    // The comparison of the string class goes unit by unit, which shows when every name of a file is looked
-    // up.
     [[nodiscard]] static bool same(std::u16string_view a, std::u16string_view b) {
         return std::equal(a.begin(), a.end(), b.begin(), b.end());
     }
@@ -72,10 +69,11 @@ private:
 
     // The slot that holds the name, or the free one where it belongs.
     [[nodiscard]] std::size_t slotOf(const KzDxHashedName& key, const auto& nameAt) const {
+        const auto isIt = [&](const Slot& slot) {
+            return slot.hash == key.hash && same(nameAt(slot.position), key.name);
+        };
         auto at = key.hash & (slots_.size() - 1);
-        while (!slots_[at].isFree() &&
-               !(slots_[at].hash == key.hash && same(nameAt(slots_[at].position), key.name)))
-            at = (at + 1) & (slots_.size() - 1);
+        while (!slots_[at].isFree() && !isIt(slots_[at])) at = (at + 1) & (slots_.size() - 1);
         return at;
     }
 

@@ -27,14 +27,15 @@ private:
 };
 
 void addSelected(const KzDxAttributeTable& attributes, UniqueNames& to) {
-    for (std::size_t i = 0; i < attributes.size(); ++i)
+    for (std::size_t i = 0; i < attributes.size(); ++i) {
         if (attributes.entry(i).flag != 0) to.add(attributes.hashedName(i));
+    }
 }
 
 } // namespace
 
-void giveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string>& blocks,
-                       std::vector<std::u16string>& attributes) {
+void kzdxGiveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string>& blocks,
+                           std::vector<std::u16string>& attributes) {
     UniqueNames blockNames;
     UniqueNames separateNames;
     UniqueNames& attributeNames = &blocks == &attributes ? blockNames : separateNames;

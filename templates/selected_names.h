@@ -8,5 +8,5 @@
 /// Gives the names of the selected blocks, and of the selected attributes within them, each name once per
 /// list, in the order of the template. Both lists may be the same one: then no name comes twice in it.
 /// REQUIRES: the lists are empty.
-void giveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string>& blocks,
-                       std::vector<std::u16string>& attributes);
+void kzdxGiveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string>& blocks,
+                           std::vector<std::u16string>& attributes);

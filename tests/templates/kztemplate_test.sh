@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # kztemplate from outside: what it prints, how it ends, and that a refused input leaves the output as it was.
 set -u
-kztemplate=$(realpath "$1")
+#   kztemplate_test.sh KZTEMPLATE SCHEMAS VERSION
+kztemplate=$(realpath "$1") schemas=$2 version=$3
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder" || exit 1
-faults=0
+faults=0 wrong=0
 
 fault() {
   echo "FAILED: $*" >&2
@@ -27,6 +28,12 @@ says() {
 
 # refuses JSON MESSAGE: the text is refused in one line, and the file that was there stays.
 refuses() {
+  refuses_unlike_the_schema "$@"
+  cp in.json "wrong.$((++wrong)).json"
+}
+
+# The same for what the schema cannot say.
+refuses_unlike_the_schema() {
   echo kept >target
   printf '%s' "$1" >in.json
   ends 1 "$kztemplate" build in.json target
@@ -53,6 +60,9 @@ ends 0 "$kztemplate" dump example.tpl
 says out "$example"
 ends 0 "$kztemplate" names example.tpl
 says out $'Blocks (1):\nDOOR\nAttributes (1):\nTAG'
+ends 0 "$kztemplate" names --json example.tpl
+says out $'{"blocks": [\n  "DOOR"],\n "attributes": [\n  "TAG"]}'
+mv out example.names.json
 "$kztemplate" dump - <example.tpl | "$kztemplate" build - - | cmp - example.tpl || fault "pipes change the template"
 
 # An unreadable template: nothing on standard output, one line that says what and where.
@@ -60,7 +70,7 @@ head -c 95 example.tpl >cut.tpl
 for command in dump names; do
   ends 1 "$kztemplate" $command cut.tpl
   says out ""
-  says err "kztemplate: cut.tpl: at byte 92: the file ends inside this field"
+  says err "kztemplate: cut.tpl: entry 2, at byte 92: the file ends inside this field"
   ends 1 "$kztemplate" $command missing.tpl
   says err "kztemplate: missing.tpl: No such file or directory"
   ends 1 "$kztemplate" $command .
@@ -85,21 +95,47 @@ refuses '[]' '$: must be an object'
 refuses '{"header": 1}' '$.blocks: is missing'
 refuses '{"header": 1, "blocks": [], "title": ""}' '$.title: the key is unknown'
 refuses '{"header": 1, "blocks": {}}' '$.blocks: must be an array'
-refuses '{"header": 1, "header": 1, "blocks": []}' '$.header: the key is repeated'
-for bad in 2147483648 -2147483649 99999999999999999999 -99999999999999999999 1.0 true '"1"' null; do
+refuses_unlike_the_schema '{"header": 1, "header": 1, "blocks": []}' '$.header: the key is repeated'
+for bad in 2147483648 -2147483649 99999999999999999999 -99999999999999999999 1.5 true '"1"' null; do
   refuses "{\"header\": $bad, \"blocks\": []}" "\$.header: $number"
 done
+refuses_unlike_the_schema '{"header": 1.0, "blocks": []}' "\$.header: $number"
 good='{"name": "A", "flag": 1, "attributes": []}'
 refuses "$(block "$good, {\"name\": 5, \"flag\": 1, \"attributes\": []}")" '$.blocks[1].name: must be a string'
 attribute='{"name": "x", "flag": 1}'
 in_block() { block "{\"name\": \"A\", \"flag\": 1, \"attributes\": [$attribute, $1]}"; }
-refuses "$(in_block "$attribute")" '$.blocks[0].attributes[1].name: the block has an attribute of this name already'
+refuses_unlike_the_schema "$(in_block "$attribute")" '$.blocks[0].attributes[1].name: the block has an attribute of this name already'
 refuses "$(in_block '{"name": "y", "flag": 1, "a b": 1}')" '$.blocks[0].attributes[1]["a b"]: the key is unknown'
-refuses "$(in_block '{"name": "y", "flag": 1, "flag": 1}')" '$.blocks[0].attributes[1].flag: the key is repeated'
+refuses_unlike_the_schema "$(in_block '{"name": "y", "flag": 1, "flag": 1}')" '$.blocks[0].attributes[1].flag: the key is repeated'
 refuses "$(in_block '[{"p": {}}]')" '$.blocks[0].attributes[1]: must be an object'
 printf '{"header": 1, "blocks": ["\xff"]}' >in.json
 ends 1 "$kztemplate" build in.json target
 grep -qF 'in.json: $.blocks[0]: parse error at line 1' err || fault "wrong text gives: $(cat err)"
+
+# The schemas take what is printed and refuse what build refuses.
+python3 - "$schemas" <<'END' || fault "the schemas and kztemplate differ"
+import glob, json, pathlib, sys
+from jsonschema import Draft202012Validator
+
+def takes(schema, file):
+    return Draft202012Validator(json.loads(pathlib.Path(sys.argv[1], schema).read_text())).is_valid(
+        json.loads(pathlib.Path(file).read_text()))
+
+taken = [file for file in glob.glob("wrong.*.json") if takes("template.schema.json", file)]
+refused = [file for file in ("example.json", "odd.json") if not takes("template.schema.json", file)]
+refused += [] if takes("names.schema.json", "example.names.json") else ["example.names.json"]
+if taken or refused:
+    sys.exit(f"taken: {taken}, refused: {refused}")
+END
+
+# Attributes are written in the order of the user's locale, not in that of the code points.
+mkdir locales
+localedef --no-archive -i de_DE -f UTF-8 locales/de_DE.UTF-8
+printf '%s' "$(block '{"name": "A", "flag": 1, "attributes": [
+  {"name": "zug", "flag": 1}, {"name": "Äpfel", "flag": 1}, {"name": "B", "flag": 1}, {"name": "a", "flag": 1}]}')" >order.json
+ends 0 env LOCPATH="$PWD/locales" LC_ALL=de_DE.UTF-8 "$kztemplate" build order.json order.tpl
+ends 0 "$kztemplate" names order.tpl
+says out $'Blocks (1):\nA\nAttributes (4):\na\nÄpfel\nB\nzug'
 
 # The output is whole or untouched, nothing is left beside it, and links and permissions stay.
 mkdir made
@@ -120,8 +156,10 @@ ends 1 "$kztemplate" build example.json none/new.tpl
 cmp -s made/real.tpl example.tpl || fault "a failed write harmed the file"
 says <(ls made) $'link.tpl\nnew.tpl\nreal.tpl'
 if [ -w /dev/full ]; then
-  "$kztemplate" dump example.tpl >/dev/full 2>/dev/null && fault "a dump that was not written went unseen"
-  "$kztemplate" build example.json - >/dev/full 2>/dev/null && fault "a template that was not written went unseen"
+  for words in "dump example.tpl" "names example.tpl" "build example.json -"; do
+    "$kztemplate" $words >/dev/full 2>err && fault "$words: what was not written went unseen"
+    says err "kztemplate: standard output: cannot be written"
+  done
 fi
 
 # Usage.
@@ -129,6 +167,8 @@ for words in "" "dump" "build example.json" "frob x" "dump a b" "names --what x"
   ends 2 "$kztemplate" $words
   says out ""
 done
+ends 0 "$kztemplate" --version
+says out "kztemplate $version"
 for command in "" dump build names; do
   ends 0 "$kztemplate" $command --help
   grep -q '^Example: kztemplate' out || fault "no example in the help of '$command'"

@@ -62,7 +62,7 @@ inline TemplateBytes variedBytes() {
 
 inline std::vector<std::byte> written(const CEattMain& eattMain) {
     KzDxArchiveWriter writer;
-    writeTemplate(eattMain, writer);
+    kzdxWriteTemplate(eattMain, writer);
     return {writer.written().begin(), writer.written().end()};
 }
 
@@ -98,10 +98,10 @@ inline std::string shown(const CEattMain& eattMain) {
 inline std::string read(KzDxByteSource& source) {
     CEattMain eattMain;
     eattMain.headerValue = -7;
-    const auto failure = readTemplate(source, eattMain);
+    const auto failure = kzdxReadTemplate(source, eattMain);
     if (!failure) return shown(eattMain);
     if (shown(eattMain) != "-7:") return "half a result: " + shown(eattMain);
-    return std::string(describe(failure.error)) + " at byte " + std::to_string(failure.offset);
+    return std::string(kzdxDescribe(failure.error)) + " at byte " + std::to_string(failure.offset);
 }
 
 inline std::string read(std::span<const std::byte> bytes) {

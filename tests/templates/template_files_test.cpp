@@ -122,21 +122,28 @@ TEST_F(TemplateFiles, FileThatShrinksWhileBeingReadGivesNothing) {
     KzDxFileSource source;
     ASSERT_FALSE(source.open(fs::path(name)));
     fs::resize_file(fs::path(name), 6000);
-    EXPECT_EQ(read(source), std::string(describe(KzDxArchiveError::endsEarly)) + " at byte 6000");
+    EXPECT_EQ(read(source), std::string(kzdxDescribe(KzDxArchiveError::endsEarly)) + " at byte 6000");
 }
 
 TEST_F(TemplateFiles, LoadTakesOverWhatIsSelectedAndCountsIt) {
     CEattMain eattMain;
-    eattMain.templatePath = file(variedBytes().bytes);
+    auto bytes = variedBytes().bytes;
+    bytes[0] = std::byte{7};
+    eattMain.templatePath = file(bytes);
     ASSERT_EQ(eattMain.LoadTemplate(), 1);
-    EXPECT_EQ(shown(eattMain), "1: A=1(c=5) ^0 B=0(x=1) C=1() ^3 D=0()");
+    EXPECT_EQ(shown(eattMain), "7: A=1(c=5) ^0 B=0(x=1) C=1() ^3 D=0()");
     for (const auto& block : eattMain.blocks) EXPECT_EQ(block->entryCounter + block->secondEntryCounter, 2);
     EXPECT_EQ(eattMain.blocks[0]->attributes.find(u"ab"), KzDxAttributeTable::none);
     EXPECT_EQ(eattMain.blocks[0]->attributes.find(u"c"), 0U);
 
-    eattMain.templatePath = path(u"missing");
-    EXPECT_EQ(eattMain.LoadTemplate(), 0);
-    EXPECT_EQ(eattMain.blocks.size(), 6U);
+    // A failure, early or late, leaves everything as it was: the header value of the file is another one.
+    TemplateBytes broken;
+    broken.u32(9).u16(2).classDefinition().body(u"Z");
+    for (const auto& bad : {path(u"missing"), file(broken.bytes, u"broken.tpl")}) {
+        eattMain.templatePath = bad;
+        EXPECT_EQ(eattMain.LoadTemplate(), 0);
+        EXPECT_EQ(shown(eattMain), "7: A=1(c=5) ^0 B=0(x=1) C=1() ^3 D=0()");
+    }
 }
 
 // Without an index a name, or a block that stands in the list again and again, is searched for until the test

@@ -127,7 +127,7 @@ TEST(TemplateWrite, LargeTemplateTakesLongTagsAndCounts) {
 
     KzDxMemorySource source(bytes);
     CEattMain again;
-    ASSERT_FALSE(readTemplate(source, again));
+    ASSERT_FALSE(kzdxReadTemplate(source, again));
     EXPECT_EQ(again.blocks.size(), 0xFFFFU);
     EXPECT_EQ(again.blocks[0xFFFF - 2], again.blocks[0x7FFF - 2]);
     EXPECT_EQ(written(again), bytes);
@@ -139,7 +139,7 @@ TEST(TemplateWrite, WhatWasWrittenReadsAsItWas) {
         const auto bytes = written(original);
         KzDxMemorySource source(bytes);
         CEattMain again;
-        ASSERT_FALSE(readTemplate(source, again)) << seed;
+        ASSERT_FALSE(kzdxReadTemplate(source, again)) << seed;
         ASSERT_EQ(contents(again), contents(original)) << seed;
         ASSERT_EQ(written(again), bytes) << seed;
     }

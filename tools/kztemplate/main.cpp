@@ -10,6 +10,7 @@
 #include <clocale>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,8 @@ namespace {
 constexpr int done = 0;
 constexpr int failed = 1;
 constexpr int wrongUsage = 2;
+
+constexpr const char* standardOutputFailed = "standard output: cannot be written";
 
 std::string shown(const std::string& file) {
     return file == "-" ? "standard input" : file;
@@ -38,13 +41,13 @@ int readFile(const std::string& file, CEattMain& eattMain) {
     std::error_code error;
     const auto source = openInput(file, error);
     if (!source) return cannotOpen(file, error);
-    const auto failure = readTemplate(*source, eattMain);
+    const auto failure = kzdxReadTemplate(*source, eattMain);
     if (!failure) return done;
-    return fail(shown(file) + ": at byte " + std::to_string(failure.offset) + ": " + describe(failure.error));
+    return fail(shown(file) + ": " + kzdxDescribe(failure));
 }
 
 int finishOutput(std::size_t replaced) {
-    if (!std::cout.flush()) return fail("standard output cannot be written");
+    if (!std::cout.flush()) return fail(standardOutputFailed);
     if (replaced != 0)
         std::cerr << "kztemplate: note: " << replaced << " unpaired surrogates are shown as U+FFFD\n";
     return done;
@@ -56,12 +59,13 @@ int dump(const std::string& file) {
     return finishOutput(templateToJson(eattMain, std::cout));
 }
 
-int names(const std::string& file) {
+int names(const std::string& file, bool isJson) {
     CEattMain eattMain;
     if (const int result = readFile(file, eattMain); result != done) return result;
     std::vector<std::u16string> blocks;
     std::vector<std::u16string> attributes;
-    giveSelectedNames(eattMain, blocks, attributes);
+    kzdxGiveSelectedNames(eattMain, blocks, attributes);
+    if (isJson) return finishOutput(namesToJson(blocks, attributes, std::cout));
     const auto replaced = writeNames("Blocks", blocks, std::cout);
     return finishOutput(replaced + writeNames("Attributes", attributes, std::cout));
 }
@@ -77,32 +81,65 @@ int build(const std::string& file, const std::string& output) {
     if (const auto refusal = templateFromJson(text, eattMain))
         return fail(shown(file) + ": " + refusal->path + ": " + refusal->reason);
     KzDxArchiveWriter writer;
-    writeTemplate(eattMain, writer);
+    kzdxWriteTemplate(eattMain, writer);
     if (error = writeOutput(output, writer.written()); error)
-        return output == "-" ? fail("standard output cannot be written") : cannotOpen(output, error);
+        return output == "-" ? fail(standardOutputFailed) : cannotOpen(output, error);
     return done;
 }
 
 // Everything that the command line can ask for. `run` does it once the line is parsed.
 struct CommandLine {
-    CLI::App app{"Looks into legacy block template files, and makes them.", "kztemplate"};
+    CLI::App app{
+        "Shows and makes legacy block templates: files that select blocks of a drawing, and attributes of "
+        "each.",
+        "kztemplate"};
     CLI::App* dumpCommand = app.add_subcommand("dump", "Prints everything that a template stores, as JSON.");
-    CLI::App* buildCommand = app.add_subcommand("build", "Makes a template of the JSON that dump prints.");
     CLI::App* namesCommand = app.add_subcommand(
-        "names", "Prints the names of the selected blocks and of the attributes selected in them.");
+        "names",
+        "Prints the names of the selected blocks and of the attributes selected in them, each once.");
+    CLI::App* buildCommand = app.add_subcommand("build", "Makes a template of the JSON that dump prints.");
     std::string file;
     std::string output;
+    bool isJson = false;
 
     CommandLine() {
         app.require_subcommand(1);
+        app.set_version_flag("--version", "kztemplate " KZTEMPLATE_VERSION, "Print the version and exit");
         app.footer(
+            "Names are UTF-8. kztemplate COMMAND --help tells more about a command.\n"
+            "An error is one line on standard error: the file, where in it, and what is wrong there.\n"
             "Exit status: 0 done, 1 the input or output is at fault, 2 wrong usage.\n"
             "Example: kztemplate dump doors.tpl | sed 's/\"TAG\"/\"MARK\"/' | kztemplate build - marks.tpl");
+        describeDump();
+        describeNames();
+        describeBuild();
+    }
+
+    [[nodiscard]] int run() const try {
+        if (dumpCommand->parsed()) return dump(file);
+        if (namesCommand->parsed()) return names(file, isJson);
+        return build(file, output);
+    } catch (const std::bad_alloc&) {
+        return fail(shown(file) + ": memory ran out");
+    } catch (const std::exception& error) {
+        return fail(shown(file) + ": " + error.what());
+    }
+
+private:
+    void describeDump() {
         dumpCommand->add_option("FILE", file, "The template; - is standard input")->required();
-        dumpCommand->footer("Example: kztemplate dump doors.tpl > doors.json");
+        dumpCommand->footer("A null element is left out; an object that stands in the list again is printed "
+                            "again.\nExample: kztemplate dump doors.tpl > doors.json");
+    }
+
+    void describeNames() {
         namesCommand->add_option("FILE", file, "The template; - is standard input")->required();
-        namesCommand->footer("A control character in a name is printed as \\u000A.\n"
+        namesCommand->add_flag("--json", isJson, "Print one JSON object with the two lists");
+        namesCommand->footer("Without --json, a control character in a name is printed as \\u000A.\n"
                              "Example: kztemplate names doors.tpl");
+    }
+
+    void describeBuild() {
         buildCommand->add_option("FILE.json", file, "The JSON text in UTF-8; - is standard input")
             ->required();
         buildCommand
@@ -112,14 +149,9 @@ struct CommandLine {
             "The text: {\"header\": 1, \"blocks\": [{\"name\": \"DOOR\", \"flag\": 1,\n"
             "           \"attributes\": [{\"name\": \"NOTE\", \"flag\": 0}, {\"name\": \"TAG\", \"flag\": "
             "1}]}]}\n"
-            "A flag other than 0 selects. Attributes are written in the alphabetical order of the locale.\n"
+            "A flag other than 0 selects. Attributes are written in the alphabetical order of the locale "
+            "(LC_ALL, LC_COLLATE).\n"
             "Example: kztemplate build doors.json doors.tpl");
-    }
-
-    [[nodiscard]] int run() const {
-        if (dumpCommand->parsed()) return dump(file);
-        if (namesCommand->parsed()) return names(file);
-        return build(file, output);
     }
 };
 
@@ -135,6 +167,6 @@ int main(int argc, char** argv) try {
         return line.app.exit(error) == 0 ? done : wrongUsage;
     }
     return line.run();
-} catch (const std::exception& error) {
+} catch (const std::exception& error) { // before a file is known
     return fail(error.what());
 }

@@ -28,6 +28,17 @@ public:
         to_ << "]}\n";
     }
 
+    void names(const char* key, const std::vector<std::u16string>& names) {
+        to_ << '"' << key << "\": [";
+        const char* separator = "\n  ";
+        for (const auto& name : names) {
+            to_ << separator;
+            text(name);
+            separator = ",\n  ";
+        }
+        to_ << ']';
+    }
+
 private:
     void blockInfo(const CEattBlockInfo& block) {
         to_ << "  {";
@@ -42,8 +53,12 @@ private:
     }
 
     void nameAndFlag(std::u16string_view name, std::int32_t flag) {
-        to_ << "\"name\": " << nlohmann::json(Text::toUtf8(name, &replaced)).dump() << ", \"flag\": " << flag;
+        to_ << "\"name\": ";
+        text(name);
+        to_ << ", \"flag\": " << flag;
     }
+
+    void text(std::u16string_view name) { to_ << nlohmann::json(Text::toUtf8(name, &replaced)).dump(); }
 
     std::ostream& to_;
 };
@@ -72,6 +87,17 @@ std::u16string onOneLine(std::u16string_view name) {
 std::size_t templateToJson(const CEattMain& eattMain, std::ostream& to) {
     JsonWriter writer(to);
     writer.document(eattMain);
+    return writer.replaced;
+}
+
+std::size_t namesToJson(const std::vector<std::u16string>& blocks,
+                        const std::vector<std::u16string>& attributes, std::ostream& to) {
+    JsonWriter writer(to);
+    to << '{';
+    writer.names("blocks", blocks);
+    to << ",\n ";
+    writer.names("attributes", attributes);
+    to << "}\n";
     return writer.replaced;
 }
 
