@@ -57,6 +57,8 @@ for _ = 1, 2 do house:modelSpace():insert(door) end
 house:modelSpace():insert(wide)
 house:modelSpace():insert(shed)
 door:insert(hinge)
+local lock = house:block("Lock")
+for _, each in ipairs({ door, shed }) do each:insert(lock) end -- called through the door; the shed is not concerned
 wide:insert(bolt):erase()
 house:modelSpace():insert(house:attach(site, "Site"))
 
@@ -85,13 +87,13 @@ house:modelSpace():insert(door)
 door:insert(bolt)
 hinge:references()[1]:erase()
 local options = {
-  before = before, changed = { [door] = "itself", [bolt] = "inside" },
+  before = before, changed = { [door] = "itself", [bolt] = "inside", [lock] = "inside" },
   edits = { { block = door, container = house:modelSpace(), text = "a door <more> & all" },
     { block = bolt, container = door, text = "a bolt" }, { block = hinge, container = door, text = "a hinge" } },
 }
 picture = drawn(house, options)
 equal(sortedKeys(picture.nodes),
-  '*Model_Space Bolt Do\\or "A" Hinge key: arrow: edited key: called: changed key: called: inside it key: layout',
+  '*Model_Space Bolt Do\\or "A" Hinge Lock key: arrow: edited key: called: changed key: called: inside it key: layout',
   "only what the edits concern")
 equal(picture.edges["*Model_Space>" .. doorName], "×2 → 3", "a count that grew")
 equal(picture.edges[doorName .. ">Bolt"], "new", "a new placement")
