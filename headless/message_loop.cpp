@@ -4,9 +4,8 @@
 #include "headless/fault_gate.h"
 #include "headless/mistakes.h"
 #include "headless/module_call.h"
+#include "headless/shared_library.h"
 #include "text/unicode.h"
-
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <string_view>
@@ -86,12 +85,12 @@ std::uint32_t MessageLoop::registerMessage(const std::u16string& name) {
 
 namespace {
 
-void* openByBareName(const std::string& name) {
+LibraryHandle openByBareName(const std::string& name) {
     if (!resourceFolder.empty()) {
-        void* const library = dlopen((resourceFolder + "/" + name).c_str(), RTLD_NOW | RTLD_LOCAL);
+        const LibraryHandle library = openLibraryFile(resourceFolder + "/" + name).handle;
         if (library != nullptr) return library;
     }
-    void* const library = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    const LibraryHandle library = openLibraryByName(name);
     if (library == nullptr) librariesNotFound.push_back(name);
     return library;
 }
@@ -150,7 +149,7 @@ Library loadLibrary(const char16_t* fileName) {
         fileName != nullptr && std::u16string_view(fileName).find(u'/') == std::u16string_view::npos;
     if (!isProvidedFor(isBare, "loadLibrary without a bare file name")) return nullptr;
     if (FaultGate::strikes(HostCall::loadLibrary)) return nullptr;
-    void* const library = Headless::openByBareName(Text::toUtf8(fileName));
+    const Library library = Headless::openByBareName(Text::toUtf8(fileName));
     if (library != nullptr) Headless::messageLoop.libraries.push_back(library);
     return library;
 }
@@ -160,7 +159,7 @@ void freeLibrary(Library library) {
     const auto found = std::find(loaded.begin(), loaded.end(), library);
     if (!isProvidedFor(found != loaded.end(), "freeLibrary of what is not loaded")) return;
     loaded.erase(found);
-    dlclose(library);
+    Headless::closeLibrary(library);
 }
 
 std::uint32_t registerWindowMessage(const char16_t* name) {

@@ -5,10 +5,9 @@
 #include "headless/load_failure.h"
 #include "headless/message_loop.h"
 #include "headless/module_call.h"
+#include "headless/shared_library.h"
 #include "headless/trace.h"
 #include "host/module_interface.h"
-
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <utility>
@@ -21,13 +20,13 @@ namespace {
 struct Module {
     ModuleId id = ModuleId::none;
     std::string path;
-    void* library = nullptr;
+    LibraryHandle library = nullptr;
     KzRx::EntryPoint entry = nullptr;
 };
 
 struct Loader {
-    std::vector<Module> modules;       // in the order of loading
-    std::vector<void*> waitingToClose; // libraries with calls under way
+    std::vector<Module> modules;               // in the order of loading
+    std::vector<LibraryHandle> waitingToClose; // libraries with calls under way
     std::uint32_t lastId = 0;
     const void* packet = nullptr; // of the innermost message under way
 };
@@ -44,12 +43,12 @@ Module* find(ModuleId id) {
 /// the reactors of a drawing are mostly of one class.
 class LibraryOf {
 public:
-    explicit LibraryOf(const void* inside) : base_(baseOf(inside)) {}
+    explicit LibraryOf(const void* inside) : library_(libraryContaining(inside)) {}
 
     bool contains(const void* address) {
         if (address != last_) {
             last_ = address;
-            isInside_ = baseOf(address) == base_;
+            isInside_ = libraryContaining(address) == library_;
         }
         return isInside_;
     }
@@ -57,12 +56,7 @@ public:
     bool containsCodeOf(const KzRxObject* reactor) { return contains(reactorOrigins.codeOf(reactor)); }
 
 private:
-    static const void* baseOf(const void* address) {
-        Dl_info info{};
-        return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
-    }
-
-    const void* base_;
+    const void* library_;
     const void* last_ = nullptr;
     bool isInside_ = false;
 };
@@ -84,19 +78,19 @@ void dropWhatCallsInto(const void* inside) {
     reactorOrigins.forgetIf([&](const void* code) { return library.contains(code); });
 }
 
-bool isInUse(const void* library) {
+bool isInUse(LibraryHandle library) {
     const bool isLoaded = std::any_of(loader.modules.begin(), loader.modules.end(),
                                       [&](const Module& each) { return each.library == library; });
     const auto& waiting = loader.waitingToClose;
     return isLoaded || std::find(waiting.begin(), waiting.end(), library) != waiting.end();
 }
 
-void closeNow(void* library) {
-    if (!isInUse(library)) dropWhatCallsInto(dlsym(library, "kzrxEntryPoint"));
-    dlclose(library);
+void closeNow(LibraryHandle library) {
+    if (!isInUse(library)) dropWhatCallsInto(librarySymbol(library, "kzrxEntryPoint"));
+    closeLibrary(library);
 }
 
-void closeLibrary(void* library) {
+void closeWhenCallsHaveReturned(LibraryHandle library) {
     loader.waitingToClose.push_back(library);
     // With no call under way this one ends at once, and with it the waiting.
     const ModuleCall guard;
@@ -104,20 +98,15 @@ void closeLibrary(void* library) {
 }
 
 /// The two functions that every module has. Gives in words what is missing; empty when nothing is.
-std::string readInterface(void* library, KzRx::EntryPoint& entry) {
-    entry = reinterpret_cast<KzRx::EntryPoint>(dlsym(library, "kzrxEntryPoint"));
+std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
+    entry = reinterpret_cast<KzRx::EntryPoint>(librarySymbol(library, "kzrxEntryPoint"));
     if (entry == nullptr) return describeMissingExport("kzrxEntryPoint");
-    const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(dlsym(library, "kzrxGetApiVersion"));
+    const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(librarySymbol(library, "kzrxGetApiVersion"));
     if (version == nullptr) return describeMissingExport("kzrxGetApiVersion");
     const ModuleCall guard;
     const std::uint32_t number = version();
     if (number == KzRx::apiVersion) return {};
     return describeOtherVersion(number);
-}
-
-/// A bare file name means the one in the working folder, not one of the system's libraries.
-std::string asPath(const std::string& path) {
-    return path.find('/') == std::string::npos ? "./" + path : path;
 }
 
 } // namespace
@@ -128,7 +117,7 @@ bool ModuleCall::areLibrariesWaiting = false;
 void ModuleCall::closeWaitingLibraries() {
     areLibrariesWaiting = false;
     while (!loader.waitingToClose.empty()) {
-        void* const library = loader.waitingToClose.back();
+        const LibraryHandle library = loader.waitingToClose.back();
         loader.waitingToClose.pop_back();
         closeNow(library);
     }
@@ -167,17 +156,17 @@ const void* packetUnderWay() {
 LoadResult loadModule(const std::string& path, const std::string& resources) {
     resourceFolder = resources;
     librariesNotFound.clear();
-    void* const library = dlopen(asPath(path).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) return {.failure = describeUnopened(path, dlerror())};
+    const auto [library, failure] = openLibraryFile(path);
+    if (library == nullptr) return {.failure = describeUnopened(path, failure)};
     KzRx::EntryPoint entry = nullptr;
     if (std::string missing = readInterface(library, entry); !missing.empty()) {
-        dlclose(library);
+        closeLibrary(library);
         return {.failure = missing};
     }
     const Module module{.id = ModuleId(++loader.lastId), .path = path, .library = library, .entry = entry};
     const std::int32_t answer = send(module, KzRx::loadMessage);
     if (answer != KzRx::done) {
-        closeLibrary(library);
+        closeWhenCallsHaveReturned(library);
         return {.answer = answer, .failure = describeRefusedLoad(answer, librariesNotFound)};
     }
     loader.modules.push_back(module);
@@ -193,7 +182,7 @@ std::optional<std::int32_t> unloadModule(ModuleId id) {
     std::erase_if(loader.modules, [id](const Module& each) { return each.id == id; });
     const ModuleCall guard;
     const std::int32_t answer = send(module, KzRx::unloadMessage);
-    closeLibrary(module.library);
+    closeWhenCallsHaveReturned(module.library);
     return answer;
 }
 
@@ -207,7 +196,7 @@ bool isLoaded(ModuleId module) {
 
 void* moduleExport(ModuleId module, const char* name) {
     const Module* const found = find(module);
-    return found != nullptr ? dlsym(found->library, name) : nullptr;
+    return found != nullptr ? librarySymbol(found->library, name) : nullptr;
 }
 
 } // namespace Headless

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/export.h"
 #include "host/platform.h"
+#include "host/platform_export.h"
 
 /// Sees each queued message of the main thread before it is dispatched. Non-zero: the message was taken.
 using KzEdMessageFilter = int (*)(const KzPlatform::Message* message);

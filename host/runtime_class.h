@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/export.h"
+#include "host/platform_export.h"
 
 class KzRxClass;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/export.h"
+#include "host/platform_export.h"
 
 /// Enters a service under `name` in the service dictionary. True unless the name is null or taken.
 KZHOST_API bool kzrxRegisterService(const char16_t* name);

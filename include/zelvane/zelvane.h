@@ -23,6 +23,7 @@
 /// keeps a flag while it runs, and returns at once when it finds the flag set.
 
 #include "host/id_array.h"
+#include "host/platform_export.h"
 
 #include <cstdint>
 #include <string>
@@ -30,7 +31,7 @@
 
 class KzApDocument;
 
-#define ZELVANE_EXPORT extern "C" __attribute__((visibility("default")))
+#define ZELVANE_EXPORT extern "C" KZ_EXPORT
 
 /// A function that a client wants called.
 using KzDxClientCallback = void (*)();

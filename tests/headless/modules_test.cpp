@@ -2,9 +2,8 @@
 // called.
 
 #include "headless/modules.h"
+#include "headless/shared_library.h"
 #include "tests/headless/recorder.h"
-
-#include <dlfcn.h>
 
 using namespace Headless;
 
@@ -12,12 +11,6 @@ namespace {
 
 const std::string folder = PROBE_FOLDER;
 const std::string probe = folder + "/ProbeModule.hmx";
-
-bool isMapped(const std::string& path) {
-    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-    if (library != nullptr) dlclose(library);
-    return library != nullptr;
-}
 
 class Modules : public DrawingTest {
 protected:
@@ -40,7 +33,7 @@ TEST_F(Modules, WhatOneLeavesRegisteredIsDroppedBeforeItsLibraryIsClosed) {
     EXPECT_EQ(filterCount() + managerReactorCount() + reactorCountOf(document), 3U);
     const Recorder another(log, "space", space);
     EXPECT_EQ(unloadModule(module), 5);
-    EXPECT_FALSE(isMapped(probe));
+    EXPECT_FALSE(isLibraryOpen(probe));
     EXPECT_EQ(filterCount() + managerReactorCount(), 0U);
     EXPECT_EQ(reactorCountOf(document), 1U) << "the other reactor stays";
     callEverything();
@@ -52,7 +45,7 @@ TEST_F(Modules, OneThatRefusesToLoadIsClosedAtOnce) {
     const LoadResult loaded = loadModule(folder + "/ProbeRefusing.hmx", "");
     EXPECT_EQ(loaded.module, ModuleId::none);
     EXPECT_EQ(loaded.answer, 7);
-    EXPECT_FALSE(isMapped(folder + "/ProbeRefusing.hmx"));
+    EXPECT_FALSE(isLibraryOpen(folder + "/ProbeRefusing.hmx"));
     expectNothingRegistered();
 }
 
@@ -70,10 +63,10 @@ TEST_F(Modules, OneLoadedTwiceStaysUntilBothAreUnloaded) {
     const ModuleId first = loadModule(probe, "").module;
     const ModuleId second = loadModule(probe, "").module;
     unloadModule(first);
-    EXPECT_TRUE(isMapped(probe));
+    EXPECT_TRUE(isLibraryOpen(probe));
     EXPECT_EQ(filterCount(), 1U) << "the library is still in use";
     unloadModule(second);
-    EXPECT_FALSE(isMapped(probe));
+    EXPECT_FALSE(isLibraryOpen(probe));
     expectNothingRegistered();
 }
 
@@ -84,11 +77,11 @@ TEST_F(Modules, TheLibraryStaysUntilTheLastCallIntoItHasReturned) {
     setCall([] {
         EXPECT_EQ(unloadModule(lastModule()), 5);
         EXPECT_EQ(lastModule(), ModuleId::none);
-        EXPECT_TRUE(isMapped(probe));
+        EXPECT_TRUE(isLibraryOpen(probe));
     });
     post(1, 0, 0);
     EXPECT_EQ(pump().taken, 1U); // the filter has returned into its own code
-    EXPECT_FALSE(isMapped(probe));
+    EXPECT_FALSE(isLibraryOpen(probe));
     expectNothingRegistered();
     callEverything();
 }

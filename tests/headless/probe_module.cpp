@@ -5,6 +5,7 @@
 #include "host/editor.h"
 #include "host/module_interface.h"
 #include "host/object_reactor.h"
+#include "host/platform_export.h"
 #include "host/symbol_utilities.h"
 
 #include <cstdint>
@@ -15,7 +16,7 @@
 #ifndef PROBE_VERSION
 #define PROBE_VERSION 0x130000
 #endif
-#define PROBE_EXPORT extern "C" __attribute__((visibility("default")))
+#define PROBE_EXPORT extern "C" KZ_EXPORT
 
 namespace {
 

@@ -1,0 +1,70 @@
+#include "headless/shared_library.h"
+#include "text/unicode.h"
+
+#include <windows.h>
+
+#include <bit>
+#include <filesystem>
+#include <string_view>
+
+namespace Headless {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Wide as the loader wants it: whole and with this system's separators, so that nothing is searched for.
+std::wstring asPath(const std::string& path) {
+    const fs::path given(std::u8string(path.begin(), path.end()));
+    std::error_code error;
+    return fs::absolute(given, error).make_preferred().wstring();
+}
+
+std::string lastFailure() {
+    wchar_t text[512]; // NOLINT(modernize-avoid-c-arrays): the system fills it
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                                        GetLastError(), 0, text, DWORD(std::size(text)), nullptr);
+    std::u16string message(text, text + length);
+    message.erase(message.find_last_not_of(u" .\r\n") + 1);
+    return Text::toUtf8(message);
+}
+
+HMODULE asModule(LibraryHandle library) {
+    return static_cast<HMODULE>(library);
+}
+
+} // namespace
+
+OpenedLibrary openLibraryFile(const std::string& path) {
+    // What the library itself needs is looked for beside it first.
+    const HMODULE module = LoadLibraryExW(asPath(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (module == nullptr) return {.failure = lastFailure()};
+    return {.handle = module};
+}
+
+LibraryHandle openLibraryByName(const std::string& name) {
+    const fs::path given(std::u8string(name.begin(), name.end()));
+    return LoadLibraryW(given.c_str());
+}
+
+void closeLibrary(LibraryHandle library) {
+    FreeLibrary(asModule(library));
+}
+
+void* librarySymbol(LibraryHandle library, const char* name) {
+    return std::bit_cast<void*>(GetProcAddress(asModule(library), name));
+}
+
+const void* libraryContaining(const void* address) {
+    constexpr DWORD byAddress =
+        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    HMODULE module = nullptr;
+    return GetModuleHandleExW(byAddress, static_cast<const wchar_t*>(address), &module) != 0 ? module
+                                                                                             : nullptr;
+}
+
+bool isLibraryOpen(const std::string& path) {
+    return GetModuleHandleW(asPath(path).c_str()) != nullptr;
+}
+
+} // namespace Headless

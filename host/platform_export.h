@@ -1,0 +1,20 @@
+#pragma once
+
+/// How each platform shows a function of one library to the others: the only place that knows the compilers'
+/// own words for it.
+
+/// KZ_EXPORT: other libraries find this function by its name.
+#if defined(_WIN32)
+#define KZ_EXPORT __declspec(dllexport)
+#else
+#define KZ_EXPORT __attribute__((visibility("default")))
+#endif
+
+/// KZHOST_API: a function that the host offers to modules. KZHOST_BUILD is defined where the host itself is
+/// built. Only Windows tells the two sides apart: the same declaration would make whoever defines the
+/// function export it, and the module defines those of `host/platform.h` itself there.
+#if defined(_WIN32) && !defined(KZHOST_BUILD)
+#define KZHOST_API
+#else
+#define KZHOST_API KZ_EXPORT
+#endif
