@@ -6,10 +6,17 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+# Where MSVC compiles: what is allocated on one side of an export is freed on the other, so host, module and clients
+# share one run-time library, also in debug builds.
+set(CMAKE_MSVC_RUNTIME_LIBRARY MultiThreadedDLL)
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+if(MSVC)
+  add_compile_options(/permissive- /Zc:__cplusplus /utf-8 /EHsc)
 endif()
 
 if(ZELVANE_SANITIZE)
@@ -22,7 +29,11 @@ endif()
 
 # Our own code is held to more than the compiler's default; libraries built beside it are not.
 add_library(zelvane_warnings INTERFACE)
-target_compile_options(zelvane_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
-  -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wunused -Wformat=2 -Wundef -Wvla
-  $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wuseless-cast>)
+if(MSVC)
+  target_compile_options(zelvane_warnings INTERFACE /W4 /WX)
+else()
+  target_compile_options(zelvane_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wunused -Wformat=2 -Wundef -Wvla
+    $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wuseless-cast>)
+endif()
