@@ -71,7 +71,8 @@ public:
     virtual void documentActivated(KzApDocument*) {}
 };
 
-/// Keeps the open documents.
+/// Keeps the open documents. A client may ask it for them, and may add a reactor of its own, which it removes
+/// before it is unloaded.
 class KzApDocManager {
 public:
     KzApDocManager() = default;

@@ -7,7 +7,8 @@
 using KzEdMessageFilter = int (*)(const KzPlatform::Message* message);
 
 /// Registers a filter. Non-zero on success; 0 when the host refuses or the filter is null. A filter that is
-/// registered already stays registered once. Filters may register and remove filters while they run.
+/// registered already stays registered once. Filters may register and remove filters while they run. A
+/// client may register one of its own, and removes it before it is unloaded.
 [[nodiscard]] KZHOST_API int kzedRegisterFilterWinMsg(KzEdMessageFilter filter);
 
 /// Removes a filter. Non-zero on success; 0 when the host refuses or the filter is not registered.

@@ -5,7 +5,8 @@
 
 class KzDbObject;
 
-/// Hears what happens to the objects whose reactors it was added to.
+/// Hears what happens to the objects whose reactors it was added to. A client may derive reactors of its own,
+/// and removes them before it is unloaded.
 ///
 /// A reactor may add and remove reactors of the object that it is told about; it opens no objects and changes
 /// no drawing. The order of the operations is part of the host's interface; those without a comment keep

@@ -19,7 +19,8 @@ enum class OpenMode : std::int32_t {
 
 } // namespace KzDb
 
-/// An object of a drawing. A pointer to one is valid from its opening until it is closed.
+/// An object of a drawing. A pointer to one is valid from its opening until it is closed. Clients look with
+/// it; they keep nothing open when they return to the host.
 class KzDbObject : public KzRxObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc();

@@ -6,6 +6,7 @@
 
 /// All that the module needs of the operating system. Whoever plays the host implements it; on the host's own
 /// system each function is one call of that system. Wide strings are UTF-16 and end with a null.
+/// Clients of the module do not call this: on that system it is part of the module.
 namespace KzPlatform {
 
 /// A window; null when there is none. Never dereferenced.

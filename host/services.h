@@ -2,6 +2,8 @@
 
 #include "host/platform_export.h"
 
+// A client registers services under names of its own only.
+
 /// Enters a service under `name` in the service dictionary. True unless the name is null or taken.
 KZHOST_API bool kzrxRegisterService(const char16_t* name);
 

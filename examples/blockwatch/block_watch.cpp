@@ -1,97 +1,104 @@
-// "BlockWatch.hmx": prints what changes in the document that is current when it is loaded.
+// "BlockWatch.hmx": prints what changes in the document that is current when it is loaded, with the
+// attributes of the references.
 //
 //     host.load()                   -- Zelvane first: its exports do the watching
 //     host.load("BlockWatch.hmx")
 
-#include "host/documents.h"
-#include "host/module_interface.h"
-#include "snapshot.h"
-#include "zelvane/client.h"
+#include "zelvane/block_watch.h"
+#include "zelvane/client_module.h"
 
 #include <iostream>
+#include <map>
 #include <memory>
-#include <new>
+#include <string>
 #include <utility>
 
 namespace {
 
-class Watch;
-std::unique_ptr<Watch> watch; // from the load message to the unload message
+/// The container and the attributes of each reference, readable.
+using Texts = std::map<KzDbObjectId, std::string>;
 
-void blocksChanged();
-
-/// One document under watch, from construction to destruction.
-class Watch {
-public:
-    explicit Watch(KzApDocument* document)
-        : document_(document), last_(Snapshot::of(*document->database())) {}
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
-    /// A document that was closed meanwhile, or a Zelvane that is gone, has forgotten the callback already.
-    ~Watch() { zelvane_.kzdxBlockReferenceMonitorDetach(document_, &blocksChanged); }
-
-    [[nodiscard]] bool start() {
-        return zelvane_.areFound() &&
-               zelvane_.kzdxBlockReferenceMonitorAttach(document_, &last_.blocks(), &blocksChanged) == 1;
+std::string textOf(const KzDbBlockReference& reference) {
+    std::string text = "in " + Zelvane::nameOf(reference.ownerId());
+    const std::unique_ptr<KzDbObjectIterator> each(reference.attributeIterator());
+    for (; each != nullptr && !each->done(); each->step(false, true)) {
+        const Zelvane::Opened<KzDbAttribute> attribute(each->objectId());
+        if (!attribute) continue;
+        text += ", " + Zelvane::utf8(attribute->tag()) + "=" + Zelvane::utf8(attribute->value());
     }
-    [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(last_.blocks().length()); }
+    return text;
+}
 
-    /// Called because a block changed, or a block that it lies in. Which one, the drawing must tell.
-    void report() {
-        Snapshot now = Snapshot::of(*document_->database());
-        const auto lines = last_.changesTo(now);
-        last_ = std::move(now);
-        for (const std::string& line : lines) std::cout << "BlockWatch: " << line << '\n';
-        if (lines.empty()) std::cout << "BlockWatch: edited, and all is as it was\n";
-        // Blocks that were defined meanwhile are watched from now on; for the others nothing changes.
-        zelvane_.kzdxBlockReferenceMonitorAttach(document_, &last_.blocks(), &blocksChanged);
+Texts textsOf(const KzDbObjectIdArray& blocks) {
+    Texts texts;
+    for (const KzDbObjectId block : blocks) {
+        const std::string name = Zelvane::nameOf(block) + ": ";
+        for (const KzDbBlockReference& reference : Zelvane::references(block)) {
+            texts.emplace(reference.objectId(), name + textOf(reference));
+        }
+    }
+    return texts;
+}
+
+/// From the load message to the unload message.
+class Reporter : public Zelvane::ClientModule {
+public:
+    bool load() override {
+        KzApDocument* const document = Zelvane::currentDocument();
+        const KzDbDatabase* const drawing = Zelvane::drawingOf(document);
+        const KzDbObjectIdArray blocks = Zelvane::blockIds(drawing);
+        texts_ = textsOf(blocks);
+        const Zelvane::Status status = watch_.attach(
+            document, blocks, [=, this](const Zelvane::BlockChanges& changes) { report(*drawing, changes); });
+        if (status == Zelvane::Status::ok) {
+            std::cout << "BlockWatch: watching " << blocks.length() << " blocks\n";
+        } else {
+            std::cout << "BlockWatch: not loaded, " << Zelvane::describe(status) << '\n';
+        }
+        return status == Zelvane::Status::ok;
     }
 
 private:
-    KzDxExports zelvane_;
-    KzApDocument* document_;
-    Snapshot last_;
+    void report(const KzDbDatabase& drawing, const Zelvane::BlockChanges& changes) {
+        const KzDbObjectIdArray blocks = Zelvane::blockIds(&drawing);
+        const bool isChanged = reportTexts(textsOf(blocks));
+        for (const Zelvane::BlockChange& change : changes) {
+            for (const KzDbObjectId around : change.insideChanged) {
+                std::cout << "BlockWatch: " << Zelvane::nameOf(change.block) << ": lies in "
+                          << Zelvane::nameOf(around) << '\n';
+            }
+        }
+        if (!isChanged) std::cout << "BlockWatch: edited, and all is as it was\n";
+        // Blocks that were defined meanwhile are watched from now on; all others are attached already.
+        static_cast<void>(watch_.attach(blocks));
+    }
+
+    /// Prints what is different now; false when nothing is.
+    bool reportTexts(Texts now) {
+        const Texts before = std::exchange(texts_, std::move(now));
+        bool isChanged = false;
+        const auto say = [&](auto... words) {
+            isChanged = true;
+            (std::cout << "BlockWatch: " << ... << words) << '\n';
+        };
+        for (const auto& [reference, text] : texts_) {
+            const auto old = before.find(reference);
+            if (old == before.end()) {
+                say("came ", text);
+            } else if (old->second != text) {
+                say(old->second, " -> ", text);
+            }
+        }
+        for (const auto& [reference, text] : before) {
+            if (!texts_.contains(reference)) say("went ", text);
+        }
+        return isChanged;
+    }
+
+    Texts texts_;
+    Zelvane::BlockWatch watch_; // goes before the texts that its function prints
 };
-
-/// Zelvane calls this from the host's message loop, which no exception may cross.
-void blocksChanged() try {
-    if (watch != nullptr) watch->report();
-} catch (const std::bad_alloc&) {
-    std::cout << "BlockWatch: too little memory to say what changed\n";
-}
-
-KzApDocument* currentDrawing() {
-    const KzApDocManager* const manager = kzDocManagerPtr();
-    KzApDocument* const document = manager != nullptr ? manager->currentDocument() : nullptr;
-    return document != nullptr && document->database() != nullptr ? document : nullptr;
-}
-
-KzRx::EntryResult refuse(const char* reason) {
-    watch.reset();
-    std::cout << "BlockWatch: not loaded, " << reason << '\n';
-    return KzRx::loadFailed;
-}
-
-KzRx::EntryResult load() {
-    KzApDocument* const document = currentDrawing();
-    if (document == nullptr) return refuse("no drawing is open");
-    watch = std::make_unique<Watch>(document);
-    if (watch->size() == 0) return refuse("the drawing has no blocks");
-    if (!watch->start()) return refuse("Zelvane has to be loaded first");
-    std::cout << "BlockWatch: watching " << watch->size() << " blocks\n";
-    return KzRx::done;
-}
 
 } // namespace
 
-ZELVANE_EXPORT std::int32_t kzrxEntryPoint(std::int32_t message, void* /*packet*/) noexcept try {
-    if (message == KzRx::loadMessage) return load();
-    if (message == KzRx::unloadMessage) watch.reset();
-    return KzRx::done;
-} catch (const std::bad_alloc&) {
-    return KzRx::loadFailed;
-}
-
-ZELVANE_EXPORT std::uint32_t kzrxGetApiVersion() noexcept {
-    return KzRx::apiVersion;
-}
+ZELVANE_CLIENT_MODULE(Reporter)

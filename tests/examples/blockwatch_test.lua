@@ -27,21 +27,24 @@ local function prints(work, ...)
 end
 
 prints(drawing .. 'assert(host.load(arg[1]) == nil)', "not loaded, Zelvane has to be loaded first")
-prints('host.load() assert(host.load(arg[1]) == nil)', "not loaded, no drawing is open")
-prints('host.load() host.open("empty") assert(host.load(arg[1]) == nil)', "not loaded, the drawing has no blocks")
+prints('host.load() assert(host.load(arg[1]) == nil)', "not loaded, there is no open document with a drawing")
+prints('host.load() host.open("empty") assert(host.load(arg[1]) == nil)', "not loaded, there are no blocks")
 
 prints(watching .. [[
   first:set("NUMBER", "2") host.idle()
   local second = room:insert(door, { NUMBER = "äöü 😀" }) first:erase() host.idle()
   second:touch() host.idle()
   host.idle()
-]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> in Room, NUMBER=2", "Door: new in Room, NUMBER=äöü 😀",
-  "Door: gone in Room, NUMBER=2", "edited, and all is as it was")
+]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> Door: in Room, NUMBER=2", "came Door: in Room, NUMBER=äöü 😀",
+  "went Door: in Room, NUMBER=2", "edited, and all is as it was")
 
 prints(watching .. [[
   local key = house:block("Key") first:touch() host.idle()
   house:modelSpace():insert(key) host.idle()
-]], "watching 2 blocks", "edited, and all is as it was", "Key: new in *Model_Space")
+]], "watching 2 blocks", "edited, and all is as it was", "came Key: in *Model_Space")
+
+prints(watching .. 'house:modelSpace():insert(room) host.idle()', "watching 2 blocks", "came Room: in *Model_Space",
+  "Door: lies in Room")
 
 -- Who goes first.
 prints(watching .. 'host.unload(zelvane) first:touch() host.idle() assert(host.unload(watch) == 0)', "watching 2 blocks")

@@ -37,22 +37,39 @@ while read -r header; do
   echo "#include \"$header\"" | g++ -fsyntax-only "${flags[@]}" -x c++ - || fail "$header does not compile alone"
 done < <(cd "$(pkg-config --variable=includedir zelvane)" && find . -name '*.h' -printf '%P\n')
 
-# The client of the README, and the demo in the installed host.
-sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$source/README.md" >"$work/rested.cpp"
-g++ -shared "${flags[@]}" "$work/rested.cpp" -o "$work/Rested.hmx"
-rested=$("$kzhost" - "$work/Rested.hmx" <<'END'
-host.open("house")
+# The client of the README, twice in one host: the copies share nothing, although their inline symbols are visible.
+sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$source/README.md" >"$work/changed.cpp"
+[ "$(wc -l <"$work/changed.cpp")" -le 25 ] || fail "the README's client has become longer than 25 lines"
+g++ -shared "${flags[@]}" "$work/changed.cpp" -o "$work/Changed.hmx"
+cp "$work/Changed.hmx" "$work/Again.hmx"
+changed=$("$kzhost" - "$work/Changed.hmx" "$work/Again.hmx" <<'END'
+local house = host.open("house")
+local door, room = house:block("Door"), house:block("Room")
 host.load()
-local client = assert(host.load(arg[1]))
-for _ = 1, 3 do
-  host.advance(600)
-  host.idle()
-end
-host.unload(client)
-host.advance(5000)
+local first, second = assert(host.load(arg[1])), assert(host.load(arg[2]))
+local reference = room:insert(door)
+host.idle()
+host.unload(first)
+house:modelSpace():insert(room)
+host.idle()
+reference:touch()
+host.idle()
+host.unload(second)
+reference:erase()
 host.idle()
 END
 )
-[ "$rested" = "the drawing is at rest" ] || fail "the README's client printed: $rested"
+expected="Door: 0 -> 1 Door: 0 -> 1 Door: 1 -> 1 Room: 0 -> 1 something was modified in its place"
+[ "$(echo $changed)" = "$expected" ] || fail "the README's client printed: $changed"
+
+# The examples of docs/exports.md, as one client.
+{
+  printf '#include <%s>\n' array cstdio optional zelvane/block_watch.h zelvane/client_module.h zelvane/idle_timer.h
+  echo 'void save() {}'
+  sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$source/docs/exports.md"
+} >"$work/examples.cpp"
+g++ -fsyntax-only "${flags[@]}" "$work/examples.cpp" || fail "the examples of docs/exports.md do not compile"
+
+# The demo in the installed host.
 "$tree/bin/kztemplate" build "$source/examples/doors.json" "$work/doors.tpl"
 "$kzhost" "$source/examples/demo.lua" "$work/doors.tpl" >/dev/null

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "host/module_interface.h"
+#include "zelvane/receiver.h"
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+namespace Zelvane {
+
+/// A client module as an object: made at the load message, destroyed at the unload message.
+///
+///     struct Greeter : Zelvane::ClientModule {
+///         Zelvane::IdleTimer timer;
+///         bool load() override { return timer.attach(...) == Zelvane::Status::ok; }
+///     };
+///     ZELVANE_CLIENT_MODULE(Greeter)
+///
+/// What it owns goes with it, watches and timers too; after that the exports are let go of.
+class ClientModule {
+public:
+    ClientModule() = default;
+    ClientModule(const ClientModule&) = delete;
+    ClientModule& operator=(const ClientModule&) = delete;
+    virtual ~ClientModule() = default;
+
+    /// Begins to work. False refuses: the object is destroyed again, and the host drops the module.
+    [[nodiscard]] virtual bool load() = 0;
+
+protected:
+    /// The exports of Zelvane, as far as it was loaded before.
+    [[nodiscard]] const KzDxExports& zelvane() const { return zelvane_; }
+
+private:
+    KzDxExports zelvane_;
+};
+
+namespace detail {
+
+/// From the load message to the unload message.
+ZELVANE_OF_THIS_MODULE inline constinit ClientModule* loadedClient = nullptr;
+
+/// Answers the messages of the host with a client of class Client. No exception leaves it.
+template <class Client>
+std::int32_t answer(std::int32_t message) noexcept try {
+    if (message == KzRx::loadMessage && loadedClient == nullptr) {
+        auto client = std::make_unique<Client>();
+        if (!client->load()) return KzRx::loadFailed;
+        loadedClient = client.release();
+    } else if (message == KzRx::unloadMessage) {
+        delete std::exchange(loadedClient, nullptr);
+    }
+    return KzRx::done;
+} catch (...) {
+    return KzRx::loadFailed;
+}
+
+} // namespace detail
+
+} // namespace Zelvane
+
+/// Makes the two functions that the host asks of a module. To be written once in a module, outside every
+/// namespace.
+#define ZELVANE_CLIENT_MODULE(Client)                                                                        \
+    ZELVANE_EXPORT std::uint32_t kzrxGetApiVersion() noexcept {                                              \
+        return KzRx::apiVersion;                                                                             \
+    }                                                                                                        \
+    ZELVANE_EXPORT std::int32_t kzrxEntryPoint(std::int32_t message, void* /*packet*/) noexcept {            \
+        return Zelvane::detail::answer<Client>(message);                                                     \
+    }
