@@ -11,9 +11,7 @@ namespace {
 
 class ClassDescription final : public KzRxClass {
 public:
-    ClassDescription(const char16_t* name, const ClassDescription* base) : name_(name), base_(base) {}
-
-    [[nodiscard]] const char16_t* name() const override { return name_; }
+    explicit ClassDescription(const ClassDescription* base) : base_(base) {}
 
     [[nodiscard]] bool isDerivedFrom(const KzRxClass* other) const override {
         for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
@@ -39,23 +37,22 @@ public:
     void offer(const KzRxClass* protocol, KzRxObject* object) { protocols_.emplace_back(protocol, object); }
 
 private:
-    const char16_t* name_;
     const ClassDescription* base_;
     std::vector<std::pair<const KzRxClass*, KzRxObject*>> protocols_;
 };
 
 /// All descriptions. They live as long as the process, beyond the destruction of static objects.
 struct Classes {
-    ClassDescription object{u"KzRxObject", nullptr};
-    ClassDescription dictionary{u"KzRxDictionary", &object};
-    ClassDescription service{u"KzRxService", &object};
-    ClassDescription representation{u"KzDbBlockRepresentation", &object};
-    ClassDescription dbObject{u"KzDbObject", &object};
-    ClassDescription table{u"KzDbBlockTable", &dbObject};
-    ClassDescription record{u"KzDbBlockTableRecord", &dbObject};
-    ClassDescription reference{u"KzDbBlockReference", &dbObject};
-    ClassDescription attribute{u"KzDbAttribute", &dbObject};
-    ClassDescription graph{u"KzDbEvalGraph", &dbObject};
+    ClassDescription object{nullptr};
+    ClassDescription dictionary{&object};
+    ClassDescription service{&object};
+    ClassDescription representation{&object};
+    ClassDescription dbObject{&object};
+    ClassDescription table{&dbObject};
+    ClassDescription record{&dbObject};
+    ClassDescription reference{&dbObject};
+    ClassDescription attribute{&dbObject};
+    ClassDescription graph{&dbObject};
 
     Classes() { reference.offer(&representation, &Headless::representationProtocol()); }
 };

@@ -20,7 +20,7 @@ struct Message {
     std::uint32_t number = 0;
     std::uintptr_t first = 0;
     std::intptr_t second = 0;
-    std::uint32_t time = 0; ///< the tick count at its posting
+    std::uint32_t time = 0;
     std::int32_t cursorX = 0;
     std::int32_t cursorY = 0;
 };

@@ -35,8 +35,6 @@ public:
 /// Describes a class at run time. Descriptions live as long as the process and compare by identity.
 class KzRxClass : public KzRxObject {
 public:
-    [[nodiscard]] virtual const char16_t* name() const = 0;
-
     /// Whether this is `other` or a class derived from it. False for null.
     [[nodiscard]] virtual bool isDerivedFrom(const KzRxClass* other) const = 0;
 
