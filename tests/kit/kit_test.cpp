@@ -253,6 +253,20 @@ TEST_F(Kit, ThereMayBeAnyNumberOfWatches) {
     }
 }
 
+TEST_F(Kit, OneOfManyMayDestroyAll) {
+    std::vector<BlockWatch> crowd(300);
+    for (BlockWatch& each : crowd) {
+        const auto destroyAll = [&](const BlockChanges&) {
+            ++calls;
+            crowd.clear();
+        };
+        ASSERT_EQ(each.attach(document, ids({door}), destroyAll), Status::ok);
+    }
+    insert(space, door);
+    idle();
+    EXPECT_EQ(calls, 1);
+}
+
 TEST_F(Kit, ATimerThatEndsLeavesTheIntervalOfTheOthers) {
     std::string fired;
     IdleTimer slow;
