@@ -138,7 +138,7 @@ namespace {
 std::int32_t send(const Module& module, KzRx::Message message) {
     TraceScope trace([&]() -> TraceEvent {
         return {TraceCategory::moduleCall,
-                message == KzRx::loadMessage ? "load message" : "unload message",
+                "kzrxEntryPoint",
                 module.path.substr(module.path.rfind('/') + 1),
                 {{"message", std::int64_t{message}}}};
     });

@@ -2,18 +2,10 @@
 
 namespace Headless {
 
-namespace {
-
-TraceListener* current = nullptr;
-
-} // namespace
+TraceListener* TraceScope::current = nullptr;
 
 void traceTo(TraceListener* listener) {
-    current = listener;
-}
-
-bool isTraced() {
-    return current != nullptr;
+    TraceScope::current = listener;
 }
 
 void TraceScope::begin(const TraceEvent& event) {

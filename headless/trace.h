@@ -8,7 +8,7 @@
 #include <vector>
 
 /// Tells what happens in the host to whoever wants to know, in order and by who is inside of whom: edits,
-/// notifications, messages, calls into modules and out of them. While nobody listens it costs a question.
+/// notifications, messages, calls into modules and out of them. While nobody listens it costs a null check.
 namespace Headless {
 
 /// A number or words, under a name.
@@ -45,16 +45,14 @@ public:
 /// Makes a listener the one that hears of events; null for none. Borrowed. Events under way are told it no
 /// more.
 HEADLESS_API void traceTo(TraceListener* listener);
-/// Whether there is one.
-[[nodiscard]] HEADLESS_API bool isTraced();
 
 /// Scope guard around something that happens.
-class TraceScope {
+class HEADLESS_API TraceScope {
 public:
     /// `describe()` gives the event, and is called only when somebody listens.
     template <class Describe>
     explicit TraceScope(Describe describe) {
-        if (isTraced()) begin(describe());
+        if (current != nullptr) begin(describe());
     }
     TraceScope(const TraceScope&) = delete;
     TraceScope& operator=(const TraceScope&) = delete;
@@ -69,9 +67,13 @@ public:
     }
 
 private:
-    HEADLESS_API void begin(const TraceEvent& event);
-    HEADLESS_API void tell(const TraceDetail& result);
-    HEADLESS_API void end();
+    friend void traceTo(TraceListener* listener);
+
+    void begin(const TraceEvent& event);
+    void tell(const TraceDetail& result);
+    void end();
+
+    static TraceListener* current;
 
     TraceListener* listener_ = nullptr; // who heard that it began
 };

@@ -63,7 +63,7 @@ do
   local attach = find(events, '"kzdxDocTimerAttach"', '"attach":1', [["client":"client \"Tick\""]], "Haus über")
   assert(events[attach + 1].text:find('"result":1', 1, true))
   assert(find(events, '"message shown"') < find(events, [["client \"Tick\""]], '"cat":"client"'))
-  find(events, '"unload message"', "Zelvane.hmx", '"ph":"B"')
+  find(events, '"kzrxEntryPoint"', '"message":2', "Zelvane.hmx", '"ph":"B"')
 end
 
 -- Killed in the middle of everything: what was told until then is there.
