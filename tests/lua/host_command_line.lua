@@ -45,3 +45,13 @@ load("", [["ProbeOfOtherVersion.hmx"]], "built for version 0x120000 of the inter
 load("", [["ProbeOfMissingSymbol.hmx"]], "needs a symbol that neither the host nor a library has: probeOfNoHost")
 check.equal(load("", [["ProbeRefusing.hmx"]], "it refused: it answered its load message with 7"), "7")
 check.equal(load("", [[nil, "/nonexistent"]], "with 3 after it had not found ZelvaneRes.dll"), "3")
+
+-- What goes wrong inside of a client says which one it was, be it an error or a crash.
+local function inside(what)
+  return table.concat(run("-", ([[
+    local zelvane, house = host.load(), host.open("house")
+    zelvane.kzdxDocTimerAttach(house, host.client(function() %s end, "Door"), 0, 1)
+    host.idle()]]):format(what)), "\n")
+end
+assert(inside("error('boom')"):find('stdin:2: boom\nstack traceback:.*\nin the client "Door", stack traceback:'))
+assert(inside("os.execute('kill -SEGV $PPID')"):find('crashed while the client "Door" was running', 1, true))
