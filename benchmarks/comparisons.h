@@ -31,6 +31,9 @@ Made nestedInBlockOne(std::size_t references);
 Made filterOverCall(std::size_t size);
 Made idleCheckOverTicks(std::size_t timers);
 
+// tracing_comparison.cpp
+Made untracedOverEdit(std::size_t size);
+
 // template_comparisons.cpp
 Made templateOverStrings(std::size_t megabytes);
 Made templatePerName(std::size_t names);

@@ -33,6 +33,8 @@ std::span<const Promise> promises() {
         Promise{"representations/linear", {hundredThousand}, 2, enhancedOverPlain},
         Promise{.name = "filter/call", .sizes = {0}, .limit = 2, .make = filterOverCall, .hasSize = false},
         Promise{"idle/timers", {100}, 4, idleCheckOverTicks},
+        Promise{
+            .name = "tracing/off", .sizes = {0}, .limit = 0.25, .make = untracedOverEdit, .hasSize = false},
         Promise{"template/floor", {40}, 2.5, templateOverStrings, {}, "MB"},
         Promise{"template/names", {million}, 2, templatePerName},
         Promise{"template/collisions", {2 * tenThousand}, 3, collisionsOverNames},
