@@ -11,7 +11,7 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_MSVC_RUNTIME_LIBRARY MultiThreadedDLL)
 
 find_program(CCACHE_PROGRAM ccache)
-if(CCACHE_PROGRAM)
+if(CCACHE_PROGRAM AND PROJECT_IS_TOP_LEVEL)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()
 
@@ -30,10 +30,10 @@ endif()
 # Our own code is held to more than the compiler's default; libraries built beside it are not.
 add_library(zelvane_warnings INTERFACE)
 if(MSVC)
-  target_compile_options(zelvane_warnings INTERFACE /W4 /WX)
+  target_compile_options(zelvane_warnings INTERFACE /W4 $<$<BOOL:${ZELVANE_WERROR}>:/WX>)
 else()
   target_compile_options(zelvane_warnings INTERFACE
-    -Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
+    -Wall -Wextra -Wpedantic $<$<BOOL:${ZELVANE_WERROR}>:-Werror> -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
     -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Wunused -Wformat=2 -Wundef -Wvla
     $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wlogical-op -Wuseless-cast>)
 endif()

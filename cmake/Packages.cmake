@@ -1,19 +1,40 @@
-# What find_package(Zelvane) and pkg-config find in an installed tree. Both look for the rest from where they
-# stand, so that the tree can be moved.
-include(CMakePackageConfigHelpers)
+# cpack, in the build folder: a .deb and a .tar.gz of each component. `cpack --config CPackSourceConfig.cmake`: the sources.
+set(CPACK_PACKAGE_NAME zelvane)
+set(CPACK_PACKAGE_VENDOR "The Zelvane maintainers")
+set(CPACK_PACKAGE_CONTACT "The Zelvane maintainers <maintainers@zelvane.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
+set(CPACK_RESOURCE_FILE_README ${PROJECT_SOURCE_DIR}/README.md)
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+string(TOLOWER ${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR} platform)
+set(CPACK_PACKAGE_FILE_NAME zelvane-${PROJECT_VERSION}-${platform})
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
 
-# A folder of its own, because "host" is too common a name for the top of an include path.
-set(ZELVANE_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/zelvane-${PROJECT_VERSION_MAJOR})
-set(ZELVANE_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/Zelvane)
+set(CPACK_COMPONENTS_ALL run develop)
+set(CPACK_COMPONENT_RUN_DESCRIPTION "Zelvane.hmx, and kzhost and kztemplate, the programs to try it with.")
+set(CPACK_COMPONENT_DEVELOP_DESCRIPTION "Headers, documentation and examples for authors of modules that use Zelvane.")
+set(CPACK_COMPONENT_DEVELOP_DEPENDS run)
 
-configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/ZelvaneConfig.cmake.in ZelvaneConfig.cmake
-  INSTALL_DESTINATION ${ZELVANE_PACKAGE} PATH_VARS CMAKE_INSTALL_BINDIR)
-write_basic_package_version_file(ZelvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
-install(EXPORT ZelvaneTargets NAMESPACE Zelvane:: DESTINATION ${ZELVANE_PACKAGE})
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ZelvaneConfig.cmake
-              ${CMAKE_CURRENT_BINARY_DIR}/ZelvaneConfigVersion.cmake DESTINATION ${ZELVANE_PACKAGE})
+set(CPACK_GENERATOR TGZ DEB)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/PackageKinds.cmake)
 
-file(RELATIVE_PATH from_pc_to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-string(REGEX REPLACE "/$" "" from_pc_to_prefix ${from_pc_to_prefix})
-configure_file(${CMAKE_CURRENT_LIST_DIR}/zelvane.pc.in zelvane.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_RUN_PACKAGE_NAME zelvane)
+set(CPACK_DEBIAN_RUN_PACKAGE_SECTION misc)
+set(CPACK_DEBIAN_DEVELOP_PACKAGE_NAME zelvane-dev)
+set(CPACK_DEBIAN_DEVELOP_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOP_PACKAGE_DEPENDS "zelvane (= ${PROJECT_VERSION})")
+# Which packages hold the libraries that ours need; ours lie in one package.
+find_program(DPKG_SHLIBDEPS dpkg-shlibdeps)
+if(DPKG_SHLIBDEPS)
+  set(CPACK_DEBIAN_RUN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+endif()
+
+set(CPACK_SOURCE_GENERATOR TGZ)
+set(CPACK_SOURCE_PACKAGE_FILE_NAME zelvane-${PROJECT_VERSION}-source)
+set(CPACK_SOURCE_IGNORE_FILES /\\.git/ /\\.cache/ ^${PROJECT_SOURCE_DIR}/build/ ^${PROJECT_SOURCE_DIR}/demo\\.)
+include(CPack)

@@ -8,7 +8,7 @@
 
 namespace KzHost {
 
-/// What a script starts from; `program` is the folder of `kzhost`.
+/// What a script starts from; `program` is the folder of `kzhost`, or that of the installed modules.
 struct Setup {
     std::string modulePath; ///< what `host.load()` loads when it is given no path
     std::string program;    ///< the folder in which libraries are looked for first unless told otherwise

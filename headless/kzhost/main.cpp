@@ -2,6 +2,7 @@
 
 #include "headless/kzhost/command_line.h"
 #include "headless/kzhost/interrupt.h"
+#include "headless/kzhost/library_folder.h"
 #include "headless/kzhost/process.h"
 #include "headless/kzhost/prompt.h"
 #include "headless/kzhost/script.h"
@@ -44,8 +45,8 @@ int run(const CommandLine& line) {
         return refuse("a SCRIPT is missing (\"-\" reads it from standard input)");
     }
     KzHost::Setup setup;
-    setup.program = KzHost::programFolder();
-    setup.modulePath = line.module.value_or(setup.program + "/Zelvane.hmx");
+    setup.program = KzHost::libraryFolder(KzHost::programFolder());
+    setup.modulePath = line.module.value_or(setup.program + "/" + KzHost::defaultModule);
     if (line.trace.has_value() && !KzHost::traceToFile(*line.trace)) {
         return refuse("cannot write the trace " + *line.trace);
     }

@@ -1,0 +1,50 @@
+# What is installed, where, and in which package: "run" has what modules are run with, "develop" what the author of a
+# client needs besides. Whatever leads from one file to another starts from where it stands, so the tree can be moved.
+include(CMakePackageConfigHelpers)
+include(ManPages)
+
+# A folder of its own, because "host" is too common a name for the top of an include path.
+set(ZELVANE_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/zelvane-${PROJECT_VERSION_MAJOR})
+set(ZELVANE_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/Zelvane)
+set(ZELVANE_DOCS ${CMAKE_INSTALL_DATAROOTDIR}/doc/zelvane)
+
+# ---- run
+install(TARGETS kzhost kztemplate EXPORT ZelvaneTargets RUNTIME COMPONENT run)
+install(TARGETS zelvane_module EXPORT ZelvaneTargets LIBRARY DESTINATION ${ZELVANE_MODULES} COMPONENT run)
+install(TARGETS zelvane_resources LIBRARY DESTINATION ${ZELVANE_MODULES} COMPONENT run)
+# Only kzhost links it, so there is no link without a version.
+install(TARGETS zelvane_headless LIBRARY COMPONENT run NAMELINK_SKIP RUNTIME COMPONENT run ARCHIVE EXCLUDE_FROM_ALL)
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${ZELVANE_DOCS} COMPONENT run)
+install(DIRECTORY tools/kztemplate/schemas DESTINATION ${CMAKE_INSTALL_DATADIR}/zelvane COMPONENT run)
+zelvane_man_page(kzhost)
+zelvane_man_page(kztemplate dump build names)
+
+# ---- develop
+install(TARGETS zelvane_public zelvane_host EXPORT ZelvaneTargets)
+target_include_directories(zelvane_host INTERFACE $<INSTALL_INTERFACE:${ZELVANE_HEADERS}>)
+install(DIRECTORY include/zelvane host DESTINATION ${ZELVANE_HEADERS} COMPONENT develop FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY docs examples DESTINATION ${ZELVANE_DOCS} COMPONENT develop
+  REGEX "/(Doxyfile.*|examples/CMakeLists.txt)$" EXCLUDE)
+
+set_target_properties(zelvane_public PROPERTIES EXPORT_NAME Zelvane)
+set_target_properties(zelvane_host PROPERTIES EXPORT_NAME host)
+set_target_properties(zelvane_module PROPERTIES EXPORT_NAME Module)
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/ZelvaneConfig.cmake.in ZelvaneConfig.cmake
+  INSTALL_DESTINATION ${ZELVANE_PACKAGE} PATH_VARS CMAKE_INSTALL_BINDIR ZELVANE_MODULES)
+write_basic_package_version_file(ZelvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
+install(EXPORT ZelvaneTargets NAMESPACE Zelvane:: DESTINATION ${ZELVANE_PACKAGE} COMPONENT develop)
+install(FILES
+  ${CMAKE_CURRENT_LIST_DIR}/ZelvaneModule.cmake
+  ${CMAKE_CURRENT_LIST_DIR}/ZelvaneCheckModule.cmake
+  ${PROJECT_BINARY_DIR}/ZelvaneConfig.cmake
+  ${PROJECT_BINARY_DIR}/ZelvaneConfigVersion.cmake
+  DESTINATION ${ZELVANE_PACKAGE} COMPONENT develop)
+
+file(RELATIVE_PATH from_pc_to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" from_pc_to_prefix ${from_pc_to_prefix})
+configure_file(${CMAKE_CURRENT_LIST_DIR}/zelvane.pc.in zelvane.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zelvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT develop)
+
+# ---- and taken away again, by the list that installing writes
+add_custom_target(uninstall VERBATIM COMMAND ${CMAKE_COMMAND}
+  -D MANIFEST=${CMAKE_BINARY_DIR}/install_manifest.txt -P ${CMAKE_CURRENT_LIST_DIR}/Uninstall.cmake)

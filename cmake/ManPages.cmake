@@ -1,0 +1,16 @@
+# Manual pages, made of what the tools say about themselves. Without help2man there are none.
+find_program(HELP2MAN help2man)
+find_program(GZIP gzip)
+
+# zelvane_man_page(TOOL [SUBCOMMAND...]): makes and installs TOOL's page of what it and its subcommands print for --help.
+function(zelvane_man_page tool)
+  if(NOT HELP2MAN OR NOT GZIP OR CMAKE_CROSSCOMPILING)
+    return()
+  endif()
+  set(page ${PROJECT_BINARY_DIR}/man/${tool}.1.gz)
+  set(make_page ${PROJECT_SOURCE_DIR}/scripts/make_man_page)
+  add_custom_command(OUTPUT ${page} VERBATIM DEPENDS ${tool} ${make_page}
+    COMMAND ${make_page} $<TARGET_FILE:${tool}> ${PROJECT_VERSION} ${page} ${ARGN})
+  add_custom_target(zelvane_man_${tool} ALL DEPENDS ${page})
+  install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT run)
+endfunction()

@@ -1,0 +1,17 @@
+# Checks that the host can load a module: it has both entry points, and calls no export of Zelvane by linkage.
+#   cmake -D NM=... -D MODULE=... -P ZelvaneCheckModule.cmake
+execute_process(COMMAND ${NM} --dynamic --format=posix ${MODULE} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+
+function(refuse reason)
+  file(REMOVE ${MODULE}) # or the next build would take it for finished
+  message(FATAL_ERROR "${MODULE}: ${reason}")
+endfunction()
+
+foreach(entry kzrxEntryPoint kzrxGetApiVersion)
+  if(NOT symbols MATCHES "(^|\n)${entry} T")
+    refuse("the host needs ${entry}: define it, marked with ZELVANE_EXPORT")
+  endif()
+endforeach()
+if(symbols MATCHES "(^|\n)(kzdx[A-Z][A-Za-z]*) U")
+  refuse("no library offers ${CMAKE_MATCH_2} to be linked: call it through the class KzDxExports of zelvane/client.h")
+endif()
