@@ -67,8 +67,9 @@ need_packages() {
 }
 
 packages_to_build=(g++ cmake ninja-build ccache pkg-config liblua5.4-dev libcli11-dev nlohmann-json3-dev libedit-dev
-                   libutfcpp-dev)
-packages_to_test=(googletest clang-format clang-tidy clang libclang-rt-14-dev python3 python3-jsonschema locales)
+                   libutfcpp-dev help2man)
+packages_to_test=(googletest clang-format clang-tidy clang libclang-rt-14-dev python3 python3-jsonschema locales
+                  dpkg-dev)
 packages_to_bench=(libbenchmark-dev)
 packages_to_draw=(graphviz fonts-liberation)
 

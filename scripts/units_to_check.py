@@ -16,13 +16,13 @@ def git(*words):
     return subprocess.run(["git", *words], check=True, capture_output=True, text=True).stdout.splitlines()
 
 
-def includes(path, known):
+def includes(path):
     """The files of the tree that a file includes, directly or not."""
     found, pending = set(), [path]
     while pending:
         for name in INCLUDE.findall(pending.pop().read_text(encoding="utf-8")):
             for candidate in (name, f"include/{name}"):
-                if candidate in known and candidate not in found:
+                if candidate not in found and Path(candidate).is_file():
                     found.add(candidate)
                     pending.append(Path(candidate))
     return found
@@ -33,9 +33,8 @@ def main(compile_commands, base):
     files = {Path(entry["file"]) for entry in json.loads(Path(compile_commands).read_text(encoding="utf-8"))}
     units = sorted(path.relative_to(root) for path in files if root in path.parents and "build" not in path.parts)
     if base:
-        known = set(git("ls-files"))
         changed = set(git("diff", "--name-only", base)) | set(git("ls-files", "--others", "--exclude-standard"))
-        units = [unit for unit in units if str(unit) in changed or includes(unit, known) & changed]
+        units = [unit for unit in units if str(unit) in changed or includes(unit) & changed]
     print("\n".join(map(str, units)), end="\n" if units else "")
 
 
