@@ -371,10 +371,11 @@ constexpr Function functions[] = {
         Loads an extension module: opens the library, checks that it was built for this version of the
         interface and calls its entry point with message 1. One that does not answer 0 is closed again at
         once. Several can be loaded. When it cannot be loaded, a line on standard error says why.
-        @param path? string the library; without it `Zelvane.hmx` beside `kzhost`, or what `--module` says. A
-            bare file name means the working folder, then the folder of `kzhost`
+        @param path? string the library; without it what `--module` says, or else `Zelvane.hmx` beside `kzhost`
+            or, when it is not there, in the folder of installed modules. A bare file name means the working
+            folder, then the folder of that `Zelvane.hmx`
         @param resources? string the folder in which libraries loaded by bare name are looked for first;
-            without it that of `kzhost`
+            without it that of `kzhost` or, as for the path, of installed modules
         @return module? module nil when it is not loaded
         @return integer|string? result why it is not loaded: what it answered, or words when it was not asked
         @example local zelvane = assert(host.load())

@@ -11,7 +11,7 @@ if [ "$(id -u)" -ne 0 ] || ! command -v dpkg apt-get >/dev/null || is_installed;
   exit 77
 fi
 pack DEB
-trap 'remove || true; rm -rf "$work"' EXIT
+trap '! is_installed || remove; rm -rf "$work"' EXIT
 export DEBIAN_FRONTEND=noninteractive
 quietly "installing the packages" apt-get install -y --no-install-recommends -o DPkg::Lock::Timeout=300 \
   "$work"/packages/*.deb
