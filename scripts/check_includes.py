@@ -22,16 +22,10 @@ ALLOWED = {
     "timers": BASE | {"timers"},
     "blocks": BASE | {"timers", "blocks"},
     "tables": BASE,
-<<<<<<< HEAD
-    "module": set(),
+    "module": {"host"},
     "text": {"text"},
     "headless": HOST | {"text", "headless"},
     "tools": HOST | {"text", "templates", "tools"},
-=======
-    "module": {"host"},
-    "headless": HOST | {"headless"},
-    "tools": HOST | {"templates", "tools"},
->>>>>>> 518fad2 (Opening libraries has one header and a source for each system; what shows a function to other libraries stands in one header)
     "examples": HOST,
     "fuzzing": HOST | {"templates", "tests", "fuzzing"},
     "benchmarks": MODULE | {"headless", "templates", "benchmarks"},
