@@ -23,8 +23,8 @@ public:
     [[nodiscard]] KzApDocument* get() const { return document_; }
     [[nodiscard]] KzDbDatabase& drawing() const { return *document_->database(); }
     [[nodiscard]] KzDbObjectId modelSpace() const;
-    /// What the module keeps for the document.
-    [[nodiscard]] KzDxDocument& record() const;
+    /// The data that the module keeps of the document.
+    [[nodiscard]] KzDxDocument& data() const;
     /// The document's graph, built on the first call.
     [[nodiscard]] KzDxBlocks& graph() const;
 

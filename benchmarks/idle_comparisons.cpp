@@ -61,7 +61,7 @@ public:
     explicit IdleCheckOverTicks(std::size_t timers) {
         constexpr std::uint32_t anHour = 3'600'000;
         for (std::size_t made = 0; made < timers; ++made) {
-            timers_.push_back(std::make_unique<KzDxTimer>(&document_.data(), anHour));
+            timers_.push_back(std::make_unique<KzDxTimer>(&document_.data().runningTimers(), anHour));
             require(timers_.back()->setEnabled(true) == Orvo::ok, "the timer runs");
         }
         Headless::idle();
