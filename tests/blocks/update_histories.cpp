@@ -1,0 +1,217 @@
+// Every history of a few edits: whatever was edited, held open, closed, watched and updated in whichever
+// order, reading everything after one more update finds nothing that the update has missed.
+//
+//   update_histories [LENGTH]   all histories of up to so many steps (3); 5 take some minutes
+
+#include "blocks/block_graph.h"
+#include "frame/application.h"
+#include "headless/edits.h"
+#include "headless/inspection.h"
+#include "headless/session.h"
+#include "host/module_interface.h"
+#include "tests/support/graph_checks.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+extern "C" std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) noexcept;
+
+using namespace Headless;
+
+namespace {
+
+void client() {}
+
+/// A drawing with a plain block, an enhanced one with a representation and an anonymous record beside them,
+/// and another drawing that is attached to it; one client.
+class Drawing {
+public:
+    Drawing() {
+        makeCurrent(main_);
+        for (const KzDbObjectId block : {heard_, plain_, plain_, representation_, lone_}) {
+            insert(space_, block, {{u"TAG", u"1"}});
+        }
+        enhance(enhanced_);
+        represent(enhanced_, representation_);
+        insert(modelSpace(other_), foreign_);
+        attachment_ = attach(main_, other_, u"SITE").id;
+        insert(space_, find(main_, u"SITE|X"));
+        watch();
+    }
+    Drawing(const Drawing&) = delete;
+    Drawing& operator=(const Drawing&) = delete;
+    ~Drawing() {
+        if (isOpen(other_)) closeDocument(other_);
+        closeDocument(main_);
+    }
+
+    static constexpr std::size_t stepCount = 20;
+
+    void take(std::size_t step) {
+        switch (step) {
+        case 0:
+            return void(insert(space_, plain_));
+        case 1:
+            return void(insert(enhanced_, plain_));
+        case 2:
+            return void(insert(space_, representation_));
+        case 3:
+            return void(move(newest(plain_), enhanced_));
+        case 4:
+            return eraseOrBack(first(plain_));
+        case 5:
+            return eraseOrBack(first(representation_));
+        case 6:
+            return void(setAttribute(first(plain_), u"TAG", u"2"));
+        case 7:
+            return void(goodbye(newest(plain_)));
+        case 8:
+            return holdOrLetGo(first(plain_));
+        case 9:
+            return holdOrLetGo(first(representation_));
+        case 10:
+            return holdOrLetGo(plain_);
+        case 11:
+            return eraseOrBack(plain_);
+        case 12:
+            return makeErasedOrBack();
+        case 13:
+            return void(represent(enhanced_, lone_));
+        case 14:
+            return void(insert(modelSpace(other_), foreign_));
+        case 15:
+            return void(isOpen(other_) && closeDocument(other_));
+        case 16:
+            return holdOrLetGo(attachment_);
+        case 17:
+            return void(kzdxUpdateBlockGraph(main_, false, true));
+        case 18:
+            return void(kzdxUpdateBlockGraph(main_, true, false));
+        default:
+            return isWatched_ ? unwatch() : watch();
+        }
+    }
+
+    /// Whether an update misses nothing: edits an attribute that is always heard, and updates.
+    [[nodiscard]] bool isUpdateComplete() {
+        KzDxBlocks& graph = *KzDxApplication::instance()->docData(main_, true)->blocks();
+        setAttribute(first(heard_), u"TAG", u"2");
+        if (!graph.isEnabled()) return true;
+        kzdxUpdateBlockGraph(main_, false, false);
+        const std::vector<KzDbObjectId> all = objects();
+        const std::vector<std::uint64_t> facts = factsOf(graph, all);
+        static_cast<void>(graph.scanBlockTable());
+        return factsOf(graph, all) == facts;
+    }
+
+private:
+    void watch() {
+        KzDbObjectIdArray ids;
+        ids.append(plain_);
+        isWatched_ = kzdxBlockReferenceMonitorAttach(main_, &ids, &client) == 1;
+    }
+    void unwatch() {
+        kzdxBlockReferenceMonitorDetach(main_, &client);
+        isWatched_ = false;
+    }
+    static KzDbObjectId first(KzDbObjectId block) {
+        const std::vector<KzDbObjectId> live = references(block);
+        if (!live.empty()) return live.front();
+        const std::vector<KzDbObjectId> erased = references(block, true);
+        return erased.empty() ? KzDbObjectId() : erased.front();
+    }
+    static KzDbObjectId newest(KzDbObjectId block) {
+        const std::vector<KzDbObjectId> live = references(block);
+        return live.empty() ? KzDbObjectId() : live.back();
+    }
+    static void eraseOrBack(KzDbObjectId object) { static_cast<void>(erase(object, !object.isErased())); }
+    static void holdOrLetGo(KzDbObjectId object) {
+        if (!letGo(object)) static_cast<void>(holdOpen(object));
+    }
+    /// A block that is erased before anybody has seen it, and comes back without a word.
+    void makeErasedOrBack() {
+        if (unseen_.isNull()) unseen_ = makeBlock(main_, u"N").id;
+        eraseOrBack(unseen_);
+    }
+    [[nodiscard]] std::vector<KzDbObjectId> objects() const {
+        std::vector<KzDbObjectId> all;
+        const std::uint64_t end = objectsMade();
+        for (std::uint64_t id = space_.value() - 1; id < end; ++id) all.emplace_back(id);
+        return all;
+    }
+    /// The id that the next object would get.
+    static std::uint64_t objectsMade() {
+        KzApDocument* const probe = openDocument(u"probe");
+        const std::uint64_t next = modelSpace(probe).value();
+        closeDocument(probe);
+        return next;
+    }
+
+    KzApDocument* main_ = openDocument(u"main");
+    KzApDocument* other_ = openDocument(u"other");
+    KzDbObjectId space_ = modelSpace(main_);
+    KzDbObjectId heard_ = makeBlock(main_, u"H").id;
+    KzDbObjectId plain_ = makeBlock(main_, u"A").id;
+    KzDbObjectId lone_ = makeBlock(main_, u"*E").id;
+    KzDbObjectId enhanced_ = makeBlock(main_, u"D").id;
+    KzDbObjectId representation_ = makeBlock(main_, u"*R").id;
+    KzDbObjectId foreign_ = makeBlock(other_, u"X").id;
+    KzDbObjectId attachment_;
+    KzDbObjectId unseen_;
+    bool isWatched_ = false;
+};
+
+/// Tries all histories of a length; the steps of the first one that fails, or nothing.
+class Histories {
+public:
+    [[nodiscard]] bool tryAll(std::size_t length) {
+        steps_.assign(length, 0);
+        do {
+            if (!isFine()) return false;
+        } while (advance());
+        return true;
+    }
+    [[nodiscard]] std::uint64_t count() const { return count_; }
+    void print() const {
+        for (const std::size_t step : steps_) std::printf(" %zu", step);
+        std::printf("\n");
+    }
+
+private:
+    bool isFine() {
+        Drawing drawing;
+        for (const std::size_t step : steps_) drawing.take(step);
+        ++count_;
+        return drawing.isUpdateComplete();
+    }
+    bool advance() {
+        for (std::size_t& step : steps_) {
+            if (++step < Drawing::stepCount) return true;
+            step = 0;
+        }
+        return false;
+    }
+
+    std::vector<std::size_t> steps_;
+    std::uint64_t count_ = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::size_t longest = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 3;
+    if (kzrxEntryPoint(KzRx::loadMessage, nullptr) != KzRx::done) return 2;
+    Histories histories;
+    for (std::size_t length = 0; length <= longest; ++length) {
+        if (histories.tryAll(length)) continue;
+        std::printf("an update misses something after the steps");
+        histories.print();
+        return 1;
+    }
+    std::printf("%llu histories of up to %zu steps: no update misses anything\n",
+                static_cast<unsigned long long>(histories.count()), longest);
+    return kzrxEntryPoint(KzRx::unloadMessage, nullptr);
+}
