@@ -16,6 +16,9 @@ Made updateOverFloor(std::size_t references);
 Made buildOverFloor(std::size_t references);
 Made enableOverFloor(std::size_t references);
 Made editOverFloor(std::size_t references);
+Made attributeOverTouched(std::size_t references);
+Made attributeFlat(std::size_t references);
+Made attachOverFloor(std::size_t references);
 Made updatePerReference(std::size_t references);
 Made attachedOverOwn(std::size_t references);
 Made enhancedOverPlain(std::size_t references);
@@ -24,8 +27,7 @@ Made memoryPerReference(std::size_t references);
 // nesting_comparisons.cpp
 Made propagatePerEntry(std::size_t references);
 Made nestedOverSearch(std::size_t references);
-Made nestedInModelSpace(std::size_t references);
-Made nestedInBlockOne(std::size_t references);
+Made nestedAfterEdit(std::size_t references);
 
 // idle_comparisons.cpp
 Made filterOverCall(std::size_t size);

@@ -4,6 +4,8 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 
+#include <algorithm>
+
 namespace Bench {
 
 namespace {
@@ -81,8 +83,40 @@ void BareReading::readBlock(const Block& block) {
     for (const KzDbObjectId reference : references_) readReference(reference, expected);
 }
 
-BareRegistering::BareRegistering(const KzDbDatabase& drawing, const KzDxBlocks& graph)
-    : table_(drawing.blockTableId()) {
+void BareReading::readBlock(KzDbObjectId record) {
+    for (const Block& block : blocks_) {
+        if (block.record == record) return readBlock(block);
+    }
+}
+
+BareListing::BareListing(const KzDxBlocks& graph) {
+    for (const auto& [id, node] : graph.blockMap()) records_.push_back(id);
+    refresh();
+}
+
+void BareListing::list() {
+    references_.clear();
+    const KzRxClass* const expected = KzDbBlockTableRecord::desc();
+    for (const KzDbObjectId id : records_) {
+        auto* const record = opened<KzDbBlockTableRecord>(id, OpenMode::forRead, expected, false);
+        record->getBlockReferenceIds(references_, true, true);
+        record->getErasedBlockReferenceIds(references_);
+        close(record);
+    }
+}
+
+void BareListing::refresh() {
+    list();
+    copy_.assign(references_.begin(), references_.end());
+}
+
+void BareListing::run() {
+    list();
+    require(std::ranges::equal(references_, copy_), "nothing has come or gone");
+}
+
+BareRegistering::BareRegistering(const KzDbDatabase& drawing, const KzDxBlocks& graph, bool asksOwners)
+    : table_(drawing.blockTableId()), asksOwners_(asksOwners) {
     for (const auto& [id, node] : graph.blockMap()) {
         Block block{.record = id, .references = {}, .reactor = std::make_unique<KzDbObjectReactor>()};
         node->containers().forEachFiled(
@@ -103,6 +137,7 @@ void BareRegistering::run() {
 
 void BareRegistering::watchReference(KzDbObjectId id, KzDbObjectReactor* reactor) const {
     auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forNotify, referenceClass_, true);
+    if (asksOwners_) static_cast<void>(reference->ownerId());
     reference->addReactor(reactor);
     const std::unique_ptr<KzDbObjectIterator> attributes(reference->attributeIterator());
     for (; attributes != nullptr && !attributes->done(); attributes->step(false, true)) {

@@ -20,6 +20,8 @@ public:
     BareReading(const KzDbDatabase& drawing, const KzDxBlocks& graph);
 
     void run();
+    /// The part of it that concerns one block.
+    void readBlock(KzDbObjectId record);
 
 private:
     struct Block {
@@ -35,11 +37,29 @@ private:
     KzDbObjectIdArray references_;
 };
 
+/// Asking every record for its references, into one array, and comparing that with a copy of before.
+class BareListing {
+public:
+    explicit BareListing(const KzDxBlocks& graph);
+
+    void run();
+    /// Takes what is there now as the copy.
+    void refresh();
+
+private:
+    void list();
+
+    std::vector<KzDbObjectId> records_;
+    KzDbObjectIdArray references_;
+    std::vector<KzDbObjectId> copy_;
+};
+
 /// Registering reactors with all that a graph watches: the block table and, with one reactor for each block,
 /// its references, their attributes and its record.
 class BareRegistering {
 public:
-    BareRegistering(const KzDbDatabase& drawing, const KzDxBlocks& graph);
+    /// With `asksOwners`, each reference is asked for its owner as well.
+    BareRegistering(const KzDbDatabase& drawing, const KzDxBlocks& graph, bool asksOwners = false);
 
     void run();
     /// Takes the reactors back out.
@@ -58,6 +78,7 @@ private:
     const KzRxClass* referenceClass_ = KzDbBlockReference::desc();
     const KzRxClass* attributeClass_ = KzDbAttribute::desc();
     KzDbObjectId table_;
+    bool asksOwners_;
     KzDbObjectReactor tableReactor_;
     std::vector<Block> blocks_;
 };

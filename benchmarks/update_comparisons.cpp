@@ -2,7 +2,9 @@
 #include "benchmarks/drawings.h"
 #include "benchmarks/host_calls.h"
 #include "blocks/block_graph.h"
+#include "frame/application.h"
 #include "headless/edits.h"
+#include "headless/inspection.h"
 #include "headless/session.h"
 #include "zelvane/zelvane.h"
 
@@ -117,6 +119,7 @@ protected:
         return seconds;
     }
     double other() override {
+        floor_.refresh();
         return secondsOf([this] { floor_.run(); });
     }
 
@@ -125,8 +128,90 @@ private:
     static inline unsigned calls = 0;
 
     StandardDrawing drawing_;
-    BareReading floor_{drawing_.drawing(), drawing_.graph()};
+    BareListing floor_{drawing_.graph()};
     std::size_t inserted_ = 0;
+};
+
+/// A standard drawing whose graph is switched on, and of which attributes are edited.
+class AttributeEdits {
+public:
+    explicit AttributeEdits(std::size_t references) : drawing_(references) {
+        require(drawing_.graph().startFollowing() == Orvo::ok, "the graph follows the drawing");
+    }
+
+    /// One attribute edit of a reference of `block`, and the idle check that works it off.
+    double seconds() {
+        const KzDbObjectId reference = Headless::references(block()).front();
+        Headless::makeCurrent(drawing_.get());
+        return secondsOf([&] {
+            Headless::setAttribute(reference, u"NUMBER", u"2");
+            Headless::idle();
+        });
+    }
+    /// One in which nothing lies, so that nothing else is changed by it.
+    [[nodiscard]] KzDbObjectId block() const { return drawing_.blocks()[drawing_.blocks().size() - 10]; }
+    [[nodiscard]] const StandardDrawing& drawing() const { return drawing_; }
+
+private:
+    StandardDrawing drawing_;
+};
+
+class AttributeOverTouched : public TimedComparison {
+public:
+    explicit AttributeOverTouched(std::size_t references) : edits_(references) {}
+
+protected:
+    double ours() override { return edits_.seconds(); }
+    double other() override {
+        return secondsOf([this] { floor_.readBlock(edits_.block()); });
+    }
+
+private:
+    AttributeEdits edits_;
+    BareReading floor_{edits_.drawing().drawing(), edits_.drawing().graph()};
+};
+
+class AttributeFlat : public TimedComparison {
+public:
+    explicit AttributeFlat(std::size_t references) : large_(references), small_(smallSizeFor(references)) {}
+
+protected:
+    double ours() override { return large_.seconds(); }
+    double other() override { return small_.seconds(); }
+
+private:
+    AttributeEdits large_;
+    AttributeEdits small_;
+};
+
+/// The first attach of a client to a document.
+class AttachOverFloor : public TimedComparison {
+public:
+    explicit AttachOverFloor(std::size_t references) : drawing_(references) {}
+
+protected:
+    double ours() override {
+        forgetGraph();
+        KzDbObjectIdArray watched;
+        watched.append(drawing_.modelSpace());
+        const double seconds = secondsOf([&] {
+            require(kzdxBlockReferenceMonitorAttach(drawing_.get(), &watched, [] {}) == 1,
+                    "the client is attached");
+        });
+        forgetGraph();
+        return seconds;
+    }
+    double other() override {
+        const double seconds = secondsOf([this] { floor_.run(); });
+        floor_.undo();
+        return seconds;
+    }
+
+private:
+    void forgetGraph() { KzDxApplication::instance()->removeDocData(drawing_.get()); }
+
+    StandardDrawing drawing_;
+    BareRegistering floor_{drawing_.drawing(), drawing_.graph(), true};
 };
 
 double updateTime(const OpenDocument& document) {
@@ -244,6 +329,15 @@ Made enableOverFloor(std::size_t references) {
 }
 Made editOverFloor(std::size_t references) {
     return std::make_unique<EditOverFloor>(references);
+}
+Made attributeOverTouched(std::size_t references) {
+    return std::make_unique<AttributeOverTouched>(references);
+}
+Made attributeFlat(std::size_t references) {
+    return std::make_unique<AttributeFlat>(references);
+}
+Made attachOverFloor(std::size_t references) {
+    return std::make_unique<AttachOverFloor>(references);
 }
 Made updatePerReference(std::size_t references) {
     return std::make_unique<UpdatePerReference>(references);

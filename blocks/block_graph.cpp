@@ -14,14 +14,32 @@ KzDxBlocks::~KzDxBlocks() {
 
 Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocumentContext* document) {
     graph = nullptr;
-    std::unique_ptr<KzDxBlocks> made(new (std::nothrow) KzDxBlocks);
-    if (made == nullptr) return Orvo::missingCollaborator;
+    std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
     const Orvo::ErrorStatus status = made->init(document);
     if (status == Orvo::ok) graph = made.release();
     return status;
 }
 
+Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocumentContext* document) {
+    graph = nullptr;
+    std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
+    const Orvo::ErrorStatus status = made->bind(document);
+    if (status != Orvo::ok) return status;
+    // Switched on before there are nodes, each of which then joins its objects right after it has read them,
+    // while they are in the processor's cache. If it cannot be, whoever needs it tries again and learns why.
+    static_cast<void>(made->setEnabled(true));
+    made->build();
+    graph = made.release();
+    return Orvo::ok;
+}
+
 Orvo::ErrorStatus KzDxBlocks::init(KzDxDocumentContext* document) {
+    const Orvo::ErrorStatus status = bind(document);
+    if (status == Orvo::ok) build();
+    return status;
+}
+
+Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
     reset();
     if (document == nullptr) return Orvo::missingCollaborator;
     document_ = document;
@@ -29,11 +47,13 @@ Orvo::ErrorStatus KzDxBlocks::init(KzDxDocumentContext* document) {
     if (drawing == nullptr) return Orvo::missingCollaborator;
     const KzDxOpened<KzDbBlockTable> table(drawing->blockTableId());
     if (!table) return table.status();
-    const Orvo::ErrorStatus status = table->getAt(u"*Model_Space", modelSpaceId_, false);
-    if (status != Orvo::ok) return status;
-    static_cast<void>(scanBlockTable());
+    return table->getAt(u"*Model_Space", modelSpaceId_, false);
+}
+
+void KzDxBlocks::build() {
+    static_cast<void>(
+        scanBlockTable()); // there is a drawing; what it misses, the next reading looks for again
     setHasChanges(false);
-    return Orvo::ok;
 }
 
 void KzDxBlocks::reset() {
@@ -72,7 +92,7 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
     });
     blockMap_.insert_or_assign(made->id(), made); // also when one of its own further records has that id
     undo.dismiss();
-    nesting_.outdate();
+    nesting_.add(*made);
     node = made;
     return Orvo::ok;
 }

@@ -66,6 +66,9 @@ public:
     /// model-space record.
     static Orvo::ErrorStatus create(KzDxBlocks*& graph, KzDxDocumentContext* document);
 
+    /// The same, with the graph switched on if it can be.
+    static Orvo::ErrorStatus createFollowing(KzDxBlocks*& graph, KzDxDocumentContext* document);
+
     /// Empties the graph and unregisters it from everything that can be opened. Works also when the document
     /// is gone. Graphs part by deferred deletion.
     ~KzDxBlocks() override;
@@ -169,9 +172,9 @@ public:
     /// The node of a record; null when it has none.
     [[nodiscard]] KzDxBlock* node(KzDbObjectId record) const;
 
-    /// Begins to follow the drawing from its present state: what happened before is not reported. A graph
-    /// that has just been built need not be read again. The status is that of `setEnabled`.
-    Orvo::ErrorStatus startFollowing(bool isJustBuilt);
+    /// Begins to follow the drawing from its present state: what happened before is not reported. The status is
+    /// that of `setEnabled`.
+    Orvo::ErrorStatus startFollowing();
 
     /// The number of the latest reading, begun or done; no two readings of a graph share one.
     [[nodiscard]] std::uint32_t readingNumber() const { return readingNumber_; }
@@ -191,15 +194,23 @@ public:
     void nodeBecameStale(KzDxBlock& node) noexcept { stale_.add(node); }
     void nodeChanged(KzDxBlock& node) noexcept { changed_.add(node); }
     void nodeReportsElsewhere(KzDxBlock& node) noexcept { elsewhere_.add(node); }
+    /// A record could not be joined.
+    void recordIsUnheard() noexcept { areRecordsHeard_ = false; }
     /// A record may report other references than before, or may be another block's representation.
     void listsMayDiffer() noexcept;
     /// A node appeared in a container or vanished from one.
-    void containersChanged() { nesting_.outdate(); }
+    void containersChanged(const KzDxBlock& node, const KzDxContainers& before) noexcept {
+        nesting_.move(node, before);
+    }
     /// Drops the keys and list entries of a node that did not come to be.
     void forgetNode(KzDxBlock& node) noexcept;
 
 private:
     KzDxBlocks();
+
+    // Building (block_graph.cpp).
+    [[nodiscard]] Orvo::ErrorStatus bind(KzDxDocumentContext* document);
+    void build();
 
     // Reading (block_graph_scan.cpp).
     class Walk;
@@ -207,8 +218,8 @@ private:
     void readChanged();
     void readAfter(Walk& walk, const KzDbDatabase& drawing);
     [[nodiscard]] bool isTableAsWalked(const KzDbDatabase& drawing) const;
-    [[nodiscard]] bool areAttachmentsAsWalked() const;
-    void listElsewhereIfDifferent();
+    void lookElsewhere();
+    [[nodiscard]] bool updateAttachments();
     void readStaleNodes();
     [[nodiscard]] bool mayStaleNodesRepresent() const;
     void settleScope();
@@ -229,11 +240,11 @@ private:
     [[nodiscard]] std::uint32_t countNested(const KzDxBlock& node, KzDbObjectId container,
                                             KzDxIdSet& counted);
 
-    /// A record that stands for an attached drawing. The drawing is compared, never touched.
+    /// A record that stood for an attached drawing when it came, and the drawing that it stands for now, if
+    /// any; that is compared, never touched.
     struct Attachment {
         KzDbObjectId record;
         const KzDbDatabase* drawing = nullptr;
-        friend bool operator==(const Attachment&, const Attachment&) = default;
     };
 
     KzDxDocumentContext* document_ = nullptr;
@@ -252,12 +263,14 @@ private:
     KzDxNodeList stale_{KzDxNodeMark::stale};
     KzDxNodeList changed_{KzDxNodeMark::changed};
     KzDxNodeList elsewhere_{KzDxNodeMark::elsewhere};
-    /// The last walk over the block table: its number, whether it came by everything, and the attachments
-    /// that it met, in table order.
+    std::vector<Attachment> attachments_; ///< in table order
+    /// Whether every record of a node is heard. An unheard one may take in references, or come back, without
+    /// a word. Found out at switching on.
+    bool areRecordsHeard_ = true;
+    /// The last walk over the block table: its number, and whether it came by everything.
     std::uint32_t walkNumber_ = 0;
     std::uint32_t readingNumber_ = 0;
     bool isWalkComplete_ = false;
-    std::vector<Attachment> attachments_;
 
     KzDxReferenceReader reader_{*this};
     KzDxBlockNesting nesting_;

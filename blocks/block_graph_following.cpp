@@ -15,11 +15,8 @@ void KzDxBlocks::listsMayDiffer() noexcept {
     scope_ = std::max(scope_, KzDxReadingScope::lists);
 }
 
-Orvo::ErrorStatus KzDxBlocks::startFollowing(bool isJustBuilt) {
-    // A build that came by everything leaves nothing to be read: nothing was edited since.
-    const bool isUpToDate = isJustBuilt && isWalkComplete_ && stale_.isEmpty();
-    if (!isUpToDate) static_cast<void>(scanBlockTable()); // what it misses, the next update looks for again
-    setHasChanges(false);
+Orvo::ErrorStatus KzDxBlocks::startFollowing() {
+    build();
     const Orvo::ErrorStatus status = setEnabled(true);
     if (status == Orvo::ok) settleScope();
     return status;
@@ -44,6 +41,7 @@ void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
     KzDxScopeGuard undo([&] { stopFollowing(table); });
     watchedTable_ = tableId;
     scope_ = KzDxReadingScope::everything; // nobody listened until now
+    areRecordsHeard_ = true;
     table.addReactor(this);
     setNodesEnabled(true);
     enableTimer();

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 #include <vector>
 
 /// One walk over the block table. It makes nodes for new records, and finds out which nodes have to be read:
@@ -34,7 +35,6 @@ public:
 
     /// Whether it came by everything, so that an edit is needed to make the next walk find anything else.
     [[nodiscard]] bool isComplete() const { return isComplete_; }
-    [[nodiscard]] const std::vector<Attachment>& attachments() const { return attachments_; }
 
 private:
     using BlockMap = std::map<KzDbObjectId, KzDxBlock*>;
@@ -46,8 +46,6 @@ private:
             return;
         }
         if (record->isLayout()) graph_.layoutIds_.append(id);
-        const bool isAttachment = record->isFromExternalReference();
-        if (isAttachment) attachments_.push_back({id, record->xrefDatabase(false)});
         const bool isAnonymous = record->isAnonymous();
         const KzDbObjectId key = isAnonymous ? keyOfAnonymous(id, *record.get()) : id;
         KzDxBlock* node = nodeOf(key);
@@ -59,7 +57,6 @@ private:
             if (node == nullptr) return;
         }
         if (isAnonymous) node->setHasAnonymousRecord();
-        if (isAttachment || record->isDependent()) graph_.elsewhere_.add(*node);
     }
 
     /// The block that an anonymous record stands for: the enhanced block that it represents, as the first of
@@ -92,10 +89,13 @@ private:
     /// A record whose node cannot be made is passed over, and so is one that leads to a block without a node
     /// but has one of its own.
     KzDxBlock* add(KzDbBlockTableRecord& record) {
+        graph_.attachments_.reserve(graph_.attachments_.size() + 1); // a node that is there is complete
         KzDxBlock* node = nullptr;
         if (graph_.addBlock(node, &record) != Orvo::ok) isComplete_ = false;
         if (node == nullptr) return nullptr;
         node->setLastWalk(graph_.walkNumber_);
+        if (record.isDependent()) graph_.elsewhere_.add(*node);
+        if (record.isFromExternalReference()) graph_.attachments_.push_back({node->id(), nullptr});
         return node;
     }
 
@@ -104,23 +104,21 @@ private:
         // A node that no record led to was not read, whatever it heard.
         const bool wasMetBefore = node.lastWalk() + 1 == graph_.walkNumber_;
         node.setLastWalk(graph_.walkNumber_);
-        if (node.listRecord(id)) graph_.stale_.add(node);
+        if (node.listRecord(id)) node.becomeStale();
+        if (isFirstMeeting && (readsEverything_ || !wasMetBefore)) node.becomeStale();
         if (!isFirstMeeting || node.isStale()) return;
-        if (readsEverything_ || !wasMetBefore) {
-            graph_.stale_.add(node);
-        } else if (node.recordIds().length() > 1) {
+        if (node.recordIds().length() > 1) {
             ofManyRecords_.push_back(&node);
-        } else {
-            const bool isAnswered = graph_.reader_.ask(record) == Orvo::ok;
-            if (!isAnswered || !graph_.reader_.isAsReported(node.containers())) graph_.stale_.add(node);
+            return;
         }
+        const bool isAnswered = graph_.reader_.ask(record) == Orvo::ok;
+        if (!isAnswered || !graph_.reader_.isAsReported(node.containers())) graph_.stale_.add(node);
     }
 
     KzDxBlocks& graph_;
     const bool readsEverything_;
     bool isComplete_ = true;
-    BlockMap::const_iterator expected_; ///< keys are added during a walk, never removed
-    std::vector<Attachment> attachments_;
+    BlockMap::const_iterator expected_;     ///< keys are added during a walk, never removed
     std::vector<KzDxBlock*> ofManyRecords_; ///< asked after the walk, when all their records are known
 };
 
@@ -136,9 +134,9 @@ Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
 void KzDxBlocks::readChanged() {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return;
-    if (scope_ == KzDxReadingScope::nodes && isTableAsWalked(*drawing) && areAttachmentsAsWalked()) {
+    if (scope_ == KzDxReadingScope::nodes && isTableAsWalked(*drawing)) {
         beginReading();
-        listElsewhereIfDifferent();
+        lookElsewhere();
         readStaleNodes();
         if (mayStaleNodesRepresent()) listsMayDiffer();
         return;
@@ -159,13 +157,8 @@ void KzDxBlocks::readAfter(Walk& walk, const KzDbDatabase& drawing) {
     listsMayDiffer();
     isWalkComplete_ = false;
     walk.run(drawing);
-    if (walk.attachments() != attachments_) {
-        for (KzDxBlock* const node : elsewhere_) {
-            if (node->hasTranslated()) stale_.add(*node);
-        }
-        attachments_ = walk.attachments();
-    }
     isWalkComplete_ = walk.isComplete();
+    lookElsewhere();
     readStaleNodes();
     settleScope();
 }
@@ -186,21 +179,30 @@ void KzDxBlocks::readStaleNodes() {
     setNeedsScan(false);
 }
 
-/// Has the nodes be read whose lists of references in other drawings differ: edits there tell nobody here.
-void KzDxBlocks::listElsewhereIfDifferent() {
+/// Finds out which nodes have to be read because of attached drawings. Edits there tell nobody here; and
+/// which record stands for a drawing decides where the references in its model space are placed.
+void KzDxBlocks::lookElsewhere() {
+    const bool areAttachmentsTheSame = updateAttachments();
     for (KzDxBlock* const node : elsewhere_) {
-        if (node->isStale() || node->lastWalk() != walkNumber_) continue;
+        if (node->lastWalk() != walkNumber_) continue;
+        if (!areAttachmentsTheSame && node->hasTranslated()) node->becomeStale();
+        if (node->isStale()) continue;
         const bool isAnswered = reader_.ask(node->recordIds()) == Orvo::ok;
         if (!isAnswered || !reader_.isAsReported(node->containers())) stale_.add(*node);
     }
 }
 
-/// Whether the records that stand for attached drawings still do: a drawing may be closed without a word.
-bool KzDxBlocks::areAttachmentsAsWalked() const {
-    return std::ranges::all_of(attachments_, [](const Attachment& each) {
+/// Looks again which drawing each record stands for that stood for one when it came. Whether they are the
+/// same.
+bool KzDxBlocks::updateAttachments() {
+    bool areTheSame = true;
+    for (Attachment& each : attachments_) {
         const KzDxOpened<KzDbBlockTableRecord> record(each.record);
-        return record && record->isFromExternalReference() && record->xrefDatabase(false) == each.drawing;
-    });
+        const bool isAttachment = record && record->isFromExternalReference();
+        const KzDbDatabase* const drawing = isAttachment ? record->xrefDatabase(false) : nullptr;
+        if (std::exchange(each.drawing, drawing) != drawing) areTheSame = false;
+    }
+    return areTheSame;
 }
 
 /// Whether every record of a short table has a node. One that was erased before it got one comes back without
@@ -224,9 +226,7 @@ bool KzDxBlocks::mayStaleNodesRepresent() const {
 
 /// Finds out how far the next update must reach when nothing but references and attributes will be edited.
 void KzDxBlocks::settleScope() {
-    const bool areRecordsHeard =
-        std::ranges::all_of(nodes_, [](const auto& node) { return node->hearsRecords(); });
-    const bool areListsKnown = isWalkComplete_ && areRecordsHeard && !mayStaleNodesRepresent();
+    const bool areListsKnown = isWalkComplete_ && areRecordsHeard_ && !mayStaleNodesRepresent();
     scope_ = areListsKnown ? KzDxReadingScope::nodes : KzDxReadingScope::lists;
     if (!isEnabled()) scope_ = KzDxReadingScope::everything;
 }

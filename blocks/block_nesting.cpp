@@ -1,12 +1,15 @@
 #include "blocks/block_nesting.h"
 
 #include "blocks/block_node.h"
+#include "core/boundary.h"
+
+#include <algorithm>
+#include <cassert>
 
 void KzDxBlockNesting::build(const Nodes& nodes) {
-    listNodes(nodes);
-    numberContainers();
-    fillContents();
-    search_ = 0;
+    release();
+    items_.reserve(nodes.size());
+    for (const auto& node : nodes) enter(*node);
     isBuilt_ = true;
 }
 
@@ -14,40 +17,52 @@ void KzDxBlockNesting::release() {
     *this = KzDxBlockNesting();
 }
 
-void KzDxBlockNesting::listNodes(const Nodes& nodes) {
-    nodes_.clear();
-    nodes_.reserve(nodes.size());
-    for (const auto& node : nodes) nodes_.push_back({node.get(), node->id(), none, 0});
+void KzDxBlockNesting::add(KzDxBlock& node) noexcept {
+    if (!isBuilt_) return;
+    isBuilt_ = kzdxAtBoundary(false, [&] {
+        enter(node);
+        return true;
+    });
 }
 
-/// Numbers the containers, and leaves in each `firstContent` how many contents the one before it has.
-void KzDxBlockNesting::numberContainers() {
-    numberOfContainer_.clear();
-    containers_.assign(1, {0, 0});
-    for (const Node& node : nodes_) {
-        for (const KzDxContainers::Entry& entry : node.block->containers()) {
-            const auto next = static_cast<std::uint32_t>(containers_.size() - 1);
-            const std::uint32_t number = numberOfContainer_.findOrInsert(entry.container, next);
-            if (number == next) containers_.push_back({0, 0});
-            ++containers_[number + 1].firstContent;
+void KzDxBlockNesting::move(const KzDxBlock& node, const KzDxContainers& before) noexcept {
+    if (!isBuilt_) return;
+    const std::uint32_t number = numbers_.find(node.id(), none);
+    if (number == none) return; // it has just been made, and will be added
+    isBuilt_ = kzdxAtBoundary(false, [&] {
+        for (const KzDxContainers::Entry& entry : before) {
+            if (node.containers().find(entry.container) == nullptr) takeOut(number, entry.container);
         }
-    }
-    for (Node& node : nodes_) node.container = numberOfContainer_.find(node.id, none);
+        for (const KzDxContainers::Entry& entry : node.containers()) {
+            if (before.find(entry.container) == nullptr) place(number, entry.container);
+        }
+        return true;
+    });
 }
 
-void KzDxBlockNesting::fillContents() {
-    for (std::size_t at = 1; at < containers_.size(); ++at) {
-        containers_[at].firstContent += containers_[at - 1].firstContent;
-    }
-    contents_.resize(containers_.back().firstContent);
-    std::vector<std::uint32_t> nextFree;
-    nextFree.reserve(containers_.size());
-    for (const Container& container : containers_) nextFree.push_back(container.firstContent);
-    for (std::uint32_t at = 0; at < nodes_.size(); ++at) {
-        for (const KzDxContainers::Entry& entry : nodes_[at].block->containers()) {
-            contents_[nextFree[numberOfContainer_.find(entry.container, none)]++] = at;
-        }
-    }
+std::uint32_t KzDxBlockNesting::numberOf(KzDbObjectId id) {
+    const auto next = static_cast<std::uint32_t>(items_.size());
+    const std::uint32_t number = numbers_.findOrInsert(id, next);
+    if (number == next) items_.emplace_back().id = id;
+    return number;
+}
+
+void KzDxBlockNesting::enter(KzDxBlock& node) {
+    const std::uint32_t number = numberOf(node.id());
+    items_[number].node = &node;
+    for (const KzDxContainers::Entry& entry : node.containers()) place(number, entry.container);
+}
+
+void KzDxBlockNesting::place(std::uint32_t number, KzDbObjectId container) {
+    items_[numberOf(container)].contents.push_back(number);
+}
+
+void KzDxBlockNesting::takeOut(std::uint32_t number, KzDbObjectId container) {
+    std::vector<std::uint32_t>& contents = items_[numberOf(container)].contents;
+    const auto at = std::ranges::find(contents, number);
+    assert(at != contents.end());
+    *at = contents.back(); // they are in no order
+    contents.pop_back();
 }
 
 void KzDxBlockNesting::beginSearch() {
@@ -56,9 +71,9 @@ void KzDxBlockNesting::beginSearch() {
     found_.clear();
 }
 
-void KzDxBlockNesting::enter(std::uint32_t container) {
-    if (container == none || containers_[container].visitedIn == search_) return;
-    containers_[container].visitedIn = search_;
+void KzDxBlockNesting::visit(std::uint32_t container) {
+    if (container == none || items_[container].visitedIn == search_) return;
+    items_[container].visitedIn = search_;
     pending_.push_back(container);
 }
 
@@ -66,14 +81,11 @@ void KzDxBlockNesting::search(bool recursive) {
     while (!pending_.empty()) {
         const std::uint32_t container = pending_.back();
         pending_.pop_back();
-        const std::uint32_t end = containers_[container + 1].firstContent;
-        for (std::uint32_t at = containers_[container].firstContent; at < end; ++at) {
-            Node& node = nodes_[contents_[at]];
-            if (node.foundIn == search_ || node.container == container)
-                continue; // found, or a block inside itself
-            node.foundIn = search_;
-            found_.push_back(contents_[at]);
-            if (recursive) enter(node.container);
+        for (const std::uint32_t inside : items_[container].contents) {
+            if (items_[inside].foundIn == search_ || inside == container) continue; // found, or in itself
+            items_[inside].foundIn = search_;
+            found_.push_back(inside);
+            if (recursive) visit(inside);
         }
     }
 }
@@ -81,15 +93,15 @@ void KzDxBlockNesting::search(bool recursive) {
 void KzDxBlockNesting::collect(KzDbObjectId block, bool recursive, KzDxIdSet& found, KzDxIdSet& visited) {
     beginSearch();
     for (const KzDbObjectId id : visited) {
-        const std::uint32_t container = numberOfContainer_.find(id, none);
-        if (container != none) containers_[container].visitedIn = search_;
+        const std::uint32_t number = numbers_.find(id, none);
+        if (number != none) items_[number].visitedIn = search_;
     }
     if (!visited.insert(block)) return;
-    enter(numberOfContainer_.find(block, none));
+    visit(numbers_.find(block, none));
     search(recursive);
     std::vector<KzDbObjectId> ids;
     ids.reserve(found_.size());
-    for (const std::uint32_t at : found_) ids.push_back(nodes_[at].id);
+    for (const std::uint32_t at : found_) ids.push_back(items_[at].id);
     kzdxSortUnique(ids);
     found.insertAscending(ids);
     if (recursive) visited.insertAscending(ids);
@@ -97,10 +109,10 @@ void KzDxBlockNesting::collect(KzDbObjectId block, bool recursive, KzDxIdSet& fo
 
 std::vector<KzDxBlock*> KzDxBlockNesting::nodesInside(const std::vector<KzDxBlock*>& blocks) {
     beginSearch();
-    for (const KzDxBlock* const block : blocks) enter(numberOfContainer_.find(block->id(), none));
+    for (const KzDxBlock* const block : blocks) visit(numbers_.find(block->id(), none));
     search(true);
     std::vector<KzDxBlock*> nodes;
     nodes.reserve(found_.size());
-    for (const std::uint32_t at : found_) nodes.push_back(nodes_[at].block);
+    for (const std::uint32_t at : found_) nodes.push_back(items_[at].node);
     return nodes;
 }

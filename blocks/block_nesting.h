@@ -1,5 +1,6 @@
 #pragma once
 
+#include "blocks/containers.h"
 #include "blocks/id_index.h"
 #include "blocks/id_set.h"
 #include "core/deferred_deletion.h"
@@ -12,10 +13,9 @@ class KzDxBlock;
 
 /// Answers which blocks lie inside which, at any depth.
 ///
-/// The nodes know where they are placed; this is the same seen from the containers, as one flat table: for
-/// each container the nodes that have references in it. Built in one pass over all nodes, and good until a
-/// node gains or loses a container. A search visits each container once and costs no more than what it
-/// reaches.
+/// The nodes know where they are placed; this is the same seen from the containers: for each the nodes that
+/// have references in it. Built when it is first asked for, and from then on kept up to date node by node. A
+/// search visits each container once and costs no more than what it reaches.
 class KzDxBlockNesting {
 public:
     using Nodes = std::vector<std::unique_ptr<KzDxBlock, KzDxDeferredDeleter>>;
@@ -24,8 +24,10 @@ public:
     void release();
     [[nodiscard]] bool isBuilt() const { return isBuilt_; }
 
-    /// To be called when a node gained or lost a container, or a node was added.
-    void outdate() { isBuilt_ = false; }
+    /// To be called when a node came, and when it gained or lost a container, whether built or not. When
+    /// memory runs out, the next question has it built anew.
+    void add(KzDxBlock& node) noexcept;
+    void move(const KzDxBlock& node, const KzDxContainers& before) noexcept;
 
     /// Adds to `found` the blocks with references directly in `block`, other than itself; with `recursive`,
     /// those nested in them too. A block of `visited` is not searched; those that were searched are added to
@@ -37,32 +39,29 @@ public:
     [[nodiscard]] std::vector<KzDxBlock*> nodesInside(const std::vector<KzDxBlock*>& blocks);
 
 private:
+    /// A node, a container, or mostly both.
+    struct Item {
+        KzDbObjectId id;
+        KzDxBlock* node = nullptr;   ///< null when the container is no node
+        std::uint32_t foundIn = 0;   ///< the last search that found it
+        std::uint32_t visitedIn = 0; ///< the last search that looked into it
+        std::vector<std::uint32_t> contents;
+    };
+
     static constexpr std::uint32_t none = UINT32_MAX;
 
-    struct Node {
-        KzDxBlock* block = nullptr;
-        KzDbObjectId id;
-        std::uint32_t container = none; ///< its number as a container; `none` when nothing is placed in it
-        std::uint32_t foundIn = 0;      ///< the last search that found it
-    };
-    struct Container {
-        std::uint32_t firstContent = 0; ///< where its contents begin; they end where the next one's begin
-        std::uint32_t visitedIn = 0;    ///< the last search that looked into it
-    };
-
-    void listNodes(const Nodes& nodes);
-    void numberContainers();
-    void fillContents();
+    [[nodiscard]] std::uint32_t numberOf(KzDbObjectId id);
+    void enter(KzDxBlock& node);
+    void place(std::uint32_t number, KzDbObjectId container);
+    void takeOut(std::uint32_t number, KzDbObjectId container);
     void beginSearch();
     /// Has the search look into a container, once.
-    void enter(std::uint32_t container);
+    void visit(std::uint32_t container);
     void search(bool recursive);
 
     bool isBuilt_ = false;
-    std::vector<Node> nodes_;             ///< each node once
-    KzDxIdIndex numberOfContainer_;       ///< container id → its number
-    std::vector<Container> containers_;   ///< by number, and one more that ends the last one's contents
-    std::vector<std::uint32_t> contents_; ///< node numbers, grouped by container
+    KzDxIdIndex numbers_; ///< id → number of its item
+    std::vector<Item> items_;
 
     std::uint32_t search_ = 0;           ///< the number of the search under way, so that none has to clean up
     std::vector<std::uint32_t> pending_; ///< containers it still has to look into

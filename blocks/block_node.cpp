@@ -89,6 +89,7 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     const Orvo::ErrorStatus status =
         enable ? registrations_.join(recordIds_, containers_) : registrations_.leave(recordIds_, containers_);
     if (isHardOfHearing()) becomeStale();
+    if (enable && status != Orvo::ok && owner_ != nullptr) owner_->recordIsUnheard();
     return status;
 }
 
@@ -146,7 +147,8 @@ void KzDxBlock::setHasChanges(bool value) {
     hasChanges_ = value;
 }
 
-void KzDxBlock::becomeStale() {
+void KzDxBlock::becomeStale() noexcept {
+    readsAll_ = true;
     if (owner_ != nullptr) owner_->nodeBecameStale(*this);
 }
 

@@ -97,14 +97,16 @@ public:
     /// The second half: reads all records. The node is stale until that succeeds.
     Orvo::ErrorStatus read();
 
+    /// Has the graph read the node again, all its references. A node that is listed as stale without this
+    /// call has only those read that have come.
+    void becomeStale() noexcept;
+
     /// Whether the node was read in the reading of that number, with all records that it has.
     [[nodiscard]] bool wasReadIn(std::uint32_t reading) const { return lastReading_ == reading; }
 
     /// Whether the node has to be read at every update, because it does not hear all that could change what
     /// is filed: a reference could not be joined or read, or a switching could not be completed.
     [[nodiscard]] bool isHardOfHearing() const;
-    /// Whether every record is heard. An unheard one may take in references, or come back, without a word.
-    [[nodiscard]] bool hearsRecords() const { return registrations_.hearsRecords(); }
 
     /// The number of the last walk over the block table in which some record led to the node.
     [[nodiscard]] std::uint32_t lastWalk() const { return lastWalk_; }
@@ -131,7 +133,6 @@ private:
     Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
     [[nodiscard]] KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) const;
     [[nodiscard]] bool leaveHost() noexcept override;
-    void becomeStale();
     void listsMayDiffer();
     [[nodiscard]] bool decidesRepresentation(const KzDbObject* object) const;
 
@@ -154,6 +155,7 @@ private:
     std::uint8_t marks_ = 0; ///< a bit for each list of the graph that the node is in
     bool hasAnonymousRecord_ = false;
     bool hasTranslated_ = false;
+    bool readsAll_ = true; ///< whether the next reading opens every reference, or only those that have come
     std::uint32_t lastWalk_ = 0;
     std::uint32_t lastReading_ = 0;
 };

@@ -54,24 +54,30 @@ bool KzDxBlock::listRecord(KzDbObjectId record) {
     owner_->addBlockAlias(record, this);
     recordIds_.append(record);
     furtherRecords_.insert(record);
-    registrations_.recordCame();
+    if (isEnabled()) owner_->recordIsUnheard(); // it is joined at the next switching on
     lastReading_ = 0;
     return true;
 }
 
 Orvo::ErrorStatus KzDxBlock::read() {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
+    const bool readsAll = readsAll_;
     becomeStale(); // until the graph sees that nothing has gone wrong
     KzDxReferenceReader& reader = owner_->reader();
     const Orvo::ErrorStatus status = reader.ask(recordIds_);
     if (status != Orvo::ok) return status;
-    reader.place(containers_);
-    hasTranslated_ = reader.hasTranslated();
+    if (readsAll) {
+        reader.place(containers_);
+    } else {
+        reader.placeNew(containers_);
+    }
+    hasTranslated_ = reader.hasTranslated() || (hasTranslated_ && !readsAll);
     if (reader.hasForeign()) owner_->nodeReportsElsewhere(*this);
     if (!reader.isAsFiled()) file(reader);
     registrations_.settle(isEnabled(), reader.references(), recordIds_, containers_);
     setNeedsScan(false);
     lastReading_ = owner_->readingNumber();
+    readsAll_ = isHardOfHearing();
     return Orvo::ok;
 }
 
@@ -96,5 +102,5 @@ void KzDxBlock::markContainerChanges(const KzDxContainers& before) {
         return;
     }
     setHasChanges(true);
-    owner_->containersChanged();
+    owner_->containersChanged(*this, before);
 }

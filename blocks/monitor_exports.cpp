@@ -15,14 +15,13 @@ KzDxBlocks* graphOf(KzApDocument* document) {
 std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzDxClientCallback callback) {
     KzDxDocument* const data = kzdxDocDataOf(document);
     if (data == nullptr) return 0;
-    const bool isNew = !data->hasBlocks();
-    KzDxBlocks* const graph = data->blocks();
+    const bool wasFollowing = data->hasBlocks() && data->blocks()->isEnabled();
+    KzDxBlocks* const graph = data->followingBlocks();
     if (graph == nullptr) return 0;
-    const bool isFirst = !graph->isEnabled();
-    if (isFirst && graph->startFollowing(isNew) != Orvo::ok) return 0;
     KzDxScopeGuard undo([&] {
-        if (isFirst) static_cast<void>(graph->setEnabled(false));
+        if (!wasFollowing) static_cast<void>(graph->setEnabled(false));
     });
+    if (!graph->isEnabled() && graph->startFollowing() != Orvo::ok) return 0;
     const Orvo::ErrorStatus status = graph->addClient(callback, blocks);
     undo.dismiss();
     return status == Orvo::ok ? 1 : 0;

@@ -8,6 +8,19 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
+#include <cstring>
+#include <type_traits>
+
+namespace {
+
+/// Compares as memory: an update does this for every reference of the drawing.
+bool areSame(std::span<const KzDbObjectId> left, std::span<const KzDbObjectId> right) {
+    static_assert(std::has_unique_object_representations_v<KzDbObjectId>);
+    return left.size() == right.size() &&
+           (left.empty() || std::memcmp(left.data(), right.data(), left.size_bytes()) == 0);
+}
+
+} // namespace
 
 void KzDxReferenceReader::release() {
     forgetDrawings();
@@ -57,12 +70,12 @@ void KzDxReferenceReader::sortReported() {
 bool KzDxReferenceReader::isAsReported(const KzDxContainers& filed) {
     // Mostly the answers come in ascending order, as they are kept.
     const std::span<const KzDbObjectId> all(reported_.begin(), reported_.end());
-    if (std::ranges::equal(all, filed.references())) return true;
+    if (areSame(all, filed.references())) return true;
     sortReported();
-    return std::ranges::equal(references_, filed.references());
+    return areSame(references_, filed.references());
 }
 
-void KzDxReferenceReader::place(const KzDxContainers& filed) {
+void KzDxReferenceReader::beginPlacing(const KzDxContainers& filed) {
     sortReported();
     filed_ = &filed;
     own_ = graph_.database();
@@ -74,14 +87,28 @@ void KzDxReferenceReader::place(const KzDxContainers& filed) {
     numberOfOwner_.clear();
     numberOfNew_.clear();
     numbers_.resize(references_.size());
+}
+
+void KzDxReferenceReader::place(const KzDxContainers& filed) {
+    beginPlacing(filed);
     std::ranges::transform(references_, numbers_.begin(),
                            [this](KzDbObjectId reference) { return placeOf(reference); });
 }
 
+void KzDxReferenceReader::placeNew(const KzDxContainers& filed) {
+    beginPlacing(filed);
+    const std::span<const KzDbObjectId> old = filed.references();
+    std::size_t at = 0; // both ascend
+    for (std::size_t next = 0; next < references_.size(); ++next) {
+        while (at < old.size() && old[at] < references_[next]) ++at;
+        const bool isOld = at < old.size() && old[at] == references_[next];
+        numbers_[next] = isOld ? filed.numbers()[at] : placeOf(references_[next]);
+    }
+}
+
 bool KzDxReferenceReader::isAsFiled() const {
     assert(filed_ != nullptr);
-    return std::ranges::equal(references_, filed_->references()) &&
-           std::ranges::equal(numbers_, filed_->numbers());
+    return areSame(references_, filed_->references()) && std::ranges::equal(numbers_, filed_->numbers());
 }
 
 KzDxContainers KzDxReferenceReader::containers() const {

@@ -37,6 +37,8 @@ public:
     /// Opens every reference that was reported and asks where it is placed. One in the model space of an
     /// attached drawing counts as placed in the record of this drawing that stands for the attached one.
     void place(const KzDxContainers& filed);
+    /// The same for those that were not filed before; the others are where they were.
+    void placeNew(const KzDxContainers& filed);
 
     /// Whether each reference has the place that it was filed under.
     [[nodiscard]] bool isAsFiled() const;
@@ -70,6 +72,7 @@ private:
 
     [[nodiscard]] Orvo::ErrorStatus append(const KzDbBlockTableRecord& record);
     void sortReported();
+    void beginPlacing(const KzDxContainers& filed);
     [[nodiscard]] std::uint32_t placeOf(KzDbObjectId reference);
     [[nodiscard]] OwnerNumber& recentSlot(KzDbObjectId owner);
     [[nodiscard]] std::uint32_t containerNumber(KzDbObjectId owner);

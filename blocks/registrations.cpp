@@ -14,7 +14,6 @@ Orvo::ErrorStatus KzDxRegistrations::join(const KzDbObjectIdArray& records,
     hearsReferences_ = true;
     containers.forEachFiled([this](KzDbObjectId reference) { joinReference(reference); });
     const Orvo::ErrorStatus status = joinRecords(records);
-    hearsRecords_ = status == Orvo::ok;
     state_ = State::joined;
     return status;
 }

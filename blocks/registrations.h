@@ -52,11 +52,8 @@ public:
     [[nodiscard]] bool isSettled() const { return state_ != State::unsettled && strays_.isEmpty(); }
     /// Whether there is nothing to leave.
     [[nodiscard]] bool isEmpty() const { return state_ == State::none && strays_.isEmpty(); }
-    /// Whether all records, and all references, were joined at the last switching on and since.
-    [[nodiscard]] bool hearsRecords() const { return hearsRecords_; }
+    /// Whether all references were joined at the last switching on and since.
     [[nodiscard]] bool hearsReferences() const { return hearsReferences_; }
-    /// To be called when a record is listed while switched on: it is joined at the next switching on only.
-    void recordCame() { hearsRecords_ = false; }
 
 private:
     enum class State : std::uint8_t {
@@ -74,7 +71,6 @@ private:
 
     KzDbObjectReactor& reactor_;
     State state_ = State::none;
-    bool hearsRecords_ = true;
     bool hearsReferences_ = true;
     KzDxWatchedAttributes attributes_;
     /// References that the reactor may be registered on although they are not filed.

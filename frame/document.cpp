@@ -28,9 +28,17 @@ Orvo::ErrorStatus KzDxDocument::setEnabled(bool enable) {
 }
 
 KzDxBlocks* KzDxDocument::blocks() {
+    return blocksMadeBy(KzDxBlocks::create);
+}
+
+KzDxBlocks* KzDxDocument::followingBlocks() {
+    return blocksMadeBy(KzDxBlocks::createFollowing);
+}
+
+KzDxBlocks* KzDxDocument::blocksMadeBy(MakeBlocks make) {
     if (blocks_ != nullptr) return blocks_.get();
     KzDxBlocks* made = nullptr;
-    if (KzDxBlocks::create(made, this) == Orvo::ok) blocks_.reset(made);
+    if (make(made, this) == Orvo::ok) blocks_.reset(made);
     return blocks_.get();
 }
 

@@ -38,6 +38,9 @@ public:
     /// The document's drawing; null when it has none.
     [[nodiscard]] virtual KzDbDatabase* database() const { return drawing(); }
 
+    /// The same; a graph that is built by this call follows the drawing from the start if it can.
+    [[nodiscard]] KzDxBlocks* followingBlocks();
+
     /// Whether the block graph exists already.
     [[nodiscard]] bool hasBlocks() const { return blocks_ != nullptr; }
 
@@ -48,6 +51,9 @@ private:
         void operator()(KzDxBlocks* graph) const noexcept;
     };
 
+    using MakeBlocks = Orvo::ErrorStatus (*)(KzDxBlocks*& graph, KzDxDocumentContext* document);
+
+    [[nodiscard]] KzDxBlocks* blocksMadeBy(MakeBlocks make);
     void makeClientTimer(std::uint32_t interval);
     void dropClientTimer();
 
