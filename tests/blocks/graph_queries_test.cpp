@@ -3,7 +3,7 @@
 
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
-#include "frame/application.h"
+#include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
 #include "tests/support/random_drawing.h"
 
@@ -15,9 +15,6 @@ using IdSet = std::set<KzDbObjectId>;
 
 class GraphQueries : public ModuleTest {
 protected:
-    static KzDxBlocks& graphOf(KzApDocument* document) {
-        return *KzDxApplication::instance()->docData(document, true)->blocks();
-    }
     static void place(KzDbObjectId block, KzDbObjectId container, int times) {
         while (times-- > 0) ASSERT_TRUE(Headless::insert(container, block));
     }
@@ -58,12 +55,53 @@ TEST_F(GraphQueries, CountsDirectlyAndOneLevelDeep) {
     EXPECT_EQ(graph.countReferencesIn(KzDbObjectId(123456), space, true), 0U);
     EXPECT_EQ(graph.countReferencesIn(x, KzDbObjectId(123456), true), 0U);
     KzDxIdSet counted;
-    EXPECT_EQ(graph.countReferences(x, space, true, counted), 7U);
+    EXPECT_EQ(graph.countReferences(x, space, false, counted), 1U);
+    EXPECT_EQ(graph.countReferences(x, space, true, counted), 7U) << "direct counting notes nothing";
     EXPECT_EQ(graph.countReferences(x, space, true, counted), 0U) << "counted already";
+    EXPECT_EQ(graph.countReferences(x, space, false, counted), 1U) << "direct counting does not ask";
 
+    ASSERT_TRUE(Headless::holdOpen(space)); // so that paper space is the only layout of the next reading
+    graph.update(true, false);
+    EXPECT_EQ(graph.countReferencesInLayouts(b, true, false), 3U);
+    EXPECT_EQ(graph.countReferencesInLayouts(b, false, false), 1U);
+    ASSERT_TRUE(Headless::letGo(space));
+
+    place(b, space, 297);
+    place(x, b, 298);
+    graph.update(true, false);
+    EXPECT_EQ(graph.countReferencesIn(x, space, true), 1U + 300U * 300U);
     ASSERT_TRUE(Headless::erase(b));
     graph.update(true, false);
     EXPECT_EQ(graph.countReferencesIn(x, space, true), 1U) << "what lies in an erased block does not count";
+}
+
+// What lies in an attached drawing is seen through the record that stands for it, and only so.
+TEST_F(GraphQueries, CountsThroughTheRecordOfAnAttachedDrawing) {
+    KzApDocument* const site = Headless::openDocument(u"site");
+    const KzDbObjectId tree = Headless::makeBlock(site, u"TREE");
+    const KzDbObjectId garden = Headless::makeBlock(site, u"GARDEN");
+    place(tree, Headless::modelSpace(site), 2);
+    place(tree, garden, 1);
+    KzApDocument* const plan = Headless::openDocument(u"plan");
+    const KzDbObjectId space = Headless::modelSpace(plan);
+    const KzDbObjectId first = Headless::attach(plan, site, u"FIRST");
+    ASSERT_TRUE(Headless::attach(plan, site, u"SECOND"));
+    place(first, space, 3);
+    const KzDbObjectId treeHere = Headless::find(plan, u"FIRST|TREE");
+    KzDxBlocks& graph = graphOf(plan);
+    EXPECT_EQ(graph.xrefBlockOf(tree), first);
+    EXPECT_EQ(graph.xrefBlockOf(first), KzDbObjectId());
+    EXPECT_EQ(graph.countReferencesIn(treeHere, first, false), 2U);
+    EXPECT_EQ(graph.countReferencesIn(treeHere, space, true), 6U);
+    ASSERT_NE(graph.node(treeHere)->containers().find(garden), nullptr);
+    EXPECT_EQ(graph.countReferencesIn(treeHere, garden, false), 0U) << "no block of this drawing";
+
+    // Filed while the host does not tell which record its model space is.
+    Headless::failHostCall(Headless::HostCall::modelSpace, 1, Headless::FaultSpan::onwards);
+    graph.update(true, false);
+    EXPECT_GT(Headless::endFaults(), 0U);
+    EXPECT_EQ(graph.countReferencesIn(treeHere, first, false), 0U);
+    EXPECT_EQ(graph.countReferencesIn(treeHere, space, true), 6U);
 }
 
 // An enhanced block before, between and behind its representations in the table.

@@ -1,6 +1,7 @@
 #include "tests/support/graph_checks.h"
 
 #include "blocks/block_node.h"
+#include "frame/application.h"
 #include "headless/inspection.h"
 #include "text/unicode.h"
 
@@ -31,6 +32,10 @@ std::string placesOf(const KzDxBlocks& graph, KzDbObjectId block) {
 }
 
 } // namespace
+
+KzDxBlocks& graphOf(KzApDocument* document) {
+    return *KzDxApplication::instance()->docData(document, true)->blocks();
+}
 
 OwnedGraph freshGraph(KzDxDocument& record) {
     KzDxBlocks* graph = nullptr;

@@ -17,6 +17,9 @@ struct GraphDisposer {
 };
 using OwnedGraph = std::unique_ptr<KzDxBlocks, GraphDisposer>;
 
+/// The graph of an open document, with all that it needs made.
+[[nodiscard]] KzDxBlocks& graphOf(KzApDocument* document);
+
 /// Another graph of the document, switched off, which nobody else knows. Null when it cannot be built.
 [[nodiscard]] OwnedGraph freshGraph(KzDxDocument& record);
 

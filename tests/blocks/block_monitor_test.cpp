@@ -1,0 +1,217 @@
+// Guards how the graph follows a drawing where hardly anything tells of an edit: what is registered, which
+// marks are set and dropped, and what nodes do when they are called directly.
+
+#include "blocks/block_graph.h"
+#include "blocks/block_node.h"
+#include "core/opened.h"
+#include "frame/application.h"
+#include "tests/support/graph_checks.h"
+#include "tests/support/module_test.h"
+
+#include <functional>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class BlockMonitor : public ModuleTest {
+protected:
+    KzDbObjectId makeBlock(const char16_t* name) { return Headless::makeBlock(document, name); }
+    KzDxBlocks& graph() { return graphOf(document); }
+    void attach(KzDbObjectId block, std::size_t client) {
+        ASSERT_EQ(watch(document, {block}, TestClients::client(client)), 1);
+    }
+    std::vector<int> callsOfIdle() {
+        Headless::idle();
+        return clients.takeCalls();
+    }
+    std::vector<int> callsAfterTouching(KzDbObjectId object) {
+        EXPECT_TRUE(Headless::touch(object));
+        return callsOfIdle();
+    }
+    /// What an update finds that reads everything.
+    std::vector<int> callsOfForcedUpdate() {
+        EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
+        return clients.takeCalls();
+    }
+
+    KzApDocument* const document = Headless::openDocument(u"house");
+    const KzDbObjectId space = Headless::modelSpace(document);
+    const KzDbObjectId frame = makeBlock(u"FRAME");
+    const KzDbObjectId desk = makeBlock(u"DESK");
+    const KzDbObjectId door = makeBlock(u"DOOR");
+};
+
+// Only the block table tells of it: nobody is registered on the record yet.
+TEST_F(BlockMonitor, AReferenceInsideANewRecordIsNoticed) {
+    attach(door, 0);
+    ASSERT_TRUE(Headless::insert(makeBlock(u"NEW"), door));
+    EXPECT_THAT(callsOfIdle(), ElementsAre(0));
+}
+
+TEST_F(BlockMonitor, OnlyTheAttachThatBeginsTheWatchingDropsWhatWasEditedBefore) {
+    const KzDbObjectId reference = Headless::insert(space, door);
+    attach(door, 0);
+    EXPECT_THAT(callsOfForcedUpdate(), IsEmpty());
+    kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+    ASSERT_TRUE(Headless::insert(space, door));
+    attach(door, 0);
+    EXPECT_THAT(callsOfForcedUpdate(), IsEmpty());
+    ASSERT_TRUE(Headless::touch(reference));
+    attach(door, 1);
+    EXPECT_THAT(callsOfIdle(), ElementsAre(0, 1)) << "the second client joins a watching under way";
+}
+
+TEST_F(BlockMonitor, WhatACallbackEditsItselfIsNotReported) {
+    const KzDbObjectId reference = Headless::insert(space, door);
+    attach(door, 0);
+    clients.onCall[0] = [&] { EXPECT_TRUE(Headless::touch(reference)); };
+    EXPECT_THAT(callsAfterTouching(reference), ElementsAre(0));
+    EXPECT_THAT(callsOfIdle(), IsEmpty());
+    EXPECT_THAT(callsOfForcedUpdate(), IsEmpty());
+}
+
+TEST_F(BlockMonitor, AfterAMoveTheNewContainerCountsInsteadOfTheOldOne) {
+    const KzDbObjectId inside = Headless::insert(frame, door);
+    const KzDbObjectId frameInSpace = Headless::insert(space, frame);
+    const KzDbObjectId deskInSpace = Headless::insert(space, desk);
+    attach(frame, 0);
+    attach(desk, 1);
+    attach(door, 2);
+    EXPECT_THAT(callsAfterTouching(frameInSpace), ElementsAre(0, 2));
+    EXPECT_THAT(callsAfterTouching(deskInSpace), ElementsAre(1));
+    ASSERT_TRUE(Headless::move(inside, desk));
+    EXPECT_THAT(callsOfIdle(), ElementsAre(2));
+    EXPECT_THAT(callsAfterTouching(frameInSpace), ElementsAre(0));
+    EXPECT_THAT(callsAfterTouching(deskInSpace), ElementsAre(1, 2));
+}
+
+// Without watching, only the containers themselves show that references have moved.
+TEST_F(BlockMonitor, AContainerThatAppearsOrVanishesIsAChange) {
+    const KzDbObjectId first = Headless::insert(frame, door);
+    const KzDbObjectId second = Headless::insert(frame, door);
+    const auto isChangeWhen = [&](const std::function<void()>& edit) {
+        edit();
+        EXPECT_EQ(graph().scanBlockTable(), Orvo::ok);
+        const bool isChanged = graph().node(door)->hasChanges();
+        EXPECT_EQ(graph().hasChanges(), isChanged);
+        graph().setHasChanges(false);
+        return isChanged;
+    };
+    EXPECT_FALSE(isChangeWhen([] {}));
+    EXPECT_TRUE(isChangeWhen([&] { EXPECT_TRUE(Headless::move(first, desk)); })) << "one more";
+    EXPECT_TRUE(isChangeWhen([&] { EXPECT_TRUE(Headless::move(second, desk)); })) << "one less";
+    EXPECT_TRUE(isChangeWhen([&] {
+        for (const KzDbObjectId each : {first, second}) EXPECT_TRUE(Headless::move(each, frame));
+    })) << "as many as before, but others";
+}
+
+// A copy that is gone again when the drawing is read.
+TEST_F(BlockMonitor, CopyingIsAChangeByItself) {
+    const KzDbObjectId reference = Headless::insert(space, door);
+    attach(door, 0);
+    const KzDbObjectId copy = Headless::copy(reference);
+    KzDxBlock& node = *graph().node(door);
+    EXPECT_TRUE(node.needsScan());
+    ASSERT_TRUE(Headless::goodbye(copy));
+    EXPECT_THAT(callsOfIdle(), ElementsAre(0));
+
+    const KzDxOpened<KzDbBlockTableRecord> record(door);
+    node.copied(record.get(), record.get());
+    EXPECT_TRUE(node.needsScan() && graph().needsScan());
+    EXPECT_FALSE(node.hasChanges()) << "a copied record changes nothing";
+}
+
+TEST_F(BlockMonitor, AttributesThatDoNotShowAreNotWatched) {
+    const KzDbObjectId live = Headless::insert(space, door, {{u"SHOWN", u"1"}, {u"ERASED", u"2"}});
+    const KzDbObjectId erased = Headless::insert(space, door, {{u"TAG", u"1"}});
+    ASSERT_TRUE(Headless::erase(Headless::attributeOf(live, u"ERASED")));
+    ASSERT_TRUE(Headless::erase(erased));
+    attach(door, 0);
+    EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(live, u"SHOWN")), 1U);
+    EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(live, u"ERASED")), 0U);
+    EXPECT_EQ(Headless::reactorCount(erased), 1U);
+    EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(erased, u"TAG")), 0U);
+}
+
+TEST_F(BlockMonitor, RepresentationsAreWatchedAndRecognised) {
+    ASSERT_TRUE(Headless::enhance(door));
+    const KzDbObjectId representation = Headless::represent(door);
+    const KzDbObjectId reference = Headless::insert(space, representation);
+    attach(door, 0);
+    ASSERT_TRUE(Headless::goodbye(reference));
+    EXPECT_THAT(callsAfterTouching(representation), ElementsAre(0)) << "its record alone tells of it";
+
+    const KzDbObjectId later = Headless::represent(door);
+    const KzDbObjectId held = Headless::insert(space, later);
+    ASSERT_TRUE(Headless::insert(space, later));
+    ASSERT_TRUE(Headless::holdOpen(held));
+    EXPECT_THAT(callsOfIdle(), ElementsAre(0));
+    EXPECT_EQ(graph().node(later), graph().node(door)) << "the second reference leads to the block";
+    ASSERT_TRUE(Headless::letGo(held));
+}
+
+// A graph that could not leave a reference goes as soon as any graph reads its drawing.
+TEST_F(BlockMonitor, EveryReadingLetsGoWhatCouldNotLeaveBefore) {
+    const KzDbObjectId reference = Headless::insert(space, door);
+    OwnedGraph other = freshGraph(*KzDxApplication::instance()->docData(document, true));
+    ASSERT_EQ(other->setEnabled(true), Orvo::ok);
+    ASSERT_TRUE(Headless::holdOpen(reference));
+    other.reset();
+    ASSERT_TRUE(Headless::letGo(reference));
+    EXPECT_EQ(Headless::reactorCount(reference), 1U);
+    graphOf(Headless::openDocument(u"next")).scanBlockTable();
+    EXPECT_EQ(Headless::reactorCount(reference), 0U);
+}
+
+TEST_F(BlockMonitor, NodesReadOnRequest) {
+    KzDxBlocks& blocks = graph();
+    KzDxBlock& node = *blocks.node(door);
+    const KzDbObjectId inFrame = Headless::insert(frame, door);
+    EXPECT_EQ(node.refresh(), Orvo::ok);
+    EXPECT_THAT(node.containers().referencesIn(frame), ElementsAre(inFrame));
+    const KzDbObjectId inDesk = Headless::insert(desk, frame);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(node.evaluate(frame), Orvo::ok);
+        EXPECT_EQ(node.recordIds().length(), 2) << "a record is taken in once";
+    }
+    EXPECT_THAT(node.containers().referencesIn(desk), ElementsAre(inDesk));
+    EXPECT_NE(blocks.node(frame), &node) << "the key led to another node already";
+    EXPECT_EQ(node.evaluate(KzDbObjectId()), Orvo::invalidObjectId);
+}
+
+TEST_F(BlockMonitor, TheClientsOfAGraphAreThoseOfItsNodes) {
+    attach(door, 1);
+    attach(frame, 0);
+    attach(desk, 1);
+    KzDxBlocks::Clients found;
+    EXPECT_EQ(graph().getClients(found), Orvo::ok);
+    EXPECT_THAT(std::vector(found.begin(), found.end()),
+                ElementsAre(TestClients::client(0), TestClients::client(1)));
+}
+
+// What adding a block to the graph leaves to the node: its registrations and its further keys.
+TEST_F(BlockMonitor, ANodeIsMadeReadyByItself) {
+    KzDxBlocks& blocks = graph();
+    const KzDbObjectId made = makeBlock(u"ENHANCED");
+    ASSERT_TRUE(Headless::enhance(made));
+    const KzDbObjectId representation = Headless::represent(made);
+    const KzDbObjectId reference = Headless::insert(space, representation, {{u"TAG", u"1"}});
+    const KzDxOpened<KzDbBlockTableRecord> record(made);
+    for (const bool isFollowing : {false, true}) {
+        ASSERT_EQ(blocks.setEnabled(isFollowing), Orvo::ok);
+        KzDxBlock* node = nullptr;
+        ASSERT_EQ(KzDxBlock::create(node, &blocks, record.get()), Orvo::ok);
+        EXPECT_EQ(node->isEnabled(), isFollowing);
+        EXPECT_EQ(blocks.node(representation), node);
+        for (const KzDbObjectId each :
+             {made, representation, reference, Headless::attributeOf(reference, u"TAG")})
+            EXPECT_EQ(Headless::reactorCount(each), isFollowing ? 1U : 0U);
+        blocks.forgetNode(*node);
+        KzDxDeferredDeletion::begin(node);
+    }
+    blocks.setEnabled(false);
+}
+
+} // namespace
