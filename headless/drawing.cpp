@@ -30,9 +30,10 @@ Record& Drawing::addRecord(std::u16string_view name, const Record::Origin& origi
 
 void Drawing::takeLeave() {
     forEachObject([](Object& object) {
-        if (object.reactorCount() != 0)
+        if (object.reactorCount() != 0) {
             object.tell("goodbye",
                         [&object](KzDbObjectReactor* reactor) { reactor->goodbye(object.face()); });
+        }
         object.leaveMemory();
     });
     for (const KzDbObjectId id : standIns_) {

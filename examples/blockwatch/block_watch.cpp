@@ -79,7 +79,7 @@ private:
         bool isChanged = false;
         const auto say = [&](auto... words) {
             isChanged = true;
-            (std::cout << "BlockWatch: " << ... << words) << '\n';
+            ((std::cout << "BlockWatch: ") << ... << words) << '\n';
         };
         for (const auto& [reference, text] : texts_) {
             const auto old = before.find(reference);
