@@ -182,11 +182,14 @@ void KzDxBlocks::readStaleNodes() {
 /// Finds out which nodes have to be read because of attached drawings. Edits there tell nobody here; and
 /// which record stands for a drawing decides where the references in its model space are placed.
 void KzDxBlocks::lookElsewhere() {
-    const bool areAttachmentsTheSame = updateAttachments();
+    if (!updateAttachments()) {
+        // At once, before anything can fail: the next time they will be the same.
+        for (KzDxBlock* const node : elsewhere_) {
+            if (node->hasTranslated()) node->becomeStale();
+        }
+    }
     for (KzDxBlock* const node : elsewhere_) {
-        if (node->lastWalk() != walkNumber_) continue;
-        if (!areAttachmentsTheSame && node->hasTranslated()) node->becomeStale();
-        if (node->isStale()) continue;
+        if (node->isStale() || node->lastWalk() != walkNumber_) continue;
         const bool isAnswered = reader_.ask(node->recordIds()) == Orvo::ok;
         if (!isAnswered || !reader_.isAsReported(node->containers())) stale_.add(*node);
     }
