@@ -38,7 +38,8 @@ public:
     /// Adds the name under the position and gives true; gives false and changes nothing when the name is
     /// there.
     bool add(const KzDxHashedName& key, std::size_t position, const auto& nameAt) {
-        if (isFull()) resize(std::max(KzDxTemplateLimits::smallestIndex, slots_.size() * 2));
+        // Fourfold: with a million names, moving them to a larger row takes longer than anything else here.
+        if (isFull()) resize(std::max(KzDxTemplateLimits::smallestIndex, slots_.size() * 4));
         Slot& slot = slots_[slotOf(key, nameAt)];
         if (!slot.isFree()) return false;
         slot = {key.hash, static_cast<std::uint32_t>(position)};
