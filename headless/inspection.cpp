@@ -132,7 +132,7 @@ std::u16string attributeText(KzDbObjectId id) {
 }
 
 std::string describeObject(KzDbObjectId id) {
-    const std::string number = std::to_string(id.value());
+    std::string number = std::to_string(id.value());
     switch (kindOf(id)) {
     case Kind::none:
         return "an object that is gone, " + number;

@@ -21,7 +21,7 @@ std::string takeWord(std::string& text) {
         if (std::strchr("({[<", text[end]) != nullptr) ++depth;
         if (std::strchr(")}]>", text[end]) != nullptr) --depth;
     }
-    const std::string word = text.substr(0, end);
+    std::string word = text.substr(0, end);
     text = trimmed(text.substr(end));
     return word;
 }

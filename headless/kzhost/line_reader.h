@@ -25,7 +25,7 @@ public:
     };
 
     /// A history that cannot be read or written is no error: there is none then.
-    LineReader(Completer completer, bool hasHistory);
+    LineReader(Completer completion, bool hasHistory);
     LineReader(const LineReader&) = delete;
     LineReader& operator=(const LineReader&) = delete;
     ~LineReader();
