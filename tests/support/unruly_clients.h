@@ -57,7 +57,7 @@ private:
     void answer(std::size_t count);
     void answerCall(std::size_t client);
     void checkGraphs();
-    void checkGraph(KzApDocument* document, std::uint32_t& lastScan);
+    void checkGraph(KzApDocument* document, std::uint32_t& lastReading);
     void finish();
     void unloadModule();
 
