@@ -172,8 +172,8 @@ public:
     /// The node of a record; null when it has none.
     [[nodiscard]] KzDxBlock* node(KzDbObjectId record) const;
 
-    /// Begins to follow the drawing from its present state: what happened before is not reported. The status is
-    /// that of `setEnabled`.
+    /// Begins to follow the drawing from its present state: what happened before is not reported. The status
+    /// is that of `setEnabled`.
     Orvo::ErrorStatus startFollowing();
 
     /// The number of the latest reading, begun or done; no two readings of a graph share one.
