@@ -17,6 +17,8 @@ namespace Headless {
 class MessageLoop {
 public:
     Pumped pump();
+    /// Shows a message to the filters. Whether one took it.
+    bool isTaken(const KzPlatform::Message& message);
     void post(std::uint32_t number, std::uintptr_t first, std::intptr_t second);
     void clearQueue() { queue_.clear(); }
     [[nodiscard]] KzPlatform::Window window();
@@ -34,7 +36,6 @@ public:
 private:
     static constexpr std::uint32_t firstNumber = 0xC000; // of registered messages
 
-    bool isTaken(const KzPlatform::Message& message);
     [[nodiscard]] TraceEvent eventOf(const char* name, const KzPlatform::Message& message) const;
 
     std::deque<KzPlatform::Message> queue_;

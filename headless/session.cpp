@@ -120,6 +120,10 @@ Pumped pump() {
     return messageLoop.pump();
 }
 
+bool showToFilters(const KzPlatform::Message& message) {
+    return messageLoop.isTaken(message);
+}
+
 Pumped idle() {
     reportLockMode(currentDocument(), u"#idle");
     return pump();

@@ -77,6 +77,9 @@ struct Pumped {
 /// Dispatches queued messages until the queue is empty, also those that are posted meanwhile.
 HEADLESS_API Pumped pump();
 
+/// Shows a message of another queue, a real window's for example, to the filters. Whether one took it.
+HEADLESS_API bool showToFilters(const KzPlatform::Message& message);
+
 /// What a script calls one turn of the message loop: "#idle" is reported for the current document, then
 /// `pump`.
 HEADLESS_API Pumped idle();

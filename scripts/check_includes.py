@@ -24,6 +24,7 @@ ALLOWED = {
     "tables": BASE,
     "module": {"host"},
     "text": {"text"},
+    "windows": {"host"},
     "headless": HOST | {"text", "headless"},
     "tools": HOST | {"text", "templates", "tools"},
     "examples": HOST,

@@ -1,10 +1,11 @@
 #include "templates/eatt_main.h"
 
+#include "templates/native_path.h"
+
 #include "core/boundary.h"
 #include "templates/archive_writer.h"
 #include "templates/block_list.h"
 
-#include <filesystem>
 #include <iterator>
 #include <utility>
 
@@ -20,8 +21,7 @@ void takeOver(CEattBlockInfo& block) {
 
 bool openFile(KzDxFileSource& source, const std::u16string& path) {
     // A path that ends early at a NUL would name another file.
-    return !path.empty() && path.find(u'\0') == std::u16string::npos &&
-           !source.open(std::filesystem::path(path));
+    return !path.empty() && path.find(u'\0') == std::u16string::npos && !source.open(kzdxNativePath(path));
 }
 
 // An empty list takes the other's memory.

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "zelvane/platform_library.h"
 #include "zelvane/zelvane.h"
-
-#include <dlfcn.h>
 
 /// The exports of the loaded "Zelvane.hmx", found at run time: a client links no library of the module.
 /// `client_module.h`, `block_watch.h` and `idle_timer.h` beside this are made of it, and do more.
@@ -19,7 +18,7 @@
 class KzDxExports {
 public:
     /// Looks for the module. Nothing is loaded by this: the module has to be there already.
-    KzDxExports() noexcept : library_(dlopen("Zelvane.hmx", RTLD_NOW | RTLD_NOLOAD)) {
+    KzDxExports() noexcept : library_("Zelvane.hmx") {
         find(docTimerAttach_, "kzdxDocTimerAttach");
         find(monitorAttach_, "kzdxBlockReferenceMonitorAttach");
         find(monitorDetach_, "kzdxBlockReferenceMonitorDetach");
@@ -30,12 +29,9 @@ public:
     }
     KzDxExports(const KzDxExports&) = delete;
     KzDxExports& operator=(const KzDxExports&) = delete;
-    ~KzDxExports() {
-        if (library_ != nullptr) dlclose(library_);
-    }
 
     /// Whether the module was there with all its exports.
-    [[nodiscard]] bool areFound() const noexcept { return library_ != nullptr && areAllFound_; }
+    [[nodiscard]] bool areFound() const noexcept { return library_.isFound() && areAllFound_; }
 
     /// Has a function called while a document is idle, or no longer (`attach` 0); the interval in
     /// milliseconds holds for all callbacks of the document. `IdleTimer` calls a function object.
@@ -77,13 +73,13 @@ public:
 
 private:
     template <class Function>
-    void find(Function& function, const char* name) noexcept {
-        if (library_ == nullptr) return;
-        function = reinterpret_cast<Function>(dlsym(library_, name));
+    void find(Function*& function, const char* name) noexcept {
+        if (!library_.isFound()) return;
+        function = library_.function<Function>(name);
         if (function == nullptr) areAllFound_ = false;
     }
 
-    void* library_;
+    KzDxLoadedLibrary library_;
     bool areAllFound_ = true;
     decltype(&::kzdxDocTimerAttach) docTimerAttach_ = nullptr;
     decltype(&::kzdxBlockReferenceMonitorAttach) monitorAttach_ = nullptr;

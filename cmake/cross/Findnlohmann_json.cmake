@@ -1,0 +1,3 @@
+include(BorrowHeaders)
+zelvane_borrow_headers(nlohmann_json::nlohmann_json nlohmann)
+set(nlohmann_json_FOUND TRUE)

@@ -1,0 +1,64 @@
+#include "headless/kzhost/call.h"
+#include "headless/kzhost/interrupt.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdio>
+
+namespace KzHost {
+
+namespace {
+
+// ---- Ctrl-C. The system tells it on a thread of its own; Lua allows that one to set a hook.
+
+std::atomic<bool> isPressed = false;
+std::atomic<lua_State*> running = nullptr;
+
+/// Raises the error at each step until the hook is taken away, so that a `pcall` only delays it.
+void stop(lua_State* state, lua_Debug* /*where*/) {
+    luaL_where(state, 0);
+    lua_pushliteral(state, "interrupted");
+    lua_concat(state, 2);
+    lua_error(state);
+}
+
+BOOL WINAPI onInterrupt(DWORD event) {
+    if (event != CTRL_C_EVENT) return FALSE;
+    isPressed = true;
+    lua_State* const state = running;
+    if (state != nullptr)
+        lua_sethook(state, stop, LUA_MASKCALL | LUA_MASKRET | LUA_MASKLINE | LUA_MASKCOUNT, 1);
+    return TRUE;
+}
+
+LONG WINAPI onCrash(EXCEPTION_POINTERS* /*what*/) {
+    if (const char* const client = ScriptCall::runningClient())
+        std::fprintf(stderr, "kzhost: crashed while the client \"%s\" was running\n", client);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+} // namespace
+
+Interruptible::Interruptible(lua_State* state) : state_(state) {
+    running = state_;
+}
+
+Interruptible::~Interruptible() {
+    running = nullptr;
+    lua_sethook(state_, nullptr, 0, 0);
+}
+
+void catchInterrupts() {
+    SetConsoleCtrlHandler(onInterrupt, TRUE);
+}
+
+bool takeInterrupt() {
+    return isPressed.exchange(false);
+}
+
+void nameClientOnCrash() {
+    SetUnhandledExceptionFilter(onCrash);
+}
+
+} // namespace KzHost

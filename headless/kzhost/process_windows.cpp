@@ -1,0 +1,35 @@
+#include "headless/kzhost/process.h"
+#include "text/unicode.h"
+
+#include <windows.h>
+
+#include <io.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
+namespace KzHost {
+
+namespace {
+
+std::filesystem::path programFile() {
+    std::vector<wchar_t> name(MAX_PATH);
+    for (;;) {
+        const DWORD length = GetModuleFileNameW(nullptr, name.data(), DWORD(name.size()));
+        if (length < name.size()) return std::wstring(name.data(), length);
+        name.resize(name.size() * 2); // it was cut off
+    }
+}
+
+} // namespace
+
+std::string programFolder() {
+    return Text::toUtf8(programFile().parent_path().generic_u16string());
+}
+
+bool isInputTyped() {
+    return _isatty(_fileno(stdin)) != 0;
+}
+
+} // namespace KzHost
