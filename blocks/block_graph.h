@@ -81,7 +81,8 @@ public:
     /// Destroys the nodes and the timer; the graph then belongs to no document. The switch stays as it is.
     virtual void reset();
 
-    // Questions (block_graph_queries.cpp).
+    // Questions (block_graph_queries.cpp). The library itself asks for the drawing alone; the others keep
+    // their slots.
 
     /// The drawing; null without a document.
     [[nodiscard]] virtual KzDbDatabase* database() const;
@@ -134,7 +135,7 @@ public:
     /// node are passed over. `missingCollaborator` for a null callback.
     virtual Orvo::ErrorStatus addClient(KzDxClientCallback callback, const KzDbObjectIdArray& blocks);
     virtual void removeClient(KzDxClientCallback callback);
-    /// Adds the callbacks of all nodes to `clients`.
+    /// Adds the callbacks of all nodes to `clients`. Keeps its slot; nothing here calls it.
     virtual Orvo::ErrorStatus getClients(Clients& clients) const;
     /// Whether any node has a callback; needs no memory.
     [[nodiscard]] bool hasClients() const;
@@ -167,7 +168,6 @@ public:
 
     /// The ids of the records that are layouts, in table order, as of the last scan.
     [[nodiscard]] const KzDbObjectIdArray& layoutIds() const { return layoutIds_; }
-    [[nodiscard]] KzDbObjectId modelSpaceId() const { return modelSpaceId_; }
 
     /// The node of a record; null when it has none.
     [[nodiscard]] KzDxBlock* node(KzDbObjectId record) const;

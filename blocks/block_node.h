@@ -56,7 +56,8 @@ public:
     /// that did not open or answer; then nothing has changed but the list of records.
     virtual Orvo::ErrorStatus evaluate(KzDbObjectId record);
 
-    /// `evaluate` for the node's own record.
+    /// `evaluate` for the node's own record. Keeps its slot, as `evaluate` does: the graph's scans take the
+    /// two halves of it below.
     virtual Orvo::ErrorStatus refresh();
 
     [[nodiscard]] virtual const KzDxContainers& containers() const { return containers_; }

@@ -42,7 +42,8 @@ public:
     /// Starts the interval afresh.
     virtual void restart();
 
-    /// Whether the timer goes on after it has fired (as it does at first) or switches itself off.
+    /// Whether the timer goes on after it has fired (as it does at first) or switches itself off. Both keep
+    /// their slots: every timer here repeats.
     [[nodiscard]] virtual bool isRepeating() const { return repeat_; }
     virtual void setRepeating(bool repeat) { repeat_ = repeat; }
 

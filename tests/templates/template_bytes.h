@@ -68,9 +68,10 @@ inline std::vector<std::byte> written(const CEattMain& eattMain) {
 
 inline std::string shown(std::u16string_view name) {
     std::string result;
-    for (const char16_t unit : name)
+    for (const char16_t unit : name) {
         result += unit > 0x20 && unit < 0x7F ? std::string(1, static_cast<char>(unit))
                                              : '{' + std::to_string(unit) + '}';
+    }
     return result;
 }
 
@@ -86,9 +87,10 @@ inline std::string shown(const CEattMain& eattMain) {
         }
         result += ' ' + shown((*at)->blockName) + '=' + std::to_string((*at)->blockFlag) + '(';
         const auto& attributes = (*at)->attributes;
-        for (std::size_t i = 0; i < attributes.size(); ++i)
+        for (std::size_t i = 0; i < attributes.size(); ++i) {
             result += (i == 0 ? "" : " ") + shown(attributes.name(i)) + '=' +
                       std::to_string(attributes.entry(i).flag);
+        }
         result += ')';
     }
     return result;

@@ -70,13 +70,14 @@ TEST(TemplateRead, EveryFormIsUnderstoodHoweverTheBytesCome) {
 }
 
 TEST(TemplateRead, FileCutAtAnyLengthGivesNothing) {
-    for (const auto& all : {exampleBytes(), variedBytes()})
+    for (const auto& all : {exampleBytes(), variedBytes()}) {
         for (std::size_t size = 0; size < all.bytes.size(); ++size)
             EXPECT_PRED1(isRefused, read(std::span(all.bytes).first(size))) << size;
+    }
 }
 
 TEST(TemplateRead, AnyDamagedByteIsRefusedOrUnderstood) {
-    for (auto all : {exampleBytes(), variedBytes()})
+    for (auto all : {exampleBytes(), variedBytes()}) {
         for (auto& byte : all.bytes) {
             const auto good = byte;
             for (unsigned damage = 1; damage < 256; ++damage) {
@@ -92,6 +93,7 @@ TEST(TemplateRead, AnyDamagedByteIsRefusedOrUnderstood) {
             }
             byte = good;
         }
+    }
 }
 
 TEST(TemplateRead, ClaimsAreNotBelieved) {
@@ -148,10 +150,11 @@ TEST(TemplateRead, TagsNameWhatWasGivenOutBefore) {
     EXPECT_EQ(readThird(TemplateBytes().u16(0x7FFF).u32(2)), "1: A=1() B=1() ^0");
     EXPECT_EQ(readThird(TemplateBytes().u16(0x7FFF).u32(0x80000001).body(u"C")), "1: A=1() B=1() C=1()");
 
-    for (const unsigned tag : {0x8000U, 0x8002U, 0x8003U, 0x8004U, 0xFFFEU})
+    for (const unsigned tag : {0x8000U, 0x8002U, 0x8003U, 0x8004U, 0xFFFEU}) {
         EXPECT_EQ(readThird(TemplateBytes().u16(static_cast<std::uint16_t>(tag)).body(u"C")),
                   noClass + " at byte 56")
             << tag;
+    }
     for (const unsigned tag : {0x80000000U, 0x80000002U, 0x80000004U, 0xFFFFFFFFU})
         EXPECT_EQ(readThird(TemplateBytes().u16(0x7FFF).u32(tag).body(u"C")), noClass + " at byte 56") << tag;
     for (const unsigned tag : {1U, 4U, 0x7FFEU})

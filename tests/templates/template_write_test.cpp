@@ -69,11 +69,14 @@ std::string contents(const CEattMain& eattMain) {
 
 // The sort as it is laid down, step by step.
 std::vector<std::u16string> sortedStepByStep(std::vector<std::u16string> names) {
-    for (auto gap = names.size() / 2; gap >= 1; gap /= 2)
-        for (auto i = gap; i < names.size(); ++i)
-            for (auto upper = i; upper >= gap; upper -= gap)
+    for (auto gap = names.size() / 2; gap >= 1; gap /= 2) {
+        for (auto i = gap; i < names.size(); ++i) {
+            for (auto upper = i; upper >= gap; upper -= gap) {
                 if (CEattUtil::collateNoCase(names[upper], names[upper - gap]) < 0)
                     std::swap(names[upper], names[upper - gap]);
+            }
+        }
+    }
     return names;
 }
 

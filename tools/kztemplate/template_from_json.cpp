@@ -57,9 +57,10 @@ private:
 
     bool object(const json& from, const std::string& path, std::initializer_list<const char*> keys) {
         if (!from.is_object()) return refuse(path, "must be an object");
-        for (const auto& member : from.items())
+        for (const auto& member : from.items()) {
             if (std::ranges::find(keys, member.key()) == keys.end())
                 return refuse(memberPath(path, member.key()), "the key is unknown");
+        }
         for (const char* key : keys)
             if (!from.contains(key)) return refuse(memberPath(path, key), "is missing");
         return true;
