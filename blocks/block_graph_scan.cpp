@@ -5,7 +5,6 @@
 #include "core/deferred_deletion.h"
 
 #include <algorithm>
-#include <map>
 #include <utility>
 #include <vector>
 
@@ -16,8 +15,7 @@
 /// The walk itself changes only which nodes there are and under which keys; reading changes neither.
 class KzDxBlocks::Walk {
 public:
-    Walk(KzDxBlocks& graph, bool readsEverything)
-        : graph_(graph), readsEverything_(readsEverything), expected_(graph.blockMap_.begin()) {}
+    Walk(KzDxBlocks& graph, bool readsEverything) : graph_(graph), readsEverything_(readsEverything) {}
 
     void run(const KzDbDatabase& drawing) {
         graph_.layoutIds_.clear();
@@ -37,8 +35,6 @@ public:
     [[nodiscard]] bool isComplete() const { return isComplete_; }
 
 private:
-    using BlockMap = std::map<KzDbObjectId, KzDxBlock*>;
-
     void visit(KzDbObjectId id) {
         const KzDxOpened<KzDbBlockTableRecord> record(id);
         if (!record) {
@@ -79,11 +75,17 @@ private:
         return id;
     }
 
-    /// The node under a key. Most tables are in the order of ids, where it is the one after the last found.
+    /// The node under a key. Nodes are made in the order of the table, so it is mostly the one after the last
+    /// found, or, where records have gone, one soon after it.
     KzDxBlock* nodeOf(KzDbObjectId key) {
-        const BlockMap& blocks = graph_.blockMap_;
-        if (expected_ == blocks.end() || expected_->first != key) expected_ = blocks.find(key);
-        return expected_ == blocks.end() ? nullptr : (expected_++)->second;
+        constexpr std::size_t soon = 8;
+        const auto& nodes = graph_.nodes_;
+        const std::size_t end = std::min(nodes.size(), expected_ + soon);
+        std::size_t at = expected_;
+        while (at < end && nodes[at]->id() < key) ++at;
+        if (at == end || nodes[at]->id() != key) return graph_.node(key);
+        expected_ = at + 1;
+        return nodes[at].get();
     }
 
     /// A record whose node cannot be made is passed over, and so is one that leads to a block without a node
@@ -118,7 +120,7 @@ private:
     KzDxBlocks& graph_;
     const bool readsEverything_;
     bool isComplete_ = true;
-    BlockMap::const_iterator expected_;     ///< keys are added during a walk, never removed
+    std::size_t expected_ = 0;              ///< the node after the last found
     std::vector<KzDxBlock*> ofManyRecords_; ///< asked after the walk, when all their records are known
 };
 

@@ -48,12 +48,16 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
     for (const KzDbObjectId each : recordIds_) {
         if (each != id_) furtherRecords_.insert(each);
     }
+    if (owner->isEnabled()) {
+        storeEnabled(true);
+        registrations_.beginJoining();
+    }
     const Orvo::ErrorStatus status = read();
     if (status != Orvo::ok) return status;
     // The keys come after the reading: the graph must never hold a key of a node that did not come to be.
     for (const KzDbObjectId each : furtherRecords_) owner->addBlockAlias(each, this);
-    static_cast<void>(
-        setEnabled(owner->isEnabled())); // what could not be joined is known to the registrations
+    // What could not be joined is known to the registrations.
+    if (isEnabled()) noteSwitching(registrations_.joinRecords(recordIds_));
     return Orvo::ok;
 }
 
@@ -88,9 +92,14 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     storeEnabled(enable);
     const Orvo::ErrorStatus status =
         enable ? registrations_.join(recordIds_, containers_) : registrations_.leave(recordIds_, containers_);
-    if (isHardOfHearing()) becomeStale();
-    if (enable && status != Orvo::ok && owner_ != nullptr) owner_->recordIsUnheard();
+    noteSwitching(status);
     return status;
+}
+
+/// Has read again what was not joined or left.
+void KzDxBlock::noteSwitching(Orvo::ErrorStatus status) {
+    if (isHardOfHearing()) becomeStale();
+    if (isEnabled() && status != Orvo::ok && owner_ != nullptr) owner_->recordIsUnheard();
 }
 
 bool KzDxBlock::isHardOfHearing() const {

@@ -134,29 +134,31 @@ private:
     Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
     [[nodiscard]] KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) const;
     [[nodiscard]] bool leaveHost() noexcept override;
+    void noteSwitching(Orvo::ErrorStatus status);
     void listsMayDiffer();
     [[nodiscard]] bool decidesRepresentation(const KzDbObject* object) const;
 
     // Reading (block_node_reading.cpp).
     struct Differences;
     void file(const KzDxReferenceReader& reader);
+    void rememberJoined(const KzDxReferenceReader& reader);
     void markContainerChanges(const KzDxContainers& before);
 
+    // First what a walk over all nodes looks at: it is in few cache lines.
     KzDxBlocks* owner_ = nullptr;
     KzDbObjectId id_;
-    KzDxContainers containers_;
+    std::uint32_t lastWalk_ = 0;
+    std::uint32_t lastReading_ = 0;
+    std::uint8_t marks_ = 0; ///< a bit for each list of the graph that the node is in
     bool hasChanges_ = false;
     bool needsScan_ = true;
-    Clients clients_;
-    KzDbObjectIdArray recordIds_;
-    /// The records after the first, for looking up.
-    KzDxIdSet furtherRecords_;
-    KzDxRegistrations registrations_{*this};
-
-    std::uint8_t marks_ = 0; ///< a bit for each list of the graph that the node is in
     bool hasAnonymousRecord_ = false;
     bool hasTranslated_ = false;
     bool readsAll_ = true; ///< whether the next reading opens every reference, or only those that have come
-    std::uint32_t lastWalk_ = 0;
-    std::uint32_t lastReading_ = 0;
+    KzDxContainers containers_;
+    KzDbObjectIdArray recordIds_;
+    Clients clients_;
+    /// The records after the first, for looking up.
+    KzDxIdSet furtherRecords_;
+    KzDxRegistrations registrations_{*this};
 };

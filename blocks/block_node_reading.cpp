@@ -1,17 +1,18 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 #include "blocks/reference_reader.h"
+#include "core/scope_guard.h"
 
 #include <algorithm>
 #include <cassert>
 #include <span>
 #include <utility>
 
-/// How a reading differs from what was filed before. All ascending.
+/// How a reading differs from what was filed before. Lists ascend.
 struct KzDxBlock::Differences {
-    std::vector<KzDbObjectId> arrived; ///< filed now, and not before
-    std::vector<KzDbObjectId> gone;    ///< filed before, and no longer reported
-    std::vector<KzDbObjectId> unread;  ///< filed before, and still reported, but without a place now
+    bool hasArrived = false;          ///< some reference is filed now, and was not before
+    std::vector<KzDbObjectId> gone;   ///< filed before, and no longer reported
+    std::vector<KzDbObjectId> unread; ///< filed before, and still reported, but without a place now
 
     Differences(const KzDxContainers& before, const KzDxContainers& now) {
         const std::span<const KzDbObjectId> old = before.references();
@@ -25,7 +26,7 @@ struct KzDxBlock::Differences {
             }
             const bool isOld = at < old.size() && old[at] == fresh[next];
             const bool wasOldFiled = isOld && wasFiled(at);
-            if (isFiled(next) && !wasOldFiled) arrived.push_back(fresh[next]);
+            if (isFiled(next) && !wasOldFiled) hasArrived = true;
             if (!isFiled(next) && wasOldFiled) unread.push_back(fresh[next]);
             if (isOld) ++at;
         }
@@ -66,14 +67,16 @@ Orvo::ErrorStatus KzDxBlock::read() {
     KzDxReferenceReader& reader = owner_->reader();
     const Orvo::ErrorStatus status = reader.ask(recordIds_);
     if (status != Orvo::ok) return status;
-    if (readsAll) {
-        reader.place(containers_);
-    } else {
-        reader.placeNew(containers_);
-    }
+    if (isEnabled()) registrations_.makeRoomFor(reader.reportedCount());
+    KzDxScopeGuard remember([&] { rememberJoined(reader); });
+    reader.place(containers_,
+                 readsAll ? KzDxReferenceReader::Places::all : KzDxReferenceReader::Places::unknown,
+                 isEnabled() ? &registrations_ : nullptr);
     hasTranslated_ = reader.hasTranslated() || (hasTranslated_ && !readsAll);
     if (reader.hasForeign()) owner_->nodeReportsElsewhere(*this);
     if (!reader.isAsFiled()) file(reader);
+    remember.dismiss();
+    registrations_.forgetFiled(containers_);
     registrations_.settle(isEnabled(), reader.references(), recordIds_, containers_);
     setNeedsScan(false);
     lastReading_ = owner_->readingNumber();
@@ -86,13 +89,20 @@ void KzDxBlock::file(const KzDxReferenceReader& reader) {
     const Differences differences(containers_, now);
     registrations_.makeRoomFor(differences.gone.size() + differences.unread.size());
 
-    // Nothing from here on can fail but joining, which the next reading goes on with.
+    // Nothing from here on can fail.
     const KzDxContainers before = std::exchange(containers_, std::move(now));
     markContainerChanges(before);
-    if (!differences.arrived.empty() || !differences.gone.empty()) setHasChanges(true);
+    if (differences.hasArrived || !differences.gone.empty()) setHasChanges(true);
     for (const KzDbObjectId reference : differences.gone) registrations_.dropReference(reference);
     for (const KzDbObjectId reference : differences.unread) registrations_.suspendReference(reference);
-    if (isEnabled()) registrations_.joinReferences(differences.arrived);
+}
+
+/// Memory has run out between joining references and filing them.
+void KzDxBlock::rememberJoined(const KzDxReferenceReader& reader) {
+    if (!isEnabled()) return;
+    for (const KzDbObjectId reference : reader.references()) {
+        if (!containers_.isFiled(reference)) registrations_.addStray(reference);
+    }
 }
 
 /// Marks a change when a container appeared or lost its last reference.

@@ -45,6 +45,13 @@ public:
     [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
     [[nodiscard]] std::span<const std::uint32_t> numbers() const { return numbers_; }
 
+    /// Whether a reference is filed under some container.
+    [[nodiscard]] bool isFiled(KzDbObjectId reference) const {
+        const auto at = std::ranges::lower_bound(references_, reference);
+        return at != references_.end() && *at == reference &&
+               numbers_[static_cast<std::size_t>(at - references_.begin())] != nowhere;
+    }
+
     /// Whether some reference is reported but filed nowhere.
     [[nodiscard]] bool hasUnfiled() const { return unfiledCount_ != 0; }
 

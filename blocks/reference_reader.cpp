@@ -3,6 +3,7 @@
 #include "blocks/block_graph.h"
 #include "blocks/id_set.h"
 #include "blocks/model_space.h"
+#include "blocks/registrations.h"
 #include "core/opened.h"
 
 #include <algorithm>
@@ -33,9 +34,14 @@ void KzDxReferenceReader::release() {
     numberOfNew_.release();
 }
 
-Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbObjectIdArray& records) {
+void KzDxReferenceReader::beginAsking() {
     reported_.clear();
+    references_ = {};
     isSorted_ = false;
+}
+
+Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbObjectIdArray& records) {
+    beginAsking();
     for (const KzDbObjectId record : records) {
         if (record.isErased()) continue;
         const KzDxOpened<KzDbBlockTableRecord> opened(record);
@@ -47,8 +53,7 @@ Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbObjectIdArray& records) {
 }
 
 Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbBlockTableRecord& record) {
-    reported_.clear();
-    isSorted_ = false;
+    beginAsking();
     return append(record);
 }
 
@@ -89,20 +94,22 @@ void KzDxReferenceReader::beginPlacing(const KzDxContainers& filed) {
     numbers_.resize(references_.size());
 }
 
-void KzDxReferenceReader::place(const KzDxContainers& filed) {
-    beginPlacing(filed);
-    std::ranges::transform(references_, numbers_.begin(),
-                           [this](KzDbObjectId reference) { return placeOf(reference); });
-}
-
-void KzDxReferenceReader::placeNew(const KzDxContainers& filed) {
+void KzDxReferenceReader::place(const KzDxContainers& filed, Places places, KzDxRegistrations* joining) {
     beginPlacing(filed);
     const std::span<const KzDbObjectId> old = filed.references();
     std::size_t at = 0; // both ascend
     for (std::size_t next = 0; next < references_.size(); ++next) {
-        while (at < old.size() && old[at] < references_[next]) ++at;
-        const bool isOld = at < old.size() && old[at] == references_[next];
-        numbers_[next] = isOld ? filed.numbers()[at] : placeOf(references_[next]);
+        const KzDbObjectId reference = references_[next];
+        while (at < old.size() && old[at] < reference) ++at;
+        const bool isOld = at < old.size() && old[at] == reference;
+        const std::uint32_t before = isOld ? filed.numbers()[at] : nowhere;
+        if (isOld && places == Places::unknown) {
+            numbers_[next] = before;
+        } else if (joining != nullptr && before == nowhere) {
+            numbers_[next] = joinedPlaceOf(reference, *joining);
+        } else {
+            numbers_[next] = placeOf(reference);
+        }
     }
 }
 
@@ -118,8 +125,24 @@ KzDxContainers KzDxReferenceReader::containers() const {
 /// The number of the container of a reference.
 std::uint32_t KzDxReferenceReader::placeOf(KzDbObjectId reference) {
     const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forRead, true);
-    if (!opened) return nowhere;
-    const KzDbObjectId owner = opened->ownerId();
+    return opened ? placeOf(*opened.get()) : nowhere;
+}
+
+/// The same, and joins the reference when it has a container.
+std::uint32_t KzDxReferenceReader::joinedPlaceOf(KzDbObjectId reference, KzDxRegistrations& joining) {
+    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
+    const std::uint32_t number = opened ? placeOf(*opened.get()) : placeOf(reference);
+    if (number == nowhere) return nowhere;
+    if (opened) {
+        joining.joinReference(*opened.get(), reference);
+    } else {
+        joining.missReference();
+    }
+    return number;
+}
+
+std::uint32_t KzDxReferenceReader::placeOf(const KzDbBlockReference& reference) {
+    const KzDbObjectId owner = reference.ownerId();
     OwnerNumber& recent = recentSlot(owner);
     if (recent.owner != owner) recent = {owner, containerNumber(owner)};
     return recent.number;

@@ -11,6 +11,7 @@
 #include <vector>
 
 class KzDxBlocks;
+class KzDxRegistrations;
 
 /// Reads from the drawing which references a block has and where each of them is placed: first the lists,
 /// which costs one question per record, then the references, each of which is opened.
@@ -29,16 +30,23 @@ public:
     /// Asks one open record.
     [[nodiscard]] Orvo::ErrorStatus ask(const KzDbBlockTableRecord& record);
 
+    /// How many references were reported, those twice that were reported twice.
+    [[nodiscard]] std::size_t reportedCount() const { return static_cast<std::size_t>(reported_.length()); }
+
     /// Whether the records have just reported what they did when `filed` was read: nothing came or went.
     [[nodiscard]] bool isAsReported(const KzDxContainers& filed);
 
     // The references.
 
-    /// Opens every reference that was reported and asks where it is placed. One in the model space of an
-    /// attached drawing counts as placed in the record of this drawing that stands for the attached one.
-    void place(const KzDxContainers& filed);
-    /// The same for those that were not filed before; the others are where they were.
-    void placeNew(const KzDxContainers& filed);
+    enum class Places : std::uint8_t {
+        all,     ///< of every reference that was reported
+        unknown, ///< of those that were not reported before; the others are where they were
+    };
+
+    /// Opens references and asks where they are placed. One in the model space of an attached drawing counts
+    /// as placed in the record of this drawing that stands for the attached one. Those that have a place, and
+    /// had none before, are joined in the same opening when `joining` is given.
+    void place(const KzDxContainers& filed, Places places, KzDxRegistrations* joining);
 
     /// Whether each reference has the place that it was filed under.
     [[nodiscard]] bool isAsFiled() const;
@@ -70,10 +78,13 @@ private:
         std::uint32_t number = nowhere;
     };
 
+    void beginAsking();
     [[nodiscard]] Orvo::ErrorStatus append(const KzDbBlockTableRecord& record);
     void sortReported();
     void beginPlacing(const KzDxContainers& filed);
     [[nodiscard]] std::uint32_t placeOf(KzDbObjectId reference);
+    [[nodiscard]] std::uint32_t joinedPlaceOf(KzDbObjectId reference, KzDxRegistrations& joining);
+    [[nodiscard]] std::uint32_t placeOf(const KzDbBlockReference& reference);
     [[nodiscard]] OwnerNumber& recentSlot(KzDbObjectId owner);
     [[nodiscard]] std::uint32_t containerNumber(KzDbObjectId owner);
     [[nodiscard]] KzDbObjectId containerOf(KzDbObjectId owner);

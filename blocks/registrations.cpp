@@ -12,10 +12,8 @@ Orvo::ErrorStatus KzDxRegistrations::join(const KzDbObjectIdArray& records,
                                           const KzDxContainers& containers) {
     state_ = State::unsettled; // until the end: memory may run out at any step
     hearsReferences_ = true;
-    containers.forEachFiled([this](KzDbObjectId reference) { joinReference(reference); });
-    const Orvo::ErrorStatus status = joinRecords(records);
-    state_ = State::joined;
-    return status;
+    containers.forEachFiled([this](KzDbObjectId reference) { openAndJoin(reference); });
+    return joinRecords(records);
 }
 
 Orvo::ErrorStatus KzDxRegistrations::leave(const KzDbObjectIdArray& records,
@@ -39,10 +37,14 @@ bool KzDxRegistrations::leaveAll(const KzDbObjectIdArray& records,
     return areAllLeft;
 }
 
-void KzDxRegistrations::joinReferences(std::span<const KzDbObjectId> arrived) {
-    const State before = std::exchange(state_, State::unsettled);
-    for (const KzDbObjectId reference : arrived) joinReference(reference);
-    state_ = before;
+void KzDxRegistrations::joinReference(const KzDbBlockReference& reference, KzDbObjectId id) {
+    reference.addReactor(&reactor_);
+    joinAttributes(reference, id);
+}
+
+void KzDxRegistrations::forgetFiled(const KzDxContainers& containers) noexcept {
+    strays_.eraseIf([&](KzDbObjectId reference) { return containers.isFiled(reference); });
+    if (strays_.isEmpty()) strays_ = {};
 }
 
 void KzDxRegistrations::dropReference(KzDbObjectId gone) noexcept {
@@ -69,6 +71,12 @@ void KzDxRegistrations::settle(bool isEnabled, std::span<const KzDbObjectId> rep
 }
 
 Orvo::ErrorStatus KzDxRegistrations::joinRecords(const KzDbObjectIdArray& records) {
+    const Orvo::ErrorStatus status = joinEachRecord(records);
+    state_ = State::joined;
+    return status;
+}
+
+Orvo::ErrorStatus KzDxRegistrations::joinEachRecord(const KzDbObjectIdArray& records) {
     const KzDbObjectId own = records[0];
     if (!own.isValid() || own.isErased() || own.isEffectivelyErased()) return Orvo::invalidObjectId;
     for (const KzDbObjectId id : records) {
@@ -89,15 +97,14 @@ Orvo::ErrorStatus KzDxRegistrations::leaveRecords(const KzDbObjectIdArray& recor
     return Orvo::ok;
 }
 
-void KzDxRegistrations::joinReference(KzDbObjectId id) {
+void KzDxRegistrations::openAndJoin(KzDbObjectId id) {
     const KzDxOpened<KzDbBlockReference> reference(id, KzDb::OpenMode::forNotify, true);
     if (!reference) {
-        hearsReferences_ = false;
+        missReference();
         return;
     }
-    reference->addReactor(&reactor_);
     strays_.erase(id);
-    joinAttributes(*reference.get(), id);
+    joinReference(*reference.get(), id);
 }
 
 void KzDxRegistrations::joinAttributes(const KzDbBlockReference& reference, KzDbObjectId id) {

@@ -32,11 +32,24 @@ public:
     /// Leaves everything that can be opened, whatever comes of the rest. Whether that was all.
     [[nodiscard]] bool leaveAll(const KzDbObjectIdArray& records, const KzDxContainers& containers) noexcept;
 
-    /// Joins references that have been filed, while switched on. Throws with `isSettled` false.
-    void joinReferences(std::span<const KzDbObjectId> arrived);
+    // Joining references in the opening in which they are read, while switched on.
 
-    /// Has room to remember `count` references more: that many can be taken out without memory.
+    /// For a node that comes to be switched on: its references are joined as they are read, its records
+    /// after.
+    void beginJoining() { state_ = State::joining; }
+    /// Joins a reference that is open for notification and about to be filed.
+    void joinReference(const KzDbBlockReference& reference, KzDbObjectId id);
+    /// A reference could be read, but not joined.
+    void missReference() { hearsReferences_ = false; }
+    /// Joins the records, which completes a switching on. Results as for `join`.
+    Orvo::ErrorStatus joinRecords(const KzDbObjectIdArray& records);
+
+    /// Has room to remember `count` references more, without memory then.
     void makeRoomFor(std::size_t count) { strays_.makeRoomFor(count); }
+    /// Remembers a reference that may have been joined, but is not filed.
+    void addStray(KzDbObjectId reference) { strays_.insert(reference); }
+    /// Forgets about those that are filed, and gives unused room back.
+    void forgetFiled(const KzDxContainers& containers) noexcept;
     /// Leaves a reference that is no longer reported.
     void dropReference(KzDbObjectId gone) noexcept;
     /// Remembers a reference that is still reported, but could not be read and is filed no more.
@@ -58,12 +71,13 @@ public:
 private:
     enum class State : std::uint8_t {
         none,      ///< registered on nothing that is known
+        joining,   ///< on the references that have been read; the records are to come
         joined,    ///< on everything that could be opened
         unsettled, ///< a switching was not completed
     };
 
-    [[nodiscard]] Orvo::ErrorStatus joinRecords(const KzDbObjectIdArray& records);
-    void joinReference(KzDbObjectId id);
+    [[nodiscard]] Orvo::ErrorStatus joinEachRecord(const KzDbObjectIdArray& records);
+    void openAndJoin(KzDbObjectId id);
     void joinAttributes(const KzDbBlockReference& reference, KzDbObjectId id);
     [[nodiscard]] Orvo::ErrorStatus leaveRecords(const KzDbObjectIdArray& records);
     [[nodiscard]] bool leaveReference(KzDbObjectId id) noexcept;

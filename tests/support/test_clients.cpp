@@ -15,14 +15,14 @@ void called(KzDxClientCallback self) {
     }
 }
 
-template <std::size_t N>
+template <std::size_t number>
 void callback() {
-    called(&callback<N>);
+    called(&callback<number>);
 }
 
-template <std::size_t... N>
-std::array<KzDxClientCallback, sizeof...(N)> sortedCallbacks(std::index_sequence<N...>) {
-    std::array<KzDxClientCallback, sizeof...(N)> callbacks{&callback<N>...};
+template <std::size_t... numbers>
+std::array<KzDxClientCallback, sizeof...(numbers)> sortedCallbacks(std::index_sequence<numbers...>) {
+    std::array<KzDxClientCallback, sizeof...(numbers)> callbacks{&callback<numbers>...};
     std::ranges::sort(callbacks, std::less<>());
     return callbacks;
 }

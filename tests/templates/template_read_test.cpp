@@ -85,10 +85,11 @@ TEST(TemplateRead, AnyDamagedByteIsRefusedOrUnderstood) {
                 KzDxMemorySource source(all.bytes);
                 CEattMain eattMain;
                 const auto failure = kzdxReadTemplate(source, eattMain);
-                if (failure)
+                if (failure) {
                     ASSERT_LE(failure.offset, all.bytes.size());
-                else
+                } else {
                     ASSERT_FALSE(isRefused(read(written(eattMain))));
+                }
                 ASSERT_THAT(read(all), Not(HasSubstr("half a result")));
             }
             byte = good;

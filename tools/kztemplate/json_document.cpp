@@ -68,10 +68,11 @@ private:
     [[nodiscard]] std::string path() const {
         std::string result = "$";
         for (const auto& level : levels_) {
-            if (level.isArray)
+            if (level.isArray) {
                 result = elementPath(result, level.index);
-            else if (!level.keys.empty())
+            } else if (!level.keys.empty()) {
                 result = memberPath(result, level.key);
+            }
         }
         return result;
     }
