@@ -91,7 +91,8 @@ public:
         case 18:
             return void(kzdxUpdateBlockGraph(main_, true, false));
         default:
-            return isWatched_ ? unwatch() : watch();
+            if (isWatched_) return unwatch();
+            return watch();
         }
     }
 

@@ -28,7 +28,7 @@ protected:
         std::vector<int> called;
         survived = set->callEach(GetParam(), [&](const int* member) {
             called.push_back(static_cast<int>(member - members.data()));
-            if (called.back() == at && action) std::exchange(done, true) ? void() : action();
+            if (called.back() == at && action && !std::exchange(done, true)) action();
         });
         return called;
     }

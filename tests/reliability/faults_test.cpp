@@ -186,8 +186,16 @@ private:
         reset();
         const Drawings drawings;
         if (stage == Stage::leaving) work(drawings);
-        kind ? failHostCall(*kind, number, span) : failHostCall(number, span);
-        stage == Stage::leaving ? leave(drawings) : work(drawings);
+        if (kind) {
+            failHostCall(*kind, number, span);
+        } else {
+            failHostCall(number, span);
+        }
+        if (stage == Stage::leaving) {
+            leave(drawings);
+        } else {
+            work(drawings);
+        }
         const std::size_t failed = endFaults();
         EXPECT_EQ(drawings.openCount(), 0U);
         if (stage == Stage::lastWorking) {

@@ -15,7 +15,22 @@ namespace {
 
 /// What an operation gave, for each kind of call in the order of the calls that failed; equal results that
 /// follow each other stand there once.
-using Results = std::map<HostCall, std::vector<int>>;
+template <class Result>
+using ResultsOf = std::map<HostCall, std::vector<Result>>;
+using Results = ResultsOf<int>;
+
+/// What a scan finds of the drawing that `makeDoors` makes.
+struct Scan {
+    std::size_t records = 0;    ///< keys of the graph
+    std::size_t references = 0; ///< filed for the block
+    friend bool operator==(const Scan&, const Scan&) = default;
+    friend void PrintTo(const Scan& scan, std::ostream* out) {
+        *out << scan.records << " records, " << scan.references << " references";
+    }
+};
+constexpr Scan foundAll{.records = 4, .references = 2}; // two layouts, the block, its representation
+constexpr Scan foundNothing;
+constexpr Scan noGraph{.records = SIZE_MAX, .references = 0};
 
 class Refusals : public ModuleTest {
 protected:
@@ -41,15 +56,15 @@ protected:
 
     /// Lets each call that `operation(document)` makes fail in turn, each time in a document made by `make`.
     template <class Make, class Operation>
-    static Results resultsOf(Make make, Operation operation) {
-        Results results;
+    static auto resultsOf(Make make, Operation operation) {
+        ResultsOf<decltype(operation(nullptr))> results;
         for (std::size_t at = 0; at < hostCallKinds; ++at) {
             const auto kind = static_cast<HostCall>(at);
             bool hasFailed = true;
             for (std::size_t number = 1; hasFailed; ++number) {
                 KzApDocument* const document = make();
                 failHostCall(kind, number, FaultSpan::once);
-                const int result = operation(document);
+                const auto result = operation(document);
                 hasFailed = endFaults() != 0;
                 EXPECT_EQ(openCountOf(document), 0U);
                 closeDocument(document);
@@ -89,37 +104,40 @@ TEST_F(Refusals, WatchingNeedsTheDrawingItsTableAndModelSpace) {
                                               }));
 }
 
-// One scan: -1 without a graph, else ten times the keys of the graph (all: two layouts, the block and its
-// representation) and the references filed for the block (all: two).
 TEST_F(Refusals, AScanPassesOverWhatItCannotRead) {
     const auto scan = [](KzApDocument* document) {
-        if (kzdxUpdateBlockGraph(document, false, false) == 0) return -1;
+        if (kzdxUpdateBlockGraph(document, false, false) == 0) return noGraph;
         const KzDxBlocks& graph = *KzDxApplication::instance()->docData(document, false)->blocks();
-        const KzDxBlock* const door = graph.node(find(document, u"Door"));
-        std::size_t filed = 0;
-        if (door != nullptr) {
-            for (const KzDxContainers::Entry& entry : door->containers()) filed += entry.count;
+        Scan found{.records = graph.blockMap().size(), .references = 0};
+        if (const KzDxBlock* const door = graph.node(find(document, u"Door")); door != nullptr) {
+            for (const KzDxContainers::Entry& entry : door->containers()) found.references += entry.count;
         }
-        return static_cast<int>(10 * graph.blockMap().size() + filed);
+        return found;
     };
+    constexpr Scan withoutALayout{.records = 3, .references = 2};
+    constexpr Scan withoutTheBlock{.records = 3, .references = 0};
+    constexpr Scan withoutAReference{.records = 4, .references = 1};
+    constexpr Scan withoutReferences{.records = 4, .references = 0};
     EXPECT_EQ(resultsOf(makeDoors, scan),
-              (Results{
-                  {HostCall::manager, {42}},
-                  {HostCall::currentDocument, {42}},
+              (ResultsOf<Scan>{
+                  {HostCall::manager, {foundAll}},
+                  {HostCall::currentDocument, {foundAll}},
                   // the table, and once more; layouts; the block with its representation; references; the
                   // representation as a record of the table
-                  {HostCall::openObject, {-1, 0, 32, 30, 41, 42}},
-                  {HostCall::recordByName, {-1}},
-                  {HostCall::tableIterator, {0}},
-                  {HostCall::recordId, {32, 30, 42}},
-                  {HostCall::references, {32, 30, 42}},
-                  {HostCall::erasedReferences, {32, 30}},
-                  {HostCall::drawing, {-1, 0, 42, 40}}, // a layout has no references whose place would matter
+                  {HostCall::openObject,
+                   {noGraph, foundNothing, withoutALayout, withoutTheBlock, withoutAReference, foundAll}},
+                  {HostCall::recordByName, {noGraph}},
+                  {HostCall::tableIterator, {foundNothing}},
+                  {HostCall::recordId, {withoutALayout, withoutTheBlock, foundAll}},
+                  {HostCall::references, {withoutALayout, withoutTheBlock, foundAll}},
+                  {HostCall::erasedReferences, {withoutALayout, withoutTheBlock}},
+                  // a layout has no references whose place would matter
+                  {HostCall::drawing, {noGraph, foundNothing, foundAll, withoutReferences}},
                   // The block and its representation find each other from either side.
-                  {HostCall::evaluationGraph, {42}},
-                  {HostCall::protocol, {42}},
-                  {HostCall::representations, {42}},
-                  {HostCall::originalBlock, {42}},
+                  {HostCall::evaluationGraph, {foundAll}},
+                  {HostCall::protocol, {foundAll}},
+                  {HostCall::representations, {foundAll}},
+                  {HostCall::originalBlock, {foundAll}},
               }));
 }
 
