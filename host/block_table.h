@@ -1,9 +1,15 @@
 #pragma once
 
+/// @file
+/// What a drawing is made of: the block table, its records, references and attributes.
+
 #include "host/id_array.h"
 #include "host/objects.h"
 
-/// One drawing in memory. Known by its address.
+/// One drawing in memory. Known by its address. `zelvane/drawing.h` has what is asked of it most.
+///
+///     const KzDbDatabase* const drawing = document->database();
+///     const Zelvane::Opened<KzDbBlockTable> table(drawing->blockTableId());
 class KzDbDatabase {
 public:
     KzDbDatabase() = default;
@@ -16,6 +22,11 @@ public:
 };
 
 /// Walks the records of a block table in table order. Deleted by whoever asked for it.
+///
+///     for (each->start(true, true); !each->done(); each->step(true, true)) {
+///         KzDbObjectId id;
+///         if (each->getRecordId(id) == Orvo::ok) ids.append(id);
+///     }
 class KzDbBlockTableIterator {
 public:
     KzDbBlockTableIterator() = default;
@@ -34,9 +45,12 @@ public:
 };
 
 /// The table of a drawing's block definitions and layouts.
+///
+///     KzDbObjectId door;
+///     if (table->getAt(u"Door", door, false) != Orvo::ok) std::puts("no doors here");
 class KzDbBlockTable : public KzDbObject {
 public:
-    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+    [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
     /// Finds a record by name; one that is not found leaves `id` null. The module passes false for the flag.
     virtual Orvo::ErrorStatus getAt(const char16_t* name, KzDbObjectId& id, bool) const = 0;
@@ -47,11 +61,17 @@ public:
 };
 
 /// A block definition or a layout.
+///
+///     for (const KzDbBlockTableRecord& record : Zelvane::records(drawing)) {
+///         if (record.isLayout()) std::puts(Zelvane::nameOf(record.objectId()).c_str());
+///     }
 class KzDbBlockTableRecord : public KzDbObject {
 public:
-    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+    [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
+    /// Whether the record is anonymous, as representations and the records of tables are.
     [[nodiscard]] virtual bool isAnonymous() const = 0;
+    /// Whether the record is a layout, model space for instance, and no block definition.
     [[nodiscard]] virtual bool isLayout() const = 0;
     /// Whether the record depends on an attached drawing.
     [[nodiscard]] virtual bool isDependent() const = 0;
@@ -71,6 +91,9 @@ public:
 };
 
 /// Walks the ids of objects held by another one. Deleted by whoever asked for it.
+///
+///     const std::unique_ptr<KzDbObjectIterator> each(reference.attributeIterator());
+///     for (; each != nullptr && !each->done(); each->step(false, true)) ids.append(each->objectId());
 class KzDbObjectIterator {
 public:
     KzDbObjectIterator() = default;
@@ -87,9 +110,13 @@ public:
 };
 
 /// A reference that inserts a block definition into its owner, a layout or another block definition.
+///
+///     for (const KzDbBlockReference& reference : Zelvane::references(door)) {
+///         std::puts(Zelvane::nameOf(reference.ownerId()).c_str());
+///     }
 class KzDbBlockReference : public KzDbObject {
 public:
-    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+    [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
     /// The reference's attributes that are not erased; null when it has none. The caller deletes it.
     [[nodiscard]] virtual KzDbObjectIterator* attributeIterator() const = 0;
@@ -97,10 +124,16 @@ public:
 
 /// A text that belongs to one reference, under a tag. The module watches attributes without reading them; the
 /// two questions are for its neighbours.
+///
+///     const Zelvane::Opened<KzDbAttribute> attribute(id);
+///     if (attribute) std::puts(Zelvane::utf8(attribute->value()).c_str());
 class KzDbAttribute : public KzDbObject {
 public:
-    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+    [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
+    /// What it is called, and its text. Both point into the attribute and are valid while that is open.
+    /// @{
     [[nodiscard]] virtual const char16_t* tag() const = 0;
     [[nodiscard]] virtual const char16_t* value() const = 0;
+    /// @}
 };

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The open documents, and who hears of them.
+
 #include "host/platform_export.h"
 #include "host/runtime_class.h"
 
@@ -7,6 +10,7 @@
 
 class KzDbDatabase;
 
+/// What goes with documents.
 namespace KzAp {
 
 /// The lock mode of a document. The module compares it with the values 0 and 2; no value has a name here.
@@ -15,6 +19,9 @@ enum class DocLockMode : std::int32_t {};
 } // namespace KzAp
 
 /// A document that is open in the host. Known by its address.
+///
+///     KzApDocument* const document = Zelvane::currentDocument(); // of zelvane/drawing.h
+///     if (document != nullptr && document->database() != nullptr) std::puts("there is a drawing");
 class KzApDocument {
 public:
     KzApDocument() = default;
@@ -31,6 +38,9 @@ public:
 };
 
 /// Walks the open documents in the order of opening. Deleted by whoever asked for it.
+///
+///     const std::unique_ptr<KzApDocumentIterator> each(kzDocManagerPtr()->newDocumentIterator());
+///     for (; each != nullptr && !each->done(); each->step()) watch(each->document());
 class KzApDocumentIterator {
 public:
     KzApDocumentIterator() = default;
@@ -38,16 +48,23 @@ public:
     KzApDocumentIterator& operator=(const KzApDocumentIterator&) = delete;
     virtual ~KzApDocumentIterator() = default;
 
+    /// Whether the walk has passed the end; there is no current document then.
     [[nodiscard]] virtual bool done() const = 0;
+    /// The current document.
     [[nodiscard]] virtual KzApDocument* document() const = 0;
+    /// Goes to the next document.
     virtual void step() = 0;
 };
 
 /// Hears what happens to the documents. The order of the operations is part of the host's interface; those
-/// without a comment keep their slots here, and no module that is known here overrides them.
+/// that are said to keep their slot are overridden by no module that is known here.
+///
+///     struct WatchNewDocuments : KzApDocManagerReactor {
+///         void onDocumentAdded(KzApDocument* document) override { watch(document); }
+///     };
 class KzApDocManagerReactor : public KzRxObject {
 public:
-    virtual void documentCreateStarted(KzApDocument*) {}
+    virtual void documentCreateStarted(KzApDocument*) {} ///< keeps its slot
     /// The document has come into being and is among the open ones.
     virtual void onDocumentAdded(KzApDocument*) {}
     /// The document is about to go; it and its drawing are still whole.
@@ -56,23 +73,32 @@ public:
     virtual void documentDestroyed(const char16_t* /*fileName*/) {}
     /// The document is discarded.
     virtual void onDocumentDiscarded(KzApDocument*) {}
+    /// Keep their slots.
+    /// @{
     virtual void documentLockModeWillChange(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
                                             KzAp::DocLockMode, const char16_t* /*command*/) {}
     virtual void documentLockModeChangeVetoed(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
                                               KzAp::DocLockMode, const char16_t* /*command*/) {}
+    /// @}
     /// The document's lock mode has changed for a command, whose name may be null. The module looks at the
     /// document and at the name, and at none of the three modes.
     virtual void documentLockModeChanged(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
                                          KzAp::DocLockMode, const char16_t* /*command*/) {}
+    /// Keep their slots.
+    /// @{
     virtual void documentBecameCurrent(KzApDocument*) {}
     virtual void documentToBeActivated(KzApDocument*) {}
     virtual void documentToBeDeactivated(KzApDocument*) {}
     virtual void documentActivationModified(bool) {}
     virtual void documentActivated(KzApDocument*) {}
+    /// @}
 };
 
 /// Keeps the open documents. A client may ask it for them, and may add a reactor of its own, which it removes
 /// before it is unloaded.
+///
+///     KzApDocManager* const manager = kzDocManagerPtr();
+///     if (manager != nullptr) manager->addReactor(&reactor);
 class KzApDocManager {
 public:
     KzApDocManager() = default;
@@ -82,8 +108,10 @@ public:
 
     /// Reactors are borrowed. One that is added again is there once; removing one that is not there is no
     /// error.
+    /// @{
     virtual void addReactor(KzApDocManagerReactor* reactor) = 0;
     virtual void removeReactor(KzApDocManagerReactor* reactor) = 0;
+    /// @}
 
     /// The document that the user works in; null when none is open.
     [[nodiscard]] virtual KzApDocument* currentDocument() const = 0;

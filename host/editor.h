@@ -1,5 +1,12 @@
 #pragma once
 
+/// @file
+/// The host's message loop, and whether a command runs in it.
+///
+///     int seeMessage(const KzPlatform::Message* message) { return message->number == ours ? 1 : 0; }
+///     ...
+///     if (kzedRegisterFilterWinMsg(&seeMessage) == 0) std::puts("the host refuses");
+
 #include "host/platform.h"
 #include "host/platform_export.h"
 

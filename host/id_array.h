@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Lists of object ids.
+
 #include "host/ids.h"
 #include "host/kz_array.h"
 

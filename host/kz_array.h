@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The list that the host and its modules share.
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -13,34 +16,48 @@
 /// modules and does not change. Elements are plain values and move with their bytes. A full array grows by
 /// its logical length while that many elements take fewer than 65536 bytes, else by 8192 elements or by the
 /// grow length, whichever is more; a short array grows at least by the grow length.
+///
+///     KzDbObjectIdArray doors;
+///     doors.append(door);
+///     for (const KzDbObjectId id : doors) std::puts(Zelvane::nameOf(id).c_str());
 template <class T>
 class KzArray {
     static_assert(std::is_trivially_copyable_v<T>, "elements move with their bytes");
 
 public:
     KzArray() = default;
+    /// An empty array with room for `physicalLength` elements. Throws std::bad_alloc, as copying does.
     explicit KzArray(std::int32_t physicalLength, std::int32_t growLength = 8) : growLength_(growLength) {
         if (physicalLength > 0) reserve(physicalLength);
     }
+    /// A copy has the elements and the grow length; an array that was moved from is empty.
+    /// @{
     KzArray(const KzArray& other) : growLength_(other.growLength_) { append(other); }
     KzArray(KzArray&& other) noexcept { swap(other); }
     KzArray& operator=(KzArray other) noexcept {
         swap(other);
         return *this;
     }
+    /// @}
     ~KzArray() { std::free(elements_); }
 
+    /// How many elements there are, for how many there is room, and by how many it grows at least.
+    /// @{
     [[nodiscard]] std::int32_t length() const { return logicalLength_; }
     [[nodiscard]] bool isEmpty() const { return logicalLength_ == 0; }
     [[nodiscard]] std::int32_t physicalLength() const { return physicalLength_; }
     [[nodiscard]] std::int32_t growLength() const { return growLength_; }
+    /// @}
 
+    /// The elements, unchecked. Whatever makes room moves them.
+    /// @{
     [[nodiscard]] T& operator[](std::int32_t index) { return elements_[index]; }
     [[nodiscard]] const T& operator[](std::int32_t index) const { return elements_[index]; }
     [[nodiscard]] T* begin() { return elements_; }
     [[nodiscard]] T* end() { return elements_ + logicalLength_; }
     [[nodiscard]] const T* begin() const { return elements_; }
     [[nodiscard]] const T* end() const { return elements_ + logicalLength_; }
+    /// @}
 
     /// Appends one element. Throws std::bad_alloc, with the array as it was.
     void append(T value) {
@@ -55,6 +72,7 @@ public:
         std::memcpy(elements_ + logicalLength_, values, sizeof(T) * static_cast<std::size_t>(count));
         logicalLength_ += count;
     }
+    /// Appends all elements of another array.
     void append(const KzArray& other) { append(other.elements_, other.logicalLength_); }
 
     /// Makes room for `length` elements in all; never shrinks.
@@ -69,6 +87,7 @@ public:
     /// Forgets all elements; the storage stays for the next ones.
     void clear() { logicalLength_ = 0; }
 
+    /// Exchanges all, also the grow length.
     void swap(KzArray& other) noexcept {
         std::swap(elements_, other.elements_);
         std::swap(physicalLength_, other.physicalLength_);

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Who hears of objects.
+
 #include "host/ids.h"
 #include "host/runtime_class.h"
 
@@ -9,11 +12,16 @@ class KzDbObject;
 /// and removes them before it is unloaded.
 ///
 /// A reactor may add and remove reactors of the object that it is told about; it opens no objects and changes
-/// no drawing. The order of the operations is part of the host's interface; those without a comment keep
-/// their slots here and are not sent.
+/// no drawing. The order of the operations is part of the host's interface; those that are said to keep their
+/// slot are not sent.
+///
+///     struct CountEdits : KzDbObjectReactor {
+///         void modified(const KzDbObject*) override { ++count; }
+///         int count = 0;
+///     };
 class KzDbObjectReactor : public KzRxObject {
 public:
-    virtual void cancelled(const KzDbObject*) {}
+    virtual void cancelled(const KzDbObject*) {} ///< keeps its slot
     /// `copy` was made of the object; it has no owner and no reactors yet.
     virtual void copied(const KzDbObject* /*object*/, const KzDbObject* /*copy*/) {}
     /// The object was erased, or its erasure was taken back.
@@ -24,11 +32,14 @@ public:
     virtual void aboutToChange(const KzDbObject*) {}
     /// The object was changed.
     virtual void modified(const KzDbObject*) {}
+    /// Keep their slots.
+    /// @{
     virtual void subObjModified(const KzDbObject*, const KzDbObject* /*subObject*/) {}
     virtual void modifyUndone(const KzDbObject*) {}
     virtual void modifiedXData(const KzDbObject*) {}
     virtual void unappended(const KzDbObject*) {}
     virtual void reappended(const KzDbObject*) {}
+    /// @}
     /// The object was closed after somebody had opened it for write.
     virtual void objectClosed(KzDbObjectId) {}
 };

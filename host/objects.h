@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// What all objects of a drawing have in common, and how they are opened.
+
 #include "host/ids.h"
 #include "host/runtime_class.h"
 #include "host/status.h"
@@ -8,22 +11,26 @@
 
 class KzDbObjectReactor;
 
+/// What goes with objects of a drawing.
 namespace KzDb {
 
 /// How a module opens an object. Any number of openings share an object; while it is being edited, or held
 /// open for write, nobody else can open it.
 enum class OpenMode : std::int32_t {
-    forRead = 0,
+    forRead = 0,   ///< to look
     forNotify = 2, ///< to change its reactors
 };
 
 } // namespace KzDb
 
 /// An object of a drawing. A pointer to one is valid from its opening until it is closed. Clients look with
-/// it; they keep nothing open when they return to the host.
+/// it; they keep nothing open when they return to the host. `Zelvane::Opened` closes what it opens:
+///
+///     const Zelvane::Opened<KzDbObject> object(id);
+///     if (object && object->isA()->isDerivedFrom(KzDbBlockReference::desc())) std::puts("a reference");
 class KzDbObject : public KzRxObject {
 public:
-    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+    [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
     /// The object's id; null for an object that is in no drawing.
     [[nodiscard]] virtual KzDbObjectId objectId() const = 0;
@@ -46,6 +53,13 @@ public:
 
 /// Opens an object of class `expected` or a class derived from it. On success `object` is open until `close`;
 /// otherwise it is null. Costs one look-up in a table.
+///
+///     KzDbObject* object = nullptr;
+///     const KzRxClass* const records = KzDbBlockTableRecord::desc();
+///     if (kzdbOpenKzDbObject(object, id, KzDb::OpenMode::forRead, records, false) == Orvo::ok) {
+///         std::puts(static_cast<KzDbBlockTableRecord*>(object)->isLayout() ? "a layout" : "a block");
+///         static_cast<void>(object->close());
+///     }
 ///
 /// Statuses: `invalidObjectId` for an id that is not valid, `wasErased` for an erased object unless
 /// `openErased`, `wrongClass`, `heldOpenForWrite`, and `openedTooOften`.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The operating system, as the module sees it.
+
 #include "host/platform_export.h"
 
 #include <cstdint>
@@ -16,13 +19,13 @@ using Library = void*;
 
 /// A queued window message.
 struct Message {
-    Window window = nullptr;
-    std::uint32_t number = 0;
-    std::uintptr_t first = 0;
-    std::intptr_t second = 0;
-    std::uint32_t time = 0;
-    std::int32_t cursorX = 0;
-    std::int32_t cursorY = 0;
+    Window window = nullptr;  ///< whom it is for
+    std::uint32_t number = 0; ///< what it says, see `registerWindowMessage`
+    std::uintptr_t first = 0; ///< what was posted with it
+    std::intptr_t second = 0; ///< what was posted with it
+    std::uint32_t time = 0;   ///< a time
+    std::int32_t cursorX = 0; ///< the cursor position
+    std::int32_t cursorY = 0; ///< the cursor position
 };
 
 /// How a message box looks.
@@ -35,8 +38,10 @@ enum class BoxStyle : std::uint32_t {
 
 /// Loads a library by its bare file name, in the system's search order. Each load is given back by one
 /// `freeLibrary`.
+/// @{
 [[nodiscard]] KZHOST_API Library loadLibrary(const char16_t* fileName);
 KZHOST_API void freeLibrary(Library library);
+/// @}
 
 /// The number of a message known by name; the same for the same name as long as the process lives, never 0.
 [[nodiscard]] KZHOST_API std::uint32_t registerWindowMessage(const char16_t* name);

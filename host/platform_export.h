@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// How each platform shows a function of one library to the others: the only place that knows the compilers'
 /// own words for it.
 

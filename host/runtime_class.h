@@ -1,10 +1,15 @@
 #pragma once
 
+/// @file
+/// Classes at run time, and what is kept under names.
+
 #include "host/platform_export.h"
 
 class KzRxClass;
 
 /// The root of everything that the host and its modules exchange: it knows its class at run time.
+///
+///     if (object->isA()->isDerivedFrom(KzDbBlockReference::desc())) ...
 class KzRxObject {
 public:
     KzRxObject() = default;
@@ -23,16 +28,22 @@ public:
     // The order of these operations is part of the host's interface. The module overrides the destructor and
     // leaves the others as they are.
     virtual ~KzRxObject() = default;
+    /// The class of this object.
     [[nodiscard]] virtual KzRxClass* isA() const { return desc(); }
+    /// Keep their slots; the module leaves them as they are.
+    /// @{
     [[nodiscard]] virtual KzRxObject* clone() const { return nullptr; }
     virtual bool copyFrom(const KzRxObject*) { return false; }
     [[nodiscard]] virtual bool isEqualTo(const KzRxObject* other) const { return this == other; }
     [[nodiscard]] virtual int comparedTo(const KzRxObject* other) const { return this == other ? 0 : -1; }
+    /// @}
     /// What `queryX` asks of the object itself.
     [[nodiscard]] virtual KzRxObject* subQueryX(const KzRxClass*) const { return nullptr; }
 };
 
 /// Describes a class at run time. Descriptions live as long as the process and compare by identity.
+///
+///     KzRxObject* const protocol = KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc());
 class KzRxClass : public KzRxObject {
 public:
     /// Whether this is `other` or a class derived from it. False for null.
@@ -45,9 +56,11 @@ public:
 };
 
 /// A dictionary from names to objects.
+///
+///     const KzRxObject* const services = kzrxSysRegistry()->at(u"ServiceDictionary");
 class KzRxDictionary : public KzRxObject {
 public:
-    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+    [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
     /// The object under `key`, still owned by the dictionary; null when there is none.
     [[nodiscard]] virtual KzRxObject* at(const char16_t* key) const = 0;
@@ -57,9 +70,10 @@ public:
 };
 
 /// What the service dictionary holds under the name of a registered service.
+/// `kzrxRegisterService` makes one.
 class KzRxService : public KzRxObject {
 public:
-    [[nodiscard]] KZHOST_API static KzRxClass* desc();
+    [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 };
 
 /// The registry of the whole system; its entry "ServiceDictionary" is the dictionary of services.

@@ -1,8 +1,11 @@
 #pragma once
 
-#include "host/platform_export.h"
+/// @file
+/// Services by name. A client registers services under names of its own only.
+///
+///     if (!kzrxServiceIsRegistered(u"DoorService")) kzrxRegisterService(u"DoorService");
 
-// A client registers services under names of its own only.
+#include "host/platform_export.h"
 
 /// Enters a service under `name` in the service dictionary. True unless the name is null or taken.
 KZHOST_API bool kzrxRegisterService(const char16_t* name);

@@ -1,7 +1,11 @@
 #pragma once
 
+/// @file
+/// How the host says that something failed.
+
 #include <cstdint>
 
+/// Where the statuses of the host stand.
 namespace Orvo {
 
 /// The host's status of an operation. Zero is success; every other value says why nothing was done.

@@ -1,10 +1,16 @@
 #pragma once
 
+/// @file
+/// Which record is a drawing's model space.
+
 #include "host/block_table.h"
 
 /// The host's services object with the one question that the module asks of it.
 namespace KzDbSymbolUtilities {
 
+/// Answers questions about the records of a drawing.
+///
+///     const KzDbObjectId modelSpace = KzDbSymbolUtilities::servicesPtr106()->modelSpaceRecordId(drawing);
 class Services {
 public:
     Services() = default;

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// What a watch is told.
+
 #include "zelvane/drawing.h"
 
 #include <algorithm>
@@ -13,20 +16,24 @@
 namespace Zelvane {
 
 /// A reference that was taken out of one record and put into another.
+///
+///     for (const Zelvane::BlockMove& move : change.moved) std::puts(Zelvane::nameOf(move.to).c_str());
 struct BlockMove {
-    KzDbObjectId reference;
-    KzDbObjectId from;
-    KzDbObjectId to;
+    KzDbObjectId reference; ///< which one
+    KzDbObjectId from;      ///< the record that it left
+    KzDbObjectId to;        ///< the record that it entered
 };
 
 /// What the drawing tells about the change of one block: live references, in ascending order of their ids.
+///
+///     std::printf("%s: %zu -> %zu\n", Zelvane::nameOf(change.block).c_str(), change.before, change.after);
 struct BlockChange {
-    KzDbObjectId block;
-    std::size_t before = 0; ///< how many references it had when it was looked at last
-    std::size_t after = 0;  ///< how many it has now
-    std::vector<KzDbObjectId> came;
-    std::vector<KzDbObjectId> went;
-    std::vector<BlockMove> moved;
+    KzDbObjectId block;             ///< which one
+    std::size_t before = 0;         ///< how many references it had when it was looked at last
+    std::size_t after = 0;          ///< how many it has now
+    std::vector<KzDbObjectId> came; ///< references that it did not have
+    std::vector<KzDbObjectId> went; ///< references that it has no longer
+    std::vector<BlockMove> moved;   ///< references that lie in another record now
     /// The blocks of which references came, went or moved, and inside which this one lies, at any depth.
     std::vector<KzDbObjectId> insideChanged;
 
@@ -37,15 +44,21 @@ struct BlockChange {
 /// What the drawing tells about all blocks of a watch: those that changed, or that lie in changed ones, in
 /// the order in which they were attached. Empty when the change was one that moves nothing: a reference was
 /// modified in its place, or an attribute.
+///
+///     for (const Zelvane::BlockChange& change : changes) std::puts(Zelvane::nameOf(change.block).c_str());
 class BlockChanges {
 public:
     BlockChanges() = default;
+    /// For tests of a client's own function.
     explicit BlockChanges(std::vector<BlockChange> all) : all_(std::move(all)) {}
 
+    /// A range, each block once.
+    /// @{
     [[nodiscard]] bool isEmpty() const { return all_.empty(); }
     [[nodiscard]] std::size_t size() const { return all_.size(); }
     [[nodiscard]] auto begin() const { return all_.begin(); }
     [[nodiscard]] auto end() const { return all_.end(); }
+    /// @}
 
 private:
     std::vector<BlockChange> all_;

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// To be told which blocks changed, and how.
+
 #include "zelvane/block_changes.h"
 #include "zelvane/receiver.h"
 
@@ -100,8 +103,8 @@ private:
 /// object what changed.
 ///
 ///     Zelvane::BlockWatch watch;
-///     watch.attach(document, blocks, [](const Zelvane::BlockChanges& changes) {
-///         for (const Zelvane::BlockChange& change : changes) ...
+///     const auto status = watch.attach(document, blocks, [](const Zelvane::BlockChanges& changes) {
+///         std::printf("%zu blocks\n", changes.size());
 ///     });
 ///
 /// The function is called when `kzdxBlockReferenceMonitorAttach` calls a callback: once, at the idle check
@@ -119,6 +122,7 @@ private:
 /// module, some are also called, with empty changes, when others are meant.
 class BlockWatch {
 public:
+    /// What is called.
     using Function = detail::BlockReceiver::Function;
 
     /// Begins to watch. Ids that name no live block of the document are passed over, and the status says so;
@@ -143,6 +147,7 @@ public:
             [&] { return isAttached() ? receiver_->attach(further) : Status::noDocument; });
     }
 
+    /// Ends it: the function is not called any more. Fine when nothing is attached.
     void detach() { receiver_.reset(); }
 
     /// Whether it watches blocks of a document that is open.

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How a client finds the exports.
+
 #include "zelvane/platform_library.h"
 #include "zelvane/zelvane.h"
 

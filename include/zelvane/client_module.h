@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// A client module as one class.
+
 #include "host/module_interface.h"
 #include "zelvane/receiver.h"
 

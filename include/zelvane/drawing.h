@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Looking into a drawing: what clients ask most, in a call each.
+
 #include "host/block_table.h"
 #include "host/documents.h"
 #include "host/enhanced_block.h"

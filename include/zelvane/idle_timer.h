@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// To be called while a document is idle.
+
 #include "zelvane/receiver.h"
 
 #include <cstdint>
@@ -49,7 +52,7 @@ private:
 /// Calls a function object while a document is idle, from `attach` until `detach` or its destruction.
 ///
 ///     Zelvane::IdleTimer timer;
-///     timer.attach(document, 60000, [] { save(); });
+///     const Zelvane::Status status = timer.attach(document, 60000, [] { save(); });
 ///
 /// All timers of a document share one interval, those of other modules too: the one that was given last.
 /// When a timer is detached, the interval of the one attached last among the others of this module holds
@@ -59,6 +62,7 @@ private:
 /// itself: when it runs the message loop, it is passed over until it has returned.
 class IdleTimer {
 public:
+    /// What is called.
     using Function = detail::IdleReceiver::Function;
 
     /// Calls `function` at idle checks at which at least `interval` milliseconds have passed since the last
@@ -77,6 +81,7 @@ public:
         });
     }
 
+    /// Ends it: the function is not called any more. Fine when nothing is attached.
     void detach() { receiver_.reset(); }
 
     /// Whether it runs for a document that is open.

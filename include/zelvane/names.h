@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The host's texts in UTF-8.
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -71,12 +74,14 @@ inline void append(std::u16string& text, char32_t c) {
 
 } // namespace detail
 
+/// A text of the host as UTF-8: `std::puts(utf8(name).c_str())`.
 [[nodiscard]] inline std::string utf8(std::u16string_view text) {
     std::string result;
     while (!text.empty()) detail::append(result, detail::takeCodePoint(text));
     return result;
 }
 
+/// UTF-8 as a text of the host: `table->getAt(utf16(name).c_str(), id, false)`.
 [[nodiscard]] inline std::u16string utf16(std::string_view text) {
     std::u16string result;
     while (!text.empty()) detail::append(result, detail::takeCodePoint(text));

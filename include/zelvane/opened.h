@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Objects that are closed when they go out of scope.
+
 #include "host/id_array.h"
 #include "host/objects.h"
 
@@ -20,6 +23,7 @@ namespace Zelvane {
 template <class T>
 class Opened {
 public:
+    /// Opens it; an erased one only with `openErased`.
     explicit Opened(KzDbObjectId id, KzDb::OpenMode mode = KzDb::OpenMode::forRead, bool openErased = false) {
         KzDbObject* object = nullptr;
         status_ = kzdbOpenKzDbObject(object, id, mode, T::desc(), openErased);
@@ -36,9 +40,13 @@ public:
     Opened(const Opened&) = delete;
     Opened& operator=(const Opened&) = delete;
 
+    /// Whether it is open.
     explicit operator bool() const { return object_ != nullptr; }
+    /// The object. Only when it is open.
+    /// @{
     T* operator->() const { return object_; }
     T& operator*() const { return *object_; }
+    /// @}
     /// Why the object did not open; 0 when it did.
     [[nodiscard]] Orvo::ErrorStatus status() const { return status_; }
 
@@ -56,10 +64,14 @@ private:
 template <class T>
 class OpenedEach {
 public:
+    /// The objects of these ids, in this order.
     explicit OpenedEach(KzDbObjectIdArray ids) : ids_(std::move(ids)) {}
 
+    /// The place of a pass: all that a loop needs of an input iterator.
     class Iterator {
     public:
+        /// What the standard library asks of it.
+        /// @{
         using value_type = T;
         using difference_type = std::ptrdiff_t;
 
@@ -72,6 +84,7 @@ public:
         }
         void operator++(int) { ++*this; }
         bool operator==(std::default_sentinel_t) const { return !all_->current_.has_value(); }
+        /// @}
 
     private:
         OpenedEach* all_;
@@ -83,6 +96,7 @@ public:
         openNext();
         return Iterator(*this);
     }
+    /// Where each pass ends.
     static std::default_sentinel_t end() { return {}; }
 
 private:

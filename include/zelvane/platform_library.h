@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// How each system finds a library that the process has loaded already; for `zelvane/client.h`.
 
 #if defined(_WIN32)
@@ -23,6 +24,7 @@ public:
     KzDxLoadedLibrary& operator=(const KzDxLoadedLibrary&) = delete;
     ~KzDxLoadedLibrary();
 
+    /// Whether it is there.
     [[nodiscard]] bool isFound() const noexcept { return handle_ != nullptr; }
     /// The address of an exported function; null when there is none.
     template <class Function>

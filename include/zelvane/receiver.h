@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// What watches and timers are made of.
+
 #include "zelvane/client.h"
 #include "zelvane/drawing.h"
 #include "zelvane/status.h"
@@ -13,11 +16,13 @@
 
 // State that each module has for itself. Where symbols are merged across libraries, it takes a mark:
 // otherwise two clients in one process would share it, and none of them could leave memory.
+/// @cond
 #ifdef __ELF__
 #define ZELVANE_OF_THIS_MODULE __attribute__((visibility("hidden")))
 #else
 #define ZELVANE_OF_THIS_MODULE
 #endif
+/// @endcond
 
 /// What watches and timers are made of. Clients use `BlockWatch` and `IdleTimer`.
 namespace Zelvane::detail {

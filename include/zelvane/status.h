@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How attaching went.
+
 namespace Zelvane {
 
 /// How an attaching of the client kit went. Only `ok` has attached all that was asked for; `noSuchBlock` and

@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// What "Zelvane.hmx" offers to other modules of the host.
 ///
 /// A client does not link the module. It finds these functions at run time through `KzDxExports` of
@@ -31,6 +32,7 @@
 
 class KzApDocument;
 
+/// In front of a function that other modules find by its plain name.
 #define ZELVANE_EXPORT extern "C" KZ_EXPORT
 
 /// A function that a client wants called.
@@ -48,6 +50,9 @@ using KzDxClientCallback = void (*)();
 /// is not called any more; one that is attached then is called in the same round when its address lies ahead.
 ///
 /// Returns 1; 0 for a null argument or a document without a drawing.
+///
+///     zelvane.kzdxDocTimerAttach(document, &save, 60000, 1); // every minute, when the user pauses
+///     zelvane.kzdxDocTimerAttach(document, &save, 60000, 0); // no longer
 ZELVANE_EXPORT std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClientCallback callback,
                                                std::uint32_t interval, std::int32_t attach) noexcept;
 
@@ -64,12 +69,19 @@ ZELVANE_EXPORT std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClien
 ///
 /// Returns 1, also when no id is known; 0 for a null argument, an empty array, or a document without a
 /// drawing or without model space.
+///
+///     KzDbObjectIdArray doors;
+///     doors.append(Zelvane::blockNamed(document->database(), "Door"));
+///     const std::int32_t done = zelvane.kzdxBlockReferenceMonitorAttach(document, &doors, &doorsChanged);
+///     if (done != 1) std::puts("no drawing");
 ZELVANE_EXPORT std::int32_t kzdxBlockReferenceMonitorAttach(KzApDocument* document,
                                                             const KzDbObjectIdArray* blocks,
                                                             KzDxClientCallback callback) noexcept;
 
 /// Detaches `callback` from all blocks of the document. With the last callback the module stops watching the
 /// drawing. A callback that a notification under way has gathered already is still called by it.
+///
+///     zelvane.kzdxBlockReferenceMonitorDetach(document, &doorsChanged); // fine when it was not there
 ZELVANE_EXPORT void kzdxBlockReferenceMonitorDetach(KzApDocument* document,
                                                     KzDxClientCallback callback) noexcept;
 
@@ -80,6 +92,8 @@ ZELVANE_EXPORT void kzdxBlockReferenceMonitorDetach(KzApDocument* document,
 /// notification.
 ///
 /// Returns 1 when the document has a graph or one could be built; otherwise 0.
+///
+///     zelvane.kzdxUpdateBlockGraph(document, false, true); // who counts doors is told now, and not later
 ZELVANE_EXPORT std::int32_t kzdxUpdateBlockGraph(KzApDocument* document, bool force, bool notify) noexcept;
 
 /// Appends the ids of the block records that belong to table objects (anonymous, not dependent, "T" as the
@@ -87,16 +101,26 @@ ZELVANE_EXPORT std::int32_t kzdxUpdateBlockGraph(KzApDocument* document, bool fo
 ///
 /// Returns 1, also when there are none; 0 for a null argument or a document without a drawing, with nothing
 /// appended.
+///
+///     KzDbObjectIdArray records;
+///     zelvane.kzdxGetBlockRecordIdsOfKzDbTables(document, &records);
+///     for (const KzDbObjectId record : records) std::puts(Zelvane::nameOf(record).c_str());
 ZELVANE_EXPORT std::int32_t kzdxGetBlockRecordIdsOfKzDbTables(KzApDocument* document,
                                                               KzDbObjectIdArray* ids) noexcept;
 
 /// Appends the ids of the table objects: all references of the records that
 /// `kzdxGetBlockRecordIdsOfKzDbTables` lists, grouped by record. Results as there.
+///
+///     KzDbObjectIdArray tables;
+///     if (zelvane.kzdxGetKzDbTableIds(document, &tables) == 1) std::printf("%d tables\n", tables.length());
 ZELVANE_EXPORT std::int32_t kzdxGetKzDbTableIds(KzApDocument* document, KzDbObjectIdArray* ids) noexcept;
 
 /// Reads a legacy block template file into the names of its selected blocks and of the attributes selected in
 /// those blocks, each name once, in the order of the file.
 ///
 /// Both lists are emptied first; they stay empty when the file cannot be read completely.
+///
+///     std::vector<std::u16string> blocks, attributes;
+///     zelvane.kzdxReadLegacyBlkTemplate(u"doors.tpl", blocks, attributes);
 ZELVANE_EXPORT void kzdxReadLegacyBlkTemplate(const std::u16string& path, std::vector<std::u16string>& blocks,
                                               std::vector<std::u16string>& attributes) noexcept;
