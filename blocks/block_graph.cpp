@@ -39,6 +39,8 @@ Orvo::ErrorStatus KzDxBlocks::init(KzDxDocumentContext* document) {
     return status;
 }
 
+/// Takes the document on, and learns where its model space is, without which nothing can be counted. Makes no
+/// node yet.
 Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
     reset();
     if (document == nullptr) return Orvo::missingCollaborator;
@@ -53,12 +55,13 @@ Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
 void KzDxBlocks::build() {
     static_cast<void>(
         scanBlockTable()); // there is a drawing; what it misses, the next reading looks for again
-    setHasChanges(false);
+    setHasChanges(false);  // all of it is new, and nobody waits to be told so
 }
 
 void KzDxBlocks::reset() {
     document_ = nullptr;
     modelSpaceId_ = KzDbObjectId();
+    // What borrows nodes goes first. The nodes leave the host as they go, those that cannot by and by.
     nesting_.release();
     stale_.clear();
     changed_.clear();
@@ -79,6 +82,7 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
     node = nullptr;
     if (record == nullptr) return Orvo::missingCollaborator;
     if (blockMap_.contains(record->objectId())) return Orvo::alreadyPresent;
+    // Room before the node: it hears of edits as soon as it is there, and then nothing may allocate.
     const std::size_t count = nodes_.size() + 1;
     if (count > nodes_.capacity()) nodes_.reserve(2 * count);
     for (KzDxNodeList* const list : {&stale_, &changed_, &elsewhere_}) list->makeRoom(count);
@@ -105,6 +109,7 @@ void KzDxBlocks::forgetNode(KzDxBlock& node) noexcept {
 }
 
 void KzDxBlocks::addBlockAlias(KzDbObjectId key, KzDxBlock* node) {
+    // The first block to claim a record keeps it: two enhanced blocks may name one representation.
     blockMap_.try_emplace(key, node);
 }
 
@@ -133,6 +138,8 @@ void KzDxBlocks::clearChangedNodes() {
     changed_.clear();
 }
 
+/// The first record of the table that stands for the drawing of `id`. A drawing can be attached more than
+/// once, and then the first is taken for all.
 KzDbObjectId KzDxBlocks::xrefBlockOf(KzDbObjectId id) const {
     const KzDbDatabase* const own = database();
     const KzDbDatabase* const attached = id.database();

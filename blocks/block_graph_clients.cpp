@@ -6,6 +6,7 @@
 Orvo::ErrorStatus KzDxBlocks::addClient(KzDxClientCallback callback, const KzDbObjectIdArray& blocks) {
     if (callback == nullptr) return Orvo::missingCollaborator;
     if (blocks.length() < 1) return Orvo::ok;
+    // All blocks get the client or none does: what needs memory comes first.
     for (const KzDbObjectId id : blocks) {
         if (KzDxBlock* const watched = node(id)) watched->makeRoomForClient();
     }

@@ -40,12 +40,12 @@ Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
 void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
     KzDxScopeGuard undo([&] { stopFollowing(table); });
     watchedTable_ = tableId;
-    scope_ = KzDxReadingScope::everything; // nobody listened until now
+    scope_ = KzDxReadingScope::everything; // what was edited until now, nobody has heard
     areRecordsHeard_ = true;
     table.addReactor(this);
     setNodesEnabled(true);
     enableTimer();
-    storeEnabled(true);
+    storeEnabled(true); // last: a graph that is on has all of it
     undo.dismiss();
 }
 

@@ -6,15 +6,19 @@ std::uint32_t KzDxBlocks::countReferences(KzDbObjectId block, KzDbObjectId conta
                                           KzDxIdSet& counted) {
     const KzDxBlock* const blockNode = node(block);
     if (blockNode == nullptr || node(container) == nullptr) return 0;
+    // Each block counts once in a question, however often it is asked about.
     if (nested) return counted.insert(block) ? countNested(*blockNode, container, counted) : 0;
     const KzDxContainers::Entry* const entry = blockNode->containers().find(container);
     return entry == nullptr ? 0 : entry->count;
 }
 
+/// How often a block stands in `container` by way of the blocks that it is placed in, one level deep: each of
+/// its containers counts as often as it is itself placed in `container`.
 std::uint32_t KzDxBlocks::countNested(const KzDxBlock& node, KzDbObjectId container, KzDxIdSet& counted) {
     std::uint32_t sum = 0;
     for (const KzDxContainers::Entry& entry : node.containers()) {
         KzDbObjectId placedIn = entry.container;
+        // Filed while no record stood for that drawing; one may do so by now.
         if (kzdxIsForeignModelSpace(placedIn, database())) placedIn = xrefBlockOf(placedIn);
         if (!placedIn.isValid() || placedIn.isErased() || placedIn.isEffectivelyErased()) continue;
         const std::uint32_t times =

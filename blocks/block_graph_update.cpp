@@ -10,6 +10,8 @@ void KzDxBlocks::timerElapsed() {
 }
 
 void KzDxBlocks::update(bool force, bool notify) {
+    // By force also without marks and while switched off, because that is what heals a graph that was not
+    // told of something.
     if (!force && !(needsScan_ && isEnabled())) return;
     KzDxScopeGuard scanAgain([this] { setNeedsScan(true); }); // the next update then makes up for this one
     if (force) {
@@ -24,6 +26,7 @@ void KzDxBlocks::update(bool force, bool notify) {
 
 void KzDxBlocks::propagateChanges() {
     if (!hasChanges_) return;
+    // A copy: marking what lies inside makes the list longer.
     std::vector<KzDxBlock*> changed;
     for (KzDxBlock* const node : changed_) {
         if (node->hasChanges()) changed.push_back(node);
@@ -34,6 +37,8 @@ void KzDxBlocks::propagateChanges() {
 
 void KzDxBlocks::notifyClients() {
     if (!hasChanges_) return;
+    // A client of several changed blocks is called once, so they are gathered before anybody is called. Marks
+    // go only then: when memory runs out, the next update finds them and tells everybody.
     Clients due;
     KzDxScopeGuard scanAgain([this] { setNeedsScan(true); });
     gatherChangedClients(due);
@@ -44,6 +49,8 @@ void KzDxBlocks::notifyClients() {
         kzdxAtBoundary(callback);
         return !watch.isOver() && document_ != nullptr; // a graph that departs has no document
     });
+    // Also what the callbacks themselves have edited: a client that edits what it watches would be called
+    // for ever.
     if (!watch.isOver()) setHasChanges(false);
 }
 

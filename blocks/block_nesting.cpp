@@ -17,6 +17,8 @@ void KzDxBlockNesting::release() {
     *this = KzDxBlockNesting();
 }
 
+// Without memory for a change the whole is given up: half of it would answer wrongly, and the next question
+// builds it anew.
 void KzDxBlockNesting::add(KzDxBlock& node) noexcept {
     if (!isBuilt_) return;
     isBuilt_ = kzdxAtBoundary(false, [&] {
@@ -40,6 +42,8 @@ void KzDxBlockNesting::move(const KzDxBlock& node, const KzDxContainers& before)
     });
 }
 
+/// The number of the item with that id, which is made when there is none: containers need not be nodes, and
+/// may come to be nodes later.
 std::uint32_t KzDxBlockNesting::numberOf(KzDbObjectId id) {
     const auto next = static_cast<std::uint32_t>(items_.size());
     const std::uint32_t number = numbers_.findOrInsert(id, next);
@@ -77,6 +81,9 @@ void KzDxBlockNesting::visit(std::uint32_t container) {
     pending_.push_back(container);
 }
 
+// Found and visited are two things: with `recursive` off what was found is not looked into, and a start is
+// looked into without being found, unless it lies in another one. By numbers of searches, so that nothing has
+// to be cleaned up afterwards. Not by recursion: blocks nest as deep as anyone likes, and stacks do not.
 void KzDxBlockNesting::search(bool recursive) {
     while (!pending_.empty()) {
         const std::uint32_t container = pending_.back();

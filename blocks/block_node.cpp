@@ -76,7 +76,8 @@ KzDxBlock::~KzDxBlock() {
     static_cast<void>(KzDxBlock::leaveHost());
 }
 
-/// Unregisters from everything. The graph is not touched any more, and nobody is told anything.
+/// Unregisters from everything. The graph is not touched any more, and nobody is told anything. Without a
+/// graph the node's notifications do nothing, which is how one that has to wait can still be called.
 bool KzDxBlock::leaveHost() noexcept {
     hasChanges_ = false;
     needsScan_ = true;
@@ -132,7 +133,7 @@ bool KzDxBlock::decidesRepresentation(const KzDbObject* object) const {
 }
 
 void KzDxBlock::goodbye(const KzDbObject* object) {
-    object->removeReactor(this);
+    object->removeReactor(this); // the object is being taken down; what is filed goes at the next reading
     // No mark, and so no update on its own account; but the next one has to look.
     becomeStale();
     if (decidesRepresentation(object)) listsMayDiffer();
@@ -140,7 +141,7 @@ void KzDxBlock::goodbye(const KzDbObject* object) {
 
 void KzDxBlock::setNeedsScan(bool value) {
     if (value) {
-        if (owner_ == nullptr) return;
+        if (owner_ == nullptr) return; // it departs, and is only called because it could not leave yet
         owner_->setNeedsScan(true);
         becomeStale();
     }

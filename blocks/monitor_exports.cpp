@@ -15,6 +15,8 @@ KzDxBlocks* graphOf(KzApDocument* document) {
 std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzDxClientCallback callback) {
     KzDxDocument* const data = kzdxDocDataOf(document);
     if (data == nullptr) return 0;
+    // What this call switched on it switches off again when the client cannot be added; a graph that follows
+    // for others goes on.
     const bool wasFollowing = data->hasBlocks() && data->blocks()->isEnabled();
     KzDxBlocks* const graph = data->followingBlocks();
     if (graph == nullptr) return 0;
@@ -32,6 +34,7 @@ void detach(KzApDocument* document, KzDxClientCallback callback) {
     KzDxBlocks* const graph = data == nullptr ? nullptr : data->blocks();
     if (graph == nullptr) return;
     graph->removeClient(callback);
+    // The last client takes the registrations along: a drawing that nobody watches is not slowed down.
     if (!graph->hasClients()) static_cast<void>(graph->setEnabled(false));
 }
 

@@ -11,7 +11,7 @@ void KzDxNodeList::makeRoom(std::size_t nodes) {
 
 void KzDxNodeList::add(KzDxBlock& node) noexcept {
     if (node.hasMark(mark_)) return;
-    assert(nodes_.size() < nodes_.capacity());
+    assert(nodes_.size() < nodes_.capacity()); // a notification must not allocate
     node.mark(mark_);
     nodes_.push_back(&node);
 }

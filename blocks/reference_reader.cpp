@@ -80,6 +80,7 @@ bool KzDxReferenceReader::isAsReported(const KzDxContainers& filed) {
     return areSame(references_, filed.references());
 }
 
+/// The containers that were filed keep their numbers, so that places can be compared as numbers.
 void KzDxReferenceReader::beginPlacing(const KzDxContainers& filed) {
     sortReported();
     filed_ = &filed;
@@ -152,6 +153,8 @@ KzDxReferenceReader::OwnerNumber& KzDxReferenceReader::recentSlot(KzDbObjectId o
     return recentOwners_[kzdxSpread(owner) >> (64 - std::bit_width(recentOwners_.size() - 1))];
 }
 
+/// The number of an owner's container, found out once in a reading: asking the host about each reference's
+/// owner would cost more than opening the reference.
 std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
     constexpr std::uint32_t unknown = nowhere - 1;
     const std::uint32_t known = numberOfOwner_.find(owner, unknown);
@@ -167,6 +170,8 @@ std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
     return numberOfOwner_.findOrInsert(owner, number);
 }
 
+/// Mostly the owner itself. The model space of an attached drawing stands for that drawing, and so does the
+/// record here that attaches it; null when there is none (now).
 KzDbObjectId KzDxReferenceReader::containerOf(KzDbObjectId owner) {
     const KzDbDatabase* const drawing = owner.database(); // null when the owner is not valid
     if (drawing == nullptr || drawing == own_) return owner;

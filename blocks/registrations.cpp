@@ -18,6 +18,7 @@ Orvo::ErrorStatus KzDxRegistrations::join(const KzDbObjectIdArray& records,
 
 Orvo::ErrorStatus KzDxRegistrations::leave(const KzDbObjectIdArray& records,
                                            const KzDxContainers& containers) {
+    // No step depends on the one before: what can be left is left.
     const bool areReferencesLeft = leaveReferences(containers);
     const Orvo::ErrorStatus status = leaveRecords(records);
     // Of a record that is not valid the further ones have not been visited.
@@ -58,6 +59,8 @@ void KzDxRegistrations::suspendReference(KzDbObjectId unread) {
 
 void KzDxRegistrations::settle(bool isEnabled, std::span<const KzDbObjectId> reported,
                                const KzDbObjectIdArray& records, const KzDxContainers& containers) {
+    // A stray that is still reported will be filed as soon as it can be read, so it stays registered until
+    // then.
     strays_.eraseIf([&](KzDbObjectId reference) {
         const bool isAwaited = isEnabled && std::ranges::binary_search(reported, reference);
         return !isAwaited && leaveReference(reference);
@@ -79,6 +82,7 @@ Orvo::ErrorStatus KzDxRegistrations::joinRecords(const KzDbObjectIdArray& record
 Orvo::ErrorStatus KzDxRegistrations::joinEachRecord(const KzDbObjectIdArray& records) {
     const KzDbObjectId own = records[0];
     if (!own.isValid() || own.isErased() || own.isEffectivelyErased()) return Orvo::invalidObjectId;
+    // Up to the first that does not open; the graph then counts its records as not all heard.
     for (const KzDbObjectId id : records) {
         const KzDxOpened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify);
         if (!record) return record.status();

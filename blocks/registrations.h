@@ -15,7 +15,7 @@ class KzDbObjectReactor;
 /// To join is to register, to leave is to unregister. Somebody may hold an object open, and then it can be
 /// neither joined nor left. What could not be left is remembered and tried again by `settle`, for a reactor
 /// must not be destroyed while it is registered anywhere. What could not be joined stays unheard until the
-/// next switching on. Joining may run out of memory, which `settle` makes up for as well; leaving needs none.
+/// next switching on. Joining may run out of memory, which the next reading makes up for; leaving needs none.
 class KzDxRegistrations {
 public:
     explicit KzDxRegistrations(KzDbObjectReactor& reactor) : reactor_(reactor) {}

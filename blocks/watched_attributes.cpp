@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+/// Sorts in what was added, and closes the gaps that removals have left. Gaps alone wait until they are the
+/// greater part, so that removing all pairs one after the other stays linear.
 void KzDxWatchedAttributes::sort() {
     const bool mostlyRemoved = 2 * removed_ > pairs_.size();
     if (sorted_ == pairs_.size() && !mostlyRemoved) return;

@@ -35,6 +35,8 @@ KzDxBlocks* KzDxDocument::followingBlocks() {
     return blocksMadeBy(KzDxBlocks::createFollowing);
 }
 
+/// The graph is made when it is first wanted: most documents are never watched. Without one now, the next
+/// call tries again.
 KzDxBlocks* KzDxDocument::blocksMadeBy(MakeBlocks make) {
     if (blocks_ != nullptr) return blocks_.get();
     KzDxBlocks* made = nullptr;
@@ -45,6 +47,8 @@ KzDxBlocks* KzDxDocument::blocksMadeBy(MakeBlocks make) {
 Orvo::ErrorStatus KzDxDocument::timerAttach(KzDxClientCallback callback, std::uint32_t interval,
                                             bool attach) {
     if (callback == nullptr) return Orvo::missingCollaborator;
+    // Detaching makes the timer too, with the interval that it is given: the interval of a document is the
+    // last one named, by whichever call.
     const bool isFirst = clientReactor_ == nullptr;
     KzDxScopeGuard undo([&] {
         if (isFirst) dropClientTimer();

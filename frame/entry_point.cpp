@@ -24,6 +24,7 @@ KzRxDictionary* serviceDictionary() {
     return isDictionary ? static_cast<KzRxDictionary*>(entry) : nullptr;
 }
 
+// The dictionary may hold something else under the name by now, which is not ours to delete.
 void removeService() {
     if (!kzrxServiceIsRegistered(serviceName)) return;
     KzRxDictionary* const services = serviceDictionary();
@@ -38,7 +39,7 @@ bool initModule(void* packet) {
     KzDxScopeGuard undo(removeService);
     kzrxRegisterService(serviceName);
     kzrxRegisterAppMDIAware(packet);
-    KzDxDeferredDeletion::retryAll();
+    KzDxDeferredDeletion::retryAll(); // what an unloading had to leave while the library stayed in memory
     // The object makes itself known as the instance, and goes by `end`.
     if (KzDxApplication::instance() == nullptr)
         static_cast<void>(std::make_unique<KzDxApplication>().release());
@@ -46,7 +47,8 @@ bool initModule(void* packet) {
     return true;
 }
 
-/// Each step is done whatever becomes of the others.
+/// Each step is done whatever becomes of the others. The resource library goes last, when nothing needs its
+/// texts.
 void unloadModule() noexcept {
     KzDxApplication::end();
     KzDxDeferredDeletion::retryAll();

@@ -17,6 +17,7 @@ void tellFailure() {
 } // namespace
 
 bool KzDxResourceLibrary::load() {
+    // One handle for each load: a module that stays in memory may be loaded again.
     handles_.reserve(handles_.size() + 1);
     const KzPlatform::Library handle = KzPlatform::loadLibrary(libraryName);
     if (handle == nullptr) {

@@ -18,6 +18,7 @@ KzDxCmdLineHook::Use::Use() {
 KzDxCmdLineHook::Use::~Use() {
     assert(useCount_ > 0);
     if (--useCount_ != 0) return;
+    // In this order: a filter is left only by a hook that has ended.
     instance_.reset();
     removeLeftFilter();
 }

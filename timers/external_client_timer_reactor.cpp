@@ -22,6 +22,7 @@ Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
     return Orvo::ok;
 }
 
+// Switched on by the first client and off by the last, so that a timer nobody listens to does not run.
 Orvo::ErrorStatus KzDxExternalClientTimerReactor::attach(KzDxClientCallback callback) {
     const Orvo::ErrorStatus status = KzDxNotifierBase::attach(callback);
     if (status != Orvo::ok || isEnabled()) return status;

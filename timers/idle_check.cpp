@@ -46,12 +46,15 @@ void runTimers(KzDxDocument& data) {
 } // namespace
 
 void kzdxPostIdleCheck(KzApDocument* document) {
+    // A message, not a call: the host shows it to the filter when it has worked off what came before.
     const KzPlatform::Window window = KzPlatform::mainWindow();
     if (window == nullptr) return;
     if (idleCheckNumber == 0) idleCheckNumber = KzPlatform::registerWindowMessage(u"WM_KZDX_IDLE_CHECK");
     KzPlatform::postMessage(window, idleCheckNumber, std::bit_cast<std::uintptr_t>(document), 0);
 }
 
+// Called for every message of the host, so the first comparison decides nearly always. An idle check is taken
+// from the host in any case, also when its document is not idle: nobody else knows the message.
 int kzdxIdleCheckFilter(const KzPlatform::Message* message) noexcept {
     if (message->number != idleCheckNumber) return 0;
     if (idleCheckNumber == 0) return 0; // no message is ours before the first posting, not even number 0

@@ -39,9 +39,10 @@ void KzDxTimer::restart() {
 
 void KzDxTimer::checkElapsed() {
     if (!isEnabled()) return;
+    // In 32 bits, so that it also holds when the tick count has wrapped around in between.
     const std::uint32_t elapsed = KzPlatform::tickCount() - startTick_;
     if (elapsed < interval_) return;
-    const KzDxLife::Watch watch(life_);
+    const KzDxLife::Watch watch(life_); // a receiver may destroy this timer
     fire();
     if (watch.isOver()) return;
     if (repeat_) {
