@@ -3,7 +3,7 @@
 cd "$(dirname "$0")/.."
 source fuzzing/common.sh
 
-declare -A runs=([templates]=20000 [callbacks]=2500)
+declare -A runs=([templates]=20000 [callbacks]=1500)
 
 build_fuzzers
 seeds=$(mktemp -d)
