@@ -1,5 +1,6 @@
 #include "templates/eatt_util.h"
 
+#include <climits>
 #include <cstddef>
 #include <cwchar>
 #include <cwctype>
@@ -33,7 +34,9 @@ std::wstring folded(std::u16string_view text) {
 }
 
 std::wstring collationKey(const wchar_t* text) {
-    std::wstring key(std::wcsxfrm(nullptr, text, 0), L'\0');
+    const std::size_t size = std::wcsxfrm(nullptr, text, 0);
+    if (size >= INT_MAX) return text; // so Windows says that its locale has no place for it
+    std::wstring key(size, L'\0');
     std::wcsxfrm(key.data(), text, key.size() + 1);
     return key;
 }

@@ -39,7 +39,8 @@ void addPrintingFlag(CLI::App& app, const char* name, const char* description,
 
 void addOptions(CLI::App& app, CommandLine& line) {
     app.formatter(std::make_shared<HelpFormatter>());
-    app.prefix_command(); // from the script on the words are the script's, dashes and all
+    app.allow_windows_style_options(false); // a script may lie at the root
+    app.prefix_command();                   // from the script on the words are the script's, dashes and all
     app.add_option("--module", line.module, "What host.load() loads when it is given no path")
         ->type_name("PATH");
     app.add_option("--trace", line.trace,

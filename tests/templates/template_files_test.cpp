@@ -9,10 +9,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -25,7 +24,8 @@ using Names = std::vector<std::u16string>;
 class TemplateFiles : public testing::Test {
 protected:
     TemplateFiles()
-        : folder_(fs::temp_directory_path() / ("template_files_test." + std::to_string(::getpid()))) {
+        : folder_(fs::temp_directory_path() /
+                  ("template_files_test." + std::to_string(std::random_device{}()))) {
         fs::create_directory(folder_);
     }
     void TearDown() override { fs::remove_all(folder_); }

@@ -93,17 +93,17 @@ struct CommandLine {
         "Shows and makes legacy block templates: files that select blocks of a drawing, and attributes of "
         "each.",
         "kztemplate"};
-    CLI::App* dumpCommand = app.add_subcommand("dump", "Prints everything that a template stores, as JSON.");
-    CLI::App* namesCommand = app.add_subcommand(
+    CLI::App* dumpCommand = addCommand("dump", "Prints everything that a template stores, as JSON.");
+    CLI::App* namesCommand = addCommand(
         "names",
         "Prints the names of the selected blocks and of the attributes selected in them, each once.");
-    CLI::App* buildCommand = app.add_subcommand("build", "Makes a template of the JSON that dump prints.");
+    CLI::App* buildCommand = addCommand("build", "Makes a template of the JSON that dump prints.");
     std::string file;
     std::string output;
     bool isJson = false;
 
     CommandLine() {
-        app.require_subcommand(1);
+        app.require_subcommand(1)->allow_windows_style_options(false);
         app.set_version_flag("--version", "kztemplate " KZTEMPLATE_VERSION, "Print the version and exit");
         app.footer(
             "Names are UTF-8. kztemplate COMMAND --help tells more about a command.\n"
@@ -126,6 +126,11 @@ struct CommandLine {
     }
 
 private:
+    CLI::App* addCommand(const char* name, const char* description) {
+        // A word that begins with a slash may be a file on every system.
+        return app.add_subcommand(name, description)->allow_windows_style_options(false);
+    }
+
     void describeDump() {
         dumpCommand->add_option("FILE", file, "The template; - is standard input")->required();
         dumpCommand->footer("A null element is left out; an object that stands in the list again is printed "

@@ -1,0 +1,91 @@
+#include "tools/kztemplate/system_files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
+
+std::error_code writeAll(int file, std::span<const std::byte> bytes) {
+    while (!bytes.empty()) {
+        const auto count = ::write(file, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return lastError();
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+    return {};
+}
+
+// A new file beside the one that it is to replace. Removed again unless it has taken the name.
+class Replacement {
+public:
+    explicit Replacement(const fs::path& target)
+        : target_(target), name_(target.string() + ".XXXXXX"), file_(::mkstemp(name_.data())) {}
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+    ~Replacement() {
+        if (file_ < 0) return;
+        ::close(file_);
+        if (!isDone_) ::unlink(name_.c_str());
+    }
+
+    [[nodiscard]] std::error_code write(std::span<const std::byte> bytes) {
+        if (file_ < 0) return lastError();
+        if (auto error = writeAll(file_, bytes)) return error;
+        if (::fchmod(file_, mode()) != 0 || ::fsync(file_) != 0) return lastError();
+        if (::rename(name_.c_str(), target_.c_str()) != 0) return lastError();
+        isDone_ = true;
+        return {};
+    }
+
+private:
+    [[nodiscard]] mode_t mode() const {
+        struct stat old {};
+        if (::stat(target_.c_str(), &old) == 0) return old.st_mode & 07777;
+        const mode_t mask = ::umask(0);
+        ::umask(mask);
+        return 0666 & ~mask;
+    }
+
+    fs::path target_;
+    std::string name_;
+    int file_;
+    bool isDone_ = false;
+};
+
+} // namespace
+
+fs::path filePath(const std::string& name) {
+    return name;
+}
+
+std::error_code readStandardInput(std::string& result) {
+    std::array<char, 65536> part{};
+    for (;;) {
+        const auto count = ::read(STDIN_FILENO, part.data(), part.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return lastError();
+        if (count == 0) return {};
+        result.append(part.data(), static_cast<std::size_t>(count));
+    }
+}
+
+std::error_code writeStandardOutput(std::span<const std::byte> bytes) {
+    return writeAll(STDOUT_FILENO, bytes);
+}
+
+std::error_code replaceFile(const fs::path& file, std::span<const std::byte> bytes) {
+    std::error_code error;
+    const fs::path target = fs::weakly_canonical(file, error);
+    return error ? error : Replacement(target).write(bytes);
+}
