@@ -175,7 +175,7 @@ public:
         } while (advance());
         return true;
     }
-    [[nodiscard]] std::uint64_t count() const { return count_; }
+    [[nodiscard]] std::size_t count() const { return count_; }
     void print() const {
         for (const std::size_t step : steps_) std::printf(" %zu", step);
         std::printf("\n");
@@ -197,7 +197,7 @@ private:
     }
 
     std::vector<std::size_t> steps_;
-    std::uint64_t count_ = 0;
+    std::size_t count_ = 0;
 };
 
 } // namespace
@@ -212,7 +212,6 @@ int main(int argc, char** argv) {
         histories.print();
         return 1;
     }
-    std::printf("%llu histories of up to %zu steps: no update misses anything\n",
-                static_cast<unsigned long long>(histories.count()), longest);
+    std::printf("%zu histories of up to %zu steps: no update misses anything\n", histories.count(), longest);
     return kzrxEntryPoint(KzRx::unloadMessage, nullptr);
 }

@@ -50,7 +50,7 @@ TEST_F(Modules, OneThatRefusesToLoadIsClosedAtOnce) {
 }
 
 TEST_F(Modules, WhatIsNoModuleOfThisInterfaceIsNotAsked) {
-    for (const std::string& path : {folder + "/ProbeOfOtherVersion.hmx", folder + "/libkzheadless.so",
+    for (const std::string& path : {folder + "/ProbeOfOtherVersion.hmx", std::string(HEADLESS_LIBRARY),
                                     folder + "/nothing.hmx", std::string("nothing.hmx")}) {
         const LoadResult loaded = loadModule(path, "");
         EXPECT_EQ(loaded.module, ModuleId::none);
