@@ -14,6 +14,17 @@ install(TARGETS zelvane_module EXPORT ZelvaneTargets LIBRARY DESTINATION ${ZELVA
 install(TARGETS zelvane_resources LIBRARY DESTINATION ${ZELVANE_MODULES} COMPONENT run)
 # Only kzhost links it, so there is no link without a version.
 install(TARGETS zelvane_headless LIBRARY COMPONENT run NAMELINK_SKIP RUNTIME COMPONENT run ARCHIVE EXCLUDE_FROM_ALL)
+if(WIN32)
+  # What the CAD host loads. The module in the folder above is the one for kzhost, with a clock that scripts set.
+  install(TARGETS zelvane_shipped zelvane_resources LIBRARY DESTINATION ${ZELVANE_MODULES}/shipped COMPONENT run)
+  # The host's libraries: stand-ins beside kzhost, and what a module is linked with.
+  install(TARGETS ${ZELVANE_HOST_LIBRARIES} EXPORT ZelvaneTargets RUNTIME COMPONENT run ARCHIVE COMPONENT develop)
+  # By their paths, because a linker that is told -static looks for none by name.
+  list(TRANSFORM ZELVANE_HOST_LIBRARIES REPLACE "(.+)"
+    "\${prefix}/${CMAKE_INSTALL_LIBDIR}/${CMAKE_IMPORT_LIBRARY_PREFIX}\\1${CMAKE_IMPORT_LIBRARY_SUFFIX}"
+    OUTPUT_VARIABLE ZELVANE_LINK)
+  list(JOIN ZELVANE_LINK " " ZELVANE_LINK)
+endif()
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${ZELVANE_DOCS} COMPONENT run)
 install(DIRECTORY tools/kztemplate/schemas DESTINATION ${CMAKE_INSTALL_DATADIR}/zelvane COMPONENT run)
 zelvane_man_page(kzhost)
@@ -31,7 +42,10 @@ set_target_properties(zelvane_host PROPERTIES EXPORT_NAME host)
 set_target_properties(zelvane_module PROPERTIES EXPORT_NAME Module)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/ZelvaneConfig.cmake.in ZelvaneConfig.cmake
   INSTALL_DESTINATION ${ZELVANE_PACKAGE} PATH_VARS CMAKE_INSTALL_BINDIR ZELVANE_MODULES)
-write_basic_package_version_file(ZelvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
+if(NOT WIN32) # headers suit every processor, import libraries do not
+  set(any_processor ARCH_INDEPENDENT)
+endif()
+write_basic_package_version_file(ZelvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion ${any_processor})
 install(EXPORT ZelvaneTargets NAMESPACE Zelvane:: DESTINATION ${ZELVANE_PACKAGE} COMPONENT develop)
 install(FILES
   ${CMAKE_CURRENT_LIST_DIR}/ZelvaneModule.cmake

@@ -1,4 +1,4 @@
-# cpack, in the build folder: a .deb and a .tar.gz of each component. `cpack --config CPackSourceConfig.cmake`: the sources.
+# cpack, in the build folder: a .deb and a .tar.gz of each component, for Windows a .zip. `cpack --config CPackSourceConfig.cmake`: the sources.
 set(CPACK_PACKAGE_NAME zelvane)
 set(CPACK_PACKAGE_VENDOR "The Zelvane maintainers")
 set(CPACK_PACKAGE_CONTACT "The Zelvane maintainers <maintainers@zelvane.example>")
@@ -16,6 +16,9 @@ set(CPACK_COMPONENT_DEVELOP_DESCRIPTION "Headers, documentation and examples for
 set(CPACK_COMPONENT_DEVELOP_DEPENDS run)
 
 set(CPACK_GENERATOR TGZ DEB)
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+endif()
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/PackageKinds.cmake)

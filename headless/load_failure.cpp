@@ -1,6 +1,7 @@
 #include "headless/load_failure.h"
 
 #include "host/module_interface.h"
+#include "text/paths.h"
 
 #include <cxxabi.h>
 
@@ -32,7 +33,8 @@ std::string describeSymbol(const std::string& symbol) {
 
 std::string describeUnopened(const std::string& path, const std::string& systemMessage) {
     std::error_code unreadable; // the system's own message says more then
-    if (!std::filesystem::exists(path, unreadable) && !unreadable) return "there is no such file";
+    if (!std::filesystem::exists(Text::toPath(path), unreadable) && !unreadable)
+        return "there is no such file";
     constexpr std::string_view undefined = "undefined symbol: ";
     const std::size_t at = systemMessage.find(undefined);
     if (at == std::string::npos) return "it cannot be opened as a library: " + systemMessage;

@@ -1,4 +1,5 @@
 #include "headless/shared_library.h"
+#include "text/paths.h"
 #include "text/unicode.h"
 
 #include <windows.h>
@@ -11,13 +12,10 @@ namespace Headless {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 /// Wide as the loader wants it: whole and with this system's separators, so that nothing is searched for.
 std::wstring asPath(const std::string& path) {
-    const fs::path given(std::u8string(path.begin(), path.end()));
     std::error_code error;
-    return fs::absolute(given, error).make_preferred().wstring();
+    return std::filesystem::absolute(Text::toPath(path), error).make_preferred().wstring();
 }
 
 std::string lastFailure() {
@@ -36,15 +34,15 @@ HMODULE asModule(LibraryHandle library) {
 } // namespace
 
 OpenedLibrary openLibraryFile(const std::string& path) {
-    // What the library itself needs is looked for beside it first.
-    const HMODULE module = LoadLibraryExW(asPath(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    // What the library itself needs is looked for beside it, then beside the program and among the system's.
+    constexpr DWORD places = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS;
+    const HMODULE module = LoadLibraryExW(asPath(path).c_str(), nullptr, places);
     if (module == nullptr) return {.failure = lastFailure()};
     return {.handle = module};
 }
 
 LibraryHandle openLibraryByName(const std::string& name) {
-    const fs::path given(std::u8string(name.begin(), name.end()));
-    return LoadLibraryW(given.c_str());
+    return LoadLibraryW(Text::toPath(name).c_str());
 }
 
 void closeLibrary(LibraryHandle library) {

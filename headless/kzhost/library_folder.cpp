@@ -1,5 +1,7 @@
 #include "headless/kzhost/library_folder.h"
 
+#include "text/paths.h"
+
 #include <filesystem>
 #include <system_error>
 
@@ -15,8 +17,9 @@ bool hasModule(const std::filesystem::path& folder) {
 } // namespace
 
 std::string libraryFolder(const std::string& program) {
-    const auto installed = (std::filesystem::path(program) / KZHOST_MODULES).lexically_normal();
-    return !hasModule(program) && hasModule(installed) ? installed.string() : program;
+    const auto folder = Text::toPath(program);
+    const auto installed = (folder / KZHOST_MODULES).lexically_normal();
+    return !hasModule(folder) && hasModule(installed) ? Text::fromPath(installed) : program;
 }
 
 } // namespace KzHost

@@ -4,6 +4,7 @@
 #include "headless/module_call.h"
 #include "headless/modules.h"
 #include "host/module_interface.h"
+#include "text/paths.h"
 #include "zelvane/zelvane.h"
 
 #include <cstdio>
@@ -336,9 +337,10 @@ int giveFailure(const Call& call, const std::string& path, const Headless::LoadR
 
 /// Where a module lies: a bare file name means the working folder or, when it is not there, the program's.
 std::string located(const std::string& path, const Setup& setup) {
-    if (path.find('/') != std::string::npos) return path;
+    const std::filesystem::path file = Text::toPath(path);
+    if (file.has_parent_path()) return path;
     std::error_code unreadable; // counts as not there
-    return std::filesystem::exists(path, unreadable) ? path : setup.program + "/" + path;
+    return std::filesystem::exists(file, unreadable) ? path : setup.program + "/" + path;
 }
 
 int load(Call& call) {

@@ -1,5 +1,5 @@
 #include "headless/kzhost/process.h"
-#include "text/unicode.h"
+#include "text/paths.h"
 
 #include <windows.h>
 
@@ -25,7 +25,7 @@ std::filesystem::path programFile() {
 } // namespace
 
 std::string programFolder() {
-    return Text::toUtf8(programFile().parent_path().generic_u16string());
+    return Text::fromPath(programFile().parent_path());
 }
 
 bool isInputTyped() {

@@ -5,6 +5,7 @@
 #include "headless/kzhost/line_reader.h"
 #include "headless/kzhost/process.h"
 #include "headless/kzhost/readable.h"
+#include "text/paths.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -87,7 +88,7 @@ void greet(const Setup& setup) {
                   "Ctrl-D leaves");
     }
     std::error_code unreadable; // then host.load() says more
-    if (std::filesystem::exists(setup.modulePath, unreadable) || unreadable) return;
+    if (std::filesystem::exists(Text::toPath(setup.modulePath), unreadable) || unreadable) return;
     std::fflush(stdout);
     std::fprintf(stderr, "kzhost: host.load() has nothing to load: %s: there is no such file\n",
                  setup.modulePath.c_str());

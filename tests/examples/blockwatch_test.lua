@@ -1,12 +1,15 @@
 -- Guards what an outside client lives through: it says what changed, and comes to no harm whatever of the module,
 -- of its document or of itself goes first.
 --
---   kzhost blockwatch_test.lua BLOCKWATCH.HMX
-local watcher = arg[1]
+--   kzhost blockwatch_test.lua BLOCKWATCH.HMX [NUMBER]     NUMBER: only this work, and nothing is compared
+local watcher, only = arg[1], tonumber(arg[2])
+local number = 0
 
--- What is printed while `work` runs in a host of its own.
+-- What is printed while a work is done in a host of its own.
 local function printed(work)
-  local pipe = assert(io.popen(("%s - %s 2>&1 <<'END'\n%s\nEND\n"):format(arg[-1], watcher, work)))
+  local command = ('"%s" "%s" "%s" %d 2>&1'):format(arg[-1], arg[0], watcher, work)
+  local isWindows = package.config:sub(1, 1) == "\\" -- whose shell takes the outermost quotes away
+  local pipe = assert(io.popen(isWindows and '"' .. command .. '"' or command))
   local output = pipe:read("a")
   assert(pipe:close(), output)
   return output
@@ -21,8 +24,11 @@ local drawing = [[
 local watching = drawing .. "local zelvane = host.load()\nlocal watch = assert(host.load(arg[1]))\n"
 
 local function prints(work, ...)
+  number = number + 1
+  if only == number then assert(load(work))() end
+  if only then return end
   local wanted = table.concat({ ... }, "\n") .. (... and "\n" or "")
-  local got = printed(work):gsub("BlockWatch: ", ""):gsub("kzhost: cannot load [^\n]*\n", "")
+  local got = printed(number):gsub("BlockWatch: ", ""):gsub("kzhost: cannot load [^\n]*\n", "")
   if got ~= wanted then error(("%s\ngot:\n%swanted:\n%s"):format(work, got, wanted), 2) end
 end
 

@@ -4,17 +4,12 @@
 source "$(dirname "$0")/common.sh"
 
 pack TGZ
-mkdir "$work/tree"
-for archive in "$work"/packages/*.tar.gz; do
-  tar -xzf "$archive" -C "$work/tree" --strip-components=1
-done
 tree=$work/tree
-if grep -rlF -e "$source" -e "$work/packages" "$tree" --include='*.cmake' --include='*.pc' --include='*.h'; then
-  fail "these files lead out of the installed tree"
-fi
-PKG_CONFIG_PATH=$(dirname "$(find "$tree" -name zelvane.pc)")
-export PKG_CONFIG_PATH
-kzhost=$(pkg-config --variable=kzhost zelvane)
+mkdir "$tree"
+for archive in "$work"/packages/*.tar.gz; do
+  tar -xzf "$archive" -C "$tree" --strip-components=1
+done
+use_tree "$tree"
 read -ra flags <<<"-std=c++20 -Wall -Wextra -Wpedantic -Werror -O2 -fPIC $(pkg-config --cflags zelvane)"
 
 runs() {
@@ -69,30 +64,11 @@ while read -r header; do
   echo "#include \"$header\"" | g++ -fsyntax-only "${flags[@]}" -x c++ - || fail "$header does not compile alone"
 done < <(cd "$(pkg-config --variable=includedir zelvane)" && find . -name '*.h' -printf '%P\n')
 
-# The client of the README, twice in one host: the copies share nothing, although their inline symbols are visible.
-sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$tree/share/doc/zelvane/README.md" >"$work/changed.cpp"
+# The client of the README, in no more lines than it has.
+client_of_readme "$tree"
 [ "$(wc -l <"$work/changed.cpp")" -le 25 ] || fail "the README's client has become longer than 25 lines"
 g++ -shared "${flags[@]}" "$work/changed.cpp" -o "$work/Changed.hmx"
-cp "$work/Changed.hmx" "$work/Again.hmx"
-changed=$("$kzhost" - "$work/Changed.hmx" "$work/Again.hmx" <<'END'
-local house = host.open("house")
-local door, room = house:block("Door"), house:block("Room")
-host.load()
-local first, second = assert(host.load(arg[1])), assert(host.load(arg[2]))
-local reference = room:insert(door)
-host.idle()
-host.unload(first)
-house:modelSpace():insert(room)
-host.idle()
-reference:touch()
-host.idle()
-host.unload(second)
-reference:erase()
-host.idle()
-END
-)
-expected="Door: 0 -> 1 Door: 0 -> 1 Door: 1 -> 1 Room: 0 -> 1 something was modified in its place"
-[ "$(echo $changed)" = "$expected" ] || fail "the README's client printed: $changed"
+run_client_of_readme "$kzhost"
 
 # The examples of docs/exports.md, as one client.
 {

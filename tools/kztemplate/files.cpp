@@ -1,5 +1,6 @@
 #include "tools/kztemplate/files.h"
 
+#include "text/paths.h"
 #include "tools/kztemplate/system_files.h"
 
 #include <array>
@@ -32,7 +33,7 @@ std::unique_ptr<KzDxByteSource> openInput(const std::string& name, std::error_co
         return error ? nullptr : std::make_unique<OwnedBytes>(std::move(bytes));
     }
     auto file = std::make_unique<KzDxFileSource>();
-    error = file->open(filePath(name));
+    error = file->open(Text::toPath(name));
     return error ? nullptr : std::move(file);
 }
 
@@ -45,7 +46,7 @@ std::error_code readAll(KzDxByteSource& source, std::string& result) {
 
 std::error_code writeOutput(const std::string& name, std::span<const std::byte> bytes) {
     if (name == "-") return writeStandardOutput(bytes);
-    const fs::path target = filePath(name);
+    const fs::path target = Text::toPath(name);
     std::error_code ignored; // replaceFile says what is wrong with a name that cannot be looked at
     const auto status = fs::status(target, ignored);
     if (fs::exists(status) && !fs::is_regular_file(status))

@@ -65,10 +65,6 @@ private:
 
 } // namespace
 
-fs::path filePath(const std::string& name) {
-    return name;
-}
-
 std::error_code readStandardInput(std::string& result) {
     std::array<char, 65536> part{};
     for (;;) {

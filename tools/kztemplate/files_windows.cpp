@@ -89,10 +89,6 @@ private:
 
 } // namespace
 
-fs::path filePath(const std::string& name) {
-    return std::u8string(name.begin(), name.end());
-}
-
 std::error_code readStandardInput(std::string& result) {
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     std::array<char, 65536> part{};

@@ -8,9 +8,6 @@
 
 /// What each system does with files in a way of its own: one source for each.
 
-/// The path that a name on the command line means: UTF-8 on Windows, elsewhere whatever bytes it has.
-[[nodiscard]] std::filesystem::path filePath(const std::string& name);
-
 /// Appends everything up to the end of standard input.
 [[nodiscard]] std::error_code readStandardInput(std::string& result);
 
