@@ -17,6 +17,8 @@ install(TARGETS zelvane_headless LIBRARY COMPONENT run NAMELINK_SKIP RUNTIME COM
 if(WIN32)
   # What the CAD host loads. The module in the folder above is the one for kzhost, with a clock that scripts set.
   install(TARGETS zelvane_shipped zelvane_resources LIBRARY DESTINATION ${ZELVANE_MODULES}/shipped COMPONENT run)
+endif()
+if(MINGW)
   # The host's libraries: stand-ins beside kzhost, and what a module is linked with.
   install(TARGETS ${ZELVANE_HOST_LIBRARIES} EXPORT ZelvaneTargets RUNTIME COMPONENT run ARCHIVE COMPONENT develop)
   # By their paths, because a linker that is told -static looks for none by name.

@@ -1,12 +1,12 @@
 # zelvane_lua: Lua 5.4, compiled as C++ so that its errors unwind the stack of C++ code.
-if(NOT CMAKE_CROSSCOMPILING)
+if(NOT WIN32)
   find_package(PkgConfig REQUIRED)
   pkg_check_modules(LUA REQUIRED IMPORTED_TARGET lua5.4-c++)
   add_library(zelvane_lua ALIAS PkgConfig::LUA)
   return()
 endif()
 
-# For other systems there is no package of it: it is built from its source, as scripts/fetch_lua_source fetches it.
+# For Windows there is no package of it: it is built from its source, as scripts/fetch_lua_source fetches it.
 set(ZELVANE_LUA_SOURCE ${PROJECT_SOURCE_DIR}/build/lua CACHE PATH "The source of Lua 5.4")
 file(GLOB lua_sources ${ZELVANE_LUA_SOURCE}/src/*.c)
 if(NOT lua_sources)

@@ -3,13 +3,8 @@
 #include "host/module_interface.h"
 #include "text/paths.h"
 
-#include <cxxabi.h>
-
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <memory>
-#include <string_view>
 
 namespace Headless {
 
@@ -21,25 +16,14 @@ std::string inHexadecimal(std::uint32_t value) {
     return text;
 }
 
-/// A symbol as the linker names it, and as the source does where that differs.
-std::string describeSymbol(const std::string& symbol) {
-    int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> readable(
-        abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status), &std::free);
-    return readable != nullptr ? symbol + ", which is " + readable.get() : symbol;
-}
-
 } // namespace
 
-std::string describeUnopened(const std::string& path, const std::string& systemMessage) {
+std::string describeUnopened(const std::string& path, const OpenedLibrary& refused) {
     std::error_code unreadable; // the system's own message says more then
     if (!std::filesystem::exists(Text::toPath(path), unreadable) && !unreadable)
         return "there is no such file";
-    constexpr std::string_view undefined = "undefined symbol: ";
-    const std::size_t at = systemMessage.find(undefined);
-    if (at == std::string::npos) return "it cannot be opened as a library: " + systemMessage;
-    const std::string symbol = systemMessage.substr(at + undefined.size());
-    return "it needs a symbol that neither the host nor a library has: " + describeSymbol(symbol);
+    if (refused.missingSymbol.empty()) return "it cannot be opened as a library: " + refused.failure;
+    return "it needs a symbol that neither the host nor a library has: " + refused.missingSymbol;
 }
 
 std::string describeMissingExport(const char* name) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "headless/shared_library.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -8,8 +10,8 @@ namespace Headless {
 
 /// Why a module was not loaded, in one line of words for a person.
 
-/// The file could not be opened as a library; `systemMessage` is what the system says about it.
-[[nodiscard]] std::string describeUnopened(const std::string& path, const std::string& systemMessage);
+/// The file could not be opened as a library.
+[[nodiscard]] std::string describeUnopened(const std::string& path, const OpenedLibrary& refused);
 
 /// The library lacks one of the two exports that every module has.
 [[nodiscard]] std::string describeMissingExport(const char* name);

@@ -156,8 +156,9 @@ const void* packetUnderWay() {
 LoadResult loadModule(const std::string& path, const std::string& resources) {
     resourceFolder = resources;
     librariesNotFound.clear();
-    const auto [library, failure] = openLibraryFile(path);
-    if (library == nullptr) return {.failure = describeUnopened(path, failure)};
+    const OpenedLibrary opened = openLibraryFile(path);
+    LibraryHandle const library = opened.handle;
+    if (library == nullptr) return {.failure = describeUnopened(path, opened)};
     KzRx::EntryPoint entry = nullptr;
     if (std::string missing = readInterface(library, entry); !missing.empty()) {
         closeLibrary(library);

@@ -4,11 +4,13 @@
 /// How each platform shows a function of one library to the others: the only place that knows the compilers'
 /// own words for it.
 
-/// KZ_EXPORT: other libraries find this function by its name.
+/// KZ_EXPORT: other libraries find this function by its name. KZ_HIDDEN: each library has one of its own.
 #if defined(_WIN32)
 #define KZ_EXPORT __declspec(dllexport)
+#define KZ_HIDDEN
 #else
 #define KZ_EXPORT __attribute__((visibility("default")))
+#define KZ_HIDDEN __attribute__((visibility("hidden")))
 #endif
 
 /// KZHOST_API: a function that the host offers to modules. KZHOST_BUILD is defined where the host itself is

@@ -17,11 +17,7 @@
 // State that each module has for itself. Where symbols are merged across libraries, it takes a mark:
 // otherwise two clients in one process would share it, and none of them could leave memory.
 /// @cond
-#ifdef __ELF__
-#define ZELVANE_OF_THIS_MODULE __attribute__((visibility("hidden")))
-#else
-#define ZELVANE_OF_THIS_MODULE
-#endif
+#define ZELVANE_OF_THIS_MODULE KZ_HIDDEN
 /// @endcond
 
 /// What watches and timers are made of. Clients use `BlockWatch` and `IdleTimer`.
