@@ -4,12 +4,17 @@
 /// How each platform shows a function of one library to the others: the only place that knows the compilers'
 /// own words for it.
 
-/// KZ_EXPORT: other libraries find this function by its name. KZ_HIDDEN: each library has one of its own.
+/// Other libraries find this function by its name.
 #if defined(_WIN32)
 #define KZ_EXPORT __declspec(dllexport)
-#define KZ_HIDDEN
 #else
 #define KZ_EXPORT __attribute__((visibility("default")))
+#endif
+
+/// Each library has a function of its own by this name.
+#if defined(_WIN32)
+#define KZ_HIDDEN
+#else
 #define KZ_HIDDEN __attribute__((visibility("hidden")))
 #endif
 

@@ -61,7 +61,7 @@ protected:
         // Once is enough for a person. A key that comes before the prompt waits for one is passed over.
         do send("\x03");
         while (!isShownWithin(milliseconds(300)));
-        return shown + type("\n");
+        return shown + typeUntilHeard("\n");
     }
     /// Leaves the prompt by a line of its own: the exit status tells whether it was still there.
     int leave() {
@@ -73,6 +73,16 @@ protected:
     }
 
 private:
+    /// Like type(), after a Ctrl-C: until the prompt waits again, the terminal drops the line being typed.
+    std::string typeUntilHeard(const std::string& lines) {
+        const std::string number = std::to_string(++typed_);
+        std::string shown;
+        for (int times = 0; times != 60 && !shown.ends_with("typed" + number); ++times) {
+            send(lines + "print('typed' .. " + number + ")\n");
+            shown += readUntil("typed" + number, milliseconds(1000));
+        }
+        return shown;
+    }
     void send(const std::string& keys) {
         EXPECT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     }
@@ -80,11 +90,12 @@ private:
         pollfd waited = {.fd = terminal_, .events = POLLIN, .revents = 0};
         return poll(&waited, 1, static_cast<int>(time.count())) == 1;
     }
-    /// Up to a text or to the end of the program.
-    std::string readUntil(const std::string& text) {
+    /// Up to a text, to the end of the program, or until nothing more is shown.
+    std::string readUntil(const std::string& text, milliseconds patience = milliseconds(60000)) {
         std::string shown;
         char byte = 0;
-        while (!shown.ends_with(text) && read(terminal_, &byte, 1) == 1) shown += byte;
+        while (!shown.ends_with(text) && isShownWithin(patience) && read(terminal_, &byte, 1) == 1)
+            shown += byte;
         return shown;
     }
 
