@@ -53,9 +53,9 @@ Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
 }
 
 void KzDxBlocks::build() {
-    static_cast<void>(
-        scanBlockTable()); // there is a drawing; what it misses, the next reading looks for again
-    setHasChanges(false);  // all of it is new, and nobody waits to be told so
+    // There is a drawing, so nothing is refused; what the reading misses, the next one looks for again.
+    static_cast<void>(scanBlockTable());
+    setHasChanges(false); // all of it is new, and nobody waits to be told so
 }
 
 void KzDxBlocks::reset() {

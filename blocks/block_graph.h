@@ -22,6 +22,19 @@
 
 class KzDxBlock;
 
+/// What the next update has to read again. Each of them includes the ones before.
+///
+/// A node is stale when one of its objects told of an edit, or when it does not hear all of them; see
+/// `KzDxBlock::isHardOfHearing`. The references that a record reports change only by edits of records, of
+/// which the records tell, with one exception: those of attached drawings, which tell nobody here.
+enum class KzDxReadingScope : std::uint8_t {
+    nodes, ///< stale nodes, and nodes whose lists of references in other drawings differ: only references and
+           ///< attributes were edited, so no block has got a reference and no record has come
+    lists, ///< stale nodes, and nodes whose lists differ: a record was edited, or one came, or something
+           ///< could not be looked at the last time
+    everything, ///< every node: nobody listened
+};
+
 /// The block graph of one drawing: a node for each record of its block table, which knows where the
 /// references of that block are placed.
 ///
@@ -41,19 +54,6 @@ class KzDxBlock;
 ///
 /// In this folder "graph" means this class, and "node" `KzDxBlock`. The virtual operations are called by
 /// slot: their order is fixed.
-/// What the next update has to read again. Each of them includes the ones before.
-///
-/// A node is stale when one of its objects told of an edit, or when it does not hear all of them; see
-/// `KzDxBlock::isHardOfHearing`. The references that a record reports change only by edits of records, of
-/// which the records tell, with one exception: those of attached drawings, which tell nobody here.
-enum class KzDxReadingScope : std::uint8_t {
-    nodes, ///< stale nodes, and nodes whose lists of references in other drawings differ: only references and
-           ///< attributes were edited, so no block has got a reference and no record has come
-    lists, ///< stale nodes, and nodes whose lists differ: a record was edited, or one came, or something
-           ///< could not be looked at the last time
-    everything, ///< every node: nobody listened
-};
-
 class KzDxBlocks : public KzDbObjectReactor,
                    public KzDxEnableBase,
                    public KzDxTimerReactor,
