@@ -5,8 +5,8 @@
 #include "timers/timer.h"
 
 KzDxExternalClientTimerReactor::~KzDxExternalClientTimerReactor() {
-    static_cast<void>(
-        KzDxExternalClientTimerReactor::setEnabled(false)); // without a timer there is nothing to leave
+    // Without a timer there is nothing to leave.
+    static_cast<void>(KzDxExternalClientTimerReactor::setEnabled(false));
 }
 
 Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
@@ -16,8 +16,8 @@ Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
     } else if (!isEnabled()) {
         static_cast<void>(timer_->attach(this)); // refuses null only
     }
-    static_cast<void>(
-        timer_->setEnabled(enable)); // not reported: a later switching on makes up for a refusal
+    // Not reported: a later switching on makes up for a refusal.
+    static_cast<void>(timer_->setEnabled(enable));
     storeEnabled(enable);
     return Orvo::ok;
 }
@@ -34,8 +34,7 @@ Orvo::ErrorStatus KzDxExternalClientTimerReactor::attach(KzDxClientCallback call
 
 void KzDxExternalClientTimerReactor::detach(KzDxClientCallback callback) {
     KzDxNotifierBase::detach(callback);
-    if (isEnabled() && targets().isEmpty())
-        static_cast<void>(setEnabled(false)); // it is on, so it has a timer
+    if (isEnabled() && targets().isEmpty()) static_cast<void>(setEnabled(false)); // it is on: it has a timer
 }
 
 void KzDxExternalClientTimerReactor::timerElapsed() {
