@@ -103,7 +103,9 @@ TEST_F(BlockMonitor, AContainerThatAppearsOrVanishesIsAChange) {
     EXPECT_TRUE(isChangeWhen([&] { EXPECT_TRUE(Headless::move(first, desk)); })) << "one more";
     EXPECT_TRUE(isChangeWhen([&] { EXPECT_TRUE(Headless::move(second, desk)); })) << "one less";
     EXPECT_TRUE(isChangeWhen([&] {
-        for (const KzDbObjectId each : {first, second}) EXPECT_TRUE(Headless::move(each, frame));
+        for (const KzDbObjectId each : {first, second}) {
+            EXPECT_TRUE(Headless::move(each, frame));
+        }
     })) << "as many as before, but others";
 }
 

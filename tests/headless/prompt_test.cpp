@@ -76,10 +76,11 @@ private:
     /// Like type(), after a Ctrl-C: until the prompt waits again, the terminal drops the line being typed.
     std::string typeUntilHeard(const std::string& lines) {
         const std::string number = std::to_string(++typed_);
+        const std::string heard = "typed" + number;
         std::string shown;
-        for (int times = 0; times != 60 && !shown.ends_with("typed" + number); ++times) {
+        for (int times = 0; times != 60 && !shown.ends_with(heard); ++times) {
             send(lines + "print('typed' .. " + number + ")\n");
-            shown += readUntil("typed" + number, milliseconds(1000));
+            shown += readUntil(heard, milliseconds(1000));
         }
         return shown;
     }

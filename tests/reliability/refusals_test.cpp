@@ -24,8 +24,8 @@ struct Scan {
     std::size_t records = 0;    ///< keys of the graph
     std::size_t references = 0; ///< filed for the block
     friend bool operator==(const Scan&, const Scan&) = default;
-    friend void PrintTo(const Scan& scan, std::ostream* out) {
-        *out << scan.records << " records, " << scan.references << " references";
+    friend std::ostream& operator<<(std::ostream& out, const Scan& scan) {
+        return out << scan.records << " records, " << scan.references << " references";
     }
 };
 constexpr Scan foundAll{.records = 4, .references = 2}; // two layouts, the block, its representation
