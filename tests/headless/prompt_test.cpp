@@ -49,9 +49,9 @@ protected:
     /// What the terminal shows for some lines. They are waited for by a line of our own, and not by the
     /// prompt's sign, which says nothing of how far the reading has come.
     std::string type(const std::string& lines) {
-        const std::string number = std::to_string(++typed_);
-        send(lines + "print('typed' .. " + number + ")\n");
-        return readUntil("typed" + number);
+        ++typed_;
+        send(lines + question());
+        return readUntil(answer());
     }
     /// The same for keys that go on until they are interrupted; `begun` is what the terminal shows before
     /// that.
@@ -61,7 +61,7 @@ protected:
         // Once is enough for a person. A key that comes before the prompt waits for one is passed over.
         do send("\x03");
         while (!isShownWithin(milliseconds(300)));
-        return shown + typeUntilHeard("\n");
+        return shown + typeUntilHeard();
     }
     /// Leaves the prompt by a line of its own: the exit status tells whether it was still there.
     int leave() {
@@ -73,17 +73,21 @@ protected:
     }
 
 private:
-    /// Like type(), after a Ctrl-C: until the prompt waits again, the terminal drops the line being typed.
-    std::string typeUntilHeard(const std::string& lines) {
-        const std::string number = std::to_string(++typed_);
-        const std::string heard = "typed" + number;
+    /// Like type() of nothing, after a Ctrl-C: until the prompt waits again, the terminal drops the line being typed.
+    std::string typeUntilHeard() {
+        ++typed_;
+        const std::string keys = "\n" + question();
         std::string shown;
-        for (int times = 0; times != 60 && !shown.ends_with(heard); ++times) {
-            send(lines + "print('typed' .. " + number + ")\n");
-            shown += readUntil(heard, milliseconds(1000));
+        for (int times = 0; times != 60 && !shown.ends_with(answer()); ++times) {
+            send(keys);
+            shown += readUntil(answer(), milliseconds(1000));
         }
         return shown;
     }
+    [[nodiscard]] std::string question() const {
+        return "print('typed' .. " + std::to_string(typed_) + ")\n";
+    }
+    [[nodiscard]] std::string answer() const { return "typed" + std::to_string(typed_); }
     void send(const std::string& keys) {
         EXPECT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     }
