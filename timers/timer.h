@@ -20,7 +20,7 @@
 ///
 /// The first timer makes the command-line hook, which brings the idle checks, and each one that is switched
 /// on switches it on; the last timer to go ends it.
-class KzDxTimer : public KzDxNotifierBase<KzDxTimerReactor*> {
+class KzDxTimer final : public KzDxNotifierBase<KzDxTimerReactor*> {
 public:
     using RunningTimers = KzDxCallSet<KzDxTimer*>;
 
