@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 using std::chrono::milliseconds;
 using testing::HasSubstr;
@@ -27,7 +28,7 @@ public:
     Prompt(const Prompt&) = delete;
     Prompt& operator=(const Prompt&) = delete;
     ~Prompt() override {
-        close(terminal_);
+        hangUp();
         std::filesystem::remove_all(stateFolder);
     }
 
@@ -36,7 +37,6 @@ protected:
 
     /// Begins a session, without a locale of the user's. A former one has been left.
     void start(const char* option = nullptr) {
-        if (terminal_ != -1) close(terminal_);
         child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
         if (child_ != 0) return;
         setenv("TERM", "xterm", 1);
@@ -58,31 +58,32 @@ protected:
     std::string interrupt(const std::string& keys, const std::string& begun) {
         send(keys);
         std::string shown = readUntil(begun);
-        // Once is enough for a person. A key that comes before the prompt waits for one is passed over.
-        do send("\x03");
-        while (!isShownWithin(milliseconds(300)));
-        return shown + typeUntilHeard();
+        shown += readUntil("no such text", milliseconds(100)); // the rest, so that what follows is an answer
+        ++typed_;
+        // Once is enough for a person. A Ctrl-C that comes before the prompt waits for keys is passed over,
+        // and shows nothing; one that is being worked off takes along what is typed behind it.
+        for (int times = 0; times != 60 && !shown.ends_with(answer()); ++times) {
+            send("\x03");
+            if (!isShownWithin(milliseconds(300))) continue;
+            send("\n" + question());
+            shown += readUntil(answer(), milliseconds(1000));
+        }
+        EXPECT_TRUE(shown.ends_with(answer())) << "the prompt has not come back: " << shown;
+        return shown;
     }
     /// Leaves the prompt by a line of its own: the exit status tells whether it was still there.
     int leave() {
         send("os.exit(7)\n");
         readUntil("no such text");
+        hangUp(); // one that has not left ends by that, with another status
         int status = 0;
         waitpid(child_, &status, 0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
 private:
-    /// Like type() of nothing, after a Ctrl-C: until the prompt waits again, the terminal drops the line being typed.
-    std::string typeUntilHeard() {
-        ++typed_;
-        const std::string keys = "\n" + question();
-        std::string shown;
-        for (int times = 0; times != 60 && !shown.ends_with(answer()); ++times) {
-            send(keys);
-            shown += readUntil(answer(), milliseconds(1000));
-        }
-        return shown;
+    void hangUp() {
+        if (terminal_ != -1) close(std::exchange(terminal_, -1));
     }
     [[nodiscard]] std::string question() const {
         return "print('typed' .. " + std::to_string(typed_) + ")\n";
