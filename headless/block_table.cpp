@@ -8,7 +8,11 @@ namespace Headless {
 
 namespace {
 
-/// Walks the records that are not erased. Whoever walks as no module has to is at the end.
+/// Iterator over the records that are not erased; at its end until it is started. A call with flags that no
+/// module passes is a mistake, and moves it to its end.
+///
+/// It borrows the list of the table, which has to stay open, and keeps a position rather than a pointer into
+/// the list: the list may grow, and be moved, between two steps. Records made meanwhile are walked as well.
 class BlockTableIterator final : public KzDbBlockTableIterator {
 public:
     explicit BlockTableIterator(const std::vector<KzDbObjectId>& records)
@@ -35,6 +39,7 @@ public:
     }
 
 private:
+    /// Afterwards it stands on a live record or at its end.
     void passErased() {
         while (!done() && records_[at_].isErased()) ++at_;
     }
@@ -52,6 +57,8 @@ KzDbObjectId BlockTable::named(std::u16string_view name) const {
 
 std::u16string BlockTable::nextAnonymousName() {
     std::u16string name;
+    // The number goes up whatever comes of it, so a name is not given twice; the name itself may be taken all
+    // the same, by a record that was made under it.
     do {
         const std::string number = std::to_string(++anonymousNames_);
         name = u"*U" + std::u16string(number.begin(), number.end());
@@ -66,12 +73,14 @@ void BlockTable::add(const Record& record) {
 }
 
 void BlockTable::rename(Record& record, std::u16string_view name) {
+    // First under the old name: the record itself is all that still knows it.
     byName_.erase(record.name());
     record.setName(name);
     byName_.emplace(record.name(), record.id());
     noteModelSpace();
 }
 
+/// The model space is whichever record has its name, so any making and renaming may decide it anew.
 void BlockTable::noteModelSpace() {
     modelSpace_ = named(modelSpaceName);
 }
@@ -83,6 +92,7 @@ Orvo::ErrorStatus BlockTable::getAt(const char16_t* name, KzDbObjectId& id, bool
     }
     if (FaultGate::strikes(HostCall::recordByName)) return FaultGate::status();
     const KzDbObjectId found = named(name);
+    // An erased record keeps its name, but is not found by it.
     if (found.isNull() || found.isErased()) return Orvo::keyNotFound;
     id = found;
     return Orvo::ok;

@@ -14,11 +14,13 @@ namespace {
 
 constexpr const char16_t* servicesKey = u"ServiceDictionary";
 
+/// A registered service. It says nothing but that its name is there.
 class Service final : public KzRxService {
 public:
     [[nodiscard]] KzRxClass* isA() const override { return KzRxService::desc(); }
 };
 
+/// Singleton, never destroyed: a module may be unloaded, and ask for it, as late as the process ends.
 Dictionary& registry() {
     static Dictionary& registry = *[] {
         auto* const made = new Dictionary;
@@ -42,6 +44,7 @@ std::vector<std::u16string> Dictionary::keys() const {
 }
 
 KzRxObject* Dictionary::at(const char16_t* key) const {
+    // The host itself calls `find`, which no fault strikes.
     return FaultGate::strikes(HostCall::dictionaryEntry) ? nullptr : find(key);
 }
 
@@ -55,16 +58,20 @@ KzRxObject* Dictionary::remove(const char16_t* key) {
     if (key == nullptr || FaultGate::strikes(HostCall::takeEntry)) return nullptr;
     const auto found = entries_.find(std::u16string_view(key));
     if (found == entries_.end()) return nullptr;
+    // Ownership goes to the caller: released before the entry, and the pointer with it, is erased.
     KzRxObject* const object = found->second.release();
     entries_.erase(found);
     return object;
 }
 
+/// The cast holds because modules can take entries out of the registry but put none in: under this key lies
+/// what `registry` and `resetRegistry` have entered, or nothing.
 Dictionary* serviceDictionary() {
     return static_cast<Dictionary*>(registry().find(servicesKey));
 }
 
 void resetRegistry() {
+    // Whether the dictionary of services is still there is not known: a module may have taken it out.
     registry().clear();
     registry().enter(servicesKey, std::make_unique<Dictionary>());
 }
@@ -88,6 +95,7 @@ bool kzrxRegisterService(const char16_t* name) {
     return dictionary != nullptr && dictionary->enter(name, std::make_unique<Headless::Service>());
 }
 
+/// Asks the host's own way, because no fault is meant for this question.
 bool kzrxServiceIsRegistered(const char16_t* name) {
     const Headless::Dictionary* const dictionary = Headless::serviceDictionary();
     return dictionary != nullptr && dictionary->find(name) != nullptr;
@@ -95,6 +103,7 @@ bool kzrxServiceIsRegistered(const char16_t* name) {
 
 bool kzrxRegisterAppMDIAware(void* moduleToken) {
     using namespace Headless;
+    // Only the message under way has a token. One that was kept from before is a mistake.
     const bool isToken = moduleToken != nullptr && moduleToken == packetUnderWay();
     return isProvidedFor(isToken,
                          "kzrxRegisterAppMDIAware with another token than the load message's packet") &&

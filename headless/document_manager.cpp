@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+// Closed documents are poisoned where the address sanitizer is there to see it (`Document::bury`).
 #if defined(__has_feature)
 #define HAS_ADDRESS_SANITIZER __has_feature(address_sanitizer) // as clang says it
 #elif defined(__SANITIZE_ADDRESS__)
@@ -25,7 +26,8 @@ DocumentManager& documentManager = *new DocumentManager;
 
 namespace {
 
-/// Yields the documents that were listed when it was made, without those closed since.
+/// Iterator over a snapshot: the documents that were listed when it was made, without those closed since. A
+/// document's address stays its own after the closing, so the copies can be looked up safely.
 class DocumentIterator final : public KzApDocumentIterator {
 public:
     explicit DocumentIterator(const std::vector<Document*>& documents) {
@@ -41,6 +43,8 @@ public:
     void step() override { at_ = position() + 1; }
 
 private:
+    /// Passes the closed ones anew at each question: whoever iterates may close documents between two of
+    /// them.
     [[nodiscard]] std::size_t position() const {
         std::size_t at = at_;
         while (at < documents_.size() && documentManager.find(documents_[at]) == nullptr) ++at;
@@ -55,6 +59,7 @@ std::string inWords(std::u16string_view documentName) {
     return "document \"" + Text::toUtf8(documentName) + "\"";
 }
 
+/// What a trace says of a lock-mode change. `command` may be null.
 TraceEvent lockModeEvent(const Document& document, const char16_t* command) {
     const std::string name = command != nullptr ? Text::toUtf8(command) : "none";
     return {TraceCategory::message, "lock mode", inWords(document.name()), {{"command", name}}};
@@ -62,6 +67,7 @@ TraceEvent lockModeEvent(const Document& document, const char16_t* command) {
 
 } // namespace
 
+/// The interface gives a drawing that is not const out of a const document.
 KzDbDatabase* Document::database() const {
     return FaultGate::strikes(HostCall::drawing) ? nullptr : const_cast<Document*>(this)->drawing();
 }
@@ -73,6 +79,7 @@ KzAp::DocLockMode Document::lockMode(bool flag) const {
 void Document::bury() {
     drawing_.reset();
     name_.clear();
+    // The memory of a long name lies elsewhere and goes back now; the poisoned object is never destroyed.
     name_.shrink_to_fit();
 #if HAS_ADDRESS_SANITIZER
     ASAN_POISON_MEMORY_REGION(this, sizeof(Document));
@@ -80,25 +87,33 @@ void Document::bury() {
 }
 
 KzApDocument* DocumentManager::open(std::u16string_view name, bool withDrawing) {
+    // Never deleted: it ends in `bury`, and its address stays taken.
     auto* const document = new Document(name, withDrawing);
     tell("documentCreateStarted", document->name(),
          [document](KzApDocManagerReactor* reactor) { reactor->documentCreateStarted(document); });
+    // Only now is it open. Until here nobody could find it, so nobody could close it either.
     open_.push_back(document);
     tellOf("onDocumentAdded", *document,
            [document](KzApDocManagerReactor& reactor) { reactor.onDocumentAdded(document); });
+    // A reactor may have closed it by now. Then nothing is made current, and the caller gets a closed
+    // document, which is answered like any other address.
     makeCurrent(document);
     return document;
 }
 
+/// The document stays open, and can be looked up, until its last object has said goodbye. By the time its end
+/// is told it is no longer current.
 bool DocumentManager::close(const KzApDocument* address) {
     Document* const document = find(address);
     if (document == nullptr || document->isClosing) return false;
     if (document->drawing() != nullptr && document->drawing()->isBeingEdited()) return false;
+    // Before anybody is told: a reactor may ask for the same closing again.
     document->isClosing = true;
     tell("onDocumentRemoving", document->name(),
          [document](KzApDocManagerReactor* reactor) { reactor->onDocumentRemoving(document); });
     if (Drawing* const drawing = document->drawing(); drawing != nullptr) drawing->takeLeave();
     takeOut(*document);
+    // A copy, because the name goes with the document.
     const std::u16string name = document->name();
     document->bury();
     tell("documentDestroyed", name,
@@ -106,6 +121,8 @@ bool DocumentManager::close(const KzApDocument* address) {
     return true;
 }
 
+/// Out of the list before another one becomes current, so that whoever hears of that finds only open ones.
+/// The document opened last among the others follows.
 void DocumentManager::takeOut(Document& document) {
     std::erase(open_, &document);
     buried_.push_back(&document);
@@ -131,6 +148,8 @@ void DocumentManager::reportLockMode(const KzApDocument* address, const char16_t
     if (document == nullptr) return;
     const TraceScope trace([&] { return lockModeEvent(*document, command); });
     tellOf("documentLockModeChanged", *document, [&](KzApDocManagerReactor& reactor) {
+        // Read for each reactor, when the document is known to be open: an earlier one may have set
+        // it, or closed the document.
         const KzAp::DocLockMode mode = document->lock;
         reactor.documentLockModeChanged(document, mode, mode, mode, command);
     });
@@ -141,6 +160,7 @@ TraceEvent DocumentManager::notificationEvent(const char* name, const std::u16st
     return {TraceCategory::notification, name, inWords(document), {{"reactors", reactors}}};
 }
 
+/// Compares addresses and reads nothing behind them, so that any pointer may be passed.
 Document* DocumentManager::find(const KzApDocument* document) const {
     const auto found = std::find(open_.begin(), open_.end(), document);
     return found != open_.end() ? *found : nullptr;
@@ -148,6 +168,7 @@ Document* DocumentManager::find(const KzApDocument* document) const {
 
 void DocumentManager::addReactor(KzApDocManagerReactor* reactor) {
     if (!isProvidedFor(reactor != nullptr, "addReactor of the document manager with null")) return;
+    // Now, while it certainly exists: when its library is closed it may be gone without having left.
     reactorOrigins.note(reactor);
     reactors_.add(reactor);
 }
@@ -162,6 +183,7 @@ KzApDocument* DocumentManager::currentDocument() const {
 }
 
 KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
+    // What is refused as a whole does not count as a call that could fail on demand.
     if (RefusedFacilities::include(Facility::iterator) || FaultGate::strikes(HostCall::documentIterator))
         return nullptr;
     return new DocumentIterator(open_);

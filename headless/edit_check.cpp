@@ -38,6 +38,7 @@ const char* describe(Refusal refusal) {
     return "unknown refusal";
 }
 
+/// Keeps the first refusal: those after it often only follow from it.
 void EditCheck::refuse(Refusal refusal, KzDbObjectId about) {
     if (outcome_) outcome_ = {refusal, about};
 }
@@ -56,16 +57,19 @@ Drawing* EditCheck::drawing(const KzApDocument* document) {
     if (found == nullptr) return refused<Drawing>(Refusal::documentClosed, {});
     Drawing* const drawing = found->drawing();
     if (drawing == nullptr) return refused<Drawing>(Refusal::noDrawing, {});
+    // A drawing that takes its leave has lost its table, and counts as closed.
     return drawing->table() != nullptr ? drawing : refused<Drawing>(Refusal::documentClosed, {});
 }
 
 void EditCheck::nameIsFree(const Drawing* drawing, std::u16string_view name) {
     if (drawing == nullptr) return;
     if (name.empty()) refuse(Refusal::nameMissing);
+    // An erased record counts too, because its erasure can be taken back.
     const KzDbObjectId owner = drawing->table()->named(name);
     if (!owner.isNull()) refuse(Refusal::nameTaken, owner);
 }
 
+/// An object that is null has been refused before.
 void EditCheck::inOneDrawing(const Object* first, const Object* second) {
     if (first == nullptr || second == nullptr) return;
     if (&first->drawing() != &second->drawing()) refuse(Refusal::otherDrawing, second->id());

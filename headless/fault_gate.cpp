@@ -2,6 +2,7 @@
 
 namespace Headless {
 
+/// A new demand replaces the one before, and its count begins anew.
 void FaultGate::ask(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan span,
                     Orvo::ErrorStatus status) {
     countdown.begin(callNumber, span);
@@ -14,6 +15,7 @@ std::size_t FaultGate::end() {
 }
 
 void failHostCall(std::size_t callNumber, FaultSpan span, Orvo::ErrorStatus status) {
+    // No kind stands for all kinds.
     FaultGate::ask(std::nullopt, callNumber, span, status);
 }
 

@@ -9,6 +9,7 @@ namespace Headless {
 
 namespace {
 
+/// Goes past `Document::database`, which is for modules and can be made to fail.
 Drawing* drawingOf(const KzApDocument* document) {
     Document* const found = documentManager.find(document);
     return found != nullptr ? found->drawing() : nullptr;
@@ -74,6 +75,7 @@ std::size_t heldOpenCount() {
 KzDbObjectId find(const KzApDocument* document, std::u16string_view name) {
     const BlockTable* const table = tableOf(document);
     const KzDbObjectId id = table != nullptr ? table->named(name) : KzDbObjectId();
+    // The table finds erased records too: they keep their names.
     return id.isErased() ? KzDbObjectId() : id;
 }
 
@@ -96,6 +98,7 @@ std::u16string recordName(KzDbObjectId id) {
 std::vector<KzDbObjectId> references(KzDbObjectId id, bool isErased) {
     std::vector<KzDbObjectId> result;
     if (const auto* const record = findAs<Record>(id)) {
+        // Of a record that mirrors another one these are two lists, one behind the other.
         record->reportReferences(isErased, [&result](const std::vector<KzDbObjectId>& list) {
             result.insert(result.end(), list.begin(), list.end());
         });
@@ -131,6 +134,7 @@ std::u16string attributeText(KzDbObjectId id) {
     return attribute != nullptr ? attribute->text() : std::u16string();
 }
 
+/// An attribute is described with its reference, which is as deep as it goes.
 std::string describeObject(KzDbObjectId id) {
     std::string number = std::to_string(id.value());
     switch (kindOf(id)) {

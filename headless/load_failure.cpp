@@ -10,6 +10,7 @@ namespace Headless {
 
 namespace {
 
+/// Versions are written this way wherever authors of modules meet them.
 std::string inHexadecimal(std::uint32_t value) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%x", value);
@@ -22,6 +23,7 @@ std::string describeUnopened(const std::string& path, const OpenedLibrary& refus
     std::error_code unreadable; // the system's own message says more then
     if (!std::filesystem::exists(Text::toPath(path), unreadable) && !unreadable)
         return "there is no such file";
+    // Only some systems name the symbol.
     if (refused.missingSymbol.empty()) return "it cannot be opened as a library: " + refused.failure;
     return "it needs a symbol that neither the host nor a library has: " + refused.missingSymbol;
 }

@@ -18,7 +18,8 @@ std::vector<std::string>& librariesNotFound = *new std::vector<std::string>;
 
 namespace {
 
-/// A parameter of a message: modules pass the addresses of documents, among others.
+/// A parameter of a message in words. Modules pass the addresses of documents, among others, so the number is
+/// compared with those of all open ones; it is never used as an address.
 std::string describeParameter(std::uintptr_t value) {
     for (const KzApDocument* const each : documents()) {
         if (reinterpret_cast<std::uintptr_t>(each) == value) {
@@ -30,6 +31,8 @@ std::string describeParameter(std::uintptr_t value) {
 
 } // namespace
 
+/// A filter may post, pump or unload the module that it belongs to. So a message is copied and taken off the
+/// queue before it is shown, and the queue is looked at anew after each.
 Pumped MessageLoop::pump() {
     Pumped result;
     while (!queue_.empty()) {
@@ -49,6 +52,7 @@ bool MessageLoop::isTaken(const KzPlatform::Message& message) {
     });
     const ModuleCall guard;
     bool isTaken = false;
+    // A walk cannot be broken off, so those behind the filter that took the message are passed over.
     filters.callEach([&](KzEdMessageFilter filter) {
         if (!isTaken) isTaken = filter(&message) != 0;
     });
@@ -71,6 +75,7 @@ TraceEvent MessageLoop::eventOf(const char* name, const KzPlatform::Message& mes
 
 void MessageLoop::post(std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
     queue_.push_back({.window = &window_, .number = number, .first = first, .second = second, .time = ticks});
+    // Traced when it is in the queue, from which the trace reads it.
     const TraceScope trace([&] { return eventOf("message posted", queue_.back()); });
 }
 
@@ -78,6 +83,7 @@ KzPlatform::Window MessageLoop::window() {
     return RefusedFacilities::include(Facility::window) ? nullptr : &window_;
 }
 
+/// Numbers are not given back, so the count of them says which is next.
 std::uint32_t MessageLoop::registerMessage(const std::u16string& name) {
     const auto next = firstNumber + static_cast<std::uint32_t>(numbers_.size());
     return numbers_.emplace(name, next).first->second;
@@ -85,6 +91,8 @@ std::uint32_t MessageLoop::registerMessage(const std::u16string& name) {
 
 namespace {
 
+/// Looks in the resource folder, then in the system's search order. What is in neither is remembered, for the
+/// message about a load that fails because of it.
 LibraryHandle openByBareName(const std::string& name) {
     if (!resourceFolder.empty()) {
         const LibraryHandle library = openLibraryFile(resourceFolder + "/" + name).handle;
@@ -95,6 +103,8 @@ LibraryHandle openByBareName(const std::string& name) {
     return library;
 }
 
+/// Whether a call about filters answers 0, for good or on demand. What is refused for good does not count as
+/// a call.
 bool refusesFilters(HostCall call) {
     return RefusedFacilities::include(Facility::filter) || FaultGate::strikes(call);
 }
@@ -105,6 +115,8 @@ bool MessageLoop::knows(std::uint32_t number) const {
     return number >= firstNumber && number - firstNumber < numbers_.size();
 }
 
+/// Libraries that a module has loaded and not given back stay: they are still open in the process, and tests
+/// count them.
 void resetMessageLoop() {
     MessageLoop& loop = messageLoop;
     loop.filters.removeIf([](KzEdMessageFilter) { return true; });
@@ -117,6 +129,7 @@ void resetMessageLoop() {
 
 } // namespace Headless
 
+/// A filter that is registered already stays in its place, and that is a success too.
 int kzedRegisterFilterWinMsg(KzEdMessageFilter filter) {
     using namespace Headless;
     if (refusesFilters(HostCall::addFilter) || filter == nullptr) return 0;
@@ -145,6 +158,7 @@ std::uint32_t tickCount() {
 }
 
 Library loadLibrary(const char16_t* fileName) {
+    // A path would go past the folder in which modules' libraries are looked for first.
     const bool isBare =
         fileName != nullptr && std::u16string_view(fileName).find(u'/') == std::u16string_view::npos;
     if (!isProvidedFor(isBare, "loadLibrary without a bare file name")) return nullptr;
@@ -158,6 +172,7 @@ void freeLibrary(Library library) {
     std::vector<Library>& loaded = Headless::messageLoop.libraries;
     const auto found = std::find(loaded.begin(), loaded.end(), library);
     if (!isProvidedFor(found != loaded.end(), "freeLibrary of what is not loaded")) return;
+    // One entry for each load: a library that was loaded twice stays with the other one.
     loaded.erase(found);
     Headless::closeLibrary(library);
 }
@@ -177,6 +192,7 @@ bool postMessage(Window window, std::uint32_t number, std::uintptr_t first, std:
                        "postMessage without a window, of an unknown number or with a second parameter")) {
         return false;
     }
+    // While the main window is refused, no window is the right one.
     if (FaultGate::strikes(HostCall::postMessage) || window != Headless::messageLoop.window()) return false;
     Headless::messageLoop.post(number, first, second);
     return true;

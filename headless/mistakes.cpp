@@ -4,6 +4,7 @@ namespace Headless {
 
 namespace {
 
+/// Never destroyed: a module may still make mistakes while the process ends.
 std::vector<std::string>& noted = *new std::vector<std::string>;
 
 } // namespace

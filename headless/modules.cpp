@@ -17,6 +17,7 @@ namespace Headless {
 
 namespace {
 
+/// One opening of a library as a module. Two modules may share a library: the system counts the openings.
 struct Module {
     ModuleId id = ModuleId::none;
     std::string path;
@@ -24,6 +25,7 @@ struct Module {
     KzRx::EntryPoint entry = nullptr;
 };
 
+/// What is loaded in the process.
 struct Loader {
     std::vector<Module> modules;               // in the order of loading
     std::vector<LibraryHandle> waitingToClose; // libraries with calls under way
@@ -31,6 +33,7 @@ struct Loader {
     const void* packet = nullptr; // of the innermost message under way
 };
 
+/// Never destroyed: whatever runs at the end of the process may ask what is loaded.
 Loader& loader = *new Loader;
 
 Module* find(ModuleId id) {
@@ -61,7 +64,8 @@ private:
     bool isInside_ = false;
 };
 
-/// Nobody may call into a library that is about to be closed.
+/// Nobody may call into a library that is about to be closed. `inside` is any address in it; the library must
+/// still be open, because the system is asked which addresses lie in it.
 void dropWhatCallsInto(const void* inside) {
     LibraryOf library(inside);
     messageLoop.filters.removeIf(
@@ -75,9 +79,12 @@ void dropWhatCallsInto(const void* inside) {
                 [&](const KzDbObjectReactor* reactor) { return library.containsCodeOf(reactor); });
         });
     }
+    // Last: the questions above are answered from it.
     reactorOrigins.forgetIf([&](const void* code) { return library.contains(code); });
 }
 
+/// Whether another opening keeps the library in the process, that of a loaded module or one that is itself
+/// waiting to be closed.
 bool isInUse(LibraryHandle library) {
     const bool isLoaded = std::any_of(loader.modules.begin(), loader.modules.end(),
                                       [&](const Module& each) { return each.library == library; });
@@ -85,11 +92,13 @@ bool isInUse(LibraryHandle library) {
     return isLoaded || std::find(waiting.begin(), waiting.end(), library) != waiting.end();
 }
 
+/// The library must be in neither list any more, or it would keep itself.
 void closeNow(LibraryHandle library) {
     if (!isInUse(library)) dropWhatCallsInto(librarySymbol(library, "kzrxEntryPoint"));
     closeLibrary(library);
 }
 
+/// The calls of all modules count, not those of this one alone: which code stands on the stack is not known.
 void closeWhenCallsHaveReturned(LibraryHandle library) {
     loader.waitingToClose.push_back(library);
     // With no call under way this one ends at once, and with it the waiting.
@@ -104,6 +113,7 @@ std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
     const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(librarySymbol(library, "kzrxGetApiVersion"));
     if (version == nullptr) return describeMissingExport("kzrxGetApiVersion");
     const ModuleCall guard;
+    // Before the entry point is ever called: in another version its messages may mean something else.
     const std::uint32_t number = version();
     if (number == KzRx::apiVersion) return {};
     return describeOtherVersion(number);
@@ -115,6 +125,8 @@ int ModuleCall::depth = 0;
 bool ModuleCall::areLibrariesWaiting = false;
 
 void ModuleCall::closeWaitingLibraries() {
+    // First: closing a library runs its destructors, which may have another one closed and so come here
+    // again. The list is looked at anew after each, for the same reason.
     areLibrariesWaiting = false;
     while (!loader.waitingToClose.empty()) {
         const LibraryHandle library = loader.waitingToClose.back();
@@ -126,6 +138,7 @@ void ModuleCall::closeWaitingLibraries() {
 std::int32_t sendMessage(KzRx::EntryPoint entry, KzRx::Message message) {
     const ModuleCall guard;
     char packet = 0; // its address is all that a module can make use of
+    // Messages nest: a module may have another one loaded while it is loaded itself.
     const void* const outer = std::exchange(loader.packet, &packet);
     const std::int32_t answer = entry(message, &packet);
     loader.packet = outer;
@@ -153,7 +166,10 @@ const void* packetUnderWay() {
     return loader.packet;
 }
 
+/// A module that is being loaded is not in the list yet: what its load message leads to cannot unload it, and
+/// one that refuses was never there.
 LoadResult loadModule(const std::string& path, const std::string& resources) {
+    // The folder holds for all modules, until the next load.
     resourceFolder = resources;
     librariesNotFound.clear();
     const OpenedLibrary opened = openLibraryFile(path);
@@ -175,9 +191,11 @@ LoadResult loadModule(const std::string& path, const std::string& resources) {
 }
 
 std::optional<std::int32_t> unloadModule(ModuleId id) {
+    // A module could not open, and so not leave, an object that is held open.
     if (heldOpenCount() != 0) return std::nullopt;
     const Module* const found = find(id);
     if (found == nullptr) return 0;
+    // A copy, because the entry goes.
     const Module module = *found;
     // Out of the list first: what the module does now may ask for another unloading.
     std::erase_if(loader.modules, [id](const Module& each) { return each.id == id; });

@@ -7,11 +7,16 @@
 #include "headless/reference.h"
 #include "headless/runtime_classes.h"
 
+#include <cassert>
+
 namespace Headless {
 
+/// Never destroyed, like all that modules may ask for until the process ends.
 ObjectTable& objectTable = *new ObjectTable;
 ReactorOrigins& reactorOrigins = *new ReactorOrigins;
 
+/// Downcast by kind: `Object` is no base of the host's interfaces and has no virtual functions. Each kind has
+/// one class, which derives from both.
 KzDbObject* Object::face() {
     switch (kind_) {
     case Kind::table:
@@ -43,6 +48,7 @@ TraceEvent Object::notificationEvent(const char* name) const {
     return {TraceCategory::notification, name, describeObject(id_), {{"reactors", reactors}}};
 }
 
+/// Counted, because a module cannot be unloaded while any object of any drawing is held.
 void Object::hold() {
     beginWriting();
     isHeld_ = true;
@@ -56,6 +62,8 @@ void Object::letGo() {
 }
 
 Orvo::ErrorStatus Object::close() {
+    // A closing does not say which opening it ends: those for read go first, so that reactors can be changed
+    // until the last one for that is closed.
     if (readers_ != 0) {
         --readers_;
     } else if (notifiers_ != 0) {
@@ -64,19 +72,24 @@ Orvo::ErrorStatus Object::close() {
         noteMistake("close of an object that is not open");
         return Orvo::notProvidedFor;
     }
+    // The last one who had it open; nothing may be touched after this.
     if (hasLeft_ && !isOpen()) delete face();
     return Orvo::ok;
 }
 
 void Object::leaveMemory() {
+    // From here on it cannot be found, so it cannot be opened again: the openings that are left are the last.
+    assert(tellings_ == 0);
     objectTable.forget(id_);
     if (isHeld_) letGo();
+    // Deleted now or by the last closing. The end of a notification need not see to it: nobody is being told.
     hasLeft_ = true;
     if (!isOpen()) delete face();
 }
 
 namespace {
 
+/// Whether an object of that kind can be opened as one of the class, its own or a base.
 bool isOfClass(Kind kind, const KzRxClass* expected) {
     const KzRxClass* const own = classOf(kind);
     return own == expected || own->isDerivedFrom(expected);
@@ -97,6 +110,7 @@ bool KzDbObjectId::isErased() const {
 
 bool KzDbObjectId::isEffectivelyErased() const {
     const Headless::Object* object = Headless::objectTable.find(*this);
+    // Up the owners. It ends at the block table, or at a copy that has not been placed: they have none.
     while (object != nullptr && !object->isErased()) object = Headless::objectTable.find(object->owner());
     return object != nullptr;
 }
@@ -106,6 +120,8 @@ KzDbDatabase* KzDbObjectId::database() const {
     return object != nullptr ? &object->drawing() : nullptr;
 }
 
+/// The order of the checks matters: a wrong call is a mistake and none of the calls that can be made to fail,
+/// and nothing is opened before all else is in order.
 Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
                                      const KzRxClass* expected, bool openErased) {
     object = nullptr;

@@ -10,6 +10,8 @@
 
 namespace Headless {
 
+/// Merges the two lists and splits the result anew, which keeps the order and takes one pass. What has left
+/// memory drops out here.
 void ReferenceLists::sort() {
     std::vector<KzDbObjectId> all;
     all.reserve(live_.size() + erased_.size());
@@ -30,6 +32,8 @@ void ReferenceLists::sort() {
 Record::Record(Drawing& drawing, KzDbObjectId table, std::u16string_view name, const Origin& origin)
     : ObjectOf(ownKind, drawing, table), name_(name), origin_(origin) {}
 
+/// Both directions are kept: the block lists its representations, and each of them leads back to it. A record
+/// represents one block at most, which the edit has checked.
 void Record::addRepresentation(Record& representation) {
     representations_.push_back(representation.id());
     representation.representedBlock_ = id();
@@ -43,6 +47,7 @@ KzDbDatabase* Record::xrefDatabase(bool flag) const {
 Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
     name = nullptr;
     if (FaultGate::strikes(HostCall::recordName)) return FaultGate::status();
+    // Borrowed: it holds until the record is renamed.
     name = name_.c_str();
     return Orvo::ok;
 }
@@ -57,6 +62,7 @@ Orvo::ErrorStatus Record::getErasedBlockReferenceIds(KzDbObjectIdArray& ids) con
 }
 
 Orvo::ErrorStatus Record::appendReferences(bool isErased, KzDbObjectIdArray& ids) const {
+    // Before anything is appended: a call that fails has done nothing.
     if (FaultGate::strikes(isErased ? HostCall::erasedReferences : HostCall::references)) {
         return FaultGate::status();
     }

@@ -7,7 +7,8 @@ namespace Headless {
 
 namespace {
 
-/// One new record is one edit of the block table.
+/// One new record is one edit of the block table, which must not be open. Records leave memory
+/// only with their drawing, so a reference to one can be given.
 Record& makeRecord(Drawing& drawing, std::u16string_view name, const Record::Origin& origin) {
     Record* record = nullptr;
     Edit edit("new record", {drawing.table()});
@@ -23,6 +24,7 @@ Drawing* drawingToExtend(EditCheck& check, const KzApDocument* document) {
     return check.isRefused() ? nullptr : drawing;
 }
 
+/// What the options say, or else the name; the names of layouts begin with "*" all the same.
 bool isAnonymous(std::u16string_view name, const BlockOptions& options) {
     if (options.anonymous != BlockOptions::Anonymous::byName) {
         return options.anonymous == BlockOptions::Anonymous::yes;
@@ -30,12 +32,14 @@ bool isAnonymous(std::u16string_view name, const BlockOptions& options) {
     return !options.isLayout && name.starts_with(u'*');
 }
 
-/// Whether an attaching drawing mirrors a record.
+/// Whether an attaching drawing mirrors a record: only what its own drawing has made, not what that has
+/// attached in turn.
 bool isMirrored(const Record& record) {
     return !record.isErased() && !record.isLayout() && !record.isMirror() &&
            !record.isFromExternalReference();
 }
 
+/// A dependent record that is to be made, under the name that is checked before.
 struct Mirror {
     KzDbObjectId source;
     std::u16string name;
@@ -69,9 +73,11 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
     EditCheck check;
     Drawing* const drawing = drawingToExtend(check, document);
     Drawing* const attached = check.drawing(other);
+    // When both are null the first reason stands already.
     if (drawing == attached) check.refuse(Refusal::ownDrawing);
     check.nameIsFree(drawing, name);
     if (check.isRefused()) return check.nothingMade();
+    // All names are looked at before the first record is made: the whole is done or nothing.
     const std::vector<Mirror> mirrors = mirrorsOf(*attached, name);
     for (const Mirror& each : mirrors) check.nameIsFree(drawing, each.name);
     if (check.isRefused()) return check.nothingMade();
@@ -87,6 +93,7 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
 Outcome rename(KzDbObjectId id, std::u16string_view name) {
     EditCheck check;
     auto* const record = check.editable<Record>(id);
+    // Its own name would be found taken.
     if (record != nullptr && record->name() != name) check.nameIsFree(&record->drawing(), name);
     if (check.isRefused()) return check.outcome();
     Edit edit("rename", {record});
@@ -130,6 +137,7 @@ Made represent(KzDbObjectId blockId, KzDbObjectId representationId) {
     if (check.isRefused()) return check.nothingMade();
 
     Drawing& drawing = block->drawing();
+    // With a new record these are two edits, one after the other: of the block table, then of the block.
     Record& representation =
         representationId.isNull()
             ? makeRecord(drawing, drawing.table()->nextAnonymousName(), {.isAnonymous = true})

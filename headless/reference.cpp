@@ -13,8 +13,9 @@ namespace {
 
 constexpr std::u16string_view enhancedBlockKey = u"ORVO_ENHANCEDBLOCK";
 
-/// Walks the attributes of a reference that are not erased. The reference has to be open meanwhile. Whoever
-/// walks as no module has to is at the end.
+/// Iterator over the attributes of a reference that are not erased. It borrows the list of the reference,
+/// which has to be open meanwhile. A step with flags that no module passes is a mistake, and moves it to its
+/// end.
 class AttributeIterator final : public KzDbObjectIterator {
 public:
     explicit AttributeIterator(const std::vector<KzDbObjectId>& attributes) : attributes_(attributes) {
@@ -34,6 +35,7 @@ public:
     }
 
 private:
+    /// Afterwards it stands on a live attribute or at its end.
     void passErased() {
         while (!done() && attributes_[at_].isErased()) ++at_;
     }
@@ -45,6 +47,8 @@ private:
 } // namespace
 
 const std::vector<KzDbObjectId>& Reference::attributes() const {
+    // One empty list for all references without attributes; never destroyed, since it is given out by
+    // reference.
     static const std::vector<KzDbObjectId>& none = *new std::vector<KzDbObjectId>;
     return attributes_ != nullptr ? *attributes_ : none;
 }
@@ -59,10 +63,13 @@ void Reference::removeAttribute(KzDbObjectId attribute) {
 }
 
 KzDbObjectIterator* Reference::attributeIterator() const {
+    // No attributes at all is null, as the interface says; when all are erased there is an iterator at its
+    // end.
     if (FaultGate::strikes(HostCall::attributeIterator) || attributes().empty()) return nullptr;
     return new AttributeIterator(attributes());
 }
 
+/// Decided anew at each question: the record may become a representation long after the reference was made.
 KzRxObject* Reference::subQueryX(const KzRxClass* protocol) const {
     if (protocol != KzDbBlockRepresentation::desc()) return nullptr;
     const auto* const block = findAs<Record>(block_);
@@ -80,6 +87,7 @@ Orvo::ErrorStatus KzDbEvalGraph::getGraph(const KzDbObject* object, const char16
         object != nullptr && key != nullptr && enhancedBlockKey == key && mode == KzDb::OpenMode::forRead;
     if (!isProvidedFor(isRight, "getGraph with another key or mode")) return Orvo::notProvidedFor;
     if (FaultGate::strikes(HostCall::evaluationGraph)) return FaultGate::status();
+    // The graph counts as opened by this, and is closed by the caller like any other object.
     const auto* const record = findAs<Record>(object->objectId());
     auto* const found = record != nullptr ? findAs<Graph>(record->graph()) : nullptr;
     if (found == nullptr) return Orvo::keyNotFound;

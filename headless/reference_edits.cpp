@@ -4,19 +4,24 @@
 #include "headless/edit_check.h"
 #include "headless/inspection.h"
 
+#include <cassert>
+
 namespace Headless {
 
 namespace {
 
+/// Makes an attribute without an edit of its own: it comes with its reference, or by an edit of that.
 Attribute& addText(Reference& reference, std::u16string_view tag, std::u16string_view text) {
     auto* const attribute = new Attribute(reference.drawing(), reference.id(), tag, text);
     reference.addAttribute(attribute->id());
     return *attribute;
 }
 
+/// The copies are live and have no reactors, like the reference that gets them.
 void copyAttributes(const Reference& source, Reference& copy) {
     for (const KzDbObjectId id : source.attributes()) {
         const auto* const attribute = findAs<Attribute>(id);
+        assert(attribute != nullptr); // one that leaves memory takes itself out of the list
         if (!attribute->isErased()) addText(copy, attribute->tagText(), attribute->text());
     }
 }
@@ -60,7 +65,9 @@ Outcome move(KzDbObjectId referenceId, KzDbObjectId recordId) {
     auto* const entered = check.editable<Record>(recordId);
     check.inOneDrawing(reference, entered);
     if (check.isRefused()) return check.outcome();
+    // Within one record, that is opened once.
     Edit edit("move", {reference, left, left != entered ? entered : nullptr});
+    // The lists of the block stay as they are: they say that it is inserted, not where.
     edit.make([&] { reference->setOwner(recordId); });
     return {};
 }
@@ -74,6 +81,8 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     if (check.isRefused()) return check.nothingMade();
 
     Edit edit("copy", {record}); // nobody else can change the record while the copying is told
+    // It belongs to nobody and stands in no list until it is placed. Meanwhile it is open for write, so that
+    // whoever is told of it can neither open it nor send it away.
     auto* const copy = new Reference(source->drawing(), KzDbObjectId(), source->block());
     copyAttributes(*source, *copy);
     copy->beginWriting();
@@ -101,6 +110,8 @@ Made addAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16str
 Outcome setAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16string_view text) {
     EditCheck check;
     const auto* const reference = check.object<Reference>(referenceId);
+    // Among attributes of one tag the first live one counts. An erased one is found only when there is no
+    // other, and then refused as erased.
     const KzDbObjectId id = attributeOf(referenceId, tag);
     if (reference != nullptr && id.isNull()) check.refuse(Refusal::noSuchTag, referenceId);
     auto* const attribute = check.editable<Attribute>(id);

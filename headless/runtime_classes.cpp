@@ -9,11 +9,14 @@
 
 namespace {
 
+/// What describes a class: its base, and the protocol objects that it keeps for all its objects. Descriptions
+/// compare by identity.
 class ClassDescription final : public KzRxClass {
 public:
     explicit ClassDescription(const ClassDescription* base) : base_(base) {}
 
     [[nodiscard]] bool isDerivedFrom(const KzRxClass* other) const override {
+        // Every class counts as derived from itself.
         for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
             if (each == other) return other != nullptr;
         }
@@ -24,7 +27,7 @@ public:
         return Headless::FaultGate::strikes(Headless::HostCall::protocol) ? nullptr : kept(protocol);
     }
 
-    /// What `queryX` gives, for the host itself.
+    /// What `queryX` gives when no fault strikes: the object of the class itself or of its nearest base.
     [[nodiscard]] KzRxObject* kept(const KzRxClass* protocol) const {
         for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
             for (const auto& [offered, object] : each->protocols_) {
@@ -34,6 +37,7 @@ public:
         return nullptr;
     }
 
+    /// Borrowed: protocol objects live as long as the process.
     void offer(const KzRxClass* protocol, KzRxObject* object) { protocols_.emplace_back(protocol, object); }
 
 private:
@@ -90,6 +94,7 @@ KzRxClass* KzRxObject::desc() {
 
 KzRxObject* KzRxObject::queryX(const KzRxClass* protocol) const {
     if (protocol == nullptr || Headless::FaultGate::strikes(Headless::HostCall::protocol)) return nullptr;
+    // The object first, then its class.
     if (KzRxObject* const own = subQueryX(protocol); own != nullptr) return own;
     const KzRxClass* const description = isA();
     if (description == nullptr || isDecidedByObject(description, protocol)) return nullptr;

@@ -9,10 +9,13 @@
 #include "headless/mistakes.h"
 #include "headless/modules.h"
 
+#include <cassert>
+
 namespace Headless {
 
 namespace {
 
+/// Ends all holding without telling the reactors, unlike the edit of that name.
 void letGoOfAll() {
     for (Document* const document : documentManager.documents()) {
         if (document->drawing() == nullptr) continue;
@@ -24,11 +27,15 @@ void letGoOfAll() {
 
 } // namespace
 
+/// The order matters: faults and refusals end first, so that modules can leave everything; modules are
+/// unloaded while their documents are still open, the latest first, because it may use an earlier one;
+/// documents are closed before the reactors are dropped that have to hear of it.
 void reset() {
     endFaults();
     forgetMistakes(); // first: what modules do wrong while they are unloaded is still to be seen
     RefusedFacilities::clear();
     if (heldOpenCount() != 0) letGoOfAll();
+    assert(heldOpenCount() == 0); // else no module would be unloaded, and the loop below would not end
     while (lastModule() != ModuleId::none) static_cast<void>(unloadModule(lastModule()));
     while (!documentManager.documents().empty()) {
         if (!closeDocument(documentManager.documents().back())) break; // called from inside an edit after all
@@ -106,12 +113,14 @@ KzApDocument* beginCommand(const std::u16string& name) {
     KzApDocument* const document = currentDocument();
     if (document == nullptr) return nullptr;
     reportLockMode(document, name.c_str());
+    // After the report: whoever hears it finds this command not active yet, as at its end not any more.
     ++messageLoop.activeCommands;
     return document;
 }
 
 void endCommand(KzApDocument* document, const std::u16string& name) {
     if (document == nullptr) return;
+    // Before the report, and also when the document was closed meanwhile: its report then goes to nobody.
     --messageLoop.activeCommands;
     reportLockMode(document, (u"#" + name).c_str());
 }
@@ -124,6 +133,7 @@ bool showToFilters(const KzPlatform::Message& message) {
     return messageLoop.isTaken(message);
 }
 
+/// The report makes modules post what they want done at rest, and the pump brings it to them.
 Pumped idle() {
     reportLockMode(currentDocument(), u"#idle");
     return pump();

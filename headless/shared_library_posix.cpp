@@ -24,7 +24,8 @@ std::string describeSymbol(const std::string& symbol) {
     return readable != nullptr ? symbol + ", which is " + readable.get() : symbol;
 }
 
-/// The symbol that the loader has not found, when that is what it says.
+/// The symbol that the loader has not found, when that is what it says. There is no other way to learn it
+/// than the words of its message.
 std::string missingSymbol(const std::string& failure) {
     constexpr std::string_view undefined = "undefined symbol: ";
     const std::size_t at = failure.find(undefined);
@@ -33,9 +34,12 @@ std::string missingSymbol(const std::string& failure) {
 
 } // namespace
 
+/// All symbols are looked up at once, so that a missing one is an answer here and not a crash later. They are
+/// kept local, because every module has exports of the same names.
 OpenedLibrary openLibraryFile(const std::string& path) {
     void* const handle = dlopen(asPath(path).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle != nullptr) return {.handle = handle};
+    // Copied: the loader's text holds until the next call.
     const std::string failure = dlerror();
     return {.failure = failure, .missingSymbol = missingSymbol(failure)};
 }
@@ -52,6 +56,7 @@ void* librarySymbol(LibraryHandle library, const char* name) {
     return dlsym(library, name);
 }
 
+/// The address at which the library begins stands for it.
 const void* libraryContaining(const void* address) {
     Dl_info info{};
     return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
@@ -59,6 +64,7 @@ const void* libraryContaining(const void* address) {
 
 bool isLibraryOpen(const std::string& path) {
     void* const handle = dlopen(asPath(path).c_str(), RTLD_NOW | RTLD_NOLOAD);
+    // The question has counted as an opening when it was open.
     if (handle != nullptr) dlclose(handle);
     return handle != nullptr;
 }

@@ -18,6 +18,7 @@ std::wstring asPath(const std::string& path) {
     return std::filesystem::absolute(Text::toPath(path), error).make_preferred().wstring();
 }
 
+/// Why the call before this one has failed, in the system's words, without the end of the sentence.
 std::string lastFailure() {
     wchar_t text[512]; // NOLINT(modernize-avoid-c-arrays): the system fills it
     const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
@@ -61,6 +62,7 @@ const void* libraryContaining(const void* address) {
                                                                                              : nullptr;
 }
 
+/// Asking does not count as an opening here.
 bool isLibraryOpen(const std::string& path) {
     return GetModuleHandleW(asPath(path).c_str()) != nullptr;
 }
