@@ -20,7 +20,8 @@ namespace {
 // The address of this is the key of the last error that came through a client.
 constexpr char originKey = 0;
 
-/// What came, in words.
+/// What came, in words. Tables, functions and coroutines by their type alone: a table's own words would run
+/// the script's code in the middle of an error.
 std::string describeValue(lua_State* state, int index) {
     switch (lua_type(state, index)) {
     case LUA_TNONE:
@@ -40,6 +41,7 @@ std::string describeValue(lua_State* state, int index) {
     }
 }
 
+/// Exports are told apart because a trace tells of the calls into modules.
 bool isExport(const Function& function) {
     return std::string_view(function.name).starts_with("module.");
 }
@@ -56,6 +58,7 @@ Headless::TraceDetail detailOf(lua_State* state, int index, const std::vector<It
 int callExport(Call& call, const Function& function) {
     lua_State* const state = call.state();
     Headless::TraceScope trace([&] {
+        // Descriptions are taken apart only here and below, that is only while somebody listens.
         const std::vector<Item> parameters = describe(function).parameters;
         Headless::TraceEvent event{Headless::TraceCategory::moduleCall, shortName(function), ""};
         for (int at = 0; at < lua_gettop(state); ++at) {
@@ -65,11 +68,15 @@ int callExport(Call& call, const Function& function) {
     });
     const int count = function.run(call);
     for (int at = 0; at < count; ++at) {
+        // The results are on top of the stack, the first one lowest.
         trace.gives([&] { return detailOf(state, at - count, describe(function).results, at); });
     }
     return count;
 }
 
+/// Trampoline: every function of the host enters here, finds itself in its first upvalue, and leaves here
+/// with its results or with an error. Lua is compiled as C++, so an error unwinds the stack like an
+/// exception; one of C++ must not get into Lua, and is made an error.
 int dispatch(lua_State* state) {
     const auto& function = *static_cast<const Function*>(lua_touserdata(state, lua_upvalueindex(1)));
     Call call(state, function.name);
@@ -77,6 +84,7 @@ int dispatch(lua_State* state) {
     try {
         ScriptCall scriptCall(state);
         const int results = isExport(function) ? callExport(call, function) : function.run(call);
+        // What a client raised comes before what the module did: it is the script's own error.
         scriptCall.raiseKept();
         if (Headless::mistakes().empty()) {
             if (results > 1) noteResults(state, function, results);
@@ -87,6 +95,7 @@ int dispatch(lua_State* state) {
     } catch (const std::exception& exception) { // Lua's own errors are none of these and pass
         failure = exception.what();
     }
+    // Out here, where `scriptCall` has ended and no exception is being handled: raising unwinds once more.
     call.fail(*failure);
 }
 
@@ -116,11 +125,13 @@ bool Call::boolean(int index, const char* what) const {
 
 lua_Integer Call::integer(int index, const char* what) const {
     int isInteger = 0;
+    // Lua would take a string for a number here, but a string is mostly a mistake.
     const lua_Integer value = lua_tointegerx(state_, index, &isInteger);
     if (isInteger == 0 || lua_type(state_, index) != LUA_TNUMBER) expected(index, what);
     return value;
 }
 
+/// The low 32 bits, also of negative numbers: scripts may write -1 for the largest.
 std::uint32_t Call::number32(int index, const char* what) const {
     return static_cast<std::uint32_t>(static_cast<lua_Unsigned>(integer(index, what)));
 }
@@ -149,6 +160,7 @@ const ObjectValue& Call::object(int index, Headless::Kind kind) const {
     const ObjectValue* const value = toObject(state_, index, kind);
     if (value == nullptr) expected(index, nameOf(kind));
     if (value->id.isValid()) return *value;
+    // The value outlives the object; what became of it is told by its document.
     const bool isDrawingGone = !Headless::isOpen(value->document);
     fail(std::string("expected ") + nameOf(kind) + " in memory, got one " +
          (isDrawingGone ? "of a drawing that is closed" : "that has left memory") + " (id " +
@@ -166,6 +178,7 @@ void Call::expected(int index, const char* what) const {
     fail("expected " + std::string(what) + ", got " + describeValue(state_, index));
 }
 
+/// Begins with the place in the script that has called, as Lua's own errors do.
 void Call::fail(const std::string& message) const {
     luaL_where(state_, 1);
     lua_pushfstring(state_, "%s: %s", function_, message.c_str());
@@ -176,10 +189,12 @@ void Call::fail(const std::string& message) const {
 
 void pushFunction(lua_State* state, const Function& function, int upvalues) {
     lua_pushlightuserdata(state, const_cast<Function*>(&function));
+    // Under the upvalues that are there: it has to be the first.
     lua_insert(state, -1 - upvalues);
     lua_pushcclosure(state, dispatch, 1 + upvalues);
 }
 
+/// All functions of the host are one to Lua; the first upvalue says which.
 const Function* toFunction(lua_State* state, int index) {
     if (lua_tocfunction(state, index) != dispatch) return nullptr;
     lua_getupvalue(state, index, 1);
@@ -195,6 +210,7 @@ void enter(lua_State* state, std::span<const Function> functions) {
     }
 }
 
+/// Calls nest: a client may call the host again, which may call clients.
 ScriptCall* ScriptCall::innermost = nullptr;
 
 /// Scope guard around the run of a client's function.
@@ -216,11 +232,13 @@ ScriptCall::ClientRun* ScriptCall::innermostRun = nullptr;
 
 ScriptCall::~ScriptCall() {
     innermost = outer_;
+    // Nothing happens when no error was kept.
     luaL_unref(state_, LUA_REGISTRYINDEX, kept_);
 }
 
 /// Message handler: notes where an error was raised as long as the stack is there; the error stays as it is.
 int ScriptCall::noteOrigin(lua_State* state) {
+    // Of several errors only the first is raised, so only its origin is wanted.
     if (innermostRun == nullptr || innermostRun->scriptCall.kept_ != LUA_NOREF) return 1;
     luaL_traceback(state, state, nullptr, 1);
     innermostRun->scriptCall.origin_ =
@@ -229,10 +247,12 @@ int ScriptCall::noteOrigin(lua_State* state) {
     return 1;
 }
 
+/// Called by way of a module, across which no error may go: it is caught here and kept.
 void ScriptCall::callClient(int functionReference, const std::string& name) {
     ScriptCall* const scriptCall = innermost;
     if (scriptCall == nullptr) return; // the script is over
     lua_State* const state = scriptCall->state_;
+    // A client that is not called is less harm than a stack that overflows under a module.
     const bool hasRoom = lua_checkstack(state, LUA_MINSTACK) != 0;
     if (!hasRoom) return;
     const ClientRun run(*scriptCall, name);
@@ -250,6 +270,7 @@ void ScriptCall::callWithLine(int functionReference, const std::string& line) {
     const int top = lua_gettop(state);
     lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
     lua_pushlstring(state, line.data(), line.size());
+    // No handler: the origin of an error is told for clients alone.
     scriptCall->callKeepingError(1, 0);
     lua_settop(state, top);
 }
@@ -264,6 +285,8 @@ const char* ScriptCall::runningClient() {
     return innermostRun != nullptr ? innermostRun->name.c_str() : nullptr;
 }
 
+/// Leaves the origin where `originOfError` finds it, with the error itself to know it by. Does not return
+/// when an error was kept.
 void ScriptCall::raiseKept() {
     if (kept_ == LUA_NOREF) return;
     lua_createtable(state_, 0, 2);
@@ -282,6 +305,7 @@ std::string originOfError(lua_State* state, int index) {
     if (lua_rawgetp(state, LUA_REGISTRYINDEX, &originKey) == LUA_TTABLE) {
         lua_getfield(state, -1, "error");
         lua_getfield(state, -2, "origin");
+        // The script may have caught that one and raised another since.
         if (lua_rawequal(state, error, -2) != 0) origin = lua_tostring(state, -1);
         lua_pop(state, 2);
     }

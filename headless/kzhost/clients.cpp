@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -20,6 +21,7 @@ namespace {
 // The address of this is the key of the table of clients that modules know: sets of them by use, by module.
 constexpr char keptKey = 0;
 
+/// What a Lua value of a client holds: the place of its plain function.
 struct ClientValue {
     std::size_t slot;
 };
@@ -30,6 +32,7 @@ struct Slot {
     std::string name;         ///< in quotes, or where its function stands
 };
 
+/// One for the process, because a plain function has nothing by which to find another.
 std::array<Slot, mostClients>& slots() {
     static std::array<Slot, mostClients> slots;
     return slots;
@@ -56,6 +59,8 @@ plainFunctions(std::index_sequence<numbers...> /*all*/) {
     return {callSlot<numbers>...};
 }
 
+/// The plain function of each slot, made at compile time: `mostClients` functions with addresses of their
+/// own.
 constexpr auto callbacks = plainFunctions(std::make_index_sequence<mostClients>());
 
 lua_Integer addressOf(const KzApDocument* document) {
@@ -64,6 +69,7 @@ lua_Integer addressOf(const KzApDocument* document) {
 
 /// Documents lie at even addresses, which never come back with another document.
 lua_Integer keyOf(const ClientUse& use) {
+    assert((addressOf(use.document) & 1) == 0);
     return addressOf(use.document) | static_cast<lua_Integer>(use.purpose);
 }
 
@@ -86,6 +92,8 @@ void stepInto(lua_State* state, lua_Integer key) {
     lua_remove(state, -2);
 }
 
+/// Clients are the keys of the set of their use: one that is attached twice is there once, and one that is
+/// there is not collected.
 void setKept(lua_State* state, int index, const ClientUse& use, bool isKept) {
     if (lua_isnoneornil(state, index)) return;
     lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
@@ -101,6 +109,7 @@ void setKept(lua_State* state, int index, const ClientUse& use, bool isKept) {
 void releaseClosed(lua_State* state) {
     for (lua_pushnil(state); lua_next(state, -2) != 0; lua_pop(state, 1)) {
         const lua_Integer key = lua_tointeger(state, -2);
+        // An entry may be cleared during a walk, though none may be added.
         if (!isOver(key)) continue;
         lua_pushnil(state);
         lua_rawseti(state, -4, key);
@@ -112,9 +121,11 @@ void freeUnusedSlots(lua_State* state) {
     lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
     for (lua_pushnil(state); lua_next(state, -2) != 0; lua_pop(state, 1)) releaseClosed(state);
     lua_pop(state, 1);
+    // The values that nobody reaches any more free their slots as they are collected.
     lua_gc(state, LUA_GCCOLLECT);
 }
 
+/// The lowest slot that is free; `mostClients` when none is.
 std::size_t freeSlot() {
     std::size_t slot = 0;
     while (slot < mostClients && slots()[slot].function != LUA_NOREF) ++slot;
@@ -138,8 +149,10 @@ int newClient(Call& call) {
     lua_State* const state = call.state();
     call.function(1, "a function");
     std::string name;
+    // Read before a slot is taken: a wrong name is an error.
     if (call.has(2)) name = "\"" + Text::toUtf8(call.text(2, "a name (string)")) + "\"";
     std::size_t slot = freeSlot();
+    // Collecting everything takes long, so it is done only when slots run out.
     if (slot == mostClients) {
         freeUnusedSlots(state);
         slot = freeSlot();
@@ -150,6 +163,7 @@ int newClient(Call& call) {
     lua_pushvalue(state, 1);
     if (name.empty()) name = placeOf(state, slot);
     slots()[slot] = {luaL_ref(state, LUA_REGISTRYINDEX), std::move(name)};
+    // Last: from here on collecting the value frees the slot, which must be its own by then.
     luaL_setmetatable(state, clientChapter.name);
     return 1;
 }
@@ -169,6 +183,8 @@ int describeClient(lua_State* state) {
     return 1;
 }
 
+/// Finalizer of a client: no script has the value and no module is said to know it, so its plain function may
+/// be given to another one.
 int collectClient(lua_State* state) {
     Slot& slot = slots()[toClient(state, 1)->slot];
     luaL_unref(state, LUA_REGISTRYINDEX, slot.function);
@@ -203,6 +219,7 @@ extern const Chapter clientsOfHostChapter = {"host", "Clients",
                                              "Who attaches to a module, and is called by it.", functions};
 extern const Chapter clientChapter = {"client", "A client", "What `host.client` gives.", {}, fields};
 
+/// The finalizer is added to what every kind of value has.
 void registerClients(lua_State* state) {
     lua_newtable(state);
     lua_rawsetp(state, LUA_REGISTRYINDEX, &keptKey);
@@ -228,6 +245,7 @@ void releaseClient(lua_State* state, int index, const ClientUse& use) {
     setKept(state, index, use, false);
 }
 
+/// With the whole table of the module: an unloaded one calls nobody.
 void releaseClients(lua_State* state, lua_Integer module) {
     lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
     lua_pushnil(state);

@@ -32,6 +32,7 @@ void addPrintingFlag(CLI::App& app, const char* name, const char* description,
                      const std::function<std::string()>& text) {
     const auto print = [text] {
         std::cout << text();
+        // This is how the library is told that nothing is left to do; `readCommandLine` catches it.
         throw CLI::Success();
     };
     app.add_flag_callback(name, print, description);
@@ -59,6 +60,7 @@ void addOptions(CLI::App& app, CommandLine& line) {
     app.set_version_flag("--version", "kzhost " KZHOST_VERSION);
 }
 
+/// For what the library does not notice, in the words that it uses itself.
 int refuse(const std::string& why) {
     std::cerr << "kzhost: " << why << "\nRun with --help for more information.\n";
     return wrongUsage;
@@ -75,6 +77,7 @@ std::optional<int> readCommandLine(const std::vector<std::string>& words, Comman
         app.parse(
             std::vector<std::string>(words.rbegin(), words.rend() - 1)); // the library reads from the back
     } catch (const CLI::ParseError& error) {
+        // The help, the version and the printing flags come this way too: then the status is 0.
         return app.exit(error) == 0 ? done : wrongUsage;
     }
     // What is left begins with the script, with "--" before one whose name looks like an option, or with a
@@ -85,6 +88,7 @@ std::optional<int> readCommandLine(const std::vector<std::string>& words, Comman
     if (!isMarked && rest.front().size() > 1 && rest.front()[0] == '-') {
         return refuse("there is no option " + rest.front());
     }
+    // The rest is the end of the words, so its length says where it begins among them.
     const std::size_t script = words.size() - rest.size() + (isMarked ? 1 : 0);
     if (script == words.size()) return std::nullopt;
     line.script = script;

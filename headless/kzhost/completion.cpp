@@ -51,6 +51,7 @@ void collectNames(lua_State* state, std::set<std::string>& names) {
 
 } // namespace
 
+/// The last separator decides: before it stands who is asked, after it what the name begins with.
 std::vector<std::string> completions(lua_State* state, const std::string& word) {
     const std::size_t separator = word.find_last_of(".:");
     const bool hasOwner = separator != std::string::npos;
@@ -59,11 +60,13 @@ std::vector<std::string> completions(lua_State* state, const std::string& word) 
     const int top = lua_gettop(state);
     std::set<std::string> names;
     pushOwner(state, owner);
+    // What stands for nothing may be the name of a kind, as the reference writes it.
     const Chapter* const kind = lua_isnil(state, -1) ? chapterNamed(owner) : nullptr;
     kind != nullptr ? collectNames(*kind, names) : collectNames(state, names);
     lua_settop(state, top);
     std::vector<std::string> result;
     for (const std::string& name : names) {
+        // Whole words are given: the reader of lines replaces what was typed.
         if (name.starts_with(start)) result.push_back(word.substr(0, word.size() - start.size()) + name);
     }
     return result;

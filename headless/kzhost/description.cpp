@@ -7,13 +7,15 @@ namespace KzHost {
 
 namespace {
 
+/// Without the blanks and ends of lines around it.
 std::string trimmed(const std::string& text) {
     const std::size_t begin = text.find_first_not_of(" \n");
     if (begin == std::string::npos) return {};
     return text.substr(begin, text.find_last_not_of(" \n") - begin + 1);
 }
 
-/// Takes the first word away. Blanks inside of brackets do not end it.
+/// Takes the first word away and gives it. Blanks inside of brackets do not end it: a type such as
+/// `{database: boolean}` is one word.
 std::string takeWord(std::string& text) {
     int depth = 0;
     std::size_t end = 0;
@@ -26,6 +28,7 @@ std::string takeWord(std::string& text) {
     return word;
 }
 
+/// The name comes first in a parameter, the type in a result: so the annotations want it.
 Item readParameter(std::string text) {
     Item item;
     item.name = takeWord(text);
@@ -64,6 +67,8 @@ void enterAnnotation(Description& description, std::string text) {
 
 } // namespace
 
+/// Gathers lines until the next annotation begins, which is when the one before is complete. Taken apart at
+/// each call: only the help, the reference, the prompt and traces ask.
 Description describe(const Function& function) {
     Description description;
     std::istringstream lines(function.description);
@@ -81,6 +86,7 @@ Description describe(const Function& function) {
     return description;
 }
 
+/// Optional parameters nest: "name [, first [, second]]".
 std::string signatureOf(const Function& function, const Description& description) {
     if (!description.type.empty()) return function.name;
     std::string list;

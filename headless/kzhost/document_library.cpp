@@ -8,6 +8,7 @@ namespace KzHost {
 
 namespace {
 
+/// Gives one object; nil for a null id.
 int give(const Call& call, KzDbObjectId id, KzApDocument* document) {
     pushObject(call.state(), id, document);
     return 1;
@@ -26,6 +27,7 @@ int ready(Call& call) {
     return 1;
 }
 
+/// The number wraps around to 32 bits, as the host has it.
 int busy(Call& call) {
     KzApDocument* const document = call.document(1);
     if (call.has(2)) {
@@ -45,7 +47,8 @@ int lockMode(Call& call) {
     return 1;
 }
 
-/// Reads one option of a new block.
+/// Reads one option of a new block, whose value is on top of the stack. An unknown one is an error, so that a
+/// slip of the pen is not passed over.
 void readOption(const Call& call, const std::string& key, Headless::BlockOptions& options) {
     const int value = lua_gettop(call.state());
     const bool isSet = call.boolean(value, "an option that is true or false");
@@ -67,6 +70,8 @@ Headless::BlockOptions blockOptions(const Call& call, int index) {
     call.table(index, "a table of options");
     lua_State* const state = call.state();
     for (lua_pushnil(state); lua_next(state, index) != 0; lua_pop(state, 1)) {
+        // Asked before the key is read: reading a number as a text would change it in place, and the walk
+        // would lose its way.
         if (lua_type(state, -2) != LUA_TSTRING) call.fail("expected options under names, got a list");
         readOption(call, lua_tostring(state, -2), options);
     }
@@ -108,6 +113,7 @@ int attach(Call& call) {
 int object(Call& call) {
     KzApDocument* const document = call.drawing(1);
     const KzDbObjectId id(static_cast<std::uint64_t>(call.integer(2, "an id (integer)")));
+    // Any number may be asked for; one of another drawing's object counts as none.
     const bool isHere = id.isValid() && id.database() == document->database();
     return give(call, isHere ? id : KzDbObjectId(), document);
 }

@@ -47,11 +47,13 @@ In the examples `house` is an open document with the blocks `door` and `room`, `
 `door` in `room` with the attribute `number` under the tag NUMBER, `zelvane` is the loaded module, and
 `client` is a client.)";
 
+/// A parameter or a result as an item of a list.
 std::string itemLine(const char* what, const Item& item) {
     return std::string("- ") + what + "`" + item.name + "` (`" + item.type + "`" +
            (item.isOptional ? ", may be left out" : "") + "): " + item.text + "\n";
 }
 
+/// One function or field: its signature as the heading, what it does, the list, the example.
 std::string section(const Function& function) {
     const Description description = describe(function);
     std::string text = "\n### `" + signatureOf(function, description) + "`\n\n";
@@ -66,6 +68,7 @@ std::string section(const Function& function) {
     return text + "\n```lua\n" + description.example + "\n```\n";
 }
 
+/// What a chapter has of its own. What all values of its base have stands there once.
 std::string pageChapter(const Chapter& chapter) {
     const std::string preamble = chapter.preamble;
     std::string text = std::string("\n## ") + chapter.title + "\n";
@@ -80,6 +83,8 @@ std::string pageChapter(const Chapter& chapter) {
 
 // ---- the stub
 
+/// The annotations go out much as they came in; the language server wants them before a function without a
+/// body.
 std::string stubFunction(const Function& function) {
     const Description description = describe(function);
     std::string text = "\n---" + description.text + "\n";
@@ -95,6 +100,7 @@ std::string stubFunction(const Function& function) {
     return text + "function " + function.name + "(" + parameters + ") end\n";
 }
 
+/// A kind of values is a class that no script can name, so it is local; the table of the host is global.
 std::string stubClass(const Chapter& chapter) {
     const std::string name = chapter.name;
     const std::string base = chapter.base != nullptr ? std::string(": ") + chapter.base->name : "";
@@ -119,6 +125,7 @@ std::string editorStub() {
     std::string text = "---@meta\n\n---@alias count integer\n";
     std::set<std::string_view> declared = {""}; // the table of the global functions needs no declaration
     for (const Chapter* const chapter : chapters()) {
+        // Several chapters are about one table, which is declared once.
         if (declared.insert(chapter->name).second) text += stubClass(*chapter);
         for (const Function& each : chapter->functions) text += stubFunction(each);
     }

@@ -35,6 +35,7 @@ std::string wrapped(const std::string& text, std::size_t indent) {
     return result + '\n';
 }
 
+/// As much as fits a summary. A colon ends it too.
 std::string firstSentence(const std::string& text) {
     const std::size_t end = std::min(text.find(". "), text.find(": "));
     return end == std::string::npos ? text : text.substr(0, end) + ".";
@@ -45,6 +46,7 @@ std::string itemLine(const char* what, const Item& item) {
     return wrapped(what + item.name + " (" + type + "): " + item.text, 2);
 }
 
+/// All about one function, as the reference page has it, for a terminal.
 std::string helpOnFunction(const Function& function) {
     const Description description = describe(function);
     std::string text = signatureOf(function, description) + "\n" + wrapped(description.text, 2);
@@ -55,6 +57,7 @@ std::string helpOnFunction(const Function& function) {
     return text + "  > " + description.example + "\n";
 }
 
+/// One line: the signature, then in a column what it does.
 std::string summary(const Function& function) {
     constexpr std::size_t column = 42;
     const Description description = describe(function);
@@ -63,6 +66,7 @@ std::string summary(const Function& function) {
     return line + firstSentence(description.text) + "\n";
 }
 
+/// A chapter with those that it builds on, because a value has the methods of all.
 std::string helpOnChapter(const Chapter& chapter) {
     const std::string preamble = chapter.preamble;
     std::string text = wrapped(chapter.title + (preamble.empty() ? "" : ": " + preamble), 0);
@@ -81,6 +85,7 @@ std::string helpOnChaptersNamed(std::string_view name) {
     return text;
 }
 
+/// Names alone, chapter by chapter.
 std::string overview() {
     std::string text = "What there is. More is said by help(host.idle), help(host), or help(value) for a "
                        "value of the host;\n"
@@ -95,6 +100,7 @@ std::string overview() {
     return text;
 }
 
+/// Finds a function or field by its full name, "document:block".
 const Function* functionNamed(std::string_view name) {
     for (const Chapter* const chapter : chapters()) {
         for (const std::span<const Function> each : {chapter->fields, chapter->functions}) {
@@ -116,6 +122,8 @@ std::optional<std::string> nameOfSubject(lua_State* state, int index) {
     return isHost ? std::optional<std::string>(hostTable) : std::nullopt;
 }
 
+/// From the most to the least certain: a function explains itself, a value by its kind, a text as the name of
+/// one of them.
 int help(Call& call) {
     lua_State* const state = call.state();
     std::string text;
@@ -127,6 +135,7 @@ int help(Call& call) {
         const Function* const named = functionNamed(*name);
         text = named != nullptr ? helpOnFunction(*named) : helpOnChaptersNamed(*name);
     }
+    // A name that nothing has comes here too.
     if (text.empty()) text = "Nothing is known about it here. help() lists what there is.\n";
     std::fputs(text.c_str(), stdout);
     return 0;

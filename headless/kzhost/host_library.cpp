@@ -38,6 +38,7 @@ int documents(Call& call) {
     return 1;
 }
 
+/// Making a document current calls reactors, which may close it: what is current then is asked anew.
 int current(Call& call) {
     if (call.has(1)) Headless::makeCurrent(call.document(1));
     pushDocument(call.state(), Headless::currentDocument());
@@ -46,12 +47,15 @@ int current(Call& call) {
 
 // ---- commands
 
+/// The function is called in protected mode, so that the command ends in any case; its error goes on from
+/// there.
 int command(Call& call) {
     lua_State* const state = call.state();
     const std::u16string name = call.text(1, "a command name (string)");
     call.function(2, "a function");
     KzApDocument* const document = Headless::beginCommand(name);
     if (document == nullptr) call.fail("expected a current document, got none open");
+    // The function has to be on top; what it gives is all that stands above the name.
     lua_settop(state, 2);
     const int status = lua_pcall(state, 0, LUA_MULTRET, 0);
     Headless::endCommand(document, name); // a command that failed has ended too
@@ -59,6 +63,7 @@ int command(Call& call) {
     return lua_gettop(state) - 1;
 }
 
+/// A null name is not the same as an empty one.
 int lock(Call& call) {
     KzApDocument* const document = call.document(1);
     if (call.has(2)) {
@@ -117,6 +122,7 @@ int advance(Call& call) {
     return 0;
 }
 
+/// Asked as a module asks it.
 int input(Call& call) {
     if (call.has(1)) Headless::setInputWaiting(call.boolean(1, "whether input is waiting (boolean)"));
     lua_pushboolean(call.state(), KzPlatform::inputIsWaiting() ? 1 : 0);
@@ -125,6 +131,7 @@ int input(Call& call) {
 
 // ---- what is shown, registered and refused
 
+/// A list of copies: boxes that are shown later are not in it.
 int messages(Call& call) {
     lua_State* const state = call.state();
     lua_newtable(state);
@@ -161,6 +168,7 @@ int reactors(Call& call) {
     return 1;
 }
 
+/// The names of facilities are part of the Lua interface, and known only here.
 Headless::Facility facility(const Call& call, int index) {
     using Headless::Facility;
     constexpr const char* what = R"("filter", "manager", "iterator" or "window")";
@@ -306,6 +314,7 @@ constexpr Chapter commandsChapter = {"host", "Commands", "", commandFunctions};
 constexpr Chapter messagesChapter = {"host", "Messages and the clock", "", messageFunctions};
 constexpr Chapter stateChapter = {"host", "What is shown, registered and refused", "", stateFunctions};
 
+/// In the order of the reference page. A chapter that is missing here cannot be reached by scripts.
 constexpr const Chapter* allChapters[] = {
     &helpChapter,          &hostDocumentsChapter, &commandsChapter,  &messagesChapter, &loadingChapter,
     &clientsOfHostChapter, &stateChapter,         &tracingChapter,   &moduleChapter,   &documentChapter,
@@ -331,6 +340,7 @@ void openLibraries(lua_State* state, const Setup& setup) {
     lua_newtable(state);
     lua_setglobal(state, hostTable);
     for (const Chapter* const each : allChapters) {
+        // The other chapters are about values, whose kinds were made known above, or about global functions.
         if (each->name != std::string_view(hostTable)) continue;
         lua_getglobal(state, hostTable);
         enter(state, each->functions);

@@ -23,9 +23,11 @@ void stop(lua_State* state, lua_Debug* /*where*/) {
     lua_error(state);
 }
 
+/// The only call is one that Lua allows in a signal handler.
 void onInterrupt(int /*signal*/) {
     isPressed = 1;
     lua_State* const state = running;
+    // Every kind of event, so that it strikes at the very next step.
     if (state != nullptr)
         lua_sethook(state, stop, LUA_MASKCALL | LUA_MASKRET | LUA_MASKLINE | LUA_MASKCOUNT, 1);
 }
@@ -35,6 +37,7 @@ void onInterrupt(int /*signal*/) {
 constexpr int crashes[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 struct sigaction formerActions[std::size(crashes)];
 
+/// What may be used in a handler: no buffers, no memory. Whether it was written does not matter any more.
 void say(const char* text) {
     static_cast<void>(!write(STDERR_FILENO, text, std::strlen(text)));
 }
@@ -46,6 +49,7 @@ void onCrash(int signal) {
         say(client);
         say(" was running\n");
     }
+    // The former actions first: what comes next ends the process as it would have without this.
     for (std::size_t at = 0; at < std::size(crashes); ++at)
         sigaction(crashes[at], &formerActions[at], nullptr);
     raise(signal);
@@ -58,6 +62,7 @@ Interruptible::Interruptible(lua_State* state) : state_(state) {
 }
 
 Interruptible::~Interruptible() {
+    // Before the hook is taken away: a signal in between would set it again.
     running = nullptr;
     lua_sethook(state_, nullptr, 0, 0);
 }

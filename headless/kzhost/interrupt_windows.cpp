@@ -24,6 +24,7 @@ void stop(lua_State* state, lua_Debug* /*where*/) {
 }
 
 BOOL WINAPI onInterrupt(DWORD event) {
+    // What else ends a console ends the process as usual.
     if (event != CTRL_C_EVENT) return FALSE;
     isPressed = true;
     lua_State* const state = running;
@@ -32,6 +33,7 @@ BOOL WINAPI onInterrupt(DWORD event) {
     return TRUE;
 }
 
+/// Says its word and passes the crash on to the system.
 LONG WINAPI onCrash(EXCEPTION_POINTERS* /*what*/) {
     if (const char* const client = ScriptCall::runningClient())
         std::fprintf(stderr, "kzhost: crashed while the client \"%s\" was running\n", client);
@@ -45,6 +47,7 @@ Interruptible::Interruptible(lua_State* state) : state_(state) {
 }
 
 Interruptible::~Interruptible() {
+    // Before the hook is taken away, or the other thread might set it again.
     running = nullptr;
     lua_sethook(state_, nullptr, 0, 0);
 }

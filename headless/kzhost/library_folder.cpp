@@ -16,6 +16,8 @@ bool hasModule(const std::filesystem::path& folder) {
 
 } // namespace
 
+/// Beside the program wins: a build tree must not load what is installed. With the module in neither place
+/// the program's folder is what messages name.
 std::string libraryFolder(const std::string& program) {
     const auto folder = Text::toPath(program);
     const auto installed = (folder / KZHOST_MODULES).lexically_normal();

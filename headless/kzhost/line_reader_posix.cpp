@@ -25,10 +25,13 @@ constexpr int mostRemembered = 1000;
 
 LineReader::Completer completer; // the library's callbacks carry no data
 
+/// Generator, as the library wants it: called again and again, with 0 as `state` at first, until it gives
+/// null. The library frees each text.
 char* nextCompletion(const char* word, int state) {
     static std::vector<std::string> found;
     if (state == 0) {
         found = completer(word);
+        // Given from the back, which costs nothing, in ascending order all the same.
         std::reverse(found.begin(), found.end());
     }
     if (found.empty()) return nullptr;
@@ -37,6 +40,7 @@ char* nextCompletion(const char* word, int state) {
     return result;
 }
 
+/// Without anything behind a completed name: what follows may be a dot, a colon or a bracket.
 char** complete(const char* word, int /*begin*/, int /*end*/) {
     rl_attempted_completion_over = 1; // file names are not meant
     rl_completion_append_character = '\0';
@@ -73,6 +77,7 @@ std::string openHistory() {
     return file;
 }
 
+/// From a file or a pipe: no sign, no history, no interruption.
 LineReader::Line readPlainLine() {
     LineReader::Line line;
     if (std::getline(std::cin, line.text)) line.end = LineReader::End::line;
@@ -81,11 +86,13 @@ LineReader::Line readPlainLine() {
 
 } // namespace
 
+/// The library has one state for the process, and so there is one reader at a time.
 LineReader::LineReader(Completer completion, bool hasHistory) {
     if (!isInputTyped()) return;
     completer = std::move(completion);
     typeUtf8();
     rl_attempted_completion_function = complete;
+    // The library keeps the address. Dots and colons are missing: a chain of names is one word.
     static std::array<char, 16> breaks = {" \t\n\"'=,(){}[]+"};
     rl_completer_word_break_characters = breaks.data();
     using_history();
@@ -94,14 +101,17 @@ LineReader::LineReader(Completer completion, bool hasHistory) {
     if (!historyFile_.empty()) read_history(historyFile_.c_str());
 }
 
+/// It refers to a Lua state that ends soon after.
 LineReader::~LineReader() {
     completer = nullptr;
 }
 
 LineReader::Line LineReader::read(const char* sign) {
     if (!isInputTyped()) return readPlainLine();
+    // One that was pressed before is not meant for this line.
     static_cast<void>(takeInterrupt());
     char* const line = readline(sign);
+    // At the end of input and at Ctrl-C alike; the handler knows which it was.
     if (line == nullptr) {
         std::cout << std::endl; // the next one begins a line of its own
         return {takeInterrupt() ? End::interrupted : End::input};

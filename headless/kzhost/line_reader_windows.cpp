@@ -25,6 +25,7 @@ LineReader::Line LineReader::read(const char* sign) {
     if (std::getline(std::cin, line.text)) {
         line.end = End::line;
     } else if (takeInterrupt()) {
+        // Ctrl-C ends the reading like the end of input would.
         std::cin.clear();
         line.end = End::interrupted;
     }

@@ -24,6 +24,7 @@ int refuse(const std::string& why) {
     return KzHost::wrongUsage;
 }
 
+/// Asked beforehand, because a missing script is a wrong call and not a failed script.
 bool canRead(const std::string& script) {
     return script == "-" || std::ifstream(script).is_open();
 }
@@ -36,6 +37,8 @@ bool runAll(KzHost::Session& session, const CommandLine& line) {
     return isDone && (!line.hasScript() || session.runFile(line.words[line.script]));
 }
 
+/// What can be refused is refused before the session begins, so that nothing was run then. The trace begins
+/// before it too, and has all of it.
 int run(const CommandLine& line) {
     if (line.hasScript() && !canRead(line.words[line.script])) {
         return refuse("cannot read the script " + line.words[line.script]);
@@ -52,6 +55,7 @@ int run(const CommandLine& line) {
     }
     KzHost::nameClientOnCrash();
     KzHost::Session session(setup);
+    // A prompt that was asked for comes also after a script that failed, and does not change the status.
     const bool isDone = runAll(session, line);
     if (hasNothingToRun || line.isInteractive) KzHost::prompt(session, setup, !line.hasNoHistory);
     return isDone ? KzHost::done : KzHost::scriptFailed;

@@ -22,6 +22,7 @@ namespace {
 // The address of this is the key of the setup.
 constexpr char setupKey = 0;
 
+/// What a Lua value of a module holds. The id is not used again, so it may outlive the module.
 struct ModuleValue {
     ModuleId id;
 };
@@ -54,11 +55,13 @@ bool flag(const Call& call, int index, const char* what) {
     return call.boolean(index, what);
 }
 
+/// For what the module of this closure knows a client.
 ClientUse useOf(const Call& call, const KzApDocument* document, ClientUse::Purpose purpose) {
     return {lua_tointeger(call.state(), lua_upvalueindex(2)), document, purpose};
 }
 
-/// The client that is attached, which stays from now on.
+/// The client that is attached, which stays from now on: before the call, so that at no moment the module
+/// knows it and nothing keeps it.
 ClientFunction keptClient(const Call& call, int index, const ClientUse& use) {
     const ClientFunction function = clientFunction(call, index);
     keepClient(call.state(), index, use);
@@ -83,6 +86,7 @@ void readIds(const Call& call, int index, KzDbObjectIdArray& ids) {
     }
 }
 
+/// What an export that appends to an array gives: its result and the whole array.
 int giveIds(const Call& call, std::int32_t result, const KzDbObjectIdArray& ids) {
     lua_State* const state = call.state();
     lua_pushinteger(state, result);
@@ -100,6 +104,8 @@ int giveResult(const Call& call, std::int32_t result) {
     return 1;
 }
 
+/// All exports are called alike: arguments are read, then the export is looked up, then it is called with a
+/// guard around it, which keeps the library open should a client unload the module.
 int docTimerAttach(Call& call) {
     KzApDocument* const document = documentOrNull(call, 1);
     const std::uint32_t interval = call.number32(3, "an interval (integer)");
@@ -109,6 +115,7 @@ int docTimerAttach(Call& call) {
     auto* const function = exported<decltype(&kzdxDocTimerAttach)>(call, "kzdxDocTimerAttach");
     const Headless::ModuleCall guard;
     const std::int32_t result = function(document, client, interval, attach);
+    // Afterwards: until the call is over the module may still know it.
     if (attach == 0) releaseClient(call.state(), 2, use);
     return giveResult(call, result);
 }
@@ -132,6 +139,7 @@ int monitorDetach(Call& call) {
         exported<decltype(&kzdxBlockReferenceMonitorDetach)>(call, "kzdxBlockReferenceMonitorDetach");
     const Headless::ModuleCall guard;
     function(document, client);
+    // A client that was not attached is not kept for that; then nothing happens.
     releaseClient(call.state(), 2, useOf(call, document, ClientUse::Purpose::monitor));
     return 0;
 }
@@ -145,6 +153,8 @@ int updateBlockGraph(Call& call) {
     return giveResult(call, function(document, isForced, isNotifying));
 }
 
+/// The two table queries differ in their names alone. What the array holds before goes in, to show that it
+/// stays.
 template <class Query>
 int tableQuery(const Call& call, const char* name) {
     KzApDocument* const document = documentOrNull(call, 1);
@@ -165,6 +175,7 @@ int tableIds(Call& call) {
     return tableQuery<decltype(&kzdxGetKzDbTableIds)>(call, "kzdxGetKzDbTableIds");
 }
 
+/// Reads a list of names, without metamethods; nothing given is an empty list.
 std::vector<std::u16string> readNames(const Call& call, int index) {
     std::vector<std::u16string> names;
     if (!call.has(index)) return names;
@@ -297,6 +308,8 @@ int describeModule(lua_State* state) {
     return 1;
 }
 
+/// A module's exports are closures in a table of the value's own, because each has to know which module it
+/// calls.
 void pushModule(lua_State* state, ModuleId id, const std::string& path) {
     auto* const value = static_cast<ModuleValue*>(lua_newuserdatauv(state, sizeof(ModuleValue), 1));
     *value = {id};
@@ -312,6 +325,7 @@ void pushModule(lua_State* state, ModuleId id, const std::string& path) {
     lua_setiuservalue(state, -2, 1);
 }
 
+/// What the session was started with, which stays as long as the state.
 const Setup& setupOf(const Call& call) {
     lua_rawgetp(call.state(), LUA_REGISTRYINDEX, &setupKey);
     const auto* const setup = static_cast<const Setup*>(lua_touserdata(call.state(), -1));
@@ -327,6 +341,7 @@ int giveFailure(const Call& call, const std::string& path, const Headless::LoadR
     std::fprintf(stderr, "kzhost: cannot load %s\n", message.c_str());
     lua_State* const state = call.state();
     lua_pushnil(state);
+    // 0 says that it was not asked, since a module that answers 0 is loaded.
     if (loaded.answer != KzRx::done) {
         lua_pushinteger(state, loaded.answer);
     } else {
@@ -354,6 +369,7 @@ int load(Call& call) {
     return 1;
 }
 
+/// One that is not loaded any more answers 0, so it may be unloaded twice.
 int unload(Call& call) {
     ModuleId id = Headless::lastModule();
     if (call.has(1)) {
@@ -364,6 +380,7 @@ int unload(Call& call) {
     }
     const std::optional<std::int32_t> answer = Headless::unloadModule(id);
     if (!answer.has_value()) call.fail("an object is held open: close it first");
+    // Even while its library waits to be closed: it has answered its unload message.
     releaseClients(call.state(), static_cast<lua_Integer>(id));
     return giveResult(call, *answer);
 }

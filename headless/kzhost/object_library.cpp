@@ -15,16 +15,20 @@ namespace {
 constexpr const char* aTag = "a tag (string)";
 constexpr const char* aText = "a text (string)";
 
+/// Gives an object that lies near the first argument, probably in the same document; nil for a null id. The
+/// argument has been read, so it is an object.
 int give(const Call& call, KzDbObjectId id) {
     pushObject(call.state(), id, toObject(call.state(), 1, Kind::none)->document);
     return 1;
 }
 
+/// Gives what an edit has made, or raises why it was refused.
 int give(const Call& call, const Headless::Made& made) {
     call.require(made);
     return give(call, made.id);
 }
 
+/// Ends an edit that gives nothing, or raises why it was refused.
 int done(const Call& call, const Headless::Outcome& outcome) {
     call.require(outcome);
     return 0;
@@ -45,6 +49,7 @@ std::vector<Headless::AttributeText> readAttributes(const Call& call, int index)
     std::map<std::string, Headless::AttributeText> byTag; // bytes of UTF-8 ascend as the characters do
     for (lua_pushnil(state); lua_next(state, index) != 0; lua_pop(state, 1)) {
         const int value = lua_gettop(state);
+        // Both read a string only, so the key stays as it is and the walk goes on.
         byTag[call.bytes(value - 1, aTag)] = {call.text(value - 1, aTag), call.text(value, aText)};
     }
     std::vector<Headless::AttributeText> attributes;
@@ -60,6 +65,7 @@ int insert(Call& call) {
     return give(call, Headless::insert(record, block, readAttributes(call, 3)));
 }
 
+/// Copies: the lists of the record may change while a script walks them.
 int references(Call& call) {
     const ObjectValue& record = call.object(1, Kind::record);
     const bool isErased = call.has(2) && call.boolean(2, "whether to list erased ones (boolean)");
@@ -86,6 +92,7 @@ int rename(Call& call) {
 int get(Call& call) {
     const KzDbObjectId reference = call.object(1, Kind::reference).id;
     const KzDbObjectId attribute = Headless::attributeOf(reference, call.text(2, aTag));
+    // An erased one is found when there is no other of its tag; it says nothing then.
     if (attribute.isNull() || attribute.isErased()) {
         lua_pushnil(call.state());
     } else {
@@ -133,6 +140,7 @@ int erase(Call& call) {
 
 /// An object that has left memory is not erased either; only its drawing has to be there.
 int erased(Call& call) {
+    // Not by `call.object`, which raises an error for what has left memory.
     const ObjectValue* const value = toObject(call.state(), 1, Kind::none);
     const bool hasLeft = value != nullptr && !value->id.isValid() && Headless::isOpen(value->document);
     lua_pushboolean(call.state(), !hasLeft && call.object(1).id.isErased() ? 1 : 0);

@@ -10,6 +10,7 @@ namespace KzHost {
 std::string programFolder() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    // Without the answer of the system the working folder is as good a guess as any.
     return error ? "." : program.parent_path().string();
 }
 

@@ -13,6 +13,7 @@ namespace KzHost {
 
 namespace {
 
+/// The system does not say how long the name is, only that it did not fit.
 std::filesystem::path programFile() {
     std::vector<wchar_t> name(MAX_PATH);
     for (;;) {

@@ -15,11 +15,13 @@ namespace KzHost {
 
 namespace {
 
+/// Compiles a text without running it. Leaves the function or the message.
 bool load(lua_State* state, const std::string& chunk) {
     return luaL_loadbuffer(state, chunk.data(), chunk.size(), "=prompt") == LUA_OK;
 }
 
-/// Whether the message on top of the stack says that a statement goes on.
+/// Whether the message on top of the stack says that a statement goes on. The compiler has no other sign for
+/// it than that it has come upon the end.
 bool isIncomplete(lua_State* state) {
     const std::string_view message = lua_tostring(state, -1);
     return message.ends_with("<eof>");
@@ -36,6 +38,7 @@ Loaded loadStatement(lua_State* state, LineReader& reader, std::string& line) {
         if (!isIncomplete(state)) return Loaded::message;
         const LineReader::Line more = reader.read("...> ");
         if (more.end == LineReader::End::interrupted) return Loaded::nothing;
+        // What is missing is told then.
         if (more.end == LineReader::End::input) return Loaded::message;
         lua_pop(state, 1);
         line += "\n" + more.text;
@@ -58,12 +61,14 @@ void printMessage(lua_State* state) {
 /// Runs the function on the stack and prints its results, or the error of either.
 void runAndPrint(Session& session) {
     lua_State* const state = session.state();
+    // Around the printing too, which may take long or run a script's `__tostring`.
     const Interruptible interruptible(state);
     beginNotingResults(state);
     bool isDone = session.call(0);
     if (isDone) {
         lua_pushcfunction(state, printValues);
         lua_insert(state, 1);
+        // A second call, so that an error in it is kept and told like any other.
         isDone = session.call(lua_gettop(state) - 1);
     }
     if (isDone) return;
@@ -71,6 +76,7 @@ void runAndPrint(Session& session) {
     printMessage(state);
 }
 
+/// The line is remembered as it was completed, and before it runs, because it may end the process.
 void runLine(Session& session, LineReader& reader, std::string line) {
     lua_State* const state = session.state();
     const Loaded loaded = loadStatement(state, reader, line);

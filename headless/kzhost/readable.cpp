@@ -8,11 +8,13 @@ namespace KzHost {
 
 namespace {
 
+/// Bounds what is printed, and ends at tables that contain themselves.
 constexpr int deepest = 3;
 constexpr int mostEntries = 20;
 
 std::string readableAt(lua_State* state, int index, int depth);
 
+/// In quotes, with control characters by their numbers.
 std::string quoted(lua_State* state, int index) {
     std::size_t length = 0;
     const char* const bytes = lua_tolstring(state, index, &length);
@@ -29,6 +31,7 @@ std::string quoted(lua_State* state, int index) {
 std::string readableEntry(lua_State* state, lua_Integer position, int depth) {
     const int value = lua_gettop(state);
     std::string text = readableAt(state, value, depth + 1);
+    // An entry at its own position is one of a list, and stands without its key.
     if (lua_isinteger(state, value - 1) && lua_tointeger(state, value - 1) == position) return text;
     const bool isName = lua_type(state, value - 1) == LUA_TSTRING;
     const std::string key = readableAt(state, value - 1, depth + 1);
@@ -42,6 +45,7 @@ std::string readableTable(lua_State* state, int index, int depth) {
     lua_Integer position = 0;
     for (lua_pushnil(state); lua_next(state, index) != 0; lua_pop(state, 1)) {
         if (++position > mostEntries) {
+            // The key and the value, which the loop would have taken.
             lua_pop(state, 2);
             result += ", ...";
             break;
@@ -55,6 +59,7 @@ std::string readableTable(lua_State* state, int index, int depth) {
 std::string readableAt(lua_State* state, int index, int depth) {
     if (lua_type(state, index) == LUA_TSTRING) return quoted(state, index);
     if (lua_istable(state, index)) return readableTable(state, index, depth);
+    // May run a script's `__tostring`, and so may fail.
     std::string text = luaL_tolstring(state, index, nullptr);
     lua_pop(state, 1);
     return text;
@@ -85,10 +90,12 @@ void beginNotingResults(lua_State* state) {
 }
 
 void noteResults(lua_State* state, const Function& function, int count) {
+    // Only a prompt has it; scripts pay nothing for this.
     if (lua_rawgetp(state, LUA_REGISTRYINDEX, &notedKey) == LUA_TTABLE) {
         lua_pushlightuserdata(state, const_cast<Function*>(&function));
         lua_rawseti(state, -2, 0);
         for (int at = 1; at <= count; ++at) {
+            // The table lies on the results.
             lua_pushvalue(state, -1 - count + at - 1);
             lua_rawseti(state, -2, at);
         }
@@ -109,6 +116,7 @@ std::string readableResults(lua_State* state) {
     bool areNoted = meanings.size() == static_cast<std::size_t>(count) && count > 1;
     for (int at = 1; areNoted && at <= count; ++at) {
         lua_rawgeti(state, count + 1, at);
+        // The same number of other values may have come from elsewhere: they have no such meaning.
         areNoted = lua_rawequal(state, at, -1) != 0 && !lua_isnil(state, at);
         lua_pop(state, 1);
     }

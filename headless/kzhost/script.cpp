@@ -14,7 +14,8 @@ namespace {
 // The address of this is the key of the traceback of the last error.
 constexpr char tracebackKey = 0;
 
-/// Makes a message of any error value, and keeps where it came from.
+/// Message handler: makes a message of any error value, and keeps where it came from, as long as the stack is
+/// there to tell.
 int keepTraceback(lua_State* state) {
     luaL_traceback(state, state, nullptr, 1);
     const std::string traceback = lua_tostring(state, -1) + originOfError(state, 1);
@@ -24,7 +25,7 @@ int keepTraceback(lua_State* state) {
     return 1;
 }
 
-/// Unloads and closes everything; tells what the modules did wrong meanwhile, as nobody else is left to.
+/// Unloads and closes everything, and tells what the modules did wrong meanwhile, as nobody else is left to.
 void endInOrder() {
     Headless::reset();
     for (const std::string& each : Headless::mistakes()) {
@@ -37,12 +38,14 @@ void endInOrder() {
 int exitInOrder(lua_State* state) {
     endInOrder();
     endTracing();
+    // The original function, which was replaced.
     lua_pushvalue(state, lua_upvalueindex(1));
     lua_insert(state, 1);
     lua_call(state, lua_gettop(state) - 1, 0);
     return 0;
 }
 
+/// `os.exit` ends the process without unwinding anything, so the host's end is put before it.
 void replaceExit(lua_State* state) {
     lua_getglobal(state, "os");
     lua_getfield(state, -1, "exit");
@@ -64,6 +67,7 @@ int pushParameters(lua_State* state) {
 
 } // namespace
 
+/// Every call of a session writes it anew when it fails, and leaves it when it does not.
 std::string lastTraceback(lua_State* state) {
     lua_rawgetp(state, LUA_REGISTRYINDEX, &tracebackKey);
     const char* const traceback = lua_tostring(state, -1);
@@ -90,6 +94,7 @@ Session::~Session() {
 
 void Session::setArguments(const std::vector<std::string>& words, std::size_t script) {
     lua_createtable(state_, static_cast<int>(words.size()), 0);
+    // So that the script is at 0.
     lua_Integer at = -static_cast<lua_Integer>(script);
     for (const std::string& each : words) {
         lua_pushlstring(state_, each.data(), each.size());
@@ -109,7 +114,9 @@ bool Session::runText(const std::string& text) {
 
 bool Session::runLoaded(int loadStatus, int argumentCount) {
     const bool isDone = loadStatus == LUA_OK && call(argumentCount);
+    // What was printed comes before what went wrong, where both go to one place.
     std::fflush(stdout);
+    // No handler has run for it. The message is alone on the stack, where a handler would find it.
     if (loadStatus != LUA_OK) keepTraceback(state_);
     if (!isDone) std::fprintf(stderr, "%s\n%s\n", lua_tostring(state_, -1), lastTraceback(state_).c_str());
     lua_settop(state_, 0);
@@ -119,6 +126,7 @@ bool Session::runLoaded(int loadStatus, int argumentCount) {
 bool Session::call(int argumentCount) {
     const int function = lua_gettop(state_) - argumentCount;
     lua_pushcfunction(state_, keepTraceback);
+    // The handler lies under the function, whose results stay when it is taken out again.
     lua_insert(state_, function);
     const int status = lua_pcall(state_, argumentCount, LUA_MULTRET, function);
     lua_remove(state_, function);

@@ -10,8 +10,10 @@ using nlohmann::json;
 
 namespace {
 
+/// Written behind each event, and written over by the next one.
 constexpr const char* listEnd = "\n]}\n";
 
+/// The category by which a viewer can filter.
 const char* nameOf(Headless::TraceCategory category) {
     using Headless::TraceCategory;
     switch (category) {
@@ -29,6 +31,7 @@ const char* nameOf(Headless::TraceCategory category) {
     return "";
 }
 
+/// Numbers stay numbers.
 void enter(json& args, const Headless::TraceDetail& detail) {
     std::visit([&](const auto& value) { args[detail.name] = value; }, detail.value);
 }
@@ -36,6 +39,7 @@ void enter(json& args, const Headless::TraceDetail& detail) {
 } // namespace
 
 std::unique_ptr<TraceJson> TraceJson::create(const std::string& file) {
+    // Binary, because going back counts bytes.
     std::FILE* const opened = std::fopen(file.c_str(), "wb");
     return std::unique_ptr<TraceJson>(opened != nullptr ? new TraceJson(opened) : nullptr);
 }
@@ -47,12 +51,14 @@ TraceJson::TraceJson(std::FILE* file) : file_(file), canGoBack_(std::fseek(file,
     if (canGoBack_) putEnd();
 }
 
+/// Events under way are ended, as a viewer wants each beginning to have its end.
 TraceJson::~TraceJson() {
     while (!ends_.empty()) ends();
     if (!canGoBack_) putEnd();
     std::fclose(file_);
 }
 
+/// The end is prepared with the beginning: it repeats its name, and gathers the results until it is written.
 void TraceJson::begins(const Headless::TraceEvent& event) {
     json args = json::object();
     if (!event.subject.empty()) args["object"] = event.subject;
@@ -78,6 +84,7 @@ void TraceJson::ends() {
 void TraceJson::put(json& event) {
     const std::chrono::duration<double, std::micro> now = std::chrono::steady_clock::now() - start_;
     event["ts"] = now.count();
+    // One process and one thread: viewers nest events by them.
     event["pid"] = 1;
     event["tid"] = 1;
     // Paths may be no UTF-8.

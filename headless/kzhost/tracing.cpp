@@ -28,6 +28,7 @@ public:
     void setScript(std::shared_ptr<TraceListener> listener) { set(script_, std::move(listener)); }
 
 private:
+    /// Nobody is told of events while neither place is taken, so that they cost next to nothing.
     void set(std::shared_ptr<TraceListener>& place, std::shared_ptr<TraceListener> listener) {
         place = std::move(listener);
         Headless::traceTo(file_ != nullptr || script_ != nullptr ? this : nullptr);
@@ -36,7 +37,8 @@ private:
     template <class Tell>
     void tellEach(Tell tell) {
         if (file_ != nullptr) tell(*file_);
-        // A function of the script may edit drawings, which it is not told, and end the tracing.
+        // A function of the script may edit drawings, which it is not told, and end the tracing. So the
+        // listener is kept until it returns, and passed over for what happens inside of it.
         const std::shared_ptr<TraceListener> script = script_;
         if (script == nullptr || isTellingScript_) return;
         isTellingScript_ = true;
@@ -49,11 +51,13 @@ private:
     bool isTellingScript_ = false;
 };
 
+/// Singleton. `endTracing` has to be called before a Lua state ends that a function of it belongs to.
 Tracing& tracing() {
     static Tracing tracing;
     return tracing;
 }
 
+/// What the script has printed comes first, to stand where it happened.
 void putOnStandardError(const std::string& line) {
     std::fflush(stdout);
     std::fprintf(stderr, "%s\n", line.c_str());
@@ -74,6 +78,7 @@ private:
     int function_;
 };
 
+/// The state that lives as long as all its coroutines.
 lua_State* mainState(lua_State* state) {
     lua_rawgeti(state, LUA_REGISTRYINDEX, LUA_RIDX_MAINTHREAD);
     lua_State* const result = lua_tothread(state, -1);
@@ -81,6 +86,7 @@ lua_State* mainState(lua_State* state) {
     return result;
 }
 
+/// The listener of a script is replaced by each call; that of the command line stays.
 int trace(Call& call) {
     lua_State* const state = call.state();
     if (lua_isfunction(state, 1)) {

@@ -16,6 +16,7 @@ namespace {
 // The address of this is the key of the table of values that exist already.
 constexpr char valuesKey = 0;
 
+/// Block tables and evaluation graphs have no chapter of their own.
 const Chapter& chapterOf(Kind kind) {
     switch (kind) {
     case Kind::record:
@@ -29,6 +30,7 @@ const Chapter& chapterOf(Kind kind) {
     }
 }
 
+/// What a Lua value of a document holds. It may be closed: its address is not used again.
 struct DocumentValue {
     KzApDocument* document;
 };
@@ -62,6 +64,7 @@ lua_Integer keyOf(const KzApDocument* document) {
     return -static_cast<lua_Integer>(reinterpret_cast<std::uintptr_t>(document));
 }
 
+/// The document that holds an object; null while that is being opened. The guess spares the search.
 KzApDocument* documentOf(KzDbObjectId id, KzApDocument* near) {
     const KzDbDatabase* const drawing = id.database();
     if (near != nullptr && Headless::isOpen(near) && near->database() == drawing) return near;
@@ -106,6 +109,7 @@ int index(lua_State* state) {
     const auto& chapter = *static_cast<const Chapter*>(lua_touserdata(state, lua_upvalueindex(2)));
     const Function* const field = findField(chapter, lua_tostring(state, 2));
     if (field == nullptr) return 0;
+    // Not by `dispatch`: fields only read, so no client runs and no module is called.
     Call call(state, field->name);
     return field->run(call);
 }
@@ -115,6 +119,7 @@ int index(lua_State* state) {
 void newKind(lua_State* state, const Chapter& chapter, int (*describe)(lua_State*)) {
     luaL_newmetatable(state, chapter.name);
     lua_newtable(state);
+    // Before its own, which may replace one of them.
     if (chapter.base != nullptr) enter(state, chapter.base->functions);
     enter(state, chapter.functions);
     lua_pushlightuserdata(state, const_cast<Chapter*>(&chapter));
@@ -127,6 +132,7 @@ void newKind(lua_State* state, const Chapter& chapter, int (*describe)(lua_State
     lua_pop(state, 1);
 }
 
+/// The name of the metatable is that of the chapter. What other libraries make has other names.
 const Chapter* chapterOfValue(lua_State* state, int index) {
     if (!lua_isuserdata(state, index) || luaL_getmetafield(state, index, "__name") == LUA_TNIL)
         return nullptr;
@@ -174,6 +180,7 @@ void pushObject(lua_State* state, KzDbObjectId id, KzApDocument* near) {
     const auto key = static_cast<lua_Integer>(id.value());
     if (pushKnown(state, key)) return;
     auto* const value = static_cast<ObjectValue*>(lua_newuserdatauv(state, sizeof(ObjectValue), 0));
+    // Found now, while the object is in memory; afterwards the id leads nowhere.
     *value = {id, documentOf(id, near)};
     finishValue(state, chapterOf(Headless::kindOf(id)).name, key);
 }
@@ -181,6 +188,7 @@ void pushObject(lua_State* state, KzDbObjectId id, KzApDocument* near) {
 const ObjectValue* toObject(lua_State* state, int index, Kind kind) {
     if (kind != Kind::none)
         return static_cast<ObjectValue*>(luaL_testudata(state, index, chapterOf(kind).name));
+    // The kinds that are met most come first.
     for (const Kind each : {Kind::reference, Kind::record, Kind::attribute, Kind::none}) {
         if (void* const value = luaL_testudata(state, index, chapterOf(each).name)) {
             return static_cast<ObjectValue*>(value);
