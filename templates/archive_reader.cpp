@@ -46,6 +46,7 @@ bool KzDxArchiveReader::number(std::int32_t& result) {
     return true;
 }
 
+// Counts escape as lengths do, but begin with 16 bits.
 bool KzDxArchiveReader::count(std::uint64_t& result) {
     std::uint16_t short16 = 0;
     if (!number(short16)) return false;
@@ -60,12 +61,14 @@ bool KzDxArchiveReader::count(std::uint64_t& result) {
 
 bool KzDxArchiveReader::string(std::u16string& result) {
     assert(!failure_);
+    // Where the string begins: a length that is too long is told by its field, not by where it was noticed.
     const auto start = offset();
     bool isUtf16 = false;
     std::uint64_t length = 0;
     if (!stringLength(isUtf16, length)) return false;
 
     const std::uint64_t unitSize = isUtf16 ? sizeof(char16_t) : 1;
+    // Divided rather than multiplied, which could overflow. Memory is taken only for what can be there.
     if (length > remaining() / unitSize || length > result.max_size()) {
         return refuse(KzDxArchiveError::stringTooLong, start);
     }
@@ -76,6 +79,8 @@ bool KzDxArchiveReader::string(std::u16string& result) {
         return pass(length,
                     [&](auto part) { to = std::ranges::transform(part, to, kzdxFromCodePage1252).out; });
     }
+    // UTF-16 in the order of the file is copied as it is, and turned round where the machine has the other
+    // order.
     auto* to = reinterpret_cast<std::byte*>(result.data());
     const auto copy = [&to](auto part) {
         std::memcpy(to, part.data(), part.size());
@@ -99,6 +104,7 @@ bool KzDxArchiveReader::refuse(KzDxArchiveError error, std::uint64_t offset) {
     return false;
 }
 
+// A file may have grown since its size was asked for: then more was read than there should be.
 std::uint64_t KzDxArchiveReader::remaining() const {
     return source_.size() > offset() ? source_.size() - offset() : 0;
 }
@@ -106,12 +112,14 @@ std::uint64_t KzDxArchiveReader::remaining() const {
 // Makes `size` bytes stand together in the buffer; takes none when there are fewer.
 bool KzDxArchiveReader::hold(std::size_t size) {
     assert(!failure_);
+    assert(size <= buffer_.size());
     if (buffered() >= size) return true;
     std::memmove(buffer_.data(), buffer_.data() + at_, buffered());
     consumed_ += at_;
     end_ -= at_;
     at_ = 0;
     while (end_ < size) {
+        // A source may give less than asked for; only nothing at all is its end.
         const auto count = source_.read(std::span(buffer_).subspan(end_));
         end_ += count;
         if (count != 0) continue;
@@ -121,6 +129,7 @@ bool KzDxArchiveReader::hold(std::size_t size) {
     return true;
 }
 
+// Reads what stands before the text: the form, and how many code units or bytes follow.
 bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
     if (shortUtf16Length(length)) return isUtf16 = true;
 
@@ -153,6 +162,7 @@ bool KzDxArchiveReader::shortUtf16Length(std::uint64_t& length) {
     return true;
 }
 
+// A length of which the first 16 bits are read. All ones at any width say that a wider number follows.
 bool KzDxArchiveReader::longLength(std::uint16_t start, std::uint64_t& length) {
     length = start;
     if (start < escape16) return true;

@@ -4,6 +4,7 @@
 
 using namespace KzDxArchive;
 
+// A value that is all ones at a width is an escape there, and so takes the next width.
 void KzDxArchiveWriter::count(std::uint64_t value) {
     if (value < escape16) return number(static_cast<std::uint16_t>(value));
     number(escape16);
@@ -12,6 +13,7 @@ void KzDxArchiveWriter::count(std::uint64_t value) {
     number(value);
 }
 
+// Always in UTF-16, whatever the characters: the other form has none beyond its code page.
 void KzDxArchiveWriter::string(std::u16string_view text) {
     number(escape8);
     number(utf16Marker);

@@ -16,6 +16,7 @@ using namespace KzDxArchive;
 
 namespace {
 
+// Reads the elements one by one, and knows what each index of the file stands for.
 class BlockListReader {
 public:
     // Room is made for what the rest of the file can hold, however many elements it claims.
@@ -31,12 +32,14 @@ public:
         start_ = reader_.offset();
         std::uint16_t tag = 0;
         if (!reader_.number(tag)) return false;
+        // The two tags that are no index first. Any other is that of a class or of an object, by its size.
         if (tag == newClassTag) return classDefinition() && newBlock();
         if (tag == longTag) return longElement();
         return tag >= classTag ? blockOfClass(tag - classTag) : sameBlock(tag);
     }
 
 private:
+    // The index stands for the class and not for an object.
     static constexpr std::size_t isClass = static_cast<std::size_t>(-1);
 
     [[nodiscard]] bool longElement() {
@@ -45,6 +48,7 @@ private:
         return index >= longClassTag ? blockOfClass(index - longClassTag) : sameBlock(index);
     }
 
+    // Only one class is known, but a file may define it more than once; each time it takes an index.
     [[nodiscard]] bool classDefinition() {
         const auto schemaStart = reader_.offset();
         std::uint16_t schema = 0;
@@ -55,6 +59,7 @@ private:
         std::uint16_t length = 0;
         std::string name;
         if (!reader_.number(length)) return false;
+        // A name of another length is wrong whatever it says, and is not read.
         if (length == blockClassName.size() && !reader_.bytes(name, length)) return false;
         if (name != blockClassName) return reader_.refuse(KzDxArchiveError::unknownClass, nameStart);
         given_.push_back(isClass);
@@ -69,16 +74,19 @@ private:
     }
 
     [[nodiscard]] bool newBlock() {
+        // The object has its index before its body is read, as the writer gives it.
         given_.push_back(blocks_.size());
         blocks_.push_back(std::make_shared<CEattBlockInfo>());
         return blocks_.back()->load(reader_);
     }
 
+    // The same object once more: a shared one, not a copy.
     [[nodiscard]] bool sameBlock(std::uint32_t index) {
         if (index == 0) return true; // a null element
         if (index > given_.size() || given_[index - 1] == isClass) {
             return reader_.refuse(KzDxArchiveError::noSuchObject, start_);
         }
+        // A copy of the pointer, before the list may move.
         auto block = blocks_[given_[index - 1]];
         blocks_.push_back(std::move(block));
         return true;
@@ -90,6 +98,7 @@ private:
     std::uint64_t start_ = 0;        // of the current element
 };
 
+// Writes the elements one by one, and remembers the index of each object by its address.
 class BlockListWriter {
 public:
     explicit BlockListWriter(KzDxArchiveWriter& writer) : writer_(writer) {}
@@ -98,11 +107,13 @@ public:
         if (block == nullptr) return writer_.number(nullTag);
         if (const auto known = given_.find(block); known != given_.end()) return reference(known->second);
         classReference();
+        // After the definition, which takes its index before the first object.
         given_.emplace(block, ++lastIndex_);
         block->store(writer_);
     }
 
 private:
+    // Indices that would look like another tag take the long form.
     void reference(std::uint32_t index) {
         if (index < longTag) return writer_.number(static_cast<std::uint16_t>(index));
         writer_.number(longTag);
@@ -130,6 +141,7 @@ bool kzdxLoadBlockList(KzDxArchiveReader& reader, CEattBlockList& blocks) {
     std::uint64_t count = 0;
     if (!reader.count(count)) return false;
     BlockListReader elements(reader, blocks, count);
+    // The count is only a claim: a file that holds less ends the loop with a failure.
     for (; count > 0; --count) {
         if (!elements.element()) return false;
     }

@@ -15,6 +15,7 @@ std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (error) return error;
+    // Before it is opened: opening a pipe would wait for a writer.
     if (status.type() != std::filesystem::file_type::regular) {
         return std::make_error_code(std::errc::invalid_argument);
     }
@@ -22,6 +23,7 @@ std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
     if (error) return error;
 
     file_.rdbuf()->pubsetbuf(nullptr, 0); // the archive reader has the buffer
+    // The stream does not say why it cannot open a file. The system does, if it was asked at all.
     errno = 0;
     file_.open(path, std::ios::in | std::ios::binary);
     if (file_.is_open()) return {};
@@ -31,5 +33,6 @@ std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
 
 std::size_t KzDxFileSource::read(std::span<std::byte> to) {
     file_.read(reinterpret_cast<char*>(to.data()), static_cast<std::streamsize>(to.size()));
+    // The last part may be shorter, which the stream takes for a failure; what was read counts.
     return static_cast<std::size_t>(file_.gcount());
 }

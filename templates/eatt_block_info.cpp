@@ -11,13 +11,16 @@
 bool CEattBlockInfo::load(KzDxArchiveReader& reader) {
     std::int32_t count = 0;
     if (!reader.string(blockName) || !reader.number(blockFlag) || !reader.number(count)) return false;
+    // A negative count is read as none.
     if (count <= 0) return true;
 
+    // The count is only a claim, so room is made for a few.
     attributes.reserve(std::min(static_cast<std::size_t>(count), KzDxTemplateLimits::reservedAttributes));
     std::u16string name;
     std::int32_t flag = 0;
     for (; count > 0; --count) {
         if (!reader.string(name) || !reader.number(flag)) return false;
+        // A name that is there already keeps its first flag; the one read now is dropped.
         attributes.add(name, flag);
     }
     return true;
@@ -31,6 +34,7 @@ void CEattBlockInfo::store(KzDxArchiveWriter& writer) const {
     std::vector<std::u16string> names;
     names.reserve(attributes.size());
     for (std::size_t i = 0; i < attributes.size(); ++i) names.emplace_back(attributes.name(i));
+    // Copies of the names are sorted, each of which then finds its flag: the table keeps its order.
     CEattUtil::sortNames(names);
     for (const auto& name : names) {
         writer.string(name);

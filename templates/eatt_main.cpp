@@ -39,6 +39,8 @@ int CEattMain::LoadTemplate() noexcept {
         CEattMain read;
         if (!openFile(source, templatePath) || kzdxReadTemplate(source, read)) return 0;
         for (const auto& block : read.blocks) takeOver(*block);
+        // The last step that may throw, and it leaves the list as it was when it does: so this object changes
+        // wholly or not at all.
         append(read.blocks, blocks);
         headerValue = read.headerValue;
         return 1;
@@ -55,13 +57,16 @@ void CEattMain::store(KzDxArchiveWriter& writer) const {
 
 KzDxArchiveFailure kzdxReadTemplate(KzDxByteSource& source, CEattMain& result) noexcept {
     KzDxArchiveReader reader(source);
+    // True also for a file that is at fault: what is wrong with it, the reader keeps.
     const bool hadMemory = kzdxAtBoundary(false, [&] {
         CEattMain read;
         if (!read.load(reader) || !kzdxLoadBlockList(reader, read.blocks)) return true;
+        // Only when all was read.
         result.headerValue = read.headerValue;
         result.blocks.swap(read.blocks);
         return true;
     });
+    // A failure that was kept before stays.
     if (!hadMemory) reader.refuse(KzDxArchiveError::outOfMemory, reader.offset());
     return reader.failure();
 }

@@ -8,6 +8,7 @@
 
 namespace {
 
+// A name with its collation key, which is made once instead of at each comparison.
 struct KeyedName {
     std::wstring key;
     std::u16string name;
@@ -24,6 +25,8 @@ char32_t nextCodePoint(std::u16string_view text, std::size_t& at) {
     return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
 }
 
+// Lower case, by the locale, in the wide characters of the C library: code points, or UTF-16 where those have
+// 16 bits.
 std::wstring folded(std::u16string_view text) {
     std::wstring result;
     for (std::size_t at = 0; at < text.size();) {
@@ -37,6 +40,7 @@ std::wstring collationKey(const wchar_t* text) {
     const std::size_t size = std::wcsxfrm(nullptr, text, 0);
     if (size >= INT_MAX) return text; // so Windows says that its locale has no place for it
     std::wstring key(size, L'\0');
+    // The null that it writes behind the key lands on the string's own.
     std::wcsxfrm(key.data(), text, key.size() + 1);
     return key;
 }
@@ -70,6 +74,8 @@ int CEattUtil::sortNames(std::vector<std::u16string>& names) {
     keyed.reserve(names.size());
     for (auto& name : names) keyed.push_back({collationKey(name), name});
 
+    // Not std::sort: the order of names that collate equal is part of what a file says, and comes of just
+    // these steps.
     for (std::size_t gap = keyed.size() / 2; gap >= 1; gap /= 2) {
         for (std::size_t i = gap; i < keyed.size(); ++i) sinkDown(keyed, i, gap);
     }

@@ -10,6 +10,7 @@
 
 namespace {
 
+// What makes the hash another one in each process.
 struct Key {
     std::uint64_t low;
     std::uint64_t high;
@@ -45,6 +46,7 @@ public:
         a_ ^= word;
     }
 
+    // May be called once: it uses the state up.
     [[nodiscard]] std::uint64_t finish() {
         c_ ^= 0xFF;
         for (int round = 0; round < 3; ++round) mix();
@@ -52,6 +54,7 @@ public:
     }
 
 private:
+    // One round.
     void mix() {
         a_ += b_;
         c_ += d_;
@@ -91,6 +94,7 @@ std::uint64_t lastWordOf(std::u16string_view rest, std::size_t length) {
 } // namespace
 
 std::uint32_t kzdxNameHash(std::u16string_view name) {
+    // Made at the first name: who reads no template draws no key.
     static const Key key = makeKey();
     Sip sip(key);
     auto rest = name;

@@ -16,6 +16,7 @@ public:
         if (index_.add(key, names_.size(), nameAt)) names_.push_back(key.name);
     }
 
+    // Copies them behind what the list holds.
     void giveTo(std::vector<std::u16string>& list) const {
         list.reserve(list.size() + names_.size());
         for (const auto name : names_) list.emplace_back(name);
@@ -26,6 +27,7 @@ private:
     KzDxNameIndex index_;
 };
 
+// The hashes are those of the table: its names are not hashed again.
 void addSelected(const KzDxAttributeTable& attributes, UniqueNames& to) {
     for (std::size_t i = 0; i < attributes.size(); ++i) {
         if (attributes.entry(i).flag != 0) to.add(attributes.hashedName(i));
@@ -38,6 +40,7 @@ void kzdxGiveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string
                            std::vector<std::u16string>& attributes) {
     UniqueNames blockNames;
     UniqueNames separateNames;
+    // For one list, one set of names; the separate one then stays empty.
     UniqueNames& attributeNames = &blocks == &attributes ? blockNames : separateNames;
 
     // The same block again has nothing new. Few stand in the list twice, and only those have two owners.

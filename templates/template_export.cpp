@@ -11,6 +11,7 @@ void kzdxReadLegacyBlkTemplate(const std::u16string& path, std::vector<std::u16s
         eattMain.templatePath = path; // before the lists are emptied: the path may stand in one of them
         blocks.clear();
         attributes.clear();
+        // A file that cannot be read leaves both lists empty, and nothing tells why.
         if (eattMain.LoadTemplate() == 1) kzdxGiveSelectedNames(eattMain, blocks, attributes);
         return true;
     });

@@ -11,6 +11,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// A source that owns what it reads. The order of the members matters: the source borrows the bytes, which
+// neither move nor change after.
 class OwnedBytes : public KzDxByteSource {
 public:
     explicit OwnedBytes(std::string bytes)
@@ -28,6 +30,7 @@ private:
 
 std::unique_ptr<KzDxByteSource> openInput(const std::string& name, std::error_code& error) {
     if (name == "-") {
+        // Read to its end at once: a source has to know its size.
         std::string bytes;
         error = readStandardInput(bytes);
         return error ? nullptr : std::make_unique<OwnedBytes>(std::move(bytes));
@@ -39,6 +42,7 @@ std::unique_ptr<KzDxByteSource> openInput(const std::string& name, std::error_co
 
 std::error_code readAll(KzDxByteSource& source, std::string& result) {
     std::array<std::byte, 65536> part{};
+    // Nothing more means the end or an error, which is asked for then.
     while (const auto count = source.read(part))
         result.append(reinterpret_cast<const char*>(part.data()), count);
     return source.failed() ? std::make_error_code(std::errc::io_error) : std::error_code{};
@@ -49,6 +53,7 @@ std::error_code writeOutput(const std::string& name, std::span<const std::byte> 
     const fs::path target = Text::toPath(name);
     std::error_code ignored; // replaceFile says what is wrong with a name that cannot be looked at
     const auto status = fs::status(target, ignored);
+    // A device would not be written to: a file would take its name.
     if (fs::exists(status) && !fs::is_regular_file(status))
         return std::make_error_code(std::errc::invalid_argument);
     return replaceFile(target, bytes);

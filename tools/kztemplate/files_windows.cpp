@@ -16,6 +16,7 @@ std::error_code lastError() {
 
 std::error_code writeAll(HANDLE file, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
+        // The system counts in 32 bits.
         const auto part = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 1U << 30U));
         DWORD count = 0;
         if (WriteFile(file, bytes.data(), part, &count, nullptr) == 0) return lastError();
@@ -38,10 +39,12 @@ fs::path withoutLinks(const fs::path& file) {
     return name.empty() ? fs::absolute(file) : fs::path(name);
 }
 
-// A new file beside the one that it is to replace. Removed again unless it has taken the name.
+// Scope guard, and the usual way to replace a file whole or not at all: a new file beside it, written to the
+// end, takes its name. Removed again unless it has taken the name.
 class Replacement {
 public:
     explicit Replacement(const fs::path& target) : target_(target) {
+        // Another process may be doing the same; a name that is taken is passed over.
         DWORD number = GetCurrentProcessId();
         do {
             name_ = target;
@@ -61,6 +64,7 @@ public:
     [[nodiscard]] std::error_code write(std::span<const std::byte> bytes) {
         if (!isMade_) return lastError();
         if (auto error = writeAll(file_, bytes)) return error;
+        // The bytes have to be on the disk before the name leads to them.
         if (FlushFileBuffers(file_) == 0) return lastError();
         close(); // an open file keeps its name
         if (!takeName()) return lastError();
@@ -96,6 +100,7 @@ std::error_code readStandardInput(std::string& result) {
         if (count == 0) return {};
         result.append(part.data(), count);
     }
+    // So a pipe ends whose writer has gone: no failure.
     const bool isEndOfPipe = GetLastError() == ERROR_BROKEN_PIPE;
     return isEndOfPipe ? std::error_code{} : lastError();
 }

@@ -8,7 +8,8 @@ using nlohmann::json;
 
 namespace {
 
-// Follows the parser to know where it is, and stops it at the first thing that is to be refused.
+// SAX handler: follows the parser to know where it is, and stops it at the first thing that is to be refused.
+// What the values are does not matter to it.
 class KeyCheck : public nlohmann::json_sax<json> {
 public:
     std::optional<Refusal> refusal;
@@ -43,6 +44,7 @@ public:
     }
 
 private:
+    // One for each object and array that is open, the outermost first.
     struct Level {
         bool isArray = false;
         std::size_t index = 0;
@@ -60,11 +62,14 @@ private:
         return value();
     }
 
+    // A value has ended, an object or array too. In an object the index means nothing.
     bool value() {
         if (!levels_.empty()) ++levels_.back().index;
         return true;
     }
 
+    // Where the parser is. In an object that has just been opened no key has been read: then the object
+    // itself.
     [[nodiscard]] std::string path() const {
         std::string result = "$";
         for (const auto& level : levels_) {
@@ -80,6 +85,7 @@ private:
     std::vector<Level> levels_;
 };
 
+// Whether a key can stand behind a dot; any other stands in brackets and quotes.
 bool isPlain(const std::string& key) {
     return !key.empty() &&
            key.find_first_not_of("abcdefghijklmnopqrstuvwxyz"
@@ -98,6 +104,7 @@ std::string elementPath(const std::string& path, std::size_t index) {
 
 std::optional<Refusal> parseJson(std::string_view text, json& result) {
     KeyCheck check;
+    // Parsed twice: only the first pass sees a key that is repeated, and only the second makes a document.
     if (!json::sax_parse(text, &check)) return check.refusal;
     result = json::parse(text);
     return std::nullopt;

@@ -22,15 +22,18 @@ constexpr int wrongUsage = 2;
 
 constexpr const char* standardOutputFailed = "standard output: cannot be written";
 
+// How messages call an input.
 std::string shown(const std::string& file) {
     return file == "-" ? "standard input" : file;
 }
 
+// Every error is one line, with the program before it.
 int fail(const std::string& what) {
     std::cerr << "kztemplate: " << what << '\n';
     return failed;
 }
 
+// An invalid argument is what the sources give for a folder, a device or a pipe, and reads better in words.
 int cannotOpen(const std::string& file, const std::error_code& error) {
     const bool isNoFile = error == std::errc::invalid_argument;
     return fail(shown(file) + ": " + (isNoFile ? "not a regular file" : error.message()));
@@ -46,6 +49,8 @@ int readFile(const std::string& file, CEattMain& eattMain) {
     return fail(shown(file) + ": " + kzdxDescribe(failure));
 }
 
+// Ends a command that has printed. Flushed here, because a full disk is noticed only then. The note goes
+// beside the output, which a program may read.
 int finishOutput(std::size_t replaced) {
     if (!std::cout.flush()) return fail(standardOutputFailed);
     if (replaced != 0)
@@ -70,6 +75,7 @@ int names(const std::string& file, bool isJson) {
     return finishOutput(replaced + writeNames("Attributes", attributes, std::cout));
 }
 
+// The input is read and checked whole before the output is touched.
 int build(const std::string& file, const std::string& output) {
     std::error_code error;
     std::string text;
@@ -87,7 +93,8 @@ int build(const std::string& file, const std::string& output) {
     return done;
 }
 
-// Everything that the command line can ask for. `run` does it once the line is parsed.
+// Everything that the command line can ask for. `run` does it once the line is parsed. `app` comes first: the
+// commands are made in it. The options refer to the members, so this must not move.
 struct CommandLine {
     CLI::App app{
         "Shows and makes legacy block templates: files that select blocks of a drawing, and attributes of "
@@ -163,6 +170,7 @@ private:
 } // namespace
 
 int main(int argc, char** argv) try {
+    // For the order in which attributes are sorted, and no more: numbers keep the form of the C locale.
     std::setlocale(LC_CTYPE, "");
     std::setlocale(LC_COLLATE, "");
     CommandLine line;

@@ -13,8 +13,8 @@ using nlohmann::json;
 
 namespace {
 
-// A value and where it stands. Each step in gives false when the value is not as wanted, and says why in
-// `refusal`.
+// Recursive descent into the document: each step takes a value, where it stands and what is to be made of it.
+// It gives false when the value is not as wanted, and says why in `refusal`; the first refusal ends all.
 class TemplateMaker {
 public:
     std::optional<Refusal> refusal;
@@ -55,6 +55,8 @@ private:
                refuse(memberPath(path, "name"), "the block has an attribute of this name already");
     }
 
+    // An object with just these keys. An unknown one is told first: it is mostly a missing one, written
+    // wrong.
     bool object(const json& from, const std::string& path, std::initializer_list<const char*> keys) {
         if (!from.is_object()) return refuse(path, "must be an object");
         for (const auto& member : from.items()) {
@@ -66,6 +68,7 @@ private:
         return true;
     }
 
+    // Calls `each(element, path)` for the elements of an array, as long as it gives true.
     bool elements(const json& from, const std::string& path, const auto& each) {
         if (!from.is_array()) return refuse(path, "must be an array");
         for (std::size_t i = 0; i < from.size(); ++i)
@@ -81,6 +84,8 @@ private:
         return true;
     }
 
+    // A whole number that fits the file. One that the parser takes for unsigned is not negative, and needs
+    // the other comparison.
     bool number(const json& from, const std::string& path, std::int32_t& to) {
         using Limits = std::numeric_limits<std::int32_t>;
         // A whole number beyond 64 bits is a floating-point one to the parser.
@@ -99,9 +104,11 @@ std::optional<Refusal> templateFromJson(std::string_view text, CEattMain& result
     json document;
     if (auto refusal = parseJson(text, document)) return refusal;
 
+    // Made apart, so that a refused text changes nothing.
     CEattMain made;
     TemplateMaker maker;
     if (!maker.document(document, made)) return maker.refusal;
+    // From here on nothing fails.
     result.headerValue = made.headerValue;
     result.blocks.swap(made.blocks);
     return std::nullopt;

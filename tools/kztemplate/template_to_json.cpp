@@ -9,17 +9,19 @@
 
 namespace {
 
-// Written piece by piece: a tree of JSON values would take many times the memory of the template.
+// Writes JSON piece by piece: a tree of values would take many times the memory of the template.
 class JsonWriter {
 public:
     explicit JsonWriter(std::ostream& to) : to_(to) {}
 
+    // How many surrogates without a partner became U+FFFD so far.
     std::size_t replaced = 0;
 
     void document(const CEattMain& eattMain) {
         to_ << "{\"header\": " << eattMain.headerValue << ", \"blocks\": [";
         const char* separator = "\n";
         for (const auto& block : eattMain.blocks) {
+            // A null element stands for no block.
             if (!block) continue;
             to_ << separator;
             blockInfo(*block);
@@ -58,11 +60,13 @@ private:
         to_ << ", \"flag\": " << flag;
     }
 
+    // The library quotes and escapes: a name may hold anything.
     void text(std::u16string_view name) { to_ << nlohmann::json(Text::toUtf8(name, &replaced)).dump(); }
 
     std::ostream& to_;
 };
 
+// The two ranges of control characters, and the one between them that deletes.
 bool isControl(char32_t codePoint) {
     return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
 }
