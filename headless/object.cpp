@@ -91,8 +91,7 @@ namespace {
 
 /// Whether an object of that kind can be opened as one of the class, its own or a base.
 bool isOfClass(Kind kind, const KzRxClass* expected) {
-    const KzRxClass* const own = classOf(kind);
-    return own == expected || own->isDerivedFrom(expected);
+    return classOf(kind)->isDerivedFrom(expected);
 }
 
 } // namespace

@@ -18,7 +18,7 @@ public:
     [[nodiscard]] bool isDerivedFrom(const KzRxClass* other) const override {
         // Every class counts as derived from itself.
         for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
-            if (each == other) return other != nullptr;
+            if (each == other) return true;
         }
         return false;
     }
@@ -96,9 +96,10 @@ KzRxObject* KzRxObject::queryX(const KzRxClass* protocol) const {
     if (protocol == nullptr || Headless::FaultGate::strikes(Headless::HostCall::protocol)) return nullptr;
     // The object first, then its class.
     if (KzRxObject* const own = subQueryX(protocol); own != nullptr) return own;
-    const KzRxClass* const description = isA();
+    // Every description is one of the host's. Asked past its `queryX`, so that one question is one call.
+    const auto* const description = static_cast<const ClassDescription*>(isA());
     if (description == nullptr || isDecidedByObject(description, protocol)) return nullptr;
-    return description->queryX(protocol);
+    return description->kept(protocol);
 }
 
 KzRxClass* KzRxDictionary::desc() {

@@ -1,6 +1,7 @@
 #include "headless/kzhost/call.h"
 
 #include "headless/kzhost/readable.h"
+#include "headless/kzhost/tracing.h"
 #include "headless/kzhost/values.h"
 #include "headless/mistakes.h"
 #include "headless/session.h"
@@ -84,6 +85,7 @@ int dispatch(lua_State* state) {
     try {
         ScriptCall scriptCall(state);
         const int results = isExport(function) ? callExport(call, function) : function.run(call);
+        deliverTrace();
         // What a client raised comes before what the module did: it is the script's own error.
         scriptCall.raiseKept();
         if (Headless::mistakes().empty()) {
@@ -255,6 +257,7 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
     // A client that is not called is less harm than a stack that overflows under a module.
     const bool hasRoom = lua_checkstack(state, LUA_MINSTACK) != 0;
     if (!hasRoom) return;
+    deliverTrace(); // what has led to the client comes before what it prints
     const ClientRun run(*scriptCall, name);
     lua_pushcfunction(state, noteOrigin);
     const int handler = lua_gettop(state);

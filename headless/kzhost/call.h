@@ -39,6 +39,19 @@ public:
     [[nodiscard]] std::uint32_t number32(int index, const char* what) const;
     void table(int index, const char* what) const;
     void function(int index, const char* what) const;
+    /// Calls `read(name)` for each option of a table of options, which may be left out. The option's value is
+    /// then on top of the stack.
+    template <class Read>
+    void eachOption(int index, Read read) const {
+        if (!has(index)) return;
+        table(index, "a table of options");
+        for (lua_pushnil(state_); lua_next(state_, index) != 0; lua_pop(state_, 1)) {
+            // Asked before the key is read: reading a number as a text would change it in place, and the walk
+            // would lose its way.
+            if (lua_type(state_, -2) != LUA_TSTRING) fail("expected options under names, got a list");
+            read(std::string(lua_tostring(state_, -2)));
+        }
+    }
 
     /// An open document, and one that has a drawing.
     [[nodiscard]] KzApDocument* document(int index) const;

@@ -132,11 +132,11 @@ std::size_t freeSlot() {
     return slot;
 }
 
-/// What a client without a name is called by: the line at which the function on top of the stack begins, and
+/// What a client without a name is called by: the line at which its function, the first argument, begins, and
 /// its address.
 std::string placeOf(lua_State* state, std::size_t slot) {
     lua_Debug place{};
-    lua_pushvalue(state, -1);
+    lua_pushvalue(state, 1);
     lua_getinfo(state, ">S", &place);
     lua_pushfstring(state, "at %s:%d (%p)", place.short_src, place.linedefined,
                     reinterpret_cast<void*>(callbacks[slot]));
@@ -151,20 +151,22 @@ int newClient(Call& call) {
     std::string name;
     // Read before a slot is taken: a wrong name is an error.
     if (call.has(2)) name = "\"" + Text::toUtf8(call.text(2, "a name (string)")) + "\"";
-    std::size_t slot = freeSlot();
     // Collecting everything takes long, so it is done only when slots run out.
-    if (slot == mostClients) {
-        freeUnusedSlots(state);
-        slot = freeSlot();
-    }
-    if (slot == mostClients) call.fail("all " + std::to_string(mostClients) + " clients are in use");
+    if (freeSlot() == mostClients) freeUnusedSlots(state);
+    if (freeSlot() == mostClients) call.fail("all " + std::to_string(mostClients) + " clients are in use");
     auto* const value = static_cast<ClientValue*>(lua_newuserdatauv(state, sizeof(ClientValue), 0));
-    *value = {slot};
     lua_pushvalue(state, 1);
-    if (name.empty()) name = placeOf(state, slot);
-    slots()[slot] = {luaL_ref(state, LUA_REGISTRYINDEX), std::move(name)};
-    // Last: from here on collecting the value frees the slot, which must be its own by then.
-    luaL_setmetatable(state, clientChapter.name);
+    const int function = luaL_ref(state, LUA_REGISTRYINDEX);
+    // Whatever allocates may run finalizers, which may make clients too: the slot is taken at once.
+    const std::size_t slot = freeSlot();
+    if (slot == mostClients) {
+        luaL_unref(state, LUA_REGISTRYINDEX, function);
+        call.fail("all " + std::to_string(mostClients) + " clients are in use");
+    }
+    slots()[slot] = {function, std::move(name)};
+    *value = {slot};
+    luaL_setmetatable(state, clientChapter.name); // from here on collecting the value frees the slot
+    if (slots()[slot].name.empty()) slots()[slot].name = placeOf(state, slot);
     return 1;
 }
 

@@ -64,24 +64,12 @@ void readOption(const Call& call, const std::string& key, Headless::BlockOptions
     }
 }
 
-Headless::BlockOptions blockOptions(const Call& call, int index) {
-    Headless::BlockOptions options;
-    if (!call.has(index)) return options;
-    call.table(index, "a table of options");
-    lua_State* const state = call.state();
-    for (lua_pushnil(state); lua_next(state, index) != 0; lua_pop(state, 1)) {
-        // Asked before the key is read: reading a number as a text would change it in place, and the walk
-        // would lose its way.
-        if (lua_type(state, -2) != LUA_TSTRING) call.fail("expected options under names, got a list");
-        readOption(call, lua_tostring(state, -2), options);
-    }
-    return options;
-}
-
 int block(Call& call) {
     KzApDocument* const document = call.drawing(1);
     const std::u16string name = call.text(2, "a name (string)");
-    const Headless::Made made = Headless::makeBlock(document, name, blockOptions(call, 3));
+    Headless::BlockOptions options;
+    call.eachOption(3, [&](const std::string& option) { readOption(call, option, options); });
+    const Headless::Made made = Headless::makeBlock(document, name, options);
     call.require(made);
     return give(call, made, document);
 }

@@ -17,12 +17,10 @@ namespace {
 int open(Call& call) {
     const std::u16string name = call.text(1, "a name (string)");
     bool withDrawing = true;
-    if (call.has(2)) {
-        call.table(2, "a table of options");
-        if (lua_getfield(call.state(), 2, "database") != LUA_TNIL) {
-            withDrawing = call.boolean(lua_gettop(call.state()), "database = true or false");
-        }
-    }
+    call.eachOption(2, [&](const std::string& option) {
+        if (option != "database") call.fail("expected the option database, got \"" + option + "\"");
+        withDrawing = call.boolean(lua_gettop(call.state()), "database = true or false");
+    });
     pushDocument(call.state(), Headless::openDocument(name, withDrawing));
     return 1;
 }

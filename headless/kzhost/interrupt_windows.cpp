@@ -10,10 +10,12 @@ namespace KzHost {
 
 namespace {
 
-// ---- Ctrl-C. The system tells it on a thread of its own; Lua allows that one to set a hook.
+// ---- Ctrl-C. The system tells it on a thread of its own, which only leaves a flag: the state is looked at,
+// and its hook changed, by the thread that runs it.
+
+constexpr int stepsBetweenLooks = 1000;
 
 std::atomic<bool> isPressed = false;
-std::atomic<lua_State*> running = nullptr;
 
 /// Raises the error at each step until the hook is taken away, so that a `pcall` only delays it.
 void stop(lua_State* state, lua_Debug* /*where*/) {
@@ -23,13 +25,16 @@ void stop(lua_State* state, lua_Debug* /*where*/) {
     lua_error(state);
 }
 
+void look(lua_State* state, lua_Debug* where) {
+    if (!isPressed) return;
+    lua_sethook(state, stop, LUA_MASKCALL | LUA_MASKRET | LUA_MASKLINE | LUA_MASKCOUNT, 1);
+    stop(state, where);
+}
+
 BOOL WINAPI onInterrupt(DWORD event) {
     // What else ends a console ends the process as usual.
     if (event != CTRL_C_EVENT) return FALSE;
     isPressed = true;
-    lua_State* const state = running;
-    if (state != nullptr)
-        lua_sethook(state, stop, LUA_MASKCALL | LUA_MASKRET | LUA_MASKLINE | LUA_MASKCOUNT, 1);
     return TRUE;
 }
 
@@ -43,12 +48,10 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS* /*what*/) {
 } // namespace
 
 Interruptible::Interruptible(lua_State* state) : state_(state) {
-    running = state_;
+    lua_sethook(state_, look, LUA_MASKCOUNT, stepsBetweenLooks);
 }
 
 Interruptible::~Interruptible() {
-    // Before the hook is taken away, or the other thread might set it again.
-    running = nullptr;
     lua_sethook(state_, nullptr, 0, 0);
 }
 

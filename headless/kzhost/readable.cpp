@@ -2,7 +2,8 @@
 
 #include "headless/kzhost/call.h"
 
-#include <string_view>
+#include <array>
+#include <cstdio>
 
 namespace KzHost {
 
@@ -14,15 +15,23 @@ constexpr int mostEntries = 20;
 
 std::string readableAt(lua_State* state, int index, int depth);
 
-/// In quotes, with control characters by their numbers.
+/// A control character by its number, as Lua writes it: with all three digits when another one follows.
+std::string numbered(char control, char next) {
+    const bool isDigitNext = next >= '0' && next <= '9';
+    std::array<char, 5> text = {};
+    std::snprintf(text.data(), text.size(), isDigitNext ? "\\%03d" : "\\%d", control);
+    return text.data();
+}
+
 std::string quoted(lua_State* state, int index) {
     std::size_t length = 0;
-    const char* const bytes = lua_tolstring(state, index, &length);
+    const char* const bytes = lua_tolstring(state, index, &length); // a NUL follows the last one
     std::string result = "\"";
-    for (const char each : std::string_view(bytes, length)) {
+    for (std::size_t at = 0; at < length; ++at) {
+        const char each = bytes[at];
+        const bool isControl = (each >= 0 && each < 0x20) || each == 0x7F;
         if (each == '"' || each == '\\') result += '\\';
-        const bool isControl = static_cast<unsigned char>(each) < 0x20 || each == 0x7F;
-        result += isControl ? "\\" + std::to_string(static_cast<int>(each)) : std::string(1, each);
+        result += isControl ? numbered(each, bytes[at + 1]) : std::string(1, each);
     }
     return result + "\"";
 }

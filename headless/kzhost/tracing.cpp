@@ -5,11 +5,36 @@
 #include "headless/kzhost/trace_text.h"
 
 #include <cstdio>
+#include <deque>
 #include <memory>
 
 namespace KzHost {
 
 namespace {
+
+/// A function of the script, and the lines that it has yet to get. It may edit drawings, end the tracing and
+/// close what an event is about, so it is not called from inside of events.
+class ScriptLines {
+public:
+    /// Takes the function on top of the stack.
+    explicit ScriptLines(lua_State* state) : state_(state), function_(luaL_ref(state, LUA_REGISTRYINDEX)) {}
+    ScriptLines(const ScriptLines&) = delete;
+    ScriptLines& operator=(const ScriptLines&) = delete;
+    ~ScriptLines() { luaL_unref(state_, LUA_REGISTRYINDEX, function_); }
+
+    void add(const std::string& line) { lines_.push_back(line); }
+    [[nodiscard]] bool isEmpty() const { return lines_.empty(); }
+    void deliverNext() {
+        const std::string line = std::move(lines_.front());
+        lines_.pop_front();
+        ScriptCall::callWithLine(function_, line);
+    }
+
+private:
+    lua_State* state_;
+    int function_;
+    std::deque<std::string> lines_;
+};
 
 /// Hands the trace on to the file and to what the script has asked for.
 class Tracing final : public Headless::TraceListener {
@@ -24,31 +49,44 @@ public:
         tellEach([](TraceListener& listener) { listener.ends(); });
     }
 
-    void setFile(std::shared_ptr<TraceListener> listener) { set(file_, std::move(listener)); }
-    void setScript(std::shared_ptr<TraceListener> listener) { set(script_, std::move(listener)); }
+    void setFile(std::unique_ptr<TraceListener> listener) {
+        file_ = std::move(listener);
+        listenIfNeeded();
+    }
+    void setScript(std::unique_ptr<TraceListener> listener) {
+        script_ = std::move(listener);
+        lines_ = nullptr;
+        listenIfNeeded();
+    }
+    void setScript(std::shared_ptr<ScriptLines> lines) {
+        setScript(
+            std::make_unique<TraceText>([to = lines.get()](const std::string& line) { to->add(line); }));
+        lines_ = std::move(lines);
+    }
+
+    /// What the function does meanwhile, it is not told. It may end the tracing, or have another one begun.
+    void deliver() {
+        const std::shared_ptr<ScriptLines> lines = lines_;
+        if (lines == nullptr || isDelivering_) return;
+        isDelivering_ = true;
+        while (lines_ == lines && !lines->isEmpty()) lines->deliverNext();
+        isDelivering_ = false;
+    }
 
 private:
     /// Nobody is told of events while neither place is taken, so that they cost next to nothing.
-    void set(std::shared_ptr<TraceListener>& place, std::shared_ptr<TraceListener> listener) {
-        place = std::move(listener);
-        Headless::traceTo(file_ != nullptr || script_ != nullptr ? this : nullptr);
-    }
+    void listenIfNeeded() { Headless::traceTo(file_ != nullptr || script_ != nullptr ? this : nullptr); }
 
     template <class Tell>
     void tellEach(Tell tell) {
         if (file_ != nullptr) tell(*file_);
-        // A function of the script may edit drawings, which it is not told, and end the tracing. So the
-        // listener is kept until it returns, and passed over for what happens inside of it.
-        const std::shared_ptr<TraceListener> script = script_;
-        if (script == nullptr || isTellingScript_) return;
-        isTellingScript_ = true;
-        tell(*script);
-        isTellingScript_ = false;
+        if (script_ != nullptr && !isDelivering_) tell(*script_);
     }
 
-    std::shared_ptr<TraceListener> file_;
-    std::shared_ptr<TraceListener> script_;
-    bool isTellingScript_ = false;
+    std::unique_ptr<TraceListener> file_;
+    std::unique_ptr<TraceListener> script_;
+    std::shared_ptr<ScriptLines> lines_; ///< what `script_` writes to, when it is for a function
+    bool isDelivering_ = false;
 };
 
 /// Singleton. `endTracing` has to be called before a Lua state ends that a function of it belongs to.
@@ -62,21 +100,6 @@ void putOnStandardError(const std::string& line) {
     std::fflush(stdout);
     std::fprintf(stderr, "%s\n", line.c_str());
 }
-
-/// Keeps a function of Lua as long as somebody may call it.
-class LuaLine {
-public:
-    explicit LuaLine(lua_State* state) : state_(state), function_(luaL_ref(state, LUA_REGISTRYINDEX)) {}
-    LuaLine(const LuaLine&) = delete;
-    LuaLine& operator=(const LuaLine&) = delete;
-    ~LuaLine() { luaL_unref(state_, LUA_REGISTRYINDEX, function_); }
-
-    void put(const std::string& line) const { ScriptCall::callWithLine(function_, line); }
-
-private:
-    lua_State* state_;
-    int function_;
-};
 
 /// The state that lives as long as all its coroutines.
 lua_State* mainState(lua_State* state) {
@@ -93,13 +116,11 @@ int trace(Call& call) {
         lua_State* const main = mainState(state); // a coroutine may be gone by then
         lua_pushvalue(state, 1);
         if (main != state) lua_xmove(state, main, 1);
-        const auto line = std::make_shared<LuaLine>(main);
-        tracing().setScript(
-            std::make_shared<TraceText>([line](const std::string& text) { line->put(text); }));
+        tracing().setScript(std::make_shared<ScriptLines>(main));
     } else if (!call.has(1) || call.boolean(1, "true, false or a function")) {
-        tracing().setScript(std::make_shared<TraceText>(putOnStandardError));
+        tracing().setScript(std::make_unique<TraceText>(putOnStandardError));
     } else {
-        tracing().setScript(nullptr);
+        tracing().setScript(std::unique_ptr<Headless::TraceListener>());
     }
     return 0;
 }
@@ -108,7 +129,8 @@ constexpr Function functions[] = {
     {"host.trace", trace, R"(
         Tells in lines of text what happens from now on, indented by who is inside of whom: edits and their
         ends, notifications and how many reactors hear them, lock-mode changes, messages, calls into modules
-        and out of them. What a function does that gets the lines is not told.
+        and out of them. A function gets its lines when it may do anything: before a client is called, and at
+        the end of the host's function that the script has called. What it does itself is not told.
         @param to? boolean|fun(line:string) true: lines on standard error, also when it is left out; a
             function: it gets each line; false ends the tracing
         @example host.trace(true) door:touch() host.trace(false)
@@ -123,17 +145,21 @@ extern const Chapter tracingChapter = {
 
 bool traceToFile(const std::string& file) {
     if (file == "-") {
-        tracing().setFile(std::make_shared<TraceText>(putOnStandardError));
+        tracing().setFile(std::make_unique<TraceText>(putOnStandardError));
         return true;
     }
-    std::shared_ptr<TraceJson> json = TraceJson::create(file);
+    std::unique_ptr<TraceJson> json = TraceJson::create(file);
     const bool isOpen = json != nullptr;
     tracing().setFile(std::move(json));
     return isOpen;
 }
 
+void deliverTrace() {
+    tracing().deliver();
+}
+
 void endTracing() {
-    tracing().setScript(nullptr);
+    tracing().setScript(std::unique_ptr<Headless::TraceListener>());
     tracing().setFile(nullptr);
 }
 

@@ -8,6 +8,10 @@ namespace KzHost {
 /// when it cannot be written.
 [[nodiscard]] bool traceToFile(const std::string& file);
 
+/// Gives a function of the script the lines that it has yet to get. To be called where it may do anything:
+/// never while an edit is under way.
+void deliverTrace();
+
 /// Ends all tracing, and with it the file.
 void endTracing();
 

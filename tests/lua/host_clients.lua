@@ -83,6 +83,23 @@ do
   check.equal(calls, 1, "calls of the one that watches")
 end
 
+-- One that a finalizer makes while another one is being made is another one.
+do
+  local alive, addresses = {}, {}
+  local function drop()
+    setmetatable({}, {__gc = function() alive[#alive + 1] = host.client(print) end})
+  end
+  for _ = 1, 200 do
+    drop()
+    collectgarbage("step", 1)
+    alive[#alive + 1] = host.client(print)
+  end
+  for _, client in ipairs(alive) do
+    check.equal(addresses[client.address], nil, "an address given twice")
+    addresses[client.address] = true
+  end
+end
+
 -- One that a module knows stays although the script has forgotten it; others make room for new ones.
 do
   local calls = 0

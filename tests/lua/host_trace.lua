@@ -89,3 +89,14 @@ do
   check.raises("no room for a line", function() door:touch() end)
   host.trace(false)
 end
+
+-- It may send away what the edit has made, and close the drawing when the edit ends.
+do
+  local house = host.open("house")
+  local door = house:modelSpace():insert(house:block("Door"))
+  host.trace(function() for _, each in ipairs(door.block:references()) do pcall(each.goodbye, each) end end)
+  pcall(door.copy, door)
+  host.trace(function() pcall(house.close, house) end)
+  pcall(house.block, house, "Window")
+  host.trace(false)
+end
