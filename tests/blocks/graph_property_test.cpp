@@ -87,11 +87,7 @@ TEST_F(GraphProperty, AFullReadingAfterAnUpdateFindsNothingMore) {
                 Headless::touch(object); // what was edited may have told nobody here
         }
         if (graph.needsScan()) {
-            kzdxUpdateBlockGraph(drawing.document, false, seed % 2 == 0);
-            const std::vector<KzDbObjectId> objects = drawing.objects();
-            const std::vector<std::uint64_t> facts = factsOf(graph, objects);
-            ASSERT_EQ(graph.scanBlockTable(), Orvo::ok);
-            ASSERT_EQ(factsOf(graph, objects), facts) << "seed " << seed;
+            ASSERT_TRUE(isUpdateComplete(graph, seed % 2 == 0, drawing.objects())) << "seed " << seed;
             ++updates;
         }
         drawing.letGo();

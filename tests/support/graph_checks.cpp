@@ -79,3 +79,9 @@ std::vector<std::uint64_t> factsOf(const KzDxBlocks& graph, const std::vector<Kz
     for (const KzDbObjectId object : objects) facts.push_back(Headless::reactorCount(object));
     return facts;
 }
+
+bool isUpdateComplete(KzDxBlocks& graph, bool notify, const std::vector<KzDbObjectId>& objects) {
+    graph.update(false, notify);
+    const std::vector<std::uint64_t> facts = factsOf(graph, objects);
+    return graph.scanBlockTable() == Orvo::ok && factsOf(graph, objects) == facts;
+}
