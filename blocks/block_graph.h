@@ -219,6 +219,7 @@ private:
     void readAfter(Walk& walk, const KzDbDatabase& drawing);
     [[nodiscard]] bool isTableAsWalked(const KzDbDatabase& drawing) const;
     void lookElsewhere();
+    void compareLists(KzDxBlock& node, Orvo::ErrorStatus asked);
     [[nodiscard]] bool updateAttachments();
     void readStaleNodes();
     [[nodiscard]] bool mayStaleNodesRepresent() const;

@@ -26,8 +26,7 @@ public:
         });
         isComplete_ &= isWalked;
         for (KzDxBlock* const node : ofManyRecords_) {
-            const bool isAnswered = graph_.reader_.ask(node->recordIds()) == Orvo::ok;
-            if (!isAnswered || !graph_.reader_.isAsReported(node->containers())) graph_.stale_.add(*node);
+            graph_.compareLists(*node, graph_.reader_.ask(node->recordIds()));
         }
     }
 
@@ -113,8 +112,7 @@ private:
             ofManyRecords_.push_back(&node);
             return;
         }
-        const bool isAnswered = graph_.reader_.ask(record) == Orvo::ok;
-        if (!isAnswered || !graph_.reader_.isAsReported(node.containers())) graph_.stale_.add(node);
+        graph_.compareLists(node, graph_.reader_.ask(record));
     }
 
     KzDxBlocks& graph_;
@@ -157,7 +155,6 @@ void KzDxBlocks::readAfter(Walk& walk, const KzDbDatabase& drawing) {
     beginReading();
     // Until all of it has gone through: the nodes that the walk does not come by count as met by no record.
     listsMayDiffer();
-    isWalkComplete_ = false;
     walk.run(drawing);
     isWalkComplete_ = walk.isComplete();
     lookElsewhere();
@@ -192,9 +189,14 @@ void KzDxBlocks::lookElsewhere() {
     }
     for (KzDxBlock* const node : elsewhere_) {
         if (node->isStale() || node->lastWalk() != walkNumber_) continue;
-        const bool isAnswered = reader_.ask(node->recordIds()) == Orvo::ok;
-        if (!isAnswered || !reader_.isAsReported(node->containers())) stale_.add(*node);
+        compareLists(*node, reader_.ask(node->recordIds()));
     }
+}
+
+/// Has a node read whose records report other references than are filed, or did not answer. That it is listed
+/// without a mark of its own means that only references that have come are opened.
+void KzDxBlocks::compareLists(KzDxBlock& node, Orvo::ErrorStatus asked) {
+    if (asked != Orvo::ok || !reader_.isAsReported(node.containers())) stale_.add(node);
 }
 
 /// Looks again which drawing each record stands for that stood for one when it came. Whether they are the
@@ -233,5 +235,4 @@ bool KzDxBlocks::mayStaleNodesRepresent() const {
 void KzDxBlocks::settleScope() {
     const bool areListsKnown = isWalkComplete_ && areRecordsHeard_ && !mayStaleNodesRepresent();
     scope_ = areListsKnown ? KzDxReadingScope::nodes : KzDxReadingScope::lists;
-    if (!isEnabled()) scope_ = KzDxReadingScope::everything;
 }

@@ -41,6 +41,7 @@ Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     if (record.isNull()) return Orvo::invalidObjectId;
     listRecord(record);
     owner_->reader().forgetDrawings();
+    becomeStale(); // the graph's next update sees whether something has gone wrong
     return read();
 }
 
@@ -63,7 +64,6 @@ bool KzDxBlock::listRecord(KzDbObjectId record) {
 Orvo::ErrorStatus KzDxBlock::read() {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
     const bool readsAll = readsAll_;
-    becomeStale(); // until the graph sees that nothing has gone wrong
     KzDxReferenceReader& reader = owner_->reader();
     const Orvo::ErrorStatus status = reader.ask(recordIds_);
     if (status != Orvo::ok) return status;

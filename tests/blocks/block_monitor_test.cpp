@@ -181,6 +181,56 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
     EXPECT_THAT(node.containers().referencesIn(desk), ElementsAre(inDesk));
     EXPECT_NE(blocks.node(frame), &node) << "the key led to another node already";
     EXPECT_EQ(node.evaluate(KzDbObjectId()), Orvo::invalidObjectId);
+    ASSERT_TRUE(Headless::holdOpen(door));
+    for (const bool enable : {true, false}) {
+        EXPECT_EQ(node.setEnabled(enable), Orvo::heldOpenForWrite);
+        EXPECT_EQ(node.isEnabled(), enable) << "the rest is switched";
+    }
+    EXPECT_EQ(node.refresh(), Orvo::heldOpenForWrite);
+    EXPECT_TRUE(node.isStale()) << "the next update reads it";
+    ASSERT_TRUE(Headless::letGo(door));
+}
+
+// What an update costs, in calls of the host. The door has two references, the drawing has many.
+TEST_F(BlockMonitor, AnUpdateAsksForWhatWasEditedAlone) {
+    using Headless::HostCall;
+    const KzDbObjectId edited = Headless::insert(space, door);
+    for (const KzDbObjectId container : {space, frame}) Headless::insert(container, door);
+    for (int made = 0; made < 20; ++made) Headless::insert(frame, desk);
+    // A record that is not heard is one for the time of this watching.
+    ASSERT_TRUE(Headless::holdOpen(frame));
+    attach(door, 0);
+    ASSERT_TRUE(Headless::letGo(frame));
+    kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+    attach(door, 0);
+    const auto callsAfter = [&](const auto& edit, HostCall kind) {
+        for (std::size_t number = 1;; ++number) {
+            edit();
+            Headless::failHostCall(kind, number, Headless::FaultSpan::once);
+            kzdxUpdateBlockGraph(document, false, false);
+            if (Headless::endFaults() == 0) return number - 1;
+            kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+            attach(door, 0); // anew: what a call that failed has left is gone
+        }
+    };
+    const auto touch = [&] { ASSERT_TRUE(Headless::touch(edited)); };
+    EXPECT_EQ(callsAfter(touch, HostCall::references), 1U) << "the door's record";
+    EXPECT_EQ(callsAfter(touch, HostCall::openObject), 5U) << "the table, that record and its references";
+    const std::size_t records = Headless::records(document).size();
+    const auto insert = [&] { ASSERT_TRUE(Headless::insert(space, door)); };
+    EXPECT_EQ(callsAfter(insert, HostCall::references), records + 1) << "each record, and the door's to read";
+    EXPECT_EQ(callsAfter(insert, HostCall::openObject), records + 4)
+        << "the table, each record, those of the door and of model space to read, and the new reference";
+}
+
+TEST_F(BlockMonitor, AMarkThatIsTakenBackIsNoChange) {
+    ASSERT_TRUE(Headless::insert(door, desk));
+    const KzDbObjectId reference = Headless::insert(space, door);
+    attach(door, 0);
+    attach(desk, 1);
+    ASSERT_TRUE(Headless::touch(reference));
+    graph().node(door)->setHasChanges(false);
+    EXPECT_THAT(callsOfIdle(), IsEmpty());
 }
 
 TEST_F(BlockMonitor, TheClientsOfAGraphAreThoseOfItsNodes) {

@@ -129,6 +129,13 @@ TEST_F(GraphProperty, WhatWasHeldWhenTheWatchingEndedIsWatchedAgain) {
             EXPECT_THAT(clients.takeCalls(), testing::ElementsAre(0)) << held.value() << " round " << round;
         }
         EXPECT_EQ(Headless::reactorCount(held), 1U) << held.value();
+        ASSERT_TRUE(Headless::holdOpen(held));
+        kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+        kzdxUpdateBlockGraph(document, true, false);
+        ASSERT_TRUE(Headless::letGo(held));
+        kzdxUpdateBlockGraph(document, true, false);
+        EXPECT_EQ(Headless::reactorCount(held), 0U) << "left by a reading while nobody watches";
+        ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
         ASSERT_TRUE(Headless::insert(block, inside));
         kzdxUpdateBlockGraph(document, false, false);
         kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));

@@ -30,16 +30,19 @@ void client() {}
 enum class Beginning {
     ordinary,
     attachedTwice,         ///< two records stand for the other drawing
+    representedEarly,      ///< a record before the enhanced block and one of the other drawing represent it
+    representedLater,      ///< only since the watching began, and without references so far
     recordUnheard,         ///< a record was held open when the watching began
-    representationUnheard, ///< one came after that
+    representationUnheard, ///< one came after that, with a reference
     longTable,             ///< with more records than are looked at in each update
 };
 struct Start {
     Beginning beginning;
     std::size_t stepsLess; ///< than the longest histories have
 };
-constexpr std::array starts{Start{Beginning::ordinary, 0}, Start{Beginning::attachedTwice, 1},
-                            Start{Beginning::recordUnheard, 1}, Start{Beginning::representationUnheard, 1},
+constexpr std::array starts{Start{Beginning::ordinary, 0},         Start{Beginning::attachedTwice, 1},
+                            Start{Beginning::representedEarly, 1}, Start{Beginning::representedLater, 1},
+                            Start{Beginning::recordUnheard, 1},    Start{Beginning::representationUnheard, 1},
                             Start{Beginning::longTable, 2}};
 
 /// A drawing with a plain block, an enhanced one with a representation and an anonymous record beside them,
@@ -48,21 +51,17 @@ class Drawing {
 public:
     explicit Drawing(Beginning beginning) : isLong_(beginning == Beginning::longTable) {
         makeCurrent(main_);
-        for (const KzDbObjectId block : {heard_, plain_, plain_, representation_, lone_}) {
+        for (const KzDbObjectId block : {heard_, plain_, plain_, lone_}) {
             insert(space_, block, {{u"TAG", u"1"}});
         }
         enhance(enhanced_);
-        represent(enhanced_, representation_);
         insert(modelSpace(other_), foreign_);
         attachment_ = attach(main_, other_, u"SITE").id;
         dependent_ = find(main_, u"SITE|X");
         insert(space_, dependent_);
-        if (beginning == Beginning::attachedTwice) attach(main_, other_, u"ALSO");
-        for (int made = 0; isLong_ && made < 260; ++made) makeNew();
-        if (beginning == Beginning::recordUnheard) holdOrLetGo(enhanced_);
+        prepare(beginning);
         watch();
-        if (beginning == Beginning::recordUnheard) holdOrLetGo(enhanced_);
-        if (beginning == Beginning::representationUnheard) container_ = represent(enhanced_).id;
+        prepareWatched(beginning);
         setAttribute(first(heard_), u"TAG", u"1");
         kzdxUpdateBlockGraph(main_, false, true);
     }
@@ -73,7 +72,7 @@ public:
         closeDocument(main_);
     }
 
-    static constexpr std::size_t stepCount = 22;
+    static constexpr std::size_t stepCount = 23;
 
     void take(std::size_t step) {
         switch (step) {
@@ -119,6 +118,8 @@ public:
             return void(insert(space_, dependent_));
         case 20:
             return void(kzdxUpdateBlockGraph(main_, true, false));
+        case 21:
+            return switchOffAndOn();
         default:
             if (isWatched_) return unwatch();
             return watch();
@@ -127,12 +128,31 @@ public:
 
     /// Whether an update misses nothing: edits an attribute that is always heard, and updates.
     [[nodiscard]] bool isNothingMissed() {
-        KzDxBlocks& graph = *KzDxApplication::instance()->docData(main_, true)->blocks();
+        KzDxBlocks& graph = graphOf(main_);
         setAttribute(first(heard_), u"TAG", u"2");
         return !graph.isEnabled() || isUpdateComplete(graph, false, objects());
     }
 
 private:
+    void prepare(Beginning beginning) {
+        if (beginning != Beginning::representedLater) {
+            represent(enhanced_, representation_);
+            insert(space_, representation_, {{u"TAG", u"1"}});
+        }
+        if (beginning == Beginning::attachedTwice) attach(main_, other_, u"ALSO");
+        if (beginning == Beginning::representedEarly) {
+            for (const KzDbObjectId record : {lone_, dependent_}) represent(enhanced_, record);
+        }
+        if (beginning == Beginning::recordUnheard) holdOrLetGo(enhanced_);
+        for (int made = 0; isLong_ && made < 260; ++made) makeNew();
+    }
+    void prepareWatched(Beginning beginning) {
+        if (beginning == Beginning::representedLater) represent(enhanced_, representation_);
+        if (beginning == Beginning::recordUnheard) holdOrLetGo(enhanced_);
+        if (beginning != Beginning::representationUnheard) return;
+        container_ = represent(enhanced_).id;
+        insert(space_, container_);
+    }
     void watch() {
         KzDbObjectIdArray ids;
         ids.append(plain_);
@@ -141,6 +161,15 @@ private:
     void unwatch() {
         kzdxBlockReferenceMonitorDetach(main_, &client);
         isWatched_ = false;
+    }
+    /// What is edited meanwhile, nobody hears.
+    void switchOffAndOn() {
+        KzDxBlocks& graph = graphOf(main_);
+        const bool wasEnabled = graph.isEnabled();
+        static_cast<void>(graph.setEnabled(false));
+        move(newest(plain_), enhanced_);
+        insert(space_, plain_);
+        static_cast<void>(graph.setEnabled(wasEnabled));
     }
     static KzDbObjectId first(KzDbObjectId block) {
         const std::vector<KzDbObjectId> live = references(block);

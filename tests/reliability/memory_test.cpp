@@ -268,6 +268,23 @@ TEST_F(Memory, UpdatingByForce) {
                }});
 }
 
+// A reference that left memory gives no mark, only something to read: also after a forced update that failed.
+TEST_F(Memory, UpdatingByForceAfterAGoodbye) {
+    sweep({.prepare =
+               [](Drawing& drawing) {
+                   ASSERT_EQ(watch(drawing, first), 1);
+                   ASSERT_TRUE(drawing.isTold());
+                   firstCalls = 0;
+                   ASSERT_TRUE(Headless::goodbye(drawing.reference));
+               },
+           .call = [](Drawing& drawing) { return kzdxUpdateBlockGraph(drawing.document, true, true) == 1; },
+           .verify =
+               [](Drawing&, bool succeeded) {
+                   if (!succeeded) Headless::idle();
+                   EXPECT_EQ(firstCalls, 1);
+               }});
+}
+
 // The graph's failure is none of the other timers.
 TEST_F(Memory, AnIdleCheck) {
     sweep({.prepare =

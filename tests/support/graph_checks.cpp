@@ -5,6 +5,8 @@
 #include "headless/inspection.h"
 #include "text/unicode.h"
 
+#include <algorithm>
+
 namespace {
 
 /// The references of a block in a container. Erased ones of a representation are left out: they count
@@ -83,5 +85,7 @@ std::vector<std::uint64_t> factsOf(const KzDxBlocks& graph, const std::vector<Kz
 bool isUpdateComplete(KzDxBlocks& graph, bool notify, const std::vector<KzDbObjectId>& objects) {
     graph.update(false, notify);
     const std::vector<std::uint64_t> facts = factsOf(graph, objects);
+    const auto isMarked = [](const auto& node) { return node->needsScan(); };
+    if (graph.needsScan() || std::ranges::any_of(graph.nodes(), isMarked)) return false;
     return graph.scanBlockTable() == Orvo::ok && factsOf(graph, objects) == facts;
 }

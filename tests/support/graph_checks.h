@@ -33,8 +33,8 @@ using OwnedGraph = std::unique_ptr<KzDxBlocks, GraphDisposer>;
 [[nodiscard]] std::vector<std::uint64_t> factsOf(const KzDxBlocks& graph,
                                                  const std::vector<KzDbObjectId>& objects);
 
-/// Updates without force a graph that is marked, and tells whether that has missed nothing: whether reading
-/// everything finds the same facts.
+/// Updates without force a graph that is marked, and tells whether that has missed nothing: whether all marks
+/// for reading are gone, and reading everything finds the same facts.
 [[nodiscard]] bool isUpdateComplete(KzDxBlocks& graph, bool notify, const std::vector<KzDbObjectId>& objects);
 
 /// Whether drawings made by `RandomDrawing` use the record to represent an enhanced block.
