@@ -70,6 +70,8 @@ TEST_F(BlockMonitor, WhatACallbackEditsItselfIsNotReported) {
     EXPECT_THAT(callsAfterTouching(reference), ElementsAre(0));
     EXPECT_THAT(callsOfIdle(), IsEmpty());
     EXPECT_THAT(callsOfForcedUpdate(), IsEmpty());
+    clients.onCall[0] = [&] { EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1); };
+    EXPECT_THAT(callsAfterTouching(reference), ElementsAre(0)) << "an update inside finds nothing new";
 }
 
 TEST_F(BlockMonitor, AfterAMoveTheNewContainerCountsInsteadOfTheOldOne) {

@@ -144,6 +144,15 @@ TEST_F(TemplateFiles, LoadTakesOverWhatIsSelectedAndCountsIt) {
         EXPECT_EQ(eattMain.LoadTemplate(), 0);
         EXPECT_EQ(shown(eattMain), "7: A=1(c=5) ^0 B=0(x=1) C=1() ^3 D=0()");
     }
+
+    TemplateBytes further;
+    further.u32(8).u16(1).classDefinition().body(u"E");
+    eattMain.templatePath = file(further.bytes);
+    EXPECT_EQ(eattMain.LoadTemplate(), 1);
+    EXPECT_THAT(shown(eattMain),
+                testing::AllOf(testing::StartsWith("8: A=1(c=5) ^0 B=0(x=1) C=1() ^3 D=0() E="),
+                               testing::Not(testing::HasSubstr("^4"))))
+        << "the blocks of another file come behind";
 }
 
 // Without an index a name, or a block that stands in the list again and again, is searched for until the test

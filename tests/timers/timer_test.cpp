@@ -71,6 +71,10 @@ TEST_F(Timer, OnlyADueOneFires) {
     Headless::advance(1);
     Headless::idle();
     EXPECT_EQ(late.count, 1) << "switching on does not begin the interval anew";
+    for (const std::int32_t interval : {7, -7}) {
+        slow.setInterval(interval);
+        EXPECT_EQ(slow.interval(), interval < 0 ? 0U : 7U);
+    }
 }
 
 TEST_F(Timer, RunningOnesTakeTurnsByAddress) {
@@ -125,6 +129,10 @@ TEST_F(Timer, SwitchingNeedsAnOwner) {
 }
 
 TEST_F(Timer, TheHookIsTriedAtEachSwitchingOnAndGoesWithTheLastTimer) {
+    Headless::failHostCall(Headless::HostCall::removeFilter, 1, Headless::FaultSpan::onwards);
+    timer.reset();
+    EXPECT_EQ(Headless::endFaults(), 0U) << "who has registered no filter removes none";
+    timer = std::make_unique<KzDxTimer>(&record->runningTimers(), 0);
     Headless::refuse(Headless::Facility::filter, true);
     EXPECT_EQ(timer->setEnabled(true), Orvo::ok) << "a refused filter is no matter of the timer's";
     EXPECT_EQ(Headless::filterCount(), 0U);
