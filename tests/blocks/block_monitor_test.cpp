@@ -173,7 +173,9 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
     KzDxBlocks& blocks = graph();
     KzDxBlock& node = *blocks.node(door);
     const KzDbObjectId inFrame = Headless::insert(frame, door);
+    ASSERT_FALSE(node.isStale());
     EXPECT_EQ(node.refresh(), Orvo::ok);
+    EXPECT_TRUE(node.isStale()) << "the next update looks at it too";
     EXPECT_THAT(node.containers().referencesIn(frame), ElementsAre(inFrame));
     const KzDbObjectId inDesk = Headless::insert(desk, frame);
     for (int round = 0; round < 2; ++round) {
@@ -189,7 +191,6 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
         EXPECT_EQ(node.isEnabled(), enable) << "the rest is switched";
     }
     EXPECT_EQ(node.refresh(), Orvo::heldOpenForWrite);
-    EXPECT_TRUE(node.isStale()) << "the next update reads it";
     ASSERT_TRUE(Headless::letGo(door));
 }
 
