@@ -170,8 +170,8 @@ void KzDxBlocks::readStaleNodes() {
             node.setNeedsScan(false);
             return true;
         }
-        const bool isRead =
-            node.wasReadIn(readingNumber_) || node.read() == Orvo::ok; // the walk reads new ones
+        // A new one was read by the walk that made it.
+        const bool isRead = node.wasReadIn(readingNumber_) || node.read() == Orvo::ok;
         return isRead && !node.isHardOfHearing();
     });
     reader_.release();
@@ -188,8 +188,7 @@ void KzDxBlocks::lookElsewhere() {
         }
     }
     for (KzDxBlock* const node : elsewhere_) {
-        if (node->isStale() || node->lastWalk() != walkNumber_) continue;
-        compareLists(*node, reader_.ask(node->recordIds()));
+        if (!node->isStale()) compareLists(*node, reader_.ask(node->recordIds()));
     }
 }
 
