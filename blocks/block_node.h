@@ -95,8 +95,8 @@ public:
     /// False when it was there already.
     bool listRecord(KzDbObjectId record);
 
-    /// The second half: reads all records, and of references that are filed only those of a node that became
-    /// stale by itself.
+    /// The second half: asks all records, and opens every reference of a node that has become stale, of any
+    /// other one only those that have come.
     Orvo::ErrorStatus read();
 
     /// Has the graph read the node again, all its references. A node that is listed as stale without this
