@@ -61,8 +61,15 @@ struct Drawings {
         static_cast<void>(erase(hinge));
     }
 
-    /// Edits that not every object is heard of when it could not be registered with.
-    void editFurther() const {
+    // Edits of which the objects tell nobody that could not be registered with. A block of which one
+    // reference alone is moved is known to have changed by that one only.
+    void moveNewest() const {
+        for (const KzDbObjectId block : records(main)) {
+            const std::vector<KzDbObjectId> live = references(block);
+            if (!live.empty() && block != tables) static_cast<void>(move(live.back(), tables));
+        }
+    }
+    void moveAll() const {
         for (const KzDbObjectId block : records(main)) {
             for (const KzDbObjectId reference : references(block)) {
                 if (ownerOf(reference) == door) {
@@ -171,7 +178,8 @@ protected:
         reset();
         const Drawings drawings;
         work(drawings);
-        drawings.editFurther();
+        drawings.moveNewest();
+        drawings.moveAll();
         undisturbed_ = recovered(drawings);
         leave(drawings);
     }
@@ -222,9 +230,11 @@ private:
         EXPECT_EQ(drawings.openCount(), 0U);
         const bool goesOn = stage == Stage::working || stage == Stage::quietly;
         const bool isMadeUpFor = goesOn && kind && !isFailureAnAnswer(*kind);
-        if (stage == Stage::working) drawings.editFurther();
-        if (isMadeUpFor) expectUpdatesComplete(drawings);
-        if (stage != Stage::working) drawings.editFurther();
+        if (stage == Stage::quietly && isMadeUpFor) expectUpdatesComplete(drawings);
+        drawings.moveNewest();
+        if (stage == Stage::working && isMadeUpFor) expectUpdatesComplete(drawings);
+        drawings.moveAll();
+        if (stage == Stage::working && isMadeUpFor) expectUpdatesComplete(drawings);
         if (stage == Stage::lastWorking) {
             leave(drawings);
             EXPECT_EQ(drawings.reactorCount(), 0U);
