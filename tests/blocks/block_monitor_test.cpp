@@ -224,6 +224,16 @@ TEST_F(BlockMonitor, AnUpdateAsksForWhatWasEditedAlone) {
     EXPECT_EQ(callsAfter(insert, HostCall::references), records + 1) << "each record, and the door's to read";
     EXPECT_EQ(callsAfter(insert, HostCall::openObject), records + 4)
         << "the table, each record, those of the door and of model space to read, and the new reference";
+    // What could not be read for a time costs no more than anything else once it could.
+    ASSERT_TRUE(Headless::holdOpen(edited));
+    kzdxUpdateBlockGraph(document, false, false);
+    ASSERT_TRUE(Headless::letGo(edited));
+    for (const KzDbObjectId each : {edited, edited, Headless::references(desk).front()}) {
+        ASSERT_TRUE(Headless::touch(each));
+        Headless::failHostCall(HostCall::references, 2, Headless::FaultSpan::onwards);
+        kzdxUpdateBlockGraph(document, false, false);
+        EXPECT_EQ(Headless::endFaults(), 0U);
+    }
 }
 
 TEST_F(BlockMonitor, AMarkThatIsTakenBackIsNoChange) {
