@@ -246,6 +246,22 @@ TEST_F(BlockMonitor, AMarkThatIsTakenBackIsNoChange) {
     EXPECT_THAT(callsOfIdle(), IsEmpty());
 }
 
+TEST_F(BlockMonitor, AGraphThatWasEmptiedIsBuiltAnew) {
+    KzDxDocument& data = *KzDxApplication::instance()->docData(document, true);
+    const KzDbObjectId reference = Headless::insert(space, door);
+    attach(door, 0);
+    ASSERT_TRUE(Headless::touch(reference));
+    graph().reset();
+    EXPECT_FALSE(graph().hasChanges());
+    EXPECT_TRUE(graph().nodes().empty() && graph().blockMap().empty());
+    EXPECT_EQ(graph().init(&data), Orvo::ok);
+    EXPECT_EQ(difference(graph(), *freshGraph(data)), "");
+    attach(door, 0);
+    EXPECT_THAT(callsAfterTouching(reference), IsEmpty())
+        << "its timer is gone until it is switched on again";
+    EXPECT_THAT(callsOfForcedUpdate(), ElementsAre(0));
+}
+
 TEST_F(BlockMonitor, TheClientsOfAGraphAreThoseOfItsNodes) {
     attach(door, 1);
     attach(frame, 0);

@@ -37,6 +37,10 @@ TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
 TEST_F(Application, SwitchedOffItPostsNothingAndWithoutAutoCreateItWaitsToBeAsked) {
     KzApDocument* const document = Headless::openDocument(u"document");
     EXPECT_EQ(Headless::idle().dispatched, 1U);
+    for (const bool enable : {false, true}) {
+        EXPECT_EQ(application().docData(document, true)->setEnabled(enable), Orvo::ok);
+        EXPECT_EQ(Headless::idle().dispatched, enable ? 1U : 0U) << "the record by itself";
+    }
     EXPECT_EQ(application().setEnabled(false), Orvo::ok);
     EXPECT_NE(application().docData(document, true), nullptr) << "attaches again, and stays switched off";
     EXPECT_EQ(Headless::managerReactorCount(), 1U);

@@ -355,6 +355,21 @@ TEST_F(Memory, ReadingATemplate) {
     std::filesystem::remove(path);
 }
 
+TEST_F(Memory, ATemplateSaysThatItRanOut) {
+    const std::vector<std::byte> bytes = exampleBytes().bytes;
+    sweep({.prepare = nothing,
+           .call =
+               [&](Drawing&) {
+                   KzDxMemorySource source(bytes);
+                   CEattMain read;
+                   const KzDxArchiveFailure failure = kzdxReadTemplate(source, read);
+                   EXPECT_TRUE(!failure || failure.error == KzDxArchiveError::outOfMemory);
+                   EXPECT_EQ(read.blocks.empty(), static_cast<bool>(failure));
+                   return !failure;
+               },
+           .verify = [](Drawing&, bool) {}});
+}
+
 // Clients detach, documents close and the module unloads when there is no memory at all.
 TEST_F(Memory, LeavingNeedsNone) {
     for (const bool isDetachingFirst : {true, false}) {
