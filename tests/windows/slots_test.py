@@ -44,8 +44,9 @@ def tables(target, *options):
     folders = re.search(r"<\.\.\.> search starts here:\n(.*?)End of search", search, re.S)[1].split()
     code = "".join(f'#include "{header}"\n' for header in headers)
     code += needs_table + "".join(f"template struct Needs<{name}>;\n" for name in names)
-    command = [clang, f"--target={target}", "-std=c++20", "-w", "-fno-access-control", "-S", "-emit-llvm", "-o", os.devnull,
-               "-I.", "-Iinclude", "-nostdinc++", *(f"-isystem{folder}" for folder in folders), *options,
+    # Without `final`, for which a compiler calls directly and lays out no table.
+    command = [clang, f"--target={target}", "-std=c++20", "-w", "-Dfinal=", "-fno-access-control", "-S", "-emit-llvm", "-o",
+               os.devnull, "-I.", "-Iinclude", "-nostdinc++", *(f"-isystem{folder}" for folder in folders), *options,
                "-Xclang", "-fdump-vtable-layouts", "-x", "c++", "-"]
     layout = subprocess.run(command, input=code, capture_output=True, text=True, check=False)
     if layout.returncode != 0:
