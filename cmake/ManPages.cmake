@@ -12,5 +12,8 @@ function(zelvane_man_page tool)
   add_custom_command(OUTPUT ${page} VERBATIM DEPENDS ${tool} ${make_page}
     COMMAND ${make_page} $<TARGET_FILE:${tool}> ${PROJECT_VERSION} ${page} ${ARGN})
   add_custom_target(zelvane_man_${tool} ALL DEPENDS ${page})
+  if(TARGET zelvane_demo) # what ./demo has built can be installed
+    add_dependencies(zelvane_demo zelvane_man_${tool})
+  endif()
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT run)
 endfunction()

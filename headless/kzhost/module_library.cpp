@@ -350,21 +350,27 @@ int giveFailure(const Call& call, const std::string& path, const Headless::LoadR
     return 2;
 }
 
+bool isThere(const std::string& path) {
+    std::error_code unreadable; // counts as not there
+    return std::filesystem::exists(Text::toPath(path), unreadable);
+}
+
 /// Where a module lies: a bare file name means the working folder or, when it is not there, the program's.
 std::string located(const std::string& path, const Setup& setup) {
-    const std::filesystem::path file = Text::toPath(path);
-    if (file.has_parent_path()) return path;
-    std::error_code unreadable; // counts as not there
-    return std::filesystem::exists(file, unreadable) ? path : setup.program + "/" + path;
+    const bool isBare = !Text::toPath(path).has_parent_path();
+    return isBare && !isThere(path) ? setup.program + "/" + path : path;
 }
 
 int load(Call& call) {
     const Setup& setup = setupOf(call);
-    const std::string path =
-        located(call.has(1) ? call.bytes(1, "a path (string)") : setup.modulePath, setup);
+    const std::string given = call.has(1) ? call.bytes(1, "a path (string)") : setup.modulePath;
+    const std::string path = located(given, setup);
     const std::string resources = call.has(2) ? call.bytes(2, "a folder (string)") : setup.program;
-    const Headless::LoadResult loaded = Headless::loadModule(path, resources);
-    if (loaded.module == ModuleId::none) return giveFailure(call, path, loaded);
+    Headless::LoadResult loaded = Headless::loadModule(path, resources);
+    if (loaded.module == ModuleId::none) {
+        if (path != given && !isThere(path)) loaded.failure += ", and none in the working folder";
+        return giveFailure(call, path, loaded);
+    }
     pushModule(call.state(), loaded.module, path);
     return 1;
 }
