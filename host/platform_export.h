@@ -2,7 +2,16 @@
 
 /// @file
 /// How each platform shows a function of one library to the others: the only place that knows the compilers'
-/// own words for it.
+/// own words for it. And what level of the language all headers need.
+
+// Some compilers that have C++20 say that they are on the way there.
+#if defined(_MSVC_LANG)
+#if _MSVC_LANG < 202002L
+#error "the headers of Zelvane and of the host need C++20: compile with /std:c++20 or later"
+#endif
+#elif __cplusplus < 201709L
+#error "the headers of Zelvane and of the host need C++20: compile with -std=c++20 or later"
+#endif
 
 /// Other libraries find this function by its name.
 #if defined(_WIN32)

@@ -1,10 +1,12 @@
 #include "headless/kzhost/call.h"
 #include "headless/kzhost/interrupt.h"
 
+#include <execinfo.h>
+#include <unistd.h>
+
+#include <array>
 #include <csignal>
 #include <cstring>
-
-#include <unistd.h>
 
 namespace KzHost {
 
@@ -38,6 +40,9 @@ constexpr int crashes[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 struct sigaction formerActions[std::size(crashes)];
 
 /// What may be used in a handler: no buffers, no memory. Whether it was written does not matter any more.
+constexpr std::size_t mostCalls = 16;
+std::array<void*, mostCalls> calls;
+
 void say(const char* text) {
     static_cast<void>(!write(STDERR_FILENO, text, std::strlen(text)));
 }
@@ -49,6 +54,10 @@ void onCrash(int signal) {
         say(client);
         say(" was running\n");
     }
+    // With the library of each call: a module that crashes by itself is seen by its name.
+    say("kzhost: crashed in these calls, the innermost first:\n");
+    const int depth = backtrace(calls.data(), static_cast<int>(calls.size()));
+    backtrace_symbols_fd(calls.data(), depth, STDERR_FILENO);
     // The former actions first: what comes next ends the process as it would have without this.
     for (std::size_t at = 0; at < std::size(crashes); ++at)
         sigaction(crashes[at], &formerActions[at], nullptr);
@@ -80,7 +89,8 @@ bool takeInterrupt() {
 }
 
 void nameClientOnCrash() {
-    static char stack[1 << 16]; // the program's own may be what is used up
+    static_cast<void>(backtrace(calls.data(), 1)); // the first call allocates
+    static char stack[1 << 16];                    // the program's own may be what is used up
     const stack_t ownStack = {stack, 0, sizeof stack};
     sigaltstack(&ownStack, nullptr);
     struct sigaction action {};
