@@ -48,6 +48,7 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS* /*what*/) {
 } // namespace
 
 Interruptible::Interruptible(lua_State* state) : state_(state) {
+    static_cast<void>(takeInterrupt()); // one that came before is not meant for what runs now
     lua_sethook(state_, look, LUA_MASKCOUNT, stepsBetweenLooks);
 }
 
