@@ -148,8 +148,12 @@ public:
             Headless::idle();
         });
     }
-    /// One in which nothing lies, so that nothing else is changed by it.
-    [[nodiscard]] KzDbObjectId block() const { return drawing_.blocks()[drawing_.blocks().size() - 10]; }
+    /// One of those whose first reference has an attribute; in large drawings one in which nothing lies, so
+    /// that nothing else is changed by it.
+    [[nodiscard]] KzDbObjectId block() const {
+        const auto& blocks = drawing_.blocks();
+        return blocks[blocks.size() < 10 ? 0 : blocks.size() - 10];
+    }
     [[nodiscard]] const StandardDrawing& drawing() const { return drawing_; }
 
 private:
