@@ -13,21 +13,21 @@ KzDxBlocks::~KzDxBlocks() {
 }
 
 Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocumentContext* document) {
-    graph = nullptr;
-    std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
-    const Orvo::ErrorStatus status = made->init(document);
-    if (status == Orvo::ok) graph = made.release();
-    return status;
+    return make(graph, document, false);
 }
 
 Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocumentContext* document) {
+    return make(graph, document, true);
+}
+
+Orvo::ErrorStatus KzDxBlocks::make(KzDxBlocks*& graph, KzDxDocumentContext* document, bool follows) {
     graph = nullptr;
     std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
     const Orvo::ErrorStatus status = made->bind(document);
     if (status != Orvo::ok) return status;
     // Switched on before there are nodes, each of which then joins its objects right after it has read them,
     // while they are in the processor's cache. If it cannot be, whoever needs it tries again and learns why.
-    static_cast<void>(made->setEnabled(true));
+    if (follows) static_cast<void>(made->setEnabled(true));
     made->build();
     graph = made.release();
     return Orvo::ok;

@@ -209,6 +209,7 @@ private:
     KzDxBlocks();
 
     // Building (block_graph.cpp).
+    static Orvo::ErrorStatus make(KzDxBlocks*& graph, KzDxDocumentContext* document, bool follows);
     [[nodiscard]] Orvo::ErrorStatus bind(KzDxDocumentContext* document);
     void build();
 

@@ -78,7 +78,6 @@ void KzDxBlocks::disableTimer() {
 /// Empties the graph and leaves the block table, by the id that was kept when the document is gone. Whether
 /// the table could be left.
 bool KzDxBlocks::leaveHost() noexcept {
-    storeEnabled(false);
     KzDxBlocks::reset();
     if (kzdxLeaveObject(watchedTable_, this)) watchedTable_ = KzDbObjectId();
     return watchedTable_.isNull();

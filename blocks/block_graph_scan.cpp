@@ -170,9 +170,7 @@ void KzDxBlocks::readStaleNodes() {
             node.setNeedsScan(false);
             return true;
         }
-        // A new one was read by the walk that made it.
-        const bool isRead = node.wasReadIn(readingNumber_) || node.read() == Orvo::ok;
-        return isRead && !node.isHardOfHearing();
+        return node.read() == Orvo::ok && !node.isHardOfHearing();
     });
     reader_.release();
     setNeedsScan(false);

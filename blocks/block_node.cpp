@@ -79,11 +79,7 @@ KzDxBlock::~KzDxBlock() {
 /// Unregisters from everything. The graph is not touched any more, and nobody is told anything. Without a
 /// graph the node's notifications do nothing, which is how one that has to wait can still be called.
 bool KzDxBlock::leaveHost() noexcept {
-    hasChanges_ = false;
-    needsScan_ = true;
     owner_ = nullptr;
-    clients_.clear();
-    storeEnabled(false);
     return registrations_.isEmpty() || registrations_.leaveAll(recordIds_, containers_);
 }
 
@@ -100,7 +96,7 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
 /// Has read again what was not joined or left.
 void KzDxBlock::noteSwitching(Orvo::ErrorStatus status) {
     if (isHardOfHearing()) becomeStale();
-    if (isEnabled() && status != Orvo::ok && owner_ != nullptr) owner_->recordIsUnheard();
+    if (isEnabled() && status != Orvo::ok) owner_->recordIsUnheard();
 }
 
 bool KzDxBlock::isHardOfHearing() const {

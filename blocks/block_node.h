@@ -103,9 +103,6 @@ public:
     /// call has only those read that have come.
     void becomeStale() noexcept;
 
-    /// Whether the node was read in the reading of that number, with all records that it has.
-    [[nodiscard]] bool wasReadIn(std::uint32_t reading) const { return lastReading_ == reading; }
-
     /// Whether the node has to be read at every update, because it does not hear all that could change what
     /// is filed: a reference could not be joined or read, or a switching could not be completed.
     [[nodiscard]] bool isHardOfHearing() const;
@@ -149,7 +146,6 @@ private:
     KzDxBlocks* owner_ = nullptr;
     KzDbObjectId id_;
     std::uint32_t lastWalk_ = 0;
-    std::uint32_t lastReading_ = 0;
     std::uint8_t marks_ = 0; ///< a bit for each list of the graph that the node is in
     bool hasChanges_ = false;
     bool needsScan_ = true;

@@ -57,7 +57,6 @@ bool KzDxBlock::listRecord(KzDbObjectId record) {
     recordIds_.append(record);
     furtherRecords_.insert(record);
     if (isEnabled()) owner_->recordIsUnheard(); // it is joined at the next switching on
-    lastReading_ = 0;
     return true;
 }
 
@@ -79,7 +78,6 @@ Orvo::ErrorStatus KzDxBlock::read() {
     registrations_.forgetFiled(containers_);
     registrations_.settle(isEnabled(), reader.references(), recordIds_, containers_);
     setNeedsScan(false);
-    lastReading_ = owner_->readingNumber();
     readsAll_ = isHardOfHearing();
     return Orvo::ok;
 }

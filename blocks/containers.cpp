@@ -7,7 +7,7 @@ KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
     std::vector<std::uint32_t> counts(containers.size());
     for (const std::uint32_t number : numbers_) {
         if (number == nowhere) {
-            ++unfiledCount_;
+            hasUnfiled_ = true;
         } else {
             ++counts[number];
         }

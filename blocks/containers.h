@@ -53,7 +53,7 @@ public:
     }
 
     /// Whether some reference is reported but filed nowhere.
-    [[nodiscard]] bool hasUnfiled() const { return unfiledCount_ != 0; }
+    [[nodiscard]] bool hasUnfiled() const { return hasUnfiled_; }
 
     /// Calls `visit(reference)` for each filed reference, in ascending order.
     template <class Visit>
@@ -70,5 +70,5 @@ private:
     std::vector<KzDbObjectId> references_;
     std::vector<std::uint32_t> numbers_;
     std::vector<Entry> entries_;
-    std::size_t unfiledCount_ = 0;
+    bool hasUnfiled_ = false;
 };

@@ -31,12 +31,6 @@ public:
     /// Has room for `count` more ids: that many insertions will not allocate.
     void makeRoomFor(std::size_t count) { ids_.reserve(ids_.size() + count); }
 
-    /// Removes an id; one that is not there is no error.
-    void erase(KzDbObjectId id) {
-        const auto at = std::ranges::lower_bound(ids_, id);
-        if (at != ids_.end() && *at == id) ids_.erase(at);
-    }
-
     /// Removes the ids for which `isUnwanted` returns true, asked for each in ascending order.
     template <class Predicate>
     void eraseIf(Predicate isUnwanted) {

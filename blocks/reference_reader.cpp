@@ -37,7 +37,6 @@ void KzDxReferenceReader::release() {
 void KzDxReferenceReader::beginAsking() {
     reported_.clear();
     references_ = {};
-    isSorted_ = false;
 }
 
 Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbObjectIdArray& records) {
@@ -62,20 +61,19 @@ Orvo::ErrorStatus KzDxReferenceReader::append(const KzDbBlockTableRecord& record
     const std::int32_t room = reported_.physicalLength();
     if (reported_.length() > room / 2) reported_.reserve(2 * room);
     const Orvo::ErrorStatus status = record.getBlockReferenceIds(reported_, true, true);
-    return status == Orvo::ok ? record.getErasedBlockReferenceIds(reported_) : status;
+    if (status != Orvo::ok) return status;
+    const Orvo::ErrorStatus erasedStatus = record.getErasedBlockReferenceIds(reported_);
+    references_ = {reported_.begin(), reported_.end()};
+    return erasedStatus;
 }
 
 void KzDxReferenceReader::sortReported() {
-    if (isSorted_) return;
-    const std::span<KzDbObjectId> all(reported_.begin(), reported_.end());
-    references_ = all.first(kzdxSortUnique(all));
-    isSorted_ = true;
+    references_ = references_.first(kzdxSortUnique(references_));
 }
 
 bool KzDxReferenceReader::isAsReported(const KzDxContainers& filed) {
     // Mostly the answers come in ascending order, as they are kept.
-    const std::span<const KzDbObjectId> all(reported_.begin(), reported_.end());
-    if (areSame(all, filed.references())) return true;
+    if (areSame(references_, filed.references())) return true;
     sortReported();
     return areSame(references_, filed.references());
 }

@@ -93,8 +93,7 @@ private:
     const KzDxContainers* filed_ = nullptr; ///< what `place` was given
     const KzDbDatabase* own_ = nullptr;     ///< the graph's drawing, as of `place`
     KzDbObjectIdArray reported_;            ///< as the records told it, until it is sorted in place
-    bool isSorted_ = false;
-    std::span<const KzDbObjectId> references_; ///< the part of `reported_` that counts, once it is sorted
+    std::span<KzDbObjectId> references_;    ///< all of it; once it is sorted, the part that counts
     std::vector<std::uint32_t> numbers_;
     /// The containers by number: first those that were filed before, then new ones in the order of meeting.
     /// Equal numbers then mean equal containers, before and now.

@@ -107,7 +107,6 @@ void KzDxRegistrations::openAndJoin(KzDbObjectId id) {
         missReference();
         return;
     }
-    strays_.erase(id);
     joinReference(*reference.get(), id);
 }
 

@@ -25,6 +25,9 @@ public:
     /// Tries again for every object that waits. Called by every update, at load and at unload.
     static void retryAll() noexcept { waiting_.retry(false); }
 
+    /// Whether some object waits.
+    [[nodiscard]] static bool isAnyWaiting() noexcept { return waiting_.first != nullptr; }
+
 protected:
     virtual ~KzDxDeferredDeletion() = default;
 

@@ -64,9 +64,8 @@ public:
     /// is not listed by the host.
     virtual Data* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
-        if (cached_ != data_.end() && cached_->first == document) return cached_->second.get();
-        cached_ = data_.find(document);
-        if (cached_ != data_.end()) return cached_->second.get();
+        const auto known = data_.find(document);
+        if (known != data_.end()) return known->second.get();
         return create ? makeData(document) : nullptr;
     }
 
@@ -75,7 +74,7 @@ public:
         const auto at = document == nullptr ? data_.end() : data_.find(document);
         if (at == data_.end()) return false;
         const std::unique_ptr<Data> leaving = std::move(at->second);
-        cached_ = data_.erase(at);
+        data_.erase(at);
         return true;
     }
 
@@ -112,11 +111,9 @@ public:
     /// Makes data for every open document that has none and has a drawing. `missingCollaborator` when the
     /// host does not list its documents.
     virtual Orvo::ErrorStatus createAll() {
-        cached_ = data_.end();
         const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
         if (documents == nullptr) return Orvo::missingCollaborator;
         for (; !documents->done(); documents->step()) docData(documents->document(), true);
-        cached_ = data_.end();
         return Orvo::ok;
     }
 
@@ -176,7 +173,7 @@ private:
                 continue;
             }
             const std::unique_ptr<Data> leaving = std::move(at->second);
-            cached_ = at = data_.erase(at);
+            at = data_.erase(at);
             leaving->forgetDocument();
         }
         return Orvo::ok;
@@ -188,7 +185,6 @@ private:
     void destroyAll() {
         const bool areDocumentsKnown = AppDataT::purge() == Orvo::ok;
         DataMap leaving = std::exchange(data_, {});
-        cached_ = data_.end();
         for (auto& [document, data] : leaving) {
             if (!areDocumentsKnown) data->forgetDocument();
             data.reset();
@@ -198,7 +194,4 @@ private:
     bool attached_ = false;
     bool autoCreate_ = false;
     DataMap data_;
-    /// The entry of the last successful look-up, so that repeated questions about one document need no
-    /// search.
-    typename DataMap::iterator cached_ = data_.end();
 };

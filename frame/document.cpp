@@ -55,8 +55,7 @@ Orvo::ErrorStatus KzDxDocument::timerAttach(KzDxClientCallback callback, std::ui
     });
     if (isFirst) makeClientTimer(interval);
     if (attach) {
-        const Orvo::ErrorStatus status = clientReactor_->attach(callback);
-        if (status != Orvo::ok) return status;
+        static_cast<void>(clientReactor_->attach(callback)); // refuses null only: it has a timer
     } else {
         clientReactor_->detach(callback);
     }

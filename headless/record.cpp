@@ -45,11 +45,10 @@ KzDbDatabase* Record::xrefDatabase(bool flag) const {
 }
 
 Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
-    name = nullptr;
-    if (FaultGate::strikes(HostCall::recordName)) return FaultGate::status();
-    // Borrowed: it holds until the record is renamed.
+    // Borrowed: it holds until the record is renamed. Given in any case, so that who does not ask for the
+    // status is found out.
     name = name_.c_str();
-    return Orvo::ok;
+    return FaultGate::strikes(HostCall::recordName) ? FaultGate::status() : Orvo::ok;
 }
 
 Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool first, bool second) const {

@@ -18,9 +18,9 @@ struct KeyedName {
 // is.
 char32_t nextCodePoint(std::u16string_view text, std::size_t& at) {
     const char32_t first = text[at++];
-    if (first < 0xD800 || first > 0xDBFF || at == text.size()) return first;
+    if ((first & 0xFC00) != 0xD800 || at == text.size()) return first;
     const char32_t second = text[at];
-    if (second < 0xDC00 || second > 0xDFFF) return first;
+    if ((second & 0xFC00) != 0xDC00) return first;
     ++at;
     return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
 }

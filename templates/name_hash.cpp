@@ -10,31 +10,25 @@
 
 namespace {
 
-// What makes the hash another one in each process.
-struct Key {
-    std::uint64_t low;
-    std::uint64_t high;
-};
-
 std::uint64_t random64(std::random_device& device) {
     return std::uint64_t{device()} << 32 | device();
 }
 
 // A system that has no randomness to give is left with what its users cannot easily know.
-Key makeKey() {
+KzDxNameHashKey makeKey() {
     const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
-    const Key poor = {static_cast<std::uint64_t>(now), reinterpret_cast<std::uintptr_t>(&now)};
+    const KzDxNameHashKey poor = {static_cast<std::uint64_t>(now), reinterpret_cast<std::uintptr_t>(&now)};
     return kzdxAtBoundary(poor, [] {
         std::random_device device;
         const std::uint64_t low = random64(device);
-        return Key{low, random64(device)};
+        return KzDxNameHashKey{low, random64(device)};
     });
 }
 
 // SipHash with one round for each word and three at the end.
 class Sip {
 public:
-    explicit Sip(const Key& key)
+    explicit Sip(const KzDxNameHashKey& key)
         : a_(key.low ^ 0x736f6d6570736575),
           b_(key.high ^ 0x646f72616e646f6d),
           c_(key.low ^ 0x6c7967656e657261),
@@ -95,7 +89,11 @@ std::uint64_t lastWordOf(std::u16string_view rest, std::size_t length) {
 
 std::uint32_t kzdxNameHash(std::u16string_view name) {
     // Made at the first name: who reads no template draws no key.
-    static const Key key = makeKey();
+    static const KzDxNameHashKey key = makeKey();
+    return kzdxNameHash(name, key);
+}
+
+std::uint32_t kzdxNameHash(std::u16string_view name, const KzDxNameHashKey& key) {
     Sip sip(key);
     auto rest = name;
     for (; rest.size() >= unitsPerWord; rest.remove_prefix(unitsPerWord)) {

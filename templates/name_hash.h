@@ -9,3 +9,12 @@
 /// of names that all hash alike, and every look-up would go through all of them. Nothing that is given to a
 /// caller may depend on the hash; the order of names in particular does not.
 [[nodiscard]] std::uint32_t kzdxNameHash(std::u16string_view name);
+
+/// What makes the hash another one in each process.
+struct KzDxNameHashKey {
+    std::uint64_t low;
+    std::uint64_t high;
+};
+
+/// The same under a given key.
+[[nodiscard]] std::uint32_t kzdxNameHash(std::u16string_view name, const KzDxNameHashKey& key);

@@ -37,7 +37,6 @@ Orvo::ErrorStatus KzDxCmdLineHook::setEnabled(bool enable) {
     const int accepted =
         enable ? kzedRegisterFilterWinMsg(kzdxIdleCheckFilter) : kzedRemoveFilterWinMsg(kzdxIdleCheckFilter);
     if (accepted == 0) return Orvo::filterRefused;
-    isFilterLeft_ = false;
     storeEnabled(enable);
     return Orvo::ok;
 }

@@ -30,6 +30,17 @@ protected:
         EXPECT_TRUE(Headless::touch(object));
         return callsOfIdle();
     }
+    /// How many calls of a kind the update after an edit makes. The first client watches the door.
+    std::size_t callsAfter(const std::function<void()>& edit, Headless::HostCall kind) {
+        for (std::size_t number = 1;; ++number) {
+            edit();
+            Headless::failHostCall(kind, number, Headless::FaultSpan::once);
+            kzdxUpdateBlockGraph(document, false, false);
+            if (Headless::endFaults() == 0) return number - 1;
+            kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+            attach(door, 0); // anew: what a call that failed has left is gone
+        }
+    }
     /// What an update finds that reads everything.
     std::vector<int> callsOfForcedUpdate() {
         EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
@@ -109,6 +120,8 @@ TEST_F(BlockMonitor, AContainerThatAppearsOrVanishesIsAChange) {
             EXPECT_TRUE(Headless::move(each, frame));
         }
     })) << "as many as before, but others";
+    EXPECT_TRUE(isChangeWhen([&] { EXPECT_TRUE(Headless::insert(desk, door)); })) << "one more";
+    EXPECT_FALSE(isChangeWhen([&] { EXPECT_TRUE(Headless::move(first, desk)); })) << "the same two";
 }
 
 // A copy that is gone again when the drawing is read.
@@ -165,8 +178,16 @@ TEST_F(BlockMonitor, EveryReadingLetsGoWhatCouldNotLeaveBefore) {
     other.reset();
     ASSERT_TRUE(Headless::letGo(reference));
     EXPECT_EQ(Headless::reactorCount(reference), 1U);
+    EXPECT_TRUE(KzDxDeferredDeletion::isAnyWaiting());
     graphOf(Headless::openDocument(u"next")).scanBlockTable();
     EXPECT_EQ(Headless::reactorCount(reference), 0U);
+    EXPECT_FALSE(KzDxDeferredDeletion::isAnyWaiting());
+    attach(door, 0);
+    const std::size_t watched = Headless::records(document).size() + 1;
+    Headless::failHostCall(Headless::HostCall::openObject, watched + 1, Headless::FaultSpan::onwards);
+    graph().reset();
+    EXPECT_EQ(Headless::endFaults(), 0U) << "what was left is not left again";
+    EXPECT_FALSE(KzDxDeferredDeletion::isAnyWaiting()) << "only what cannot leave waits";
 }
 
 TEST_F(BlockMonitor, NodesReadOnRequest) {
@@ -185,6 +206,9 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
     EXPECT_THAT(node.containers().referencesIn(desk), ElementsAre(inDesk));
     EXPECT_NE(blocks.node(frame), &node) << "the key led to another node already";
     EXPECT_EQ(node.evaluate(KzDbObjectId()), Orvo::invalidObjectId);
+    KzDxBlock* made = &node;
+    EXPECT_EQ(KzDxBlock::create(made, &blocks, nullptr), Orvo::missingCollaborator);
+    EXPECT_EQ(made, nullptr);
     ASSERT_TRUE(Headless::holdOpen(door));
     for (const bool enable : {true, false}) {
         EXPECT_EQ(node.setEnabled(enable), Orvo::heldOpenForWrite);
@@ -206,16 +230,6 @@ TEST_F(BlockMonitor, AnUpdateAsksForWhatWasEditedAlone) {
     ASSERT_TRUE(Headless::letGo(frame));
     kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
     attach(door, 0);
-    const auto callsAfter = [&](const auto& edit, HostCall kind) {
-        for (std::size_t number = 1;; ++number) {
-            edit();
-            Headless::failHostCall(kind, number, Headless::FaultSpan::once);
-            kzdxUpdateBlockGraph(document, false, false);
-            if (Headless::endFaults() == 0) return number - 1;
-            kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
-            attach(door, 0); // anew: what a call that failed has left is gone
-        }
-    };
     const auto touch = [&] { ASSERT_TRUE(Headless::touch(edited)); };
     EXPECT_EQ(callsAfter(touch, HostCall::references), 1U) << "the door's record";
     EXPECT_EQ(callsAfter(touch, HostCall::openObject), 5U) << "the table, that record and its references";
@@ -224,6 +238,15 @@ TEST_F(BlockMonitor, AnUpdateAsksForWhatWasEditedAlone) {
     EXPECT_EQ(callsAfter(insert, HostCall::references), records + 1) << "each record, and the door's to read";
     EXPECT_EQ(callsAfter(insert, HostCall::openObject), records + 4)
         << "the table, each record, those of the door and of model space to read, and the new reference";
+    const auto copy = [&] {
+        const KzDxOpened<KzDbBlockTableRecord> record(door);
+        graph().node(door)->copied(record.get(), record.get());
+    };
+    EXPECT_EQ(callsAfter(copy, HostCall::references), records) << "each record";
+    makeBlock(u"NEW");
+    Headless::failHostCall(HostCall::references, records + 2, Headless::FaultSpan::onwards);
+    kzdxUpdateBlockGraph(document, false, false);
+    EXPECT_EQ(Headless::endFaults(), 0U) << "each record once, also the new one";
     // What could not be read for a time costs no more than anything else once it could.
     ASSERT_TRUE(Headless::holdOpen(edited));
     kzdxUpdateBlockGraph(document, false, false);
@@ -234,6 +257,26 @@ TEST_F(BlockMonitor, AnUpdateAsksForWhatWasEditedAlone) {
         kzdxUpdateBlockGraph(document, false, false);
         EXPECT_EQ(Headless::endFaults(), 0U);
     }
+}
+
+// The same in a drawing with many records, some of which represent a block or stand for an attached drawing.
+TEST_F(BlockMonitor, AnUpdateDoesNotAskAgainWhatCannotHaveChanged) {
+    using Headless::HostCall;
+    KzApDocument* const site = Headless::openDocument(u"site");
+    ASSERT_TRUE(Headless::insert(Headless::modelSpace(site), Headless::makeBlock(site, u"TREE")));
+    ASSERT_TRUE(Headless::attach(document, site, u"SITE"));
+    ASSERT_TRUE(Headless::enhance(desk));
+    ASSERT_TRUE(Headless::insert(space, Headless::represent(desk)));
+    std::u16string name = u"B";
+    while (name.size() < 300) makeBlock((name += u'_').c_str());
+    const KzDbObjectId edited = Headless::insert(space, door);
+    graph().reset();
+    ASSERT_EQ(graph().init(KzDxApplication::instance()->docData(document, true)), Orvo::ok);
+    attach(door, 0);
+    const auto touch = [&] { ASSERT_TRUE(Headless::touch(edited)); };
+    EXPECT_EQ(callsAfter(touch, HostCall::references), 2U) << "the door's record, and the tree's";
+    EXPECT_EQ(callsAfter(touch, HostCall::openObject), 4U) << "these, the site's and the reference";
+    EXPECT_EQ(callsAfter(touch, HostCall::modelSpace), 0U);
 }
 
 TEST_F(BlockMonitor, AMarkThatIsTakenBackIsNoChange) {
@@ -253,6 +296,7 @@ TEST_F(BlockMonitor, AGraphThatWasEmptiedIsBuiltAnew) {
     ASSERT_TRUE(Headless::touch(reference));
     graph().reset();
     EXPECT_FALSE(graph().hasChanges());
+    EXPECT_TRUE(graph().needsScan());
     EXPECT_TRUE(graph().nodes().empty() && graph().blockMap().empty());
     EXPECT_EQ(graph().init(&data), Orvo::ok);
     EXPECT_EQ(difference(graph(), *freshGraph(data)), "");

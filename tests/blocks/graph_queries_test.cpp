@@ -7,6 +7,7 @@
 #include "tests/support/module_test.h"
 #include "tests/support/random_drawing.h"
 
+#include <algorithm>
 #include <set>
 
 namespace {
@@ -148,8 +149,8 @@ TEST_F(GraphQueries, NestingFollowsItsDefinition) {
                     KzDxIdSet visited;
                     visited.insert(Headless::records(drawing.document)[4]);
                     graph.collectNestedBlocks(block, recursive, found, visited);
-                    ASSERT_EQ(IdSet(found.begin(), found.end()), expected) << "seed " << seed;
-                    ASSERT_EQ(IdSet(visited.begin(), visited.end()), expectedVisited) << "seed " << seed;
+                    ASSERT_TRUE(std::ranges::equal(found, expected)) << "seed " << seed;
+                    ASSERT_TRUE(std::ranges::equal(visited, expectedVisited)) << "seed " << seed;
                 }
             }
             drawing.edit(30);

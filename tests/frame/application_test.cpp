@@ -5,6 +5,10 @@
 #include "frame/application.h"
 #include "tests/support/module_test.h"
 
+#include <algorithm>
+#include <functional>
+#include <utility>
+
 namespace {
 
 class Application : public ModuleTest {
@@ -144,6 +148,44 @@ TEST_F(Application, ARecordMadeWhileItsDocumentGoesDoesNotTouchIt) {
         Headless::refuse(Headless::Facility::iterator, false);
         EXPECT_EQ(load(), KzRx::done);
     }
+}
+
+/// Data that write down what happens to them.
+struct Witness {
+    explicit Witness(KzApDocument* given) : document(given) {}
+    ~Witness() { gone.push_back({document, hasForgotten}); }
+    Witness(const Witness&) = delete;
+    Witness& operator=(const Witness&) = delete;
+    void forgetDocument() { hasForgotten = true; }
+
+    KzApDocument* document;
+    bool hasForgotten = false;
+    static inline std::vector<std::pair<KzApDocument*, bool>> gone;
+};
+
+TEST_F(Application, DataGoInTheOrderOfTheirDocumentsAndForgetThoseThatAreNotThere) {
+    std::vector<KzApDocument*> documents;
+    while (documents.size() < 9) documents.push_back(Headless::openDocument(u"document"));
+    std::ranges::sort(documents, std::less<>());
+    const auto goneAfter = [&](Headless::Facility refused, KzApDocument* unlisted) {
+        AppDataT<Witness> data;
+        for (KzApDocument* const document : documents) data.docData(document, true);
+        if (unlisted != nullptr) Headless::setListed(unlisted, false);
+        Headless::refuse(refused, true);
+        data.deleteAll();
+        Headless::refuse(refused, false);
+        if (unlisted != nullptr) Headless::setListed(unlisted, true);
+        return std::exchange(Witness::gone, {});
+    };
+    std::vector<std::pair<KzApDocument*, bool>> expected;
+    for (KzApDocument* const document : documents) expected.emplace_back(document, false);
+    EXPECT_EQ(goneAfter(Headless::Facility::filter, nullptr), expected) << "all are open";
+    expected.insert(expected.begin(), {documents[4], true});
+    expected.erase(expected.begin() + 5);
+    EXPECT_EQ(goneAfter(Headless::Facility::filter, documents[4]), expected) << "one is not";
+    expected.clear();
+    for (KzApDocument* const document : documents) expected.emplace_back(document, true);
+    EXPECT_EQ(goneAfter(Headless::Facility::iterator, nullptr), expected) << "nobody knows";
 }
 
 TEST_F(Application, TheEntryPointTakesAnyCallInAnyOrder) {

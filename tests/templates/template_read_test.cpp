@@ -70,7 +70,12 @@ TEST(TemplateRead, EveryFormIsUnderstoodHoweverTheBytesCome) {
 }
 
 TEST(TemplateRead, FileCutAtAnyLengthGivesNothing) {
-    for (const auto& all : {exampleBytes(), variedBytes()}) {
+    TemplateBytes longest; // every number in its longest form
+    longest.u32(1).u16(0xFFFF).u32(~0U).u64(2).classDefinition();
+    longest.u8(0xFF).u16(0xFFFE).u8(0xFF).u16(0xFFFF).u32(~0U).u64(1).units(u"A").u32(1).u32(0);
+    longest.u16(0x7FFF).u32(0x80000001).u8(0xFF).u16(0xFFFF).u32(~0U).u64(1).plain("B").u32(1).u32(0);
+    EXPECT_EQ(read(longest), "1: A=1() B=1()");
+    for (const auto& all : {exampleBytes(), variedBytes(), longest}) {
         for (std::size_t size = 0; size < all.bytes.size(); ++size)
             EXPECT_PRED1(isRefused, read(std::span(all.bytes).first(size))) << size;
     }
