@@ -2,15 +2,17 @@
 
 #include "blocks/block_node.h"
 #include "core/boundary.h"
+#include "core/scope_guard.h"
 
 #include <algorithm>
 #include <cassert>
+#include <utility>
 
 void KzDxBlockNesting::build(const Nodes& nodes) {
-    release();
-    items_.reserve(nodes.size());
-    for (const auto& node : nodes) enter(*node);
-    isBuilt_ = true;
+    KzDxBlockNesting whole; // until it is whole, memory may run out
+    whole.items_.reserve(nodes.size());
+    for (const auto& node : nodes) whole.enter(*node);
+    *this = std::move(whole);
 }
 
 void KzDxBlockNesting::release() {
@@ -19,26 +21,29 @@ void KzDxBlockNesting::release() {
 
 // Without memory for a change the whole is given up: half of it would answer wrongly, and the next question
 // builds it anew.
-void KzDxBlockNesting::add(KzDxBlock& node) noexcept {
-    if (!isBuilt_) return;
-    isBuilt_ = kzdxAtBoundary(false, [&] {
-        enter(node);
-        return true;
+template <class Change>
+void KzDxBlockNesting::change(Change apply) noexcept {
+    kzdxAtBoundary([&] {
+        KzDxScopeGuard giveUp([this] { release(); });
+        apply();
+        giveUp.dismiss();
     });
 }
 
+void KzDxBlockNesting::add(KzDxBlock& node) noexcept {
+    if (isBuilt()) change([&] { enter(node); });
+}
+
 void KzDxBlockNesting::move(const KzDxBlock& node, const KzDxContainers& before) noexcept {
-    if (!isBuilt_) return;
     const std::uint32_t number = numbers_.find(node.id(), none);
-    if (number == none) return; // it has just been made, and will be added
-    isBuilt_ = kzdxAtBoundary(false, [&] {
+    if (number == none) return; // nothing is built, or it has just been made and will be added
+    change([&] {
         for (const KzDxContainers::Entry& entry : before) {
             if (node.containers().find(entry.container) == nullptr) takeOut(number, entry.container);
         }
         for (const KzDxContainers::Entry& entry : node.containers()) {
             if (before.find(entry.container) == nullptr) place(number, entry.container);
         }
-        return true;
     });
 }
 

@@ -22,7 +22,7 @@ public:
 
     void build(const Nodes& nodes);
     void release();
-    [[nodiscard]] bool isBuilt() const { return isBuilt_; }
+    [[nodiscard]] bool isBuilt() const { return !items_.empty(); }
 
     /// To be called when a node came, and when it gained or lost a container, whether built or not. When
     /// memory runs out, the next question has it built anew.
@@ -50,6 +50,8 @@ private:
 
     static constexpr std::uint32_t none = UINT32_MAX;
 
+    template <class Change>
+    void change(Change apply) noexcept;
     [[nodiscard]] std::uint32_t numberOf(KzDbObjectId id);
     void enter(KzDxBlock& node);
     void place(std::uint32_t number, KzDbObjectId container);
@@ -59,7 +61,6 @@ private:
     void visit(std::uint32_t container);
     void search(bool recursive);
 
-    bool isBuilt_ = false;
     KzDxIdIndex numbers_; ///< id → number of its item
     std::vector<Item> items_;
 

@@ -270,6 +270,7 @@ TEST_F(BlockMonitor, AnUpdateDoesNotAskAgainWhatCannotHaveChanged) {
     std::u16string name = u"B";
     while (name.size() < 300) makeBlock((name += u'_').c_str());
     const KzDbObjectId edited = Headless::insert(space, door);
+    const KzDbObjectId going = makeBlock(u"*U");
     graph().reset();
     ASSERT_EQ(graph().init(KzDxApplication::instance()->docData(document, true)), Orvo::ok);
     attach(door, 0);
@@ -277,6 +278,12 @@ TEST_F(BlockMonitor, AnUpdateDoesNotAskAgainWhatCannotHaveChanged) {
     EXPECT_EQ(callsAfter(touch, HostCall::references), 2U) << "the door's record, and the tree's";
     EXPECT_EQ(callsAfter(touch, HostCall::openObject), 4U) << "these, the site's and the reference";
     EXPECT_EQ(callsAfter(touch, HostCall::modelSpace), 0U);
+    ASSERT_TRUE(Headless::erase(going));
+    kzdxUpdateBlockGraph(document, false, false);
+    touch();
+    Headless::failHostCall(HostCall::references, 3, Headless::FaultSpan::onwards);
+    kzdxUpdateBlockGraph(document, false, false);
+    EXPECT_EQ(Headless::endFaults(), 0U) << "nor about a record that has gone";
 }
 
 TEST_F(BlockMonitor, AMarkThatIsTakenBackIsNoChange) {
@@ -299,6 +306,9 @@ TEST_F(BlockMonitor, AGraphThatWasEmptiedIsBuiltAnew) {
     EXPECT_TRUE(graph().needsScan());
     EXPECT_TRUE(graph().nodes().empty() && graph().blockMap().empty());
     EXPECT_EQ(graph().init(&data), Orvo::ok);
+    KzDxBlocks* made = &graph();
+    EXPECT_EQ(KzDxBlocks::create(made, nullptr), Orvo::missingCollaborator);
+    EXPECT_EQ(made, nullptr);
     EXPECT_EQ(difference(graph(), *freshGraph(data)), "");
     attach(door, 0);
     EXPECT_THAT(callsAfterTouching(reference), IsEmpty())

@@ -153,7 +153,7 @@ TEST_F(Application, ARecordMadeWhileItsDocumentGoesDoesNotTouchIt) {
 /// Data that write down what happens to them.
 struct Witness {
     explicit Witness(KzApDocument* given) : document(given) {}
-    ~Witness() { gone.push_back({document, hasForgotten}); }
+    ~Witness() { gone.emplace_back(document, hasForgotten); }
     Witness(const Witness&) = delete;
     Witness& operator=(const Witness&) = delete;
     void forgetDocument() { hasForgotten = true; }
@@ -177,14 +177,13 @@ TEST_F(Application, DataGoInTheOrderOfTheirDocumentsAndForgetThoseThatAreNotTher
         if (unlisted != nullptr) Headless::setListed(unlisted, true);
         return std::exchange(Witness::gone, {});
     };
-    std::vector<std::pair<KzApDocument*, bool>> expected;
-    for (KzApDocument* const document : documents) expected.emplace_back(document, false);
+    std::vector<std::pair<KzApDocument*, bool>> expected(documents.size());
+    std::ranges::transform(documents, expected.begin(), [](auto* each) { return std::pair(each, false); });
     EXPECT_EQ(goneAfter(Headless::Facility::filter, nullptr), expected) << "all are open";
-    expected.insert(expected.begin(), {documents[4], true});
-    expected.erase(expected.begin() + 5);
+    std::rotate(expected.begin(), expected.begin() + 4, expected.begin() + 5);
+    expected[0].second = true;
     EXPECT_EQ(goneAfter(Headless::Facility::filter, documents[4]), expected) << "one is not";
-    expected.clear();
-    for (KzApDocument* const document : documents) expected.emplace_back(document, true);
+    std::ranges::transform(documents, expected.begin(), [](auto* each) { return std::pair(each, true); });
     EXPECT_EQ(goneAfter(Headless::Facility::iterator, nullptr), expected) << "nobody knows";
 }
 

@@ -14,6 +14,9 @@ void refuse(std::size_t number, Headless::FaultSpan span);
 /// Ends that. How many allocations have been refused.
 std::size_t end();
 
+/// How many allocations there have been.
+[[nodiscard]] std::size_t allocations();
+
 /// The bytes that `new` has given out and `delete` has not got back.
 [[nodiscard]] std::size_t liveBytes();
 

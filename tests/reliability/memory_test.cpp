@@ -2,7 +2,9 @@
 // it, it says that it failed and has done nothing or says that it succeeded and has done everything, and made
 // again it works. Leaving needs no memory at all.
 
+#include "blocks/block_graph.h"
 #include "frame/application.h"
+#include "templates/selected_names.h"
 #include "tests/reliability/allocation_gate.h"
 #include "tests/support/figures.h"
 #include "tests/support/module_test.h"
@@ -393,6 +395,60 @@ TEST_F(Memory, LeavingNeedsNone) {
                   0U);
         ASSERT_EQ(load(), KzRx::done);
     }
+}
+
+/// How many allocations `work` makes.
+template <class Work>
+std::size_t allocationsOf(Work work) {
+    const std::size_t before = AllocationGate::allocations();
+    work();
+    return AllocationGate::allocations() - before;
+}
+
+// What is announced is taken in one go, and what was taken serves again. The limits are what was counted.
+TEST_F(Memory, ATemplateTakesItInOneGo) {
+    TemplateBytes blocks;
+    blocks.start(100).classDefinition().body(u"0");
+    for (char16_t made = 1; made < 100; ++made) blocks.u16(0x8001).body(std::u16string(1, made));
+    TemplateBytes attributes;
+    attributes.start(1).classDefinition().text(u"B").u32(1).u32(64);
+    for (char16_t made = 0; made < 64; ++made) attributes.text(std::u16string(20, made)).u32(1);
+    const auto expectFew = [](const TemplateBytes& all, std::size_t toRead, std::size_t toGive) {
+        CEattMain read;
+        EXPECT_LE(allocationsOf([&] {
+                      KzDxMemorySource source(all.bytes);
+                      EXPECT_FALSE(kzdxReadTemplate(source, read));
+                  }),
+                  toRead);
+        std::vector<std::u16string> blockNames;
+        std::vector<std::u16string> attributeNames;
+        EXPECT_LE(allocationsOf([&] { kzdxGiveSelectedNames(read, blockNames, attributeNames); }), toGive);
+    };
+    expectFew(blocks, 100 + 2, 13);
+    expectFew(attributes, 8, 64 + 15);
+}
+
+TEST_F(Memory, AnUpdateTakesItForWhatWasEdited) {
+    Drawing drawing;
+    for (char16_t made = 1; made < 100; ++made) {
+        const KzDbObjectId block = Headless::makeBlock(drawing.document, std::u16string(made, u'B'));
+        Headless::insert(drawing.outer, block, {{u"TAG", u"text"}});
+        Headless::insert(drawing.outer, drawing.inner);
+    }
+    ASSERT_EQ(watch(drawing, first), 1);
+    const auto update = [&] { kzdxUpdateBlockGraph(drawing.document, false, true); };
+    const auto readAll = [&] { kzdxUpdateBlockGraph(drawing.document, true, true); };
+    Headless::touch(drawing.reference);
+    update();
+    Headless::touch(drawing.reference);
+    EXPECT_LE(allocationsOf(update), 7U);
+    EXPECT_LE(allocationsOf(readAll), Headless::records(drawing.document).size() + 4);
+    KzDxBlocks& graph = *KzDxApplication::instance()->docData(drawing.document, false)->blocks();
+    KzDxIdSet nested;
+    graph.getNestedBlocks(drawing.modelSpace, true, nested);
+    Headless::insert(Headless::makeBlock(drawing.document, u"New"), drawing.inner);
+    update();
+    EXPECT_LE(allocationsOf([&] { graph.getNestedBlocks(drawing.modelSpace, true, nested); }), 5U);
 }
 
 TEST_F(Memory, IdleChecksLeaveItWhereItWas) {
