@@ -70,7 +70,6 @@ void KzDxBlocks::reset() {
     nodes_.clear();
     layoutIds_.clear();
     attachments_.clear();
-    scope_ = KzDxReadingScope::everything;
     setNeedsScan(true);
     setHasChanges(false);
     disableTimer();

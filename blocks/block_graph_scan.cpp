@@ -92,8 +92,10 @@ private:
     KzDxBlock* add(KzDbBlockTableRecord& record) {
         graph_.attachments_.reserve(graph_.attachments_.size() + 1); // a node that is there is complete
         KzDxBlock* node = nullptr;
-        if (graph_.addBlock(node, &record) != Orvo::ok) isComplete_ = false;
-        if (node == nullptr) return nullptr;
+        if (graph_.addBlock(node, &record) != Orvo::ok) {
+            isComplete_ = false;
+            return nullptr;
+        }
         node->setLastWalk(graph_.walkNumber_);
         if (record.isDependent()) graph_.elsewhere_.add(*node);
         if (record.isFromExternalReference()) graph_.attachments_.push_back({node->id(), nullptr});

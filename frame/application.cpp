@@ -23,7 +23,6 @@ bool KzDxApplication::leaveHost() noexcept {
     const bool hasLeft = leaveDocManager();
     static_cast<void>(AppDataT::deleteAll());          // always `ok`
     static_cast<void>(AppDataT::setAutoCreate(false)); // should it hear of documents after all
-    storeEnabled(false);
     if (instance_ == this) instance_ = nullptr;
     return hasLeft;
 }

@@ -49,14 +49,7 @@ bool KzDxArchiveReader::number(std::int32_t& result) {
 // Counts escape as lengths do, but begin with 16 bits.
 bool KzDxArchiveReader::count(std::uint64_t& result) {
     std::uint16_t short16 = 0;
-    if (!number(short16)) return false;
-    result = short16;
-    if (short16 < escape16) return true;
-
-    std::uint32_t long32 = 0;
-    if (!number(long32)) return false;
-    result = long32;
-    return long32 < escape32 || number(result);
+    return number(short16) && wideNumber(short16, result);
 }
 
 bool KzDxArchiveReader::string(std::u16string& result) {
@@ -86,15 +79,14 @@ bool KzDxArchiveReader::string(std::u16string& result) {
         std::memcpy(to, part.data(), part.size());
         to += part.size();
     };
-    if (!pass(length * unitSize, copy)) return false;
+    const bool isWhole = pass(length * unitSize, copy);
     if constexpr (std::endian::native == std::endian::big) {
         for (auto& unit : result) unit = static_cast<char16_t>(unit << 8 | unit >> 8);
     }
-    return true;
+    return isWhole;
 }
 
 bool KzDxArchiveReader::bytes(std::string& result, std::size_t size) {
-    result.clear();
     return pass(size,
                 [&](auto part) { result.append(reinterpret_cast<const char*>(part.data()), part.size()); });
 }
@@ -141,13 +133,13 @@ bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
     if (short8 < escape8) return true;
 
     if (!number(next)) return false;
-    if (next != utf16Marker) return longLength(next, length);
+    if (next != utf16Marker) return wideNumber(next, length);
 
     // The length starts afresh; there is no second marker, so a utf16Marker here is an ordinary length.
     isUtf16 = true;
     if (!number(short8)) return false;
     length = short8;
-    return short8 < escape8 || (number(next) && longLength(next, length));
+    return short8 < escape8 || (number(next) && wideNumber(next, length));
 }
 
 // Nearly every string begins with the marker and a short length: takes them in one step. False, and nothing
@@ -162,14 +154,15 @@ bool KzDxArchiveReader::shortUtf16Length(std::uint64_t& length) {
     return true;
 }
 
-// A length of which the first 16 bits are read. All ones at any width say that a wider number follows.
-bool KzDxArchiveReader::longLength(std::uint16_t start, std::uint64_t& length) {
-    length = start;
+// A count or a length of which the first 16 bits are read. All ones at any width say that a wider number
+// follows.
+bool KzDxArchiveReader::wideNumber(std::uint16_t start, std::uint64_t& result) {
+    result = start;
     if (start < escape16) return true;
     std::uint32_t long32 = 0;
     if (!number(long32)) return false;
-    length = long32;
-    return long32 < escape32 || number(length);
+    result = long32;
+    return long32 < escape32 || number(result);
 }
 
 // Gives the next `size` bytes to the sink, in as many parts as the buffer makes of them.

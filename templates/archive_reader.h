@@ -59,7 +59,7 @@ public:
     /// A string in either form.
     [[nodiscard]] bool string(std::u16string& result);
 
-    /// `size` bytes as they are. For short, fixed texts.
+    /// Appends `size` bytes as they are. For short, fixed texts.
     [[nodiscard]] bool bytes(std::string& result, std::size_t size);
 
     /// How many bytes are left, as far as the source knows.
@@ -81,7 +81,7 @@ private:
     [[nodiscard]] bool hold(std::size_t size);
     [[nodiscard]] bool stringLength(bool& isUtf16, std::uint64_t& length);
     [[nodiscard]] bool shortUtf16Length(std::uint64_t& length);
-    [[nodiscard]] bool longLength(std::uint16_t start, std::uint64_t& length);
+    [[nodiscard]] bool wideNumber(std::uint16_t start, std::uint64_t& result);
     [[nodiscard]] bool pass(std::uint64_t size, auto&& sink);
 
     KzDxByteSource& source_;

@@ -7,10 +7,7 @@ using namespace KzDxArchive;
 // A value that is all ones at a width is an escape there, and so takes the next width.
 void KzDxArchiveWriter::count(std::uint64_t value) {
     if (value < escape16) return number(static_cast<std::uint16_t>(value));
-    number(escape16);
-    if (value < escape32) return number(static_cast<std::uint32_t>(value));
-    number(escape32);
-    number(value);
+    wideNumber(value);
 }
 
 // Always in UTF-16, whatever the characters: the other form has none beyond its code page.
@@ -31,8 +28,12 @@ void KzDxArchiveWriter::stringLength(std::uint64_t length) {
     if (length < escape8) return number(static_cast<std::uint8_t>(length));
     number(escape8);
     if (length < utf16Marker) return number(static_cast<std::uint16_t>(length));
+    wideNumber(length);
+}
+
+void KzDxArchiveWriter::wideNumber(std::uint64_t value) {
     number(escape16);
-    if (length < escape32) return number(static_cast<std::uint32_t>(length));
+    if (value < escape32) return number(static_cast<std::uint32_t>(value));
     number(escape32);
-    number(length);
+    number(value);
 }

@@ -27,6 +27,8 @@ public:
 
 private:
     void stringLength(std::uint64_t length);
+    /// A count or a length that takes more than 16 bits.
+    void wideNumber(std::uint64_t value);
 
     std::vector<std::byte> written_;
 };

@@ -1,6 +1,5 @@
 #include "timers/cmd_line_hook.h"
 
-#include "core/boundary.h"
 #include "host/editor.h"
 #include "timers/idle_check.h"
 
@@ -29,7 +28,7 @@ KzDxCmdLineHook::~KzDxCmdLineHook() {
 
 void KzDxCmdLineHook::removeLeftFilter() noexcept {
     if (!isFilterLeft_ || instance_) return; // a hook of now removes the filter itself
-    isFilterLeft_ = kzdxAtBoundary(true, [] { return kzedRemoveFilterWinMsg(kzdxIdleCheckFilter) == 0; });
+    isFilterLeft_ = kzedRemoveFilterWinMsg(kzdxIdleCheckFilter) == 0;
 }
 
 Orvo::ErrorStatus KzDxCmdLineHook::setEnabled(bool enable) {

@@ -65,7 +65,10 @@ TEST_F(BlockMonitor, OnlyTheAttachThatBeginsTheWatchingDropsWhatWasEditedBefore)
     const KzDbObjectId reference = Headless::insert(space, door);
     attach(door, 0);
     EXPECT_THAT(callsOfForcedUpdate(), IsEmpty());
+    KzDxDocument& data = *KzDxApplication::instance()->docData(document, false);
+    EXPECT_EQ(data.runningTimers().size(), 1U);
     kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+    EXPECT_TRUE(data.runningTimers().isEmpty());
     ASSERT_TRUE(Headless::insert(space, door));
     attach(door, 0);
     EXPECT_THAT(callsOfForcedUpdate(), IsEmpty());
@@ -206,6 +209,13 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
     EXPECT_THAT(node.containers().referencesIn(desk), ElementsAre(inDesk));
     EXPECT_NE(blocks.node(frame), &node) << "the key led to another node already";
     EXPECT_EQ(node.evaluate(KzDbObjectId()), Orvo::invalidObjectId);
+    const KzDbObjectId held = Headless::insert(space, desk);
+    ASSERT_TRUE(Headless::holdOpen(held));
+    EXPECT_EQ(blocks.node(desk)->refresh(), Orvo::ok);
+    ASSERT_TRUE(Headless::letGo(held));
+    EXPECT_EQ(blocks.node(desk)->setEnabled(true), Orvo::ok);
+    EXPECT_EQ(Headless::reactorCount(held), 0U) << "it is not filed yet";
+    EXPECT_EQ(blocks.node(desk)->setEnabled(false), Orvo::ok);
     KzDxBlock* made = &node;
     EXPECT_EQ(KzDxBlock::create(made, &blocks, nullptr), Orvo::missingCollaborator);
     EXPECT_EQ(made, nullptr);

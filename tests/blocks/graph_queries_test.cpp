@@ -139,15 +139,16 @@ TEST_F(GraphQueries, NestingFollowsItsDefinition) {
     for (unsigned seed = 0; seed < 40; ++seed) {
         RandomDrawing drawing(seed);
         KzDxBlocks& graph = graphOf(drawing.document);
+        const IdSet visitedBefore{Headless::records(drawing.document)[4], KzDbObjectId(987654321)};
         for (int round = 0; round < 2; ++round) {
             for (const auto& [block, node] : graph.blockMap()) {
                 for (const bool recursive : {false, true}) {
                     IdSet expected;
-                    IdSet expectedVisited{Headless::records(drawing.document)[4]};
+                    IdSet expectedVisited = visitedBefore;
                     collect(graph, block, recursive, expected, expectedVisited);
                     KzDxIdSet found;
                     KzDxIdSet visited;
-                    visited.insert(Headless::records(drawing.document)[4]);
+                    for (const KzDbObjectId id : visitedBefore) visited.insert(id);
                     graph.collectNestedBlocks(block, recursive, found, visited);
                     ASSERT_TRUE(std::ranges::equal(found, expected)) << "seed " << seed;
                     ASSERT_TRUE(std::ranges::equal(visited, expectedVisited)) << "seed " << seed;

@@ -112,6 +112,13 @@ TEST(TemplateWrite, LengthsTakeTheShortestFormThatIsNoMarker) {
     EXPECT_EQ(start(0xFFFD), TemplateBytes(wide).u8(0xFF).u16(0xFFFD).bytes);
     EXPECT_EQ(start(0xFFFE), TemplateBytes(wide).u8(0xFF).u16(0xFFFF).u32(0xFFFE).bytes);
     EXPECT_EQ(start(0x10000), TemplateBytes(wide).u8(0xFF).u16(0xFFFF).u32(0x10000).bytes);
+    for (const std::uint64_t count : {0xFFFFFFFFULL, 0x123456789AULL}) {
+        KzDxArchiveWriter writer;
+        writer.count(count);
+        const auto written = writer.written();
+        EXPECT_EQ(std::vector(written.begin(), written.end()),
+                  TemplateBytes().u16(0xFFFF).u32(0xFFFFFFFF).u64(count).bytes);
+    }
 }
 
 // Object indices from 7FFF on need the long tag, and more than FFFE elements the long count.
@@ -169,6 +176,7 @@ TEST(NameOrder, FoldsCaseAndComparesBeyondNuls) {
     EXPECT_LT(order(u"_", u"Z"), 0);
     EXPECT_LT(order(u"a\0b"sv, u"A\0C"sv), 0);
     EXPECT_LT(order(u"a"sv, u"a\0"sv), 0);
+    EXPECT_LT(order(u"a\0\0b"sv, u"a\0\0c"sv), 0);
     EXPECT_LT(order(u"a\0z"sv, u"ab"sv), 0);
     if (sizeof(wchar_t) == 2) GTEST_SKIP() << "Windows has no such locale";
     ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);

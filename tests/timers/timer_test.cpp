@@ -3,6 +3,7 @@
 
 #include "frame/application.h"
 #include "tests/support/module_test.h"
+#include "timers/external_client_timer_reactor.h"
 #include "timers/timer.h"
 
 #include <functional>
@@ -118,6 +119,18 @@ TEST_F(Timer, AStoppedOneNotifiesNobody) {
     Headless::advance(5000);
     timer->checkElapsed();
     EXPECT_THAT(counts(), testing::ElementsAre(0, 0, 0));
+}
+
+TEST_F(Timer, RunsWhileItHasClients) {
+    for (const int attach : {1, 0}) {
+        EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(0), 0, attach), 1);
+        EXPECT_EQ(record->runningTimers().isEmpty(), attach == 0);
+    }
+    KzDxExternalClientTimerReactor clients(timer.get());
+    EXPECT_EQ(clients.attach(nullptr), Orvo::missingCollaborator);
+    EXPECT_FALSE(clients.isEnabled());
+    KzDxExternalClientTimerReactor withoutTimer(nullptr);
+    EXPECT_EQ(withoutTimer.attach(TestClients::client(0)), Orvo::missingCollaborator);
 }
 
 TEST_F(Timer, SwitchingNeedsAnOwner) {
