@@ -20,6 +20,7 @@ Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocumentCo
     return make(graph, document, true);
 }
 
+/// Makes the graph of a document. `follows`: switched on if it can be.
 Orvo::ErrorStatus KzDxBlocks::make(KzDxBlocks*& graph, KzDxDocumentContext* document, bool follows) {
     graph = nullptr;
     std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
@@ -72,7 +73,6 @@ void KzDxBlocks::reset() {
     attachments_.clear();
     setNeedsScan(true);
     setHasChanges(false);
-    disableTimer();
     timer_.reset();
 }
 

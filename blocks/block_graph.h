@@ -151,7 +151,7 @@ public:
 
     // Building.
 
-    /// Binds the graph to its document and builds it; see `create`.
+    /// Binds the graph to a document and builds it, as `create` does. Anew, when it was built before.
     virtual Orvo::ErrorStatus init(KzDxDocumentContext* document);
 
     /// Makes the node of an open record. `alreadyPresent` when the record is a key, `missingCollaborator` for

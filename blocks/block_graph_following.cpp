@@ -64,15 +64,14 @@ void KzDxBlocks::setNodesEnabled(bool enable) {
 
 void KzDxBlocks::enableTimer() {
     if (!timer_.has_value()) timer_.emplace(&document_->runningTimers(), 0U);
+    // Each time: memory may have run out the last time. Null is all that it refuses.
+    static_cast<void>(timer_->attach(this));
     // A timer that stands still for now runs as soon as any timer is switched on.
     static_cast<void>(timer_->setEnabled(true));
-    static_cast<void>(timer_->attach(this)); // refuses null only
 }
 
 void KzDxBlocks::disableTimer() {
-    if (!timer_.has_value()) return;
-    static_cast<void>(timer_->setEnabled(false)); // it has running timers to leave
-    timer_->detach(this);
+    if (timer_.has_value()) static_cast<void>(timer_->setEnabled(false)); // it has running timers to leave
 }
 
 /// Empties the graph and leaves the block table, by the id that was kept when the document is gone. Whether
