@@ -29,9 +29,9 @@ KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
 }
 
 std::vector<KzDbObjectId> KzDxContainers::referencesIn(KzDbObjectId container) const {
-    std::vector<KzDbObjectId> found;
     const Entry* const entry = find(container);
-    if (entry == nullptr) return found;
+    if (entry == nullptr) return {};
+    std::vector<KzDbObjectId> found;
     const auto number = static_cast<std::uint32_t>(entry - entries_.data());
     for (std::size_t at = 0; at < references_.size(); ++at) {
         if (numbers_[at] == number) found.push_back(references_[at]);

@@ -98,7 +98,7 @@ bool KzDxArchiveReader::refuse(KzDxArchiveError error, std::uint64_t offset) {
 
 // A file may have grown since its size was asked for: then more was read than there should be.
 std::uint64_t KzDxArchiveReader::remaining() const {
-    return source_.size() > offset() ? source_.size() - offset() : 0;
+    return std::max(source_.size(), offset()) - offset();
 }
 
 // Makes `size` bytes stand together in the buffer; takes none when there are fewer.
