@@ -41,8 +41,13 @@ TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
 TEST_F(Application, SwitchedOffItPostsNothingAndWithoutAutoCreateItWaitsToBeAsked) {
     KzApDocument* const document = Headless::openDocument(u"document");
     EXPECT_EQ(Headless::idle().dispatched, 1U);
+    KzDxDocument& data = *application().docData(document, true);
+    ASSERT_EQ(watch(document, {Headless::modelSpace(document)}, TestClients::client(0)), 1);
+    ASSERT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 1000, 1), 1);
     for (const bool enable : {false, true}) {
-        EXPECT_EQ(application().docData(document, true)->setEnabled(enable), Orvo::ok);
+        EXPECT_EQ(data.setEnabled(enable), Orvo::ok);
+        EXPECT_EQ(data.blocks()->isEnabled(), enable);
+        EXPECT_EQ(data.runningTimers().size(), enable ? 2U : 0U);
         EXPECT_EQ(Headless::idle().dispatched, enable ? 1U : 0U) << "the record by itself";
     }
     EXPECT_EQ(application().setEnabled(false), Orvo::ok);
