@@ -126,9 +126,9 @@ TEST_F(Timer, RunsWhileItHasClients) {
         EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(0), 0, attach), 1);
         EXPECT_EQ(record->runningTimers().isEmpty(), attach == 0);
     }
-    KzDxExternalClientTimerReactor clients(timer.get());
-    EXPECT_EQ(clients.attach(nullptr), Orvo::missingCollaborator);
-    EXPECT_FALSE(clients.isEnabled());
+    KzDxExternalClientTimerReactor withTimer(timer.get());
+    EXPECT_EQ(withTimer.attach(nullptr), Orvo::missingCollaborator);
+    EXPECT_FALSE(withTimer.isEnabled());
     KzDxExternalClientTimerReactor withoutTimer(nullptr);
     EXPECT_EQ(withoutTimer.attach(TestClients::client(0)), Orvo::missingCollaborator);
 }
