@@ -19,10 +19,6 @@ public:
         if (FaultGate::strikes(HostCall::representations)) return FaultGate::status();
         const auto* const record = Headless::findAs<Headless::Record>(block);
         if (record == nullptr) return Orvo::invalidObjectId;
-        const bool isEnhanced = !record->graph().isNull();
-        if (!Headless::isProvidedFor(isEnhanced, "getRepresentations of a block that is not enhanced")) {
-            return Orvo::notProvidedFor;
-        }
         for (const KzDbObjectId each : record->representations()) ids.append(each);
         return Orvo::ok;
     }
