@@ -1,6 +1,6 @@
 // Guards what happens when memory runs out: whichever allocation of a call is refused, no exception leaves
 // it, it says that it failed and has done nothing or says that it succeeded and has done everything, and made
-// again it works. Leaving needs no memory at all.
+// again it works. Leaving needs no memory at all. And how often it is asked for where that was seen to.
 
 #include "blocks/block_graph.h"
 #include "frame/application.h"
