@@ -189,7 +189,9 @@ public:
     // For nodes.
 
     /// What they read their references with.
-    [[nodiscard]] KzDxReferenceReader& reader() { return reader_; }
+    [[nodiscard]] KzDxReferenceReader& reader() { return *reader_; }
+    /// Begins with a new one: drawings may have changed since, and the storage of the last one is given back.
+    void renewReader() { reader_.emplace(*this); }
     /// A node may differ from the drawing; it has changed; it reports references that lie in other drawings.
     void nodeBecameStale(KzDxBlock& node) noexcept { stale_.add(node); }
     void nodeChanged(KzDxBlock& node) noexcept { changed_.add(node); }
@@ -274,7 +276,7 @@ private:
     std::uint32_t readingNumber_ = 0;
     bool isWalkComplete_ = false;
 
-    KzDxReferenceReader reader_{*this};
+    std::optional<KzDxReferenceReader> reader_{std::in_place, *this}; // in place; never without one
     KzDxBlockNesting nesting_;
     KzDxLife life_;
 };

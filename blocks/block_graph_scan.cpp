@@ -26,7 +26,7 @@ public:
         });
         isComplete_ &= isWalked;
         for (KzDxBlock* const node : ofManyRecords_) {
-            graph_.compareLists(*node, graph_.reader_.ask(node->recordIds()));
+            graph_.compareLists(*node, graph_.reader().ask(node->recordIds()));
         }
     }
 
@@ -114,7 +114,7 @@ private:
             ofManyRecords_.push_back(&node);
             return;
         }
-        graph_.compareLists(node, graph_.reader_.ask(record));
+        graph_.compareLists(node, graph_.reader().ask(record));
     }
 
     KzDxBlocks& graph_;
@@ -150,7 +150,7 @@ void KzDxBlocks::readChanged() {
 void KzDxBlocks::beginReading() {
     ++readingNumber_;
     KzDxDeferredDeletion::retryAll();
-    reader_.forgetDrawings();
+    renewReader();
 }
 
 void KzDxBlocks::readAfter(Walk& walk, const KzDbDatabase& drawing) {
@@ -174,7 +174,7 @@ void KzDxBlocks::readStaleNodes() {
         }
         return node.read() == Orvo::ok && !node.isHardOfHearing();
     });
-    reader_.release();
+    renewReader();
     setNeedsScan(false);
 }
 
@@ -188,14 +188,14 @@ void KzDxBlocks::lookElsewhere() {
         }
     }
     for (KzDxBlock* const node : elsewhere_) {
-        if (!node->isStale()) compareLists(*node, reader_.ask(node->recordIds()));
+        if (!node->isStale()) compareLists(*node, reader().ask(node->recordIds()));
     }
 }
 
 /// Has a node read whose records report other references than are filed, or did not answer. That it is listed
 /// without a mark of its own means that only references that have come are opened.
 void KzDxBlocks::compareLists(KzDxBlock& node, Orvo::ErrorStatus asked) {
-    if (asked != Orvo::ok || !reader_.isAsReported(node.containers())) stale_.add(node);
+    if (asked != Orvo::ok || !reader().isAsReported(node.containers())) stale_.add(node);
 }
 
 /// Looks again which drawing each record stands for that stood for one when it came. Whether they are the

@@ -40,7 +40,7 @@ Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
     if (record.isNull()) return Orvo::invalidObjectId;
     listRecord(record);
-    owner_->reader().forgetDrawings();
+    owner_->renewReader();
     becomeStale(); // the graph's next update sees whether something has gone wrong
     return read();
 }

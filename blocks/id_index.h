@@ -3,6 +3,7 @@
 #include "host/ids.h"
 
 #include <bit>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -13,7 +14,7 @@
 }
 
 /// A hash table from ids to 32-bit numbers that is emptied at no cost, for use again and again within one
-/// scan.
+/// reading.
 ///
 /// Open addressing with linear probing in a power-of-two table, at most half full. An entry counts only in
 /// the round in which it was made; `clear` begins the next round.
@@ -40,14 +41,8 @@ public:
     /// Forgets all entries; the storage stays.
     void clear() {
         size_ = 0;
-        if (++round_ == 0) release(); // the round number has wrapped: old entries would count again
-    }
-
-    /// Forgets all entries and gives the storage back.
-    void release() {
-        entries_ = {};
-        size_ = 0;
-        round_ = 1;
+        ++round_;
+        assert(round_ != 0); // else old entries would count again; no reading has so many nodes
     }
 
 private:

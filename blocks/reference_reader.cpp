@@ -23,17 +23,6 @@ bool areSame(std::span<const KzDbObjectId> left, std::span<const KzDbObjectId> r
 
 } // namespace
 
-void KzDxReferenceReader::release() {
-    forgetDrawings();
-    filed_ = nullptr;
-    references_ = {};
-    reported_ = KzDbObjectIdArray();
-    numbers_ = {};
-    containers_ = {};
-    numberOfOwner_.release();
-    numberOfNew_.release();
-}
-
 void KzDxReferenceReader::beginAsking() {
     reported_.clear();
     references_ = {};

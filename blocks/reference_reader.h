@@ -16,9 +16,9 @@ class KzDxRegistrations;
 /// Reads from the drawing which references a block has and where each of them is placed: first the lists,
 /// which costs one question per record, then the references, each of which is opened.
 ///
-/// One reader serves all nodes of a graph in turn and keeps its storage until `release`, so that a scan
-/// allocates next to nothing per node. On failure (a record that does not open or does not answer) the
-/// results mean nothing.
+/// One reader serves all nodes of a graph in turn, for one reading of the drawing, and keeps its storage, so
+/// that a reading allocates next to nothing per node. What it finds out about attached drawings holds as
+/// long. On failure (a record that does not open or does not answer) the results mean nothing.
 class KzDxReferenceReader {
 public:
     explicit KzDxReferenceReader(KzDxBlocks& graph) : graph_(graph) {}
@@ -62,12 +62,6 @@ public:
     /// replaced by the record that stands for its drawing.
     [[nodiscard]] bool hasForeign() const { return hasForeign_; }
     [[nodiscard]] bool hasTranslated() const { return hasTranslated_; }
-
-    /// Forgets what was found out about drawings; they may have changed when the next scan begins.
-    void forgetDrawings() { xrefBlocks_.clear(); }
-
-    /// Gives the storage back.
-    void release();
 
 private:
     static constexpr std::uint32_t nowhere = KzDxContainers::nowhere;

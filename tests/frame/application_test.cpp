@@ -4,6 +4,7 @@
 #include "blocks/block_graph.h"
 #include "frame/application.h"
 #include "tests/support/module_test.h"
+#include "timers/idle_check.h"
 
 #include <algorithm>
 #include <functional>
@@ -29,6 +30,8 @@ TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
     EXPECT_EQ(application().docData(empty, true), nullptr);
     EXPECT_EQ(application().docData(nullptr, true), nullptr);
     EXPECT_EQ(application().docData(first, true), application().docData(first, true));
+    EXPECT_TRUE(application().removeDocData(second));
+    EXPECT_NE(application().docData(second, true), nullptr);
     Headless::setListed(unlisted, false);
     Headless::closeDocument(first);
     EXPECT_FALSE(hasRecord(first));
@@ -56,7 +59,11 @@ TEST_F(Application, SwitchedOffItPostsNothingAndWithoutAutoCreateItWaitsToBeAske
     EXPECT_EQ(Headless::idle().dispatched, 0U);
     EXPECT_EQ(application().setAutoCreate(false), Orvo::ok);
     KzApDocument* const later = Headless::openDocument(u"later");
-    EXPECT_FALSE(hasRecord(later));
+    ASSERT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 1000, 1), 1);
+    kzdxPostIdleCheck(later);
+    EXPECT_EQ(Headless::idle().dispatched, 1U);
+    kzdxBlockReferenceMonitorDetach(later, TestClients::client(0));
+    EXPECT_FALSE(hasRecord(later)) << "neither an idle check nor a client that leaves needs one";
     EXPECT_NE(application().docData(later, true), nullptr);
 }
 

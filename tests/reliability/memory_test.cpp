@@ -441,8 +441,8 @@ TEST_F(Memory, AnUpdateTakesItForWhatWasEdited) {
     Headless::touch(drawing.reference);
     update();
     Headless::touch(drawing.reference);
-    EXPECT_LE(allocationsOf(update), 7U);
-    EXPECT_LE(allocationsOf(readAll), Headless::records(drawing.document).size() + 4);
+    EXPECT_LE(allocationsOf(update), 9U);
+    EXPECT_LE(allocationsOf(readAll), Headless::records(drawing.document).size() + 6);
     KzDxBlocks& graph = *KzDxApplication::instance()->docData(drawing.document, false)->blocks();
     KzDxIdSet nested;
     graph.getNestedBlocks(drawing.modelSpace, true, nested);

@@ -126,6 +126,10 @@ TEST_F(Timer, RunsWhileItHasClients) {
         EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(0), 0, attach), 1);
         EXPECT_EQ(record->runningTimers().isEmpty(), attach == 0);
     }
+    for (const bool enable : {false, true}) record->setEnabled(enable);
+    EXPECT_FALSE(record->runningTimers().isEmpty()) << "it is switched on with its document, clients or not";
+    EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(0), 0, 0), 1);
+    EXPECT_TRUE(record->runningTimers().isEmpty());
     KzDxExternalClientTimerReactor withTimer(timer.get());
     EXPECT_EQ(withTimer.attach(nullptr), Orvo::missingCollaborator);
     EXPECT_FALSE(withTimer.isEnabled());
