@@ -121,13 +121,11 @@ bool KzDxArchiveReader::hold(std::size_t size) {
     return true;
 }
 
-// Reads what stands before the text: the form, and how many code units or bytes follow.
+// Reads what stands before the text: the form, left as it is when it is not UTF-16, and how many code units
+// or bytes follow.
 bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
-    if (shortUtf16Length(length)) return isUtf16 = true;
-
     std::uint8_t short8 = 0;
     std::uint16_t next = 0;
-    isUtf16 = false;
     if (!number(short8)) return false;
     length = short8;
     if (short8 < escape8) return true;
@@ -140,18 +138,6 @@ bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
     if (!number(short8)) return false;
     length = short8;
     return short8 < escape8 || (number(next) && wideNumber(next, length));
-}
-
-// Nearly every string begins with the marker and a short length: takes them in one step. False, and nothing
-// taken, when it is something else.
-bool KzDxArchiveReader::shortUtf16Length(std::uint64_t& length) {
-    constexpr std::array marker = {std::byte{0xFF}, std::byte{0xFE}, std::byte{0xFF}};
-    const auto* const start = buffer_.data() + at_;
-    if (buffered() <= marker.size() || std::memcmp(start, marker.data(), marker.size()) != 0) return false;
-    length = std::to_integer<std::uint64_t>(start[marker.size()]);
-    if (length == escape8) return false;
-    at_ += marker.size() + 1;
-    return true;
 }
 
 // A count or a length of which the first 16 bits are read. All ones at any width say that a wider number

@@ -80,7 +80,6 @@ private:
     [[nodiscard]] std::size_t buffered() const { return end_ - at_; }
     [[nodiscard]] bool hold(std::size_t size);
     [[nodiscard]] bool stringLength(bool& isUtf16, std::uint64_t& length);
-    [[nodiscard]] bool shortUtf16Length(std::uint64_t& length);
     [[nodiscard]] bool wideNumber(std::uint16_t start, std::uint64_t& result);
     [[nodiscard]] bool pass(std::uint64_t size, auto&& sink);
 
