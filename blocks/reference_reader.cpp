@@ -23,13 +23,8 @@ bool areSame(std::span<const KzDbObjectId> left, std::span<const KzDbObjectId> r
 
 } // namespace
 
-void KzDxReferenceReader::beginAsking() {
-    reported_.clear();
-    references_ = {};
-}
-
 Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbObjectIdArray& records) {
-    beginAsking();
+    reported_.clear();
     for (const KzDbObjectId record : records) {
         if (record.isErased()) continue;
         const KzDxOpened<KzDbBlockTableRecord> opened(record);
@@ -41,7 +36,7 @@ Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbObjectIdArray& records) {
 }
 
 Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbBlockTableRecord& record) {
-    beginAsking();
+    reported_.clear();
     return append(record);
 }
 
@@ -51,18 +46,17 @@ Orvo::ErrorStatus KzDxReferenceReader::append(const KzDbBlockTableRecord& record
     if (reported_.length() > room / 2) reported_.reserve(2 * room);
     const Orvo::ErrorStatus status = record.getBlockReferenceIds(reported_, true, true);
     if (status != Orvo::ok) return status;
-    const Orvo::ErrorStatus erasedStatus = record.getErasedBlockReferenceIds(reported_);
-    references_ = {reported_.begin(), reported_.end()};
-    return erasedStatus;
+    return record.getErasedBlockReferenceIds(reported_);
 }
 
 void KzDxReferenceReader::sortReported() {
-    references_ = references_.first(kzdxSortUnique(references_));
+    const std::span all(reported_.begin(), reported_.end());
+    references_ = all.first(kzdxSortUnique(all));
 }
 
 bool KzDxReferenceReader::isAsReported(const KzDxContainers& filed) {
     // Mostly the answers come in ascending order, as they are kept.
-    if (areSame(references_, filed.references())) return true;
+    if (areSame({reported_.begin(), reported_.end()}, filed.references())) return true;
     sortReported();
     return areSame(references_, filed.references());
 }

@@ -72,7 +72,6 @@ private:
         std::uint32_t number = nowhere;
     };
 
-    void beginAsking();
     [[nodiscard]] Orvo::ErrorStatus append(const KzDbBlockTableRecord& record);
     void sortReported();
     void beginPlacing(const KzDxContainers& filed);
@@ -87,7 +86,7 @@ private:
     const KzDxContainers* filed_ = nullptr; ///< what `place` was given
     const KzDbDatabase* own_ = nullptr;     ///< the graph's drawing, as of `place`
     KzDbObjectIdArray reported_;            ///< as the records told it, until it is sorted in place
-    std::span<KzDbObjectId> references_;    ///< all of it; once it is sorted, the part that counts
+    std::span<KzDbObjectId> references_;    ///< the part of it that counts once it is sorted
     std::vector<std::uint32_t> numbers_;
     /// The containers by number: first those that were filed before, then new ones in the order of meeting.
     /// Equal numbers then mean equal containers, before and now.

@@ -6,6 +6,16 @@
 #include "timers/external_client_timer_reactor.h"
 #include "timers/timer.h"
 
+/// The timer of outside clients, and what calls them when it elapses: that is destroyed first, for it leaves
+/// the timer.
+struct KzDxDocument::ClientTimer {
+    ClientTimer(KzDxCallSet<KzDxTimer*>& running, std::uint32_t interval)
+        : timer(&running, interval), reactor(&timer) {}
+
+    KzDxTimer timer;
+    KzDxExternalClientTimerReactor reactor;
+};
+
 KzDxDocument::KzDxDocument(KzApDocument* document) : KzDxDocumentContext(document) {
     storeEnabled(true);
 }
@@ -21,8 +31,10 @@ void KzDxDocument::BlocksDeleter::operator()(KzDxBlocks* graph) const noexcept {
 Orvo::ErrorStatus KzDxDocument::setEnabled(bool enable) {
     // Each part is switched whatever becomes of the others, and the data count as switched in any case.
     if (blocks_ != nullptr) static_cast<void>(blocks_->setEnabled(enable));
-    if (timer_ != nullptr) static_cast<void>(timer_->setEnabled(enable));
-    if (clientReactor_ != nullptr) static_cast<void>(clientReactor_->setEnabled(enable));
+    if (clientTimer_ != nullptr) {
+        static_cast<void>(clientTimer_->timer.setEnabled(enable));
+        static_cast<void>(clientTimer_->reactor.setEnabled(enable));
+    }
     storeEnabled(enable);
     return Orvo::ok;
 }
@@ -49,27 +61,17 @@ Orvo::ErrorStatus KzDxDocument::timerAttach(KzDxClientCallback callback, std::ui
     if (callback == nullptr) return Orvo::missingCollaborator;
     // Detaching makes the timer too, with the interval that it is given: the interval of a document is the
     // last one named, by whichever call.
-    const bool isFirst = clientReactor_ == nullptr;
+    const bool isFirst = clientTimer_ == nullptr;
     KzDxScopeGuard undo([&] {
-        if (isFirst) dropClientTimer();
+        if (isFirst) clientTimer_.reset();
     });
-    if (isFirst) makeClientTimer(interval);
+    if (isFirst) clientTimer_ = std::make_unique<ClientTimer>(runningTimers(), interval);
     if (attach) {
-        static_cast<void>(clientReactor_->attach(callback)); // refuses null only: it has a timer
+        static_cast<void>(clientTimer_->reactor.attach(callback)); // refuses null only: it has a timer
     } else {
-        clientReactor_->detach(callback);
+        clientTimer_->reactor.detach(callback);
     }
-    if (!isFirst) timer_->setInterval(static_cast<std::int32_t>(interval));
+    if (!isFirst) clientTimer_->timer.setInterval(static_cast<std::int32_t>(interval));
     undo.dismiss();
     return Orvo::ok;
-}
-
-void KzDxDocument::makeClientTimer(std::uint32_t interval) {
-    timer_ = std::make_unique<KzDxTimer>(&runningTimers(), interval);
-    clientReactor_ = std::make_unique<KzDxExternalClientTimerReactor>(timer_.get());
-}
-
-void KzDxDocument::dropClientTimer() {
-    clientReactor_.reset();
-    timer_.reset();
 }

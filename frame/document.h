@@ -8,7 +8,6 @@
 #include <memory>
 
 class KzDxBlocks;
-class KzDxExternalClientTimerReactor;
 
 /// The document data: what the module keeps for one open document.
 ///
@@ -45,6 +44,8 @@ public:
     [[nodiscard]] bool hasBlocks() const { return blocks_ != nullptr; }
 
 private:
+    struct ClientTimer;
+
     /// Parts with the graph by deferred deletion. Apart from the others of its kind because the graph is not
     /// known in this header.
     struct BlocksDeleter {
@@ -54,11 +55,8 @@ private:
     using MakeBlocks = Orvo::ErrorStatus (*)(KzDxBlocks*& graph, KzDxDocumentContext* document);
 
     [[nodiscard]] KzDxBlocks* blocksMadeBy(MakeBlocks make);
-    void makeClientTimer(std::uint32_t interval);
-    void dropClientTimer();
 
     // Destroyed from the last to the first.
-    std::unique_ptr<KzDxTimer> timer_;
-    std::unique_ptr<KzDxExternalClientTimerReactor> clientReactor_;
+    std::unique_ptr<ClientTimer> clientTimer_;
     std::unique_ptr<KzDxBlocks, BlocksDeleter> blocks_;
 };

@@ -24,12 +24,6 @@ bool openFile(KzDxFileSource& source, const std::u16string& path) {
     return !path.empty() && path.find(u'\0') == std::u16string::npos && !source.open(kzdxNativePath(path));
 }
 
-// An empty list takes the other's memory.
-void append(CEattBlockList& from, CEattBlockList& to) {
-    if (to.empty()) return to.swap(from);
-    to.insert(to.end(), std::make_move_iterator(from.begin()), std::make_move_iterator(from.end()));
-}
-
 } // namespace
 
 int CEattMain::LoadTemplate() noexcept {
@@ -41,7 +35,8 @@ int CEattMain::LoadTemplate() noexcept {
         for (const auto& block : read.blocks) takeOver(*block);
         // The last step that may throw, and it leaves the list as it was when it does: so this object changes
         // wholly or not at all.
-        append(read.blocks, blocks);
+        blocks.insert(blocks.end(), std::make_move_iterator(read.blocks.begin()),
+                      std::make_move_iterator(read.blocks.end()));
         headerValue = read.headerValue;
         return 1;
     });
@@ -57,17 +52,16 @@ void CEattMain::store(KzDxArchiveWriter& writer) const {
 
 KzDxArchiveFailure kzdxReadTemplate(KzDxByteSource& source, CEattMain& result) noexcept {
     KzDxArchiveReader reader(source);
-    // True also for a file that is at fault: what is wrong with it, the reader keeps.
-    const bool hadMemory = kzdxAtBoundary(false, [&] {
+    const bool isRead = kzdxAtBoundary(false, [&] {
         CEattMain read;
-        if (!read.load(reader) || !kzdxLoadBlockList(reader, read.blocks)) return true;
+        if (!read.load(reader) || !kzdxLoadBlockList(reader, read.blocks)) return false;
         // Only when all was read.
         result.headerValue = read.headerValue;
         result.blocks.swap(read.blocks);
         return true;
     });
-    // A failure that was kept before stays.
-    if (!hadMemory) reader.refuse(KzDxArchiveError::outOfMemory, reader.offset());
+    // Has no effect on a file that is at fault, for the reader keeps what it found first: memory ran out.
+    if (!isRead) reader.refuse(KzDxArchiveError::outOfMemory, reader.offset());
     return reader.failure();
 }
 

@@ -253,6 +253,11 @@ TEST_F(BlockMonitor, AnUpdateAsksForWhatWasEditedAlone) {
     const auto touch = [&] { ASSERT_TRUE(Headless::touch(edited)); };
     EXPECT_EQ(callsAfter(touch, HostCall::references), 1U) << "the door's record";
     EXPECT_EQ(callsAfter(touch, HostCall::openObject), 5U) << "the table, that record and its references";
+    const auto lose = [&] {
+        ASSERT_TRUE(Headless::goodbye(Headless::references(desk).back()));
+        touch();
+    };
+    EXPECT_EQ(callsAfter(lose, HostCall::references), 2U) << "the door's record and the desk's";
     const std::size_t records = Headless::records(document).size();
     const auto insert = [&] { ASSERT_TRUE(Headless::insert(space, door)); };
     EXPECT_EQ(callsAfter(insert, HostCall::references), records + 1) << "each record, and the door's to read";
