@@ -188,10 +188,9 @@ public:
 
     // For nodes.
 
-    /// What they read their references with.
-    [[nodiscard]] KzDxReferenceReader& reader() { return *reader_; }
-    /// Begins with a new one: drawings may have changed since, and the storage of the last one is given back.
-    void renewReader() { reader_.emplace(*this); }
+    /// What they read their references with; made when it is wanted, and kept until a reading begins or ends.
+    [[nodiscard]] KzDxReferenceReader& reader() { return reader_ ? *reader_ : reader_.emplace(*this); }
+    void dropReader() noexcept { reader_.reset(); }
     /// A node may differ from the drawing; it has changed; it reports references that lie in other drawings.
     void nodeBecameStale(KzDxBlock& node) noexcept { stale_.add(node); }
     void nodeChanged(KzDxBlock& node) noexcept { changed_.add(node); }
@@ -276,7 +275,7 @@ private:
     std::uint32_t readingNumber_ = 0;
     bool isWalkComplete_ = false;
 
-    std::optional<KzDxReferenceReader> reader_{std::in_place, *this}; // in place; never without one
+    std::optional<KzDxReferenceReader> reader_;
     KzDxBlockNesting nesting_;
     KzDxLife life_;
 };

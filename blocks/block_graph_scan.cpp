@@ -150,7 +150,7 @@ void KzDxBlocks::readChanged() {
 void KzDxBlocks::beginReading() {
     ++readingNumber_;
     KzDxDeferredDeletion::retryAll();
-    renewReader();
+    dropReader();
 }
 
 void KzDxBlocks::readAfter(Walk& walk, const KzDbDatabase& drawing) {
@@ -174,7 +174,7 @@ void KzDxBlocks::readStaleNodes() {
         }
         return node.read() == Orvo::ok && !node.isHardOfHearing();
     });
-    renewReader();
+    dropReader();
     setNeedsScan(false);
 }
 

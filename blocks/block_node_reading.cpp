@@ -40,8 +40,8 @@ Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
     if (record.isNull()) return Orvo::invalidObjectId;
     listRecord(record);
-    owner_->renewReader();
-    becomeStale(); // the graph's next update sees whether something has gone wrong
+    owner_->dropReader(); // what it knows about drawings may be of an earlier reading
+    becomeStale();        // the graph's next update sees whether something has gone wrong
     return read();
 }
 
