@@ -297,7 +297,9 @@ TEST_F(BlockMonitor, AnUpdateDoesNotAskAgainWhatCannotHaveChanged) {
     std::u16string name = u"B";
     while (Headless::records(document).size() < 256 + 1) makeBlock((name += u'_').c_str()); // desk has two
     graph().reset();
+    Headless::failHostCall(HostCall::representations, 2, Headless::FaultSpan::onwards);
     ASSERT_EQ(graph().init(KzDxApplication::instance()->docData(document, true)), Orvo::ok);
+    EXPECT_EQ(Headless::endFaults(), 0U) << "the enhanced block alone is asked";
     attach(door, 0);
     const auto touch = [&] { ASSERT_TRUE(Headless::touch(edited)); };
     EXPECT_EQ(callsAfter(touch, HostCall::references), 2U) << "the door's record, and the tree's";

@@ -30,7 +30,11 @@ TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
     EXPECT_EQ(application().docData(empty, true), nullptr);
     EXPECT_EQ(application().docData(nullptr, true), nullptr);
     EXPECT_EQ(application().docData(first, true), application().docData(first, true));
+    ASSERT_EQ(watch(second, {Headless::modelSpace(second)}, TestClients::client(0)), 1);
+    Headless::failHostCall(Headless::HostCall::openObject, 1, Headless::FaultSpan::once);
     EXPECT_TRUE(application().removeDocData(second));
+    EXPECT_EQ(Headless::endFaults(), 1U);
+    EXPECT_FALSE(KzDxDeferredDeletion::isAnyWaiting()) << "switched off first: the table is tried twice";
     EXPECT_NE(application().docData(second, true), nullptr);
     Headless::setListed(unlisted, false);
     Headless::closeDocument(first);
