@@ -203,6 +203,22 @@ TEST_F(BlockMonitor, EveryReadingLetsGoWhatCouldNotLeaveBefore) {
     EXPECT_FALSE(KzDxDeferredDeletion::isAnyWaiting()) << "only what cannot leave waits";
 }
 
+TEST_F(BlockMonitor, AReferenceThatIsGoneWhileHeldIsLeftLater) {
+    ASSERT_TRUE(Headless::enhance(desk));
+    const KzDbObjectId representation = Headless::represent(desk);
+    const KzDbObjectId going = Headless::insert(space, representation);
+    const KzDbObjectId staying = Headless::insert(space, desk);
+    attach(desk, 0);
+    ASSERT_TRUE(Headless::holdOpen(going));
+    ASSERT_TRUE(Headless::erase(representation)); // its references are the desk's no more
+    kzdxUpdateBlockGraph(document, false, false);
+    ASSERT_TRUE(Headless::letGo(going));
+    EXPECT_EQ(Headless::reactorCount(going), 1U);
+    ASSERT_TRUE(Headless::touch(staying));
+    kzdxUpdateBlockGraph(document, false, false);
+    EXPECT_EQ(Headless::reactorCount(going), 0U);
+}
+
 TEST_F(BlockMonitor, NodesReadOnRequest) {
     KzDxBlocks& blocks = graph();
     KzDxBlock& node = *blocks.node(door);

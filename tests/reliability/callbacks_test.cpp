@@ -21,9 +21,11 @@ std::vector<UnrulyAction> randomActions(unsigned seed, std::size_t count) {
 }
 
 TEST(Callbacks, AnythingMayBeDoneInside) {
-    for (unsigned seed = 0; seed < 1500; ++seed) {
+    constexpr unsigned lists = 1500;
+    for (unsigned seed = 0; seed < lists; ++seed) {
         ASSERT_EQ(UnrulyClients::run(randomActions(seed, 120)), "") << "seed " << seed;
     }
+    EXPECT_GT(UnrulyClients::figures.comparisons, lists) << "graphs went unchecked";
     printFigure("actions tried", UnrulyClients::figures.actions);
     printFigure("of them inside callbacks", UnrulyClients::figures.inCallbacks);
     printFigure("callbacks made", UnrulyClients::figures.callbacks);
