@@ -8,6 +8,7 @@
 #include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
 
+#include <algorithm>
 #include <functional>
 
 using testing::ElementsAre;
@@ -170,6 +171,45 @@ TEST_F(BlockMonitor, RepresentationsAreWatchedAndRecognised) {
     EXPECT_THAT(callsOfIdle(), ElementsAre(0));
     EXPECT_EQ(graph().node(later), graph().node(door)) << "the second reference leads to the block";
     ASSERT_TRUE(Headless::letGo(held));
+}
+
+// A reference shows which block its record represents; any edit may change that, and some are not heard.
+TEST_F(BlockMonitor, AReferenceThatMayShowMoreThanBeforeIsLookedAtAgain) {
+    using Headless::HostCall;
+    ASSERT_TRUE(Headless::enhance(door));
+    const KzDbObjectId other = Headless::insert(space, desk);
+    KzDbObjectId first;
+    KzDbObjectId second;
+    const auto update = [&] { kzdxUpdateBlockGraph(document, false, false); };
+    const auto isTakenInAfter = [&](const std::function<void()>& before, const std::function<void()>& after) {
+        kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
+        attach(desk, 0); // anew: the records that were taken in before are heard now
+        const KzDbObjectId representation = Headless::represent(door);
+        first = Headless::insert(space, representation, {{u"TAG", u"1"}});
+        second = Headless::insert(space, representation);
+        before();
+        Headless::failHostCall(HostCall::originalBlock, 1, Headless::FaultSpan::onwards);
+        update();
+        EXPECT_GT(Headless::endFaults(), 0U);
+        EXPECT_EQ(graph().node(representation)->recordIds().length(), 1) << "it shows none";
+        after();
+        EXPECT_TRUE(Headless::touch(other));
+        update();
+        return std::ranges::count(graph().node(door)->recordIds(), representation) == 1;
+    };
+    const auto nothing = [] {};
+    EXPECT_TRUE(isTakenInAfter(nothing, [&] { EXPECT_TRUE(Headless::touch(first)); }));
+    EXPECT_TRUE(isTakenInAfter(nothing, [&] { EXPECT_TRUE(Headless::goodbye(first)); }));
+    EXPECT_TRUE(isTakenInAfter([&] { EXPECT_TRUE(Headless::holdOpen(second)); }, nothing));
+    EXPECT_TRUE(Headless::letGo(second));
+    const auto editWithoutReading = [&] {
+        EXPECT_TRUE(Headless::setAttribute(first, u"TAG", u"2"));
+        const std::size_t references = 3; // opened after the table and the record
+        Headless::failHostCall(HostCall::openObject, references, Headless::FaultSpan::onwards);
+        update();
+        EXPECT_GT(Headless::endFaults(), 0U);
+    };
+    EXPECT_TRUE(isTakenInAfter(nothing, editWithoutReading));
 }
 
 // A graph that could not leave a reference goes as soon as any graph reads its drawing.
