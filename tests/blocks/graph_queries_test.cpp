@@ -86,7 +86,7 @@ TEST_F(GraphQueries, CountsThroughTheRecordOfAnAttachedDrawing) {
     KzApDocument* const plan = Headless::openDocument(u"plan");
     const KzDbObjectId space = Headless::modelSpace(plan);
     const KzDbObjectId first = Headless::attach(plan, site, u"FIRST");
-    ASSERT_TRUE(Headless::attach(plan, site, u"SECOND"));
+    const KzDbObjectId second = Headless::attach(plan, site, u"SECOND");
     place(first, space, 3);
     const KzDbObjectId treeHere = Headless::find(plan, u"FIRST|TREE");
     KzDxBlocks& graph = graphOf(plan);
@@ -103,6 +103,15 @@ TEST_F(GraphQueries, CountsThroughTheRecordOfAnAttachedDrawing) {
     EXPECT_GT(Headless::endFaults(), 0U);
     EXPECT_EQ(graph.countReferencesIn(treeHere, first, false), 0U);
     EXPECT_EQ(graph.countReferencesIn(treeHere, space, true), 6U);
+
+    // Each reading asks anew which record stands for a drawing.
+    KzDxBlock& node = *graph.node(treeHere);
+    EXPECT_EQ(node.refresh(), Orvo::ok);
+    EXPECT_EQ(graph.countReferencesIn(treeHere, first, false), 2U);
+    ASSERT_TRUE(Headless::erase(first));
+    EXPECT_EQ(node.refresh(), Orvo::ok);
+    EXPECT_EQ(graph.countReferencesIn(treeHere, first, false), 0U);
+    EXPECT_EQ(graph.countReferencesIn(treeHere, second, false), 2U);
 }
 
 // An enhanced block before, between and behind its representations in the table.
