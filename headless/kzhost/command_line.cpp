@@ -56,7 +56,8 @@ void addOptions(CLI::App& app, CommandLine& line) {
     app.add_flag("--no-history", line.hasNoHistory, "Neither reads nor writes the history of the prompt");
     addPrintingFlag(app, "--reference", "Prints the reference page, docs/kzhost.md",
                     [&app] { return referencePage(app.help()); });
-    addPrintingFlag(app, "--stub", "Prints declarations for the Lua language server", editorStub);
+    addPrintingFlag(app, "--declarations", "Prints declarations for the Lua language server",
+                    luaDeclarations);
     app.set_version_flag("--version", "kzhost " KZHOST_VERSION);
 }
 

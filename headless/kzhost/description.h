@@ -9,7 +9,7 @@ namespace KzHost {
 class Call;
 
 /// A function or a field that scripts reach. What it says about itself is said here alone: the help, the
-/// reference page and the editor's stub are made of it.
+/// reference page and the declarations for editors are made of it.
 ///
 /// The description is written in the annotations of the Lua language server. Lines may be indented; one that
 /// begins no annotation goes on with the one before.

@@ -16,8 +16,8 @@ constexpr const char* pageStart = R"(# kzhost: reference
 <!-- Made by: kzhost --reference > docs/kzhost.md -->
 
 `kzhost` keeps drawings in memory, loads extension modules, runs a message loop, and is driven by Lua 5.4
-scripts. At its prompt `help()` says what this page says, and `kzhost --stub` writes it for editors that run
-the Lua language server.
+scripts. At its prompt `help()` says what this page says, and `kzhost --declarations` writes it for editors
+that run the Lua language server.
 
 ## The command
 
@@ -81,11 +81,11 @@ std::string pageChapter(const Chapter& chapter) {
     return text;
 }
 
-// ---- the stub
+// ---- the declarations
 
 /// The annotations go out much as they came in; the language server wants them before a function without a
 /// body.
-std::string stubFunction(const Function& function) {
+std::string functionDeclaration(const Function& function) {
     const Description description = describe(function);
     std::string text = "\n---" + description.text + "\n";
     std::string parameters;
@@ -101,7 +101,7 @@ std::string stubFunction(const Function& function) {
 }
 
 /// A kind of values is a class that no script can name, so it is local; the table of the host is global.
-std::string stubClass(const Chapter& chapter) {
+std::string classDeclaration(const Chapter& chapter) {
     const std::string name = chapter.name;
     const std::string base = chapter.base != nullptr ? std::string(": ") + chapter.base->name : "";
     std::string text = "\n---@class " + name + base + "\n";
@@ -121,13 +121,13 @@ std::string referencePage(const std::string& usage) {
     return text;
 }
 
-std::string editorStub() {
+std::string luaDeclarations() {
     std::string text = "---@meta\n\n---@alias count integer\n";
     std::set<std::string_view> declared = {""}; // the table of the global functions needs no declaration
     for (const Chapter* const chapter : chapters()) {
         // Several chapters are about one table, which is declared once.
-        if (declared.insert(chapter->name).second) text += stubClass(*chapter);
-        for (const Function& each : chapter->functions) text += stubFunction(each);
+        if (declared.insert(chapter->name).second) text += classDeclaration(*chapter);
+        for (const Function& each : chapter->functions) text += functionDeclaration(each);
     }
     return text;
 }

@@ -10,6 +10,6 @@ namespace KzHost {
 
 /// Declarations of the Lua interface for the Lua language server, so that an editor completes and checks
 /// scripts.
-[[nodiscard]] std::string editorStub();
+[[nodiscard]] std::string luaDeclarations();
 
 } // namespace KzHost

@@ -1,5 +1,5 @@
 -- Guards what the host says about itself: everything that scripts can reach is described, every example runs, and the
--- help, docs/kzhost.md and the editor's stub say the same.
+-- help, docs/kzhost.md and the declarations for editors say the same.
 
 local folder = arg[0]:match("^(.*)/")
 package.path = folder .. "/?.lua;" .. package.path
@@ -68,12 +68,13 @@ end
 local _, helped = printed("-e '" .. table.concat(asked, " ") .. "'"):gsub("\n  > ", "")
 check.equal(helped, #asked, "how many have a help")
 
--- The stub declares it all, and is Lua.
-local stub = printed("--stub")
-assert(load(stub))
+-- The declarations are complete, and are Lua.
+local declarations = printed("--declarations")
+assert(load(declarations))
 for name in pairs(described) do
-  local isField = not stub:find("function " .. name .. "(", 1, true)
-  assert(not isField or stub:find("---@field " .. name:match("%w+$") .. " ", 1, true), name .. " is not in the stub")
+  local isFunction = declarations:find("function " .. name .. "(", 1, true)
+  local field = "---@field " .. name:match("%w+$") .. " "
+  assert(isFunction or declarations:find(field, 1, true), name .. " is not declared")
 end
 
 -- Help by value, by name, and of what it does not know.
