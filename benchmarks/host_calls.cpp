@@ -119,7 +119,7 @@ BareRegistering::BareRegistering(const KzDbDatabase& drawing, const KzDxBlocks& 
     : table_(drawing.blockTableId()), asksOwners_(asksOwners) {
     for (const auto& [id, node] : graph.blockMap()) {
         Block block{.record = id, .references = {}, .reactor = std::make_unique<KzDbObjectReactor>()};
-        node->containers().forEachFiled(
+        node->containers().forEachPlaced(
             [&](KzDbObjectId reference) { block.references.push_back(reference); });
         blocks_.push_back(std::move(block));
     }

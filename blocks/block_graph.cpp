@@ -1,10 +1,12 @@
 #include "blocks/block_graph.h"
 
 #include "blocks/block_node.h"
+#include "blocks/reference_reader.h"
 #include "core/block_table_walk.h"
 #include "core/scope_guard.h"
 
 #include <memory>
+#include <utility>
 
 KzDxBlocks::KzDxBlocks() = default;
 
@@ -12,36 +14,49 @@ KzDxBlocks::~KzDxBlocks() {
     static_cast<void>(leaveHost());
 }
 
-Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocumentContext* document) {
-    return make(graph, document, false);
-}
-
-Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocumentContext* document) {
-    return make(graph, document, true);
-}
-
-/// Makes the graph of a document. `follows`: switched on if it can be.
-Orvo::ErrorStatus KzDxBlocks::make(KzDxBlocks*& graph, KzDxDocumentContext* document, bool follows) {
+Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocument* document) {
     graph = nullptr;
     std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
-    const Orvo::ErrorStatus status = made->bind(document);
+    const Orvo::ErrorStatus status = made->init(document);
+    if (status == Orvo::ok) graph = made.release();
+    return status;
+}
+
+Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocument* document) {
+    graph = nullptr;
+    std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
+    const Orvo::ErrorStatus status = made->bind(kzdxContextOf(document));
     if (status != Orvo::ok) return status;
-    // Switched on before there are nodes, each of which then joins its objects right after it has read them,
-    // while they are in the processor's cache. If it cannot be, whoever needs it tries again and learns why.
-    if (follows) static_cast<void>(made->setEnabled(true));
-    made->build();
+    made->buildFollowing();
     graph = made.release();
     return Orvo::ok;
 }
 
-Orvo::ErrorStatus KzDxBlocks::init(KzDxDocumentContext* document) {
-    const Orvo::ErrorStatus status = bind(document);
-    if (status == Orvo::ok) build();
-    return status;
+/// Does the same as `init` and `startFollowing`, but opens each reference once: the graph is switched on
+/// before the references are read, so that they are registered with in the same opening.
+void KzDxBlocks::buildFollowing() {
+    const KzDbDatabase* const drawing = database();
+    if (drawing == nullptr) return; // the host answers differently each time
+    // The second scan can find more: a representation that comes before its block in the table gets a node of
+    // its own from the first one, and leads to its block from the second one on.
+    for (int scan = 1; scan <= 2; ++scan) scanner_.scanTable(*drawing, KzDxScanLevel::full);
+    scanner_.readUnreachedNodes(*drawing);
+    const Orvo::ErrorStatus status =
+        setEnabled(true); // if it fails, the caller tries again and gets the status
+    scanner_.readStaleNodes(*drawing);
+    if (status == Orvo::ok) scanner_.settle();
+    setHasChanges(false);
 }
 
-/// Takes the document on, and learns where its model space is, without which nothing can be counted. Makes no
-/// node yet.
+Orvo::ErrorStatus KzDxBlocks::init(KzDxDocument* document) {
+    const Orvo::ErrorStatus status = bind(kzdxContextOf(document));
+    if (status != Orvo::ok) return status;
+    static_cast<void>(scanBlockTable()); // cannot fail: there is a drawing
+    setHasChanges(false);                // all of it is new
+    return Orvo::ok;
+}
+
+/// Takes the document, and looks up its model space, without which nothing can be counted. Creates no node.
 Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
     reset();
     if (document == nullptr) return Orvo::missingCollaborator;
@@ -53,24 +68,14 @@ Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
     return table->getAt(u"*Model_Space", modelSpaceId_, false);
 }
 
-void KzDxBlocks::build() {
-    // There is a drawing, so nothing is refused; what the reading misses, the next one looks for again.
-    static_cast<void>(scanBlockTable());
-    setHasChanges(false); // all of it is new, and nobody waits to be told so
-}
-
 void KzDxBlocks::reset() {
     document_ = nullptr;
     modelSpaceId_ = KzDbObjectId();
-    // What borrows nodes goes first. The nodes leave the host as they go, those that cannot by and by.
+    // What refers to nodes goes first. The nodes unregister as they are deleted, some of them later.
     nesting_.release();
-    stale_.clear();
-    changed_.clear();
-    elsewhere_.clear();
-    blockMap_.clear();
-    nodes_.clear();
-    layoutIds_.clear();
-    attachments_.clear();
+    scanner_.clear();
+    state_.clear();
+    store_.clear();
     setNeedsScan(true);
     setHasChanges(false);
     timer_.reset();
@@ -79,20 +84,19 @@ void KzDxBlocks::reset() {
 Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (record == nullptr) return Orvo::missingCollaborator;
-    if (blockMap_.contains(record->objectId())) return Orvo::alreadyPresent;
-    // Room before the node: it hears of edits as soon as it is there, and then nothing may allocate.
-    const std::size_t count = nodes_.size() + 1;
-    if (count > nodes_.capacity()) nodes_.reserve(2 * count);
-    for (KzDxNodeList* const list : {&stale_, &changed_, &elsewhere_}) list->makeRoom(count);
+    const Orvo::ErrorStatus status = addNode(node, *record);
+    return status == Orvo::ok ? node->refresh() : status;
+}
+
+Orvo::ErrorStatus KzDxBlocks::addNode(KzDxBlock*& node, KzDbBlockTableRecord& record) {
+    node = nullptr;
+    if (store_.find(record.objectId()) != nullptr) return Orvo::alreadyPresent;
     KzDxBlock* made = nullptr;
-    const Orvo::ErrorStatus status = KzDxBlock::create(made, this, record);
+    const Orvo::ErrorStatus status = KzDxBlock::createStale(made, this, &record);
     if (status != Orvo::ok) return status;
-    nodes_.emplace_back(made);
-    KzDxScopeGuard undo([&] {
-        forgetNode(*made);
-        nodes_.pop_back();
-    });
-    blockMap_.insert_or_assign(made->id(), made); // also when one of its own further records has that id
+    KzDxNodeStore::Node owned(made);
+    KzDxScopeGuard undo([&] { forgetNode(*made); });
+    store_.add(std::move(owned));
     undo.dismiss();
     nesting_.add(*made);
     node = made;
@@ -100,20 +104,12 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
 }
 
 void KzDxBlocks::forgetNode(KzDxBlock& node) noexcept {
-    std::erase_if(blockMap_, [&node](const auto& entry) { return entry.second == &node; });
-    for (KzDxNodeList* const list : {&stale_, &changed_, &elsewhere_}) {
-        list->workOff([&node](const KzDxBlock& each) { return &each == &node; });
-    }
+    store_.removeKeys(node);
+    state_.remove(node);
 }
 
 void KzDxBlocks::addBlockAlias(KzDbObjectId key, KzDxBlock* node) {
-    // The first block to claim a record keeps it: two enhanced blocks may name one representation.
-    blockMap_.try_emplace(key, node);
-}
-
-KzDxBlock* KzDxBlocks::node(KzDbObjectId record) const {
-    const auto at = blockMap_.find(record);
-    return at == blockMap_.end() ? nullptr : at->second;
+    store_.addAlias(key, *node);
 }
 
 KzDbDatabase* KzDxBlocks::database() const {
@@ -123,7 +119,7 @@ KzDbDatabase* KzDxBlocks::database() const {
 void KzDxBlocks::setNeedsScan(bool value) {
     needsScan_ = value;
     if (value) return;
-    for (KzDxBlock* const node : stale_) node->setNeedsScan(false); // no other node has the mark
+    for (KzDxBlock* const node : state_.stale()) node->setNeedsScan(false); // no other node has the mark
 }
 
 void KzDxBlocks::setHasChanges(bool value) {
@@ -132,12 +128,10 @@ void KzDxBlocks::setHasChanges(bool value) {
 }
 
 void KzDxBlocks::clearChangedNodes() {
-    for (KzDxBlock* const node : changed_) node->setHasChanges(false);
-    changed_.clear();
+    for (KzDxBlock* const node : state_.changed()) node->setHasChanges(false);
+    state_.changed().clear();
 }
 
-/// The first record of the table that stands for the drawing of `id`. A drawing can be attached more than
-/// once, and then the first is taken for all.
 KzDbObjectId KzDxBlocks::xrefBlockOf(KzDbObjectId id) const {
     const KzDbDatabase* const own = database();
     const KzDbDatabase* const attached = id.database();

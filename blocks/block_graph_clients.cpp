@@ -17,15 +17,15 @@ Orvo::ErrorStatus KzDxBlocks::addClient(KzDxClientCallback callback, const KzDbO
 }
 
 bool KzDxBlocks::hasClients() const {
-    return std::ranges::any_of(nodes_, [](const auto& node) { return !node->clients().isEmpty(); });
+    return std::ranges::any_of(store_.nodes(), [](const auto& node) { return !node->clients().isEmpty(); });
 }
 
 void KzDxBlocks::removeClient(KzDxClientCallback callback) {
-    for (const auto& node : nodes_) node->removeClient(callback);
+    for (const auto& node : store_.nodes()) node->removeClient(callback);
 }
 
 Orvo::ErrorStatus KzDxBlocks::getClients(Clients& clients) const {
-    for (const auto& node : nodes_) {
+    for (const auto& node : store_.nodes()) {
         for (const KzDxClientCallback callback : node->clients()) clients.insert(callback);
     }
     return Orvo::ok;

@@ -36,7 +36,7 @@ std::uint32_t KzDxBlocks::countReferencesIn(KzDbObjectId block, KzDbObjectId con
 std::uint32_t KzDxBlocks::countReferencesInLayouts(KzDbObjectId block, bool modelSpaceOnly, bool nested) {
     if (modelSpaceOnly) return countReferencesIn(block, modelSpaceId_, nested);
     std::uint32_t sum = 0;
-    for (const KzDbObjectId layout : layoutIds_) sum += countReferencesIn(block, layout, nested);
+    for (const KzDbObjectId layout : layoutIds()) sum += countReferencesIn(block, layout, nested);
     return sum;
 }
 
@@ -52,6 +52,6 @@ Orvo::ErrorStatus KzDxBlocks::getNestedBlocks(KzDbObjectId block, bool recursive
 }
 
 KzDxBlockNesting& KzDxBlocks::builtNesting() {
-    if (!nesting_.isBuilt()) nesting_.build(nodes_);
+    if (!nesting_.isBuilt()) nesting_.build(store_.nodes());
     return nesting_;
 }

@@ -8,10 +8,14 @@
 #include <cassert>
 #include <utility>
 
-void KzDxBlockNesting::build(const Nodes& nodes) {
+void KzDxBlockNesting::build(const KzDxNodeStore::Nodes& nodes) {
     KzDxBlockNesting whole; // until it is whole, memory may run out
     whole.items_.reserve(nodes.size());
-    for (const auto& node : nodes) whole.enter(*node);
+    for (const auto& node : nodes) {
+        whole.enter(*node);
+        const std::uint32_t number = whole.numberOf(node->id());
+        for (const KzDxContainers::Entry& entry : node->containers()) whole.addTo(entry.container, number);
+    }
     *this = std::move(whole);
 }
 
@@ -19,10 +23,11 @@ void KzDxBlockNesting::release() {
     *this = KzDxBlockNesting();
 }
 
-// Without memory for a change the whole is given up: half of it would answer wrongly, and the next question
-// builds it anew.
+// If memory runs out during a change, the whole index is released: half of the change would give wrong
+// answers.
 template <class Change>
 void KzDxBlockNesting::change(Change apply) noexcept {
+    if (!isBuilt()) return;
     kzdxAtBoundary([&] {
         KzDxScopeGuard giveUp([this] { release(); });
         apply();
@@ -31,24 +36,25 @@ void KzDxBlockNesting::change(Change apply) noexcept {
 }
 
 void KzDxBlockNesting::add(KzDxBlock& node) noexcept {
-    if (isBuilt()) change([&] { enter(node); });
+    change([&] { enter(node); });
 }
 
-void KzDxBlockNesting::move(const KzDxBlock& node, const KzDxContainers& before) noexcept {
-    const std::uint32_t number = numbers_.find(node.id(), none);
-    if (number == none) return; // nothing is built, or it has just been made and will be added
+void KzDxBlockNesting::update(const KzDxBlock& node, const KzDxContainers& before) noexcept {
     change([&] {
+        const std::uint32_t number = numberOf(node.id());
+        assert(items_[number].node == &node); // it was added when it was created
         for (const KzDxContainers::Entry& entry : before) {
-            if (node.containers().find(entry.container) == nullptr) takeOut(number, entry.container);
+            if (node.containers().find(entry.container) != nullptr) continue;
+            items_[numberOf(entry.container)].mayHaveOutdated = true;
         }
         for (const KzDxContainers::Entry& entry : node.containers()) {
-            if (before.find(entry.container) == nullptr) place(number, entry.container);
+            if (before.find(entry.container) == nullptr) addTo(entry.container, number);
         }
     });
 }
 
-/// The number of the item with that id, which is made when there is none: containers need not be nodes, and
-/// may come to be nodes later.
+/// The number of the item with that id. The item is created if there is none: a container need not be a node,
+/// and can become one later.
 std::uint32_t KzDxBlockNesting::numberOf(KzDbObjectId id) {
     const auto next = static_cast<std::uint32_t>(items_.size());
     const std::uint32_t number = numbers_.findOrInsert(id, next);
@@ -57,21 +63,26 @@ std::uint32_t KzDxBlockNesting::numberOf(KzDbObjectId id) {
 }
 
 void KzDxBlockNesting::enter(KzDxBlock& node) {
-    const std::uint32_t number = numberOf(node.id());
-    items_[number].node = &node;
-    for (const KzDxContainers::Entry& entry : node.containers()) place(number, entry.container);
+    Item& item = items_[numberOf(node.id())];
+    assert(item.node == nullptr);
+    item.node = &node;
 }
 
-void KzDxBlockNesting::place(std::uint32_t number, KzDbObjectId container) {
-    items_[numberOf(container)].contents.push_back(number);
+void KzDxBlockNesting::addTo(KzDbObjectId container, std::uint32_t number) {
+    Item& item = items_[numberOf(container)];
+    // Before the contents grow, so that nodes that leave and come back do not make them longer and longer.
+    if (item.mayHaveOutdated && item.contents.size() == item.contents.capacity()) removeOutdated(item);
+    item.contents.push_back(number);
 }
 
-void KzDxBlockNesting::takeOut(std::uint32_t number, KzDbObjectId container) {
-    std::vector<std::uint32_t>& contents = items_[numberOf(container)].contents;
-    const auto at = std::ranges::find(contents, number);
-    assert(at != contents.end());
-    *at = contents.back(); // they are in no order
-    contents.pop_back();
+void KzDxBlockNesting::removeOutdated(Item& container) {
+    if (!std::exchange(container.mayHaveOutdated, false)) return;
+    std::vector<std::uint32_t>& contents = container.contents;
+    std::ranges::sort(contents);
+    contents.erase(std::unique(contents.begin(), contents.end()), contents.end());
+    std::erase_if(contents, [&](std::uint32_t number) {
+        return items_[number].node->containers().find(container.id) == nullptr;
+    });
 }
 
 void KzDxBlockNesting::beginSearch() {
@@ -86,13 +97,14 @@ void KzDxBlockNesting::visit(std::uint32_t container) {
     pending_.push_back(container);
 }
 
-// Found and visited are two things: with `recursive` off what was found is not looked into, and a start is
-// looked into without being found, unless it lies in another one. By numbers of searches, so that nothing has
-// to be cleaned up afterwards. Not by recursion: blocks nest as deep as anyone likes, and stacks do not.
+// "Found" and "visited" differ: with `recursive` off a found node is not visited, and the first container is
+// visited without being found, unless it is nested in another one. Marked by the numbers of searches, so that
+// nothing has to be cleaned up afterwards. Iterative, because blocks can nest deeper than the stack allows.
 void KzDxBlockNesting::search(bool recursive) {
     while (!pending_.empty()) {
         const std::uint32_t container = pending_.back();
         pending_.pop_back();
+        removeOutdated(items_[container]);
         for (const std::uint32_t inside : items_[container].contents) {
             if (items_[inside].foundIn == search_ || inside == container) continue; // found, or in itself
             items_[inside].foundIn = search_;

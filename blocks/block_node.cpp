@@ -2,16 +2,17 @@
 
 #include "blocks/block_graph.h"
 #include "blocks/block_representation.h"
+#include "blocks/reference_reader.h"
 #include "core/opened.h"
 #include "core/scope_guard.h"
 
-#include <cassert>
 #include <memory>
 
 namespace {
 
 constexpr const char16_t* enhancedBlockKey = u"ORVO_ENHANCEDBLOCK";
 
+/// Exactly a record: a derived class counts like a reference, which is how clients see it.
 bool isBlockTableRecord(const KzDbObject* object) {
     return object->isA() == KzDbBlockTableRecord::desc();
 }
@@ -25,12 +26,28 @@ bool isEnhancedBlock(const KzDbBlockTableRecord* record) {
     return true;
 }
 
+KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) {
+    KzDbObjectIdArray ids;
+    const KzDbBlockRepresentation* const protocol =
+        asBlockRepresentation(KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc()));
+    if (protocol == nullptr) return ids;
+    if (protocol->getRepresentations(record->objectId(), ids) != Orvo::ok) ids.clear();
+    return ids;
+}
+
 } // namespace
 
 Orvo::ErrorStatus KzDxBlock::create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
+    const Orvo::ErrorStatus status = createStale(node, owner, record);
+    return status == Orvo::ok ? node->refresh() : status;
+}
+
+Orvo::ErrorStatus KzDxBlock::createStale(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (owner == nullptr || record == nullptr) return Orvo::missingCollaborator;
-    // Without memory for it the whole scan fails: a record that is passed over would not be looked at again.
+    // Before the node exists, because notifications of it must not allocate.
+    owner->updateState().reserve(owner->nodes().size() + 1);
+    // Without memory for it the whole scan fails: a record that is skipped would not be visited again.
     std::unique_ptr<KzDxBlock, KzDxDeferredDeleter> made(new KzDxBlock);
     KzDxScopeGuard undo([&] { owner->forgetNode(*made); });
     const Orvo::ErrorStatus status = made->init(owner, record);
@@ -48,96 +65,78 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
     for (const KzDbObjectId each : recordIds_) {
         if (each != id_) furtherRecords_.insert(each);
     }
-    if (owner->isEnabled()) {
-        storeEnabled(true);
-        registrations_.beginJoining();
-    }
-    const Orvo::ErrorStatus status = read();
+    // A node whose records do not answer is not created, and then the graph must have no key of it.
+    KzDbObjectIdArray answers;
+    const Orvo::ErrorStatus status = kzdxCollectReferences(recordIds_, answers);
     if (status != Orvo::ok) return status;
-    // The keys come after the reading: the graph must never hold a key of a node that did not come to be.
     for (const KzDbObjectId each : furtherRecords_) owner->addBlockAlias(each, this);
-    // What could not be joined is known to the registrations.
-    if (isEnabled()) noteSwitching(registrations_.joinRecords(recordIds_));
+    becomeStale();
+    static_cast<void>(setEnabled(owner->isEnabled())); // the references are registered with as they are read
     return Orvo::ok;
 }
 
-KzDbObjectIdArray KzDxBlock::representationsOf(const KzDbBlockTableRecord* record) const {
-    KzDbObjectIdArray ids;
-    const KzDbBlockRepresentation* const protocol =
-        asBlockRepresentation(KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc()));
-    if (protocol == nullptr) return ids;
-    if (protocol->getRepresentations(record->objectId(), ids) != Orvo::ok) ids.clear();
-    return ids;
-}
-
 KzDxBlock::~KzDxBlock() {
-    // Nothing is left to do when the deletion was deferred; a node that failed to come to be ends here
-    // directly.
+    // Has no effect after a deferred deletion; a node whose creation failed is deleted directly.
     static_cast<void>(KzDxBlock::leaveHost());
 }
 
-/// Unregisters from everything. The graph is not touched any more, and nobody is told anything. Without a
-/// graph the node's notifications do nothing, which is how one that has to wait can still be called.
+/// Unregisters from everything, and detaches from the graph. Without a graph the node's notifications have no
+/// effect, because a node whose deletion is pending can still be notified.
 bool KzDxBlock::leaveHost() noexcept {
     owner_ = nullptr;
-    return registrations_.isEmpty() || registrations_.leaveAll(recordIds_, containers_);
+    return registrations_.isEmpty() || registrations_.tryUnregisterAll(recordIds_, containers_);
 }
 
 Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     if (enable == isEnabled()) return Orvo::ok;
-    // First, so that switching off undoes what was done when memory runs out on the way.
+    // First, so that switching off undoes what was done if memory runs out on the way.
     storeEnabled(enable);
-    const Orvo::ErrorStatus status =
-        enable ? registrations_.join(recordIds_, containers_) : registrations_.leave(recordIds_, containers_);
-    noteSwitching(status);
+    const Orvo::ErrorStatus status = enable ? registrations_.registerAll(recordIds_, containers_)
+                                            : registrations_.unregisterAll(recordIds_, containers_);
+    if (mayMissNotifications()) becomeStale();
+    if (!areRecordsRegistered() && owner_ != nullptr) {
+        owner_->updateState().raiseLevel(KzDxScanLevel::referenceLists);
+    }
     return status;
 }
 
-/// Has read again what was not joined or left.
-void KzDxBlock::noteSwitching(Orvo::ErrorStatus status) {
-    if (isHardOfHearing()) becomeStale();
-    if (isEnabled() && status != Orvo::ok) owner_->recordIsUnheard();
-}
-
-bool KzDxBlock::isHardOfHearing() const {
-    return !registrations_.isSettled() || (isEnabled() && !registrations_.hearsReferences()) ||
-           containers_.hasUnfiled();
+/// Whether edits can change what is stored without a notification. Such a node is read by every update.
+bool KzDxBlock::mayMissNotifications() const {
+    if (owner_ != nullptr && owner_->isEnabled() && !isEnabled()) return true;
+    return registrations_.hasPending() || (isEnabled() && !registrations_.allReferencesRegistered()) ||
+           containers_.hasUnplaced();
 }
 
 void KzDxBlock::copied(const KzDbObject* object, const KzDbObject*) {
     setNeedsScan(true);
-    if (isBlockTableRecord(object)) {
-        listsMayDiffer();
-    } else {
-        setHasChanges(true);
-    }
+    objectEdited(object);
+    if (!isBlockTableRecord(object)) setHasChanges(true);
 }
 
 void KzDxBlock::aboutToChange(const KzDbObject* object) {
     setNeedsScan(true);
-    const bool isRecord = isBlockTableRecord(object);
-    // A record takes in references of other blocks, and may become a representation of another one.
-    if (isRecord || decidesRepresentation(object)) listsMayDiffer();
-    const bool isPlainRecord =
-        isRecord && !static_cast<const KzDbBlockTableRecord*>(object)->isFromExternalReference();
+    objectEdited(object);
+    const bool isPlainRecord = isBlockTableRecord(object) &&
+                               !static_cast<const KzDbBlockTableRecord*>(object)->isFromExternalReference();
     if (!isPlainRecord) setHasChanges(true);
 }
 
-/// Whether the object may be what tells which block an anonymous record represents: one of its references.
-bool KzDxBlock::decidesRepresentation(const KzDbObject* object) const {
-    return hasAnonymousRecord_ && object->isA() != KzDbAttribute::desc();
+void KzDxBlock::goodbye(const KzDbObject* object) {
+    object->removeReactor(this); // the object is being destroyed; its id stays stored until the next reading
+    objectEdited(object);        // sets no mark, so it causes no update; but the next update has to read it
 }
 
-void KzDxBlock::goodbye(const KzDbObject* object) {
-    object->removeReactor(this); // the object is being taken down; what is filed goes at the next reading
-    // No mark, and so no update on its own account; but the next one has to look.
-    becomeStale();
-    if (decidesRepresentation(object)) listsMayDiffer();
+void KzDxBlock::objectEdited(const KzDbObject* object) {
+    if (owner_ != nullptr) owner_->updateState().objectEdited(*this, object);
+}
+
+void KzDxBlock::becomeStale() noexcept {
+    if (owner_ != nullptr) owner_->updateState().nodeStale(*this, KzDxReadLevel::everything);
 }
 
 void KzDxBlock::setNeedsScan(bool value) {
     if (value) {
-        if (owner_ == nullptr) return; // it departs, and is only called because it could not leave yet
+        if (owner_ == nullptr) return; // deletion is pending
         owner_->setNeedsScan(true);
         becomeStale();
     }
@@ -148,18 +147,9 @@ void KzDxBlock::setHasChanges(bool value) {
     if (value) {
         if (owner_ == nullptr) return;
         owner_->setHasChanges(true);
-        owner_->nodeChanged(*this);
+        owner_->updateState().nodeChanged(*this);
     }
     hasChanges_ = value;
-}
-
-void KzDxBlock::becomeStale() noexcept {
-    readsAll_ = true;
-    if (owner_ != nullptr) owner_->nodeBecameStale(*this);
-}
-
-void KzDxBlock::listsMayDiffer() {
-    if (owner_ != nullptr) owner_->listsMayDiffer();
 }
 
 void KzDxBlock::addClient(KzDxClientCallback callback) {

@@ -6,8 +6,8 @@ KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
     : references_(references.begin(), references.end()), numbers_(numbers.begin(), numbers.end()) {
     std::vector<std::uint32_t> counts(containers.size());
     for (const std::uint32_t number : numbers_) {
-        if (number == nowhere) {
-            hasUnfiled_ = true;
+        if (number == noContainer) {
+            hasUnplaced_ = true;
         } else {
             ++counts[number];
         }
@@ -24,7 +24,7 @@ KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
         if (counts[at] != 0) counts[at] = static_cast<std::uint32_t>(find(containers[at]) - entries_.data());
     }
     for (std::uint32_t& number : numbers_) {
-        if (number != nowhere) number = counts[number];
+        if (number != noContainer) number = counts[number];
     }
 }
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 /// Where the references of a block are placed: the ids that its records report, in ascending order, and for
-/// each the number of the container that it is filed under.
+/// each the number of the container that it is stored under.
 ///
 /// Two flat arrays, twelve bytes per reference, so that "has anything changed?" is a comparison of memory,
 /// and a short sorted table of the containers. No container is empty.
@@ -17,20 +17,20 @@ class KzDxContainers {
 public:
     struct Entry {
         KzDbObjectId container;
-        std::uint32_t count = 0; ///< how many references are filed under it
+        std::uint32_t count = 0; ///< how many references are stored under it
     };
 
-    /// The number in place of a container's of a reference that is reported, but filed under none.
-    static constexpr std::uint32_t nowhere = UINT32_MAX;
+    /// The number in place of a container's for a reference that is reported, but has no container.
+    static constexpr std::uint32_t noContainer = UINT32_MAX;
 
     KzDxContainers() = default;
 
     /// Takes over what was read: `references` ascending, and for each its index in `containers`, or
-    /// `nowhere`. Containers come in any order, each once; those that are not used are dropped.
+    /// `noContainer`. Containers are in any order, each once; those that are not used are dropped.
     KzDxContainers(std::span<const KzDbObjectId> references, std::span<const std::uint32_t> numbers,
                    std::span<const KzDbObjectId> containers);
 
-    /// The entry of a container; null when the block is not placed there.
+    /// The entry of a container; null if the block is not placed there.
     [[nodiscard]] const Entry* find(KzDbObjectId container) const {
         const auto at = std::ranges::lower_bound(entries_, container, {}, &Entry::container);
         return at != entries_.end() && at->container == container ? &*at : nullptr;
@@ -45,30 +45,30 @@ public:
     [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
     [[nodiscard]] std::span<const std::uint32_t> numbers() const { return numbers_; }
 
-    /// Whether a reference is filed under some container.
-    [[nodiscard]] bool isFiled(KzDbObjectId reference) const {
+    /// Whether a reference is stored under some container.
+    [[nodiscard]] bool hasContainer(KzDbObjectId reference) const {
         const auto at = std::ranges::lower_bound(references_, reference);
         return at != references_.end() && *at == reference &&
-               numbers_[static_cast<std::size_t>(at - references_.begin())] != nowhere;
+               numbers_[static_cast<std::size_t>(at - references_.begin())] != noContainer;
     }
 
-    /// Whether some reference is reported but filed nowhere.
-    [[nodiscard]] bool hasUnfiled() const { return hasUnfiled_; }
+    /// Whether some reference is reported but has no container.
+    [[nodiscard]] bool hasUnplaced() const { return hasUnplaced_; }
 
-    /// Calls `visit(reference)` for each filed reference, in ascending order.
+    /// Calls `visit(reference)` for each reference with a container, in ascending order.
     template <class Visit>
-    void forEachFiled(Visit visit) const {
+    void forEachPlaced(Visit visit) const {
         for (std::size_t at = 0; at < references_.size(); ++at) {
-            if (numbers_[at] != nowhere) visit(references_[at]);
+            if (numbers_[at] != noContainer) visit(references_[at]);
         }
     }
 
-    /// The references filed under a container, ascending.
+    /// The references stored under a container, ascending.
     [[nodiscard]] std::vector<KzDbObjectId> referencesIn(KzDbObjectId container) const;
 
 private:
     std::vector<KzDbObjectId> references_;
     std::vector<std::uint32_t> numbers_;
     std::vector<Entry> entries_;
-    bool hasUnfiled_ = false;
+    bool hasUnplaced_ = false;
 };

@@ -4,7 +4,7 @@
 
 #include <cassert>
 
-void KzDxNodeList::makeRoom(std::size_t nodes) {
+void KzDxNodeList::reserve(std::size_t nodes) {
     if (nodes <= nodes_.capacity()) return;
     nodes_.reserve(2 * nodes); // a graph grows node by node
 }

@@ -8,36 +8,36 @@
 
 class KzDxBlock;
 
-/// What a node can be listed for; see the lists of the graph.
+/// What a node can be listed for; see `KzDxUpdateState`.
 enum class KzDxNodeMark : std::uint8_t {
-    stale = 1,     ///< what is filed may differ from the drawing
-    changed = 2,   ///< clients may have to be told
-    elsewhere = 4, ///< reports references of other drawings, whose edits nobody tells here
+    stale = 1,   ///< what is stored may differ from the drawing
+    changed = 2, ///< clients may have to be notified
+    foreign = 4, ///< reports references of other drawings, whose edits send no notification here
 };
 
-/// The nodes that carry a mark, each once, in the order in which they got it.
+/// Intrusive list: the nodes that carry a mark, each once, in the order in which they got it.
 ///
-/// A list in place of a walk over all nodes. Adding allocates nothing once there is room for every node, so
-/// that a notification may do it. Nodes are borrowed.
+/// A list in place of a walk over all nodes. Adding does not allocate once there is room for every node, so
+/// that a notification may do it. Nodes are not owned.
 class KzDxNodeList {
 public:
     explicit KzDxNodeList(KzDxNodeMark mark) : mark_(mark) {}
     KzDxNodeList(const KzDxNodeList&) = delete;
     KzDxNodeList& operator=(const KzDxNodeList&) = delete;
 
-    /// Has room for so many nodes.
-    void makeRoom(std::size_t nodes);
+    /// Makes room for this many nodes in all.
+    void reserve(std::size_t nodes);
 
-    /// Adds a node; one that is listed stays where it is.
+    /// Adds a node; a node that is listed stays where it is.
     void add(KzDxBlock& node) noexcept;
 
-    /// Empties the list, and takes the mark from its nodes.
+    /// Empties the list, and clears the mark of its nodes.
     void clear() noexcept;
 
-    /// Calls `work(node)` for each node, and takes those off the list for which it returns true. When it
-    /// throws, the node and those after it stay.
-    template <class Work>
-    void workOff(Work work) {
+    /// Calls `isDone(node)` for each node, and removes the nodes for which it returns true. If it throws,
+    /// that node and those after it stay.
+    template <class Predicate>
+    void removeIf(Predicate isDone) {
         std::size_t at = 0;
         std::size_t kept = 0;
         const KzDxScopeGuard closeGap([&] { // in any case: never dismissed
@@ -46,7 +46,7 @@ public:
         });
         for (; at < nodes_.size(); ++at) {
             KzDxBlock& node = *nodes_[at];
-            if (work(node)) {
+            if (isDone(node)) {
                 unmark(node);
             } else {
                 nodes_[kept++] = &node;

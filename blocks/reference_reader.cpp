@@ -1,8 +1,6 @@
 #include "blocks/reference_reader.h"
 
-#include "blocks/block_graph.h"
 #include "blocks/id_set.h"
-#include "blocks/model_space.h"
 #include "blocks/registrations.h"
 #include "core/opened.h"
 
@@ -21,32 +19,31 @@ bool areSame(std::span<const KzDbObjectId> left, std::span<const KzDbObjectId> r
            (left.empty() || std::memcmp(left.data(), right.data(), left.size_bytes()) == 0);
 }
 
+Orvo::ErrorStatus append(const KzDbBlockTableRecord& record, KzDbObjectIdArray& ids) {
+    // Long arrays grow by small steps on their own: a thousand records would copy the ids again and again.
+    const std::int32_t room = ids.physicalLength();
+    if (ids.length() > room / 2) ids.reserve(2 * room);
+    const Orvo::ErrorStatus status = record.getBlockReferenceIds(ids, true, true);
+    if (status != Orvo::ok) return status;
+    return record.getErasedBlockReferenceIds(ids);
+}
+
 } // namespace
 
-Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbObjectIdArray& records) {
-    reported_.clear();
-    for (const KzDbObjectId record : records) {
-        if (record.isErased()) continue;
-        const KzDxOpened<KzDbBlockTableRecord> opened(record);
-        if (!opened) return opened.status();
-        const Orvo::ErrorStatus status = append(*opened.get());
+Orvo::ErrorStatus kzdxCollectReferences(const KzDbObjectIdArray& records, KzDbObjectIdArray& ids) {
+    for (const KzDbObjectId id : records) {
+        if (id.isErased()) continue;
+        const KzDxOpened<KzDbBlockTableRecord> record(id);
+        if (!record) return record.status();
+        const Orvo::ErrorStatus status = append(*record.get(), ids);
         if (status != Orvo::ok) return status;
     }
     return Orvo::ok;
 }
 
-Orvo::ErrorStatus KzDxReferenceReader::ask(const KzDbBlockTableRecord& record) {
+Orvo::ErrorStatus KzDxReferenceReader::queryReferences(const KzDbObjectIdArray& records) {
     reported_.clear();
-    return append(record);
-}
-
-Orvo::ErrorStatus KzDxReferenceReader::append(const KzDbBlockTableRecord& record) {
-    // Long arrays grow by small steps on their own: a thousand records would copy the ids again and again.
-    const std::int32_t room = reported_.physicalLength();
-    if (reported_.length() > room / 2) reported_.reserve(2 * room);
-    const Orvo::ErrorStatus status = record.getBlockReferenceIds(reported_, true, true);
-    if (status != Orvo::ok) return status;
-    return record.getErasedBlockReferenceIds(reported_);
+    return kzdxCollectReferences(records, reported_);
 }
 
 void KzDxReferenceReader::sortReported() {
@@ -54,76 +51,72 @@ void KzDxReferenceReader::sortReported() {
     references_ = all.first(kzdxSortUnique(all));
 }
 
-bool KzDxReferenceReader::isAsReported(const KzDxContainers& filed) {
-    // Mostly the answers come in ascending order, as they are kept.
-    if (areSame({reported_.begin(), reported_.end()}, filed.references())) return true;
+bool KzDxReferenceReader::listsUnchanged(const KzDxContainers& stored) {
+    // Mostly the answers come in ascending order, as they are stored.
+    if (areSame({reported_.begin(), reported_.end()}, stored.references())) return true;
     sortReported();
-    return areSame(references_, filed.references());
+    return areSame(references_, stored.references());
 }
 
-/// The containers that were filed keep their numbers, so that places can be compared as numbers.
-void KzDxReferenceReader::beginPlacing(const KzDxContainers& filed) {
+/// The containers that were stored keep their numbers, so that placements can be compared as numbers.
+void KzDxReferenceReader::beginResolving(const KzDxContainers& stored) {
     sortReported();
-    filed_ = &filed;
-    own_ = graph_.database();
+    stored_ = &stored;
     containers_.clear();
-    for (const KzDxContainers::Entry& entry : filed) containers_.push_back(entry.container);
+    for (const KzDxContainers::Entry& entry : stored) containers_.push_back(entry.container);
     hasForeign_ = false;
-    hasTranslated_ = false;
     recentOwners_.fill({});
     numberOfOwner_.clear();
     numberOfNew_.clear();
     numbers_.resize(references_.size());
 }
 
-void KzDxReferenceReader::place(const KzDxContainers& filed, Places places, KzDxRegistrations* joining) {
-    beginPlacing(filed);
-    const std::span<const KzDbObjectId> old = filed.references();
+void KzDxReferenceReader::resolveContainers(const KzDxContainers& stored, KzDxReadLevel level,
+                                            KzDxRegistrations* registrations) {
+    beginResolving(stored);
+    const std::span<const KzDbObjectId> old = stored.references();
     std::size_t at = 0; // both ascend
     for (std::size_t next = 0; next < references_.size(); ++next) {
         const KzDbObjectId reference = references_[next];
         while (at < old.size() && old[at] < reference) ++at;
         const bool isOld = at < old.size() && old[at] == reference;
-        const std::uint32_t before = isOld ? filed.numbers()[at] : nowhere;
-        if (isOld && places == Places::unknown) {
+        const std::uint32_t before = isOld ? stored.numbers()[at] : noContainer;
+        if (isOld && level == KzDxReadLevel::newReferences) {
             numbers_[next] = before;
-        } else if (joining != nullptr && before == nowhere) {
-            numbers_[next] = joinedPlaceOf(reference, *joining);
+        } else if (registrations != nullptr && before == noContainer) {
+            numbers_[next] = registeredNumberOf(reference, *registrations);
         } else {
-            numbers_[next] = placeOf(reference);
+            numbers_[next] = numberOf(reference);
         }
     }
 }
 
-bool KzDxReferenceReader::isAsFiled() const {
-    assert(filed_ != nullptr);
-    return areSame(references_, filed_->references()) && std::ranges::equal(numbers_, filed_->numbers());
-}
-
-KzDxContainers KzDxReferenceReader::containers() const {
-    return {references_, numbers_, containers_};
+bool KzDxReferenceReader::placementsUnchanged() const {
+    assert(stored_ != nullptr);
+    return areSame(references_, stored_->references()) && std::ranges::equal(numbers_, stored_->numbers());
 }
 
 /// The number of the container of a reference.
-std::uint32_t KzDxReferenceReader::placeOf(KzDbObjectId reference) {
+std::uint32_t KzDxReferenceReader::numberOf(KzDbObjectId reference) {
     const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forRead, true);
-    return opened ? placeOf(*opened.get()) : nowhere;
+    return opened ? numberOf(*opened.get()) : noContainer;
 }
 
-/// The same, and joins the reference when it has a container.
-std::uint32_t KzDxReferenceReader::joinedPlaceOf(KzDbObjectId reference, KzDxRegistrations& joining) {
+/// The same, and registers with the reference if it has a container.
+std::uint32_t KzDxReferenceReader::registeredNumberOf(KzDbObjectId reference,
+                                                      KzDxRegistrations& registrations) {
     const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
-    const std::uint32_t number = opened ? placeOf(*opened.get()) : placeOf(reference);
-    if (number == nowhere) return nowhere;
+    const std::uint32_t number = opened ? numberOf(*opened.get()) : numberOf(reference);
+    if (number == noContainer) return noContainer;
     if (opened) {
-        joining.joinReference(*opened.get(), reference);
+        registrations.registerReference(*opened.get(), reference);
     } else {
-        joining.missReference();
+        registrations.markUnregistered();
     }
     return number;
 }
 
-std::uint32_t KzDxReferenceReader::placeOf(const KzDbBlockReference& reference) {
+std::uint32_t KzDxReferenceReader::numberOf(const KzDbBlockReference& reference) {
     const KzDbObjectId owner = reference.ownerId();
     OwnerNumber& recent = recentSlot(owner);
     if (recent.owner != owner) recent = {owner, containerNumber(owner)};
@@ -134,16 +127,16 @@ KzDxReferenceReader::OwnerNumber& KzDxReferenceReader::recentSlot(KzDbObjectId o
     return recentOwners_[kzdxSpread(owner) >> (64 - std::bit_width(recentOwners_.size() - 1))];
 }
 
-/// The number of an owner's container, found out once in a reading: asking the host about each reference's
-/// owner would cost more than opening the reference.
+/// The number of an owner's container, found out once per node: asking the host about each reference's owner
+/// would cost more than opening the reference.
 std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
-    constexpr std::uint32_t unknown = nowhere - 1;
+    constexpr std::uint32_t unknown = noContainer - 1;
     const std::uint32_t known = numberOfOwner_.find(owner, unknown);
     if (known != unknown) return known;
     const KzDbObjectId container = containerOf(owner);
-    if (!container.isValid()) return numberOfOwner_.findOrInsert(owner, nowhere);
-    if (const KzDxContainers::Entry* const entry = filed_->find(container)) {
-        return numberOfOwner_.findOrInsert(owner, static_cast<std::uint32_t>(entry - &*filed_->begin()));
+    if (!container.isValid()) return numberOfOwner_.findOrInsert(owner, noContainer);
+    if (const KzDxContainers::Entry* const entry = stored_->find(container)) {
+        return numberOfOwner_.findOrInsert(owner, static_cast<std::uint32_t>(entry - &*stored_->begin()));
     }
     const auto next = static_cast<std::uint32_t>(containers_.size());
     const std::uint32_t number = numberOfNew_.findOrInsert(container, next);
@@ -151,15 +144,9 @@ std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
     return numberOfOwner_.findOrInsert(owner, number);
 }
 
-/// Mostly the owner itself. The model space of an attached drawing stands for that drawing, and so does the
-/// record here that attaches it; null when there is none (now).
 KzDbObjectId KzDxReferenceReader::containerOf(KzDbObjectId owner) {
-    const KzDbDatabase* const drawing = owner.database(); // null when the owner is not valid
+    const KzDbDatabase* const drawing = owner.database(); // null if the owner is not valid
     if (drawing == nullptr || drawing == own_) return owner;
     hasForeign_ = true;
-    if (!kzdxIsForeignModelSpace(owner, own_)) return owner;
-    hasTranslated_ = true;
-    const auto [known, isNew] = xrefBlocks_.try_emplace(drawing);
-    if (isNew) known->second = graph_.xrefBlockOf(owner);
-    return known->second;
+    return foreign_.containerOf(owner);
 }

@@ -1,101 +1,96 @@
 #pragma once
 
 #include "blocks/containers.h"
+#include "blocks/foreign_drawings.h"
 #include "blocks/id_index.h"
+#include "blocks/update_state.h"
 #include "host/block_table.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
-class KzDxBlocks;
 class KzDxRegistrations;
 
+/// Appends the references that records report, live and erased; erased records are skipped. The status of the
+/// first record that does not open or answer; `ids` is then incomplete.
+[[nodiscard]] Orvo::ErrorStatus kzdxCollectReferences(const KzDbObjectIdArray& records,
+                                                      KzDbObjectIdArray& ids);
+
 /// Reads from the drawing which references a block has and where each of them is placed: first the lists,
-/// which costs one question per record, then the references, each of which is opened.
+/// which costs one query per record, then the references, each of which is opened.
 ///
-/// One reader serves all nodes of a graph in turn, for one reading of the drawing, and keeps its storage, so
-/// that a reading allocates next to nothing per node. What it finds out about attached drawings holds as
-/// long. On failure (a record that does not open or does not answer) the results mean nothing.
+/// One reader serves the nodes of a graph in turn, for one scan, and reuses its storage, so that a scan
+/// allocates next to nothing per node. If `queryReferences` fails, the results are meaningless.
 class KzDxReferenceReader {
 public:
-    explicit KzDxReferenceReader(KzDxBlocks& graph) : graph_(graph) {}
+    /// `own` is the drawing of the graph. References of other drawings are placed by `foreign`.
+    KzDxReferenceReader(const KzDbDatabase* own, KzDxForeignDrawings& foreign)
+        : own_(own), foreign_(foreign) {}
 
     // The lists.
 
-    /// Asks records for their references; erased records are passed over.
-    [[nodiscard]] Orvo::ErrorStatus ask(const KzDbObjectIdArray& records);
-    /// Asks one open record.
-    [[nodiscard]] Orvo::ErrorStatus ask(const KzDbBlockTableRecord& record);
+    /// Asks records for their references; see `kzdxCollectReferences`.
+    [[nodiscard]] Orvo::ErrorStatus queryReferences(const KzDbObjectIdArray& records);
 
-    /// How many references were reported, those twice that were reported twice.
+    /// How many references were reported; a reference that was reported twice counts twice.
     [[nodiscard]] std::size_t reportedCount() const { return static_cast<std::size_t>(reported_.length()); }
 
-    /// Whether the records have just reported what they did when `filed` was read: nothing came or went.
-    [[nodiscard]] bool isAsReported(const KzDxContainers& filed);
+    /// Whether the records have just reported what they did when `stored` was read.
+    [[nodiscard]] bool listsUnchanged(const KzDxContainers& stored);
 
     // The references.
 
-    enum class Places : std::uint8_t {
-        all,     ///< of every reference that was reported
-        unknown, ///< of those that were not reported before; the others are where they were
-    };
+    /// Opens references and asks for their containers: of all, or at level `newReferences` of those that were
+    /// not reported before; the others are where they were. References that have a container, and had none
+    /// before, are registered with in the same opening if `registrations` is given.
+    void resolveContainers(const KzDxContainers& stored, KzDxReadLevel level,
+                           KzDxRegistrations* registrations);
 
-    /// Opens references and asks where they are placed. One in the model space of an attached drawing counts
-    /// as placed in the record of this drawing that stands for the attached one. Those that have a place, and
-    /// had none before, are joined in the same opening when `joining` is given.
-    void place(const KzDxContainers& filed, Places places, KzDxRegistrations* joining);
+    /// Whether each reference has the container that it is stored under.
+    [[nodiscard]] bool placementsUnchanged() const;
 
-    /// Whether each reference has the place that it was filed under.
-    [[nodiscard]] bool isAsFiled() const;
+    /// What was read, to be stored.
+    [[nodiscard]] KzDxContainers containers() const { return {references_, numbers_, containers_}; }
 
-    /// What was read, to be filed.
-    [[nodiscard]] KzDxContainers containers() const;
-
-    /// Every reference that was reported, live and erased, ascending; for each, whether it has a place.
+    /// Every reference that was reported, live and erased, ascending.
     [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
-    [[nodiscard]] std::span<const std::uint32_t> numbers() const { return numbers_; }
 
-    /// Whether some reference lies in another drawing, and whether some owner was, or should have been,
-    /// replaced by the record that stands for its drawing.
+    /// Whether some reference is placed in another drawing.
     [[nodiscard]] bool hasForeign() const { return hasForeign_; }
-    [[nodiscard]] bool hasTranslated() const { return hasTranslated_; }
 
 private:
-    static constexpr std::uint32_t nowhere = KzDxContainers::nowhere;
+    static constexpr std::uint32_t noContainer = KzDxContainers::noContainer;
 
-    /// A container's number under the owner as the host tells it.
+    /// A container's number under the owner as the host reports it.
     struct OwnerNumber {
         KzDbObjectId owner;
-        std::uint32_t number = nowhere;
+        std::uint32_t number = noContainer;
     };
 
-    [[nodiscard]] Orvo::ErrorStatus append(const KzDbBlockTableRecord& record);
     void sortReported();
-    void beginPlacing(const KzDxContainers& filed);
-    [[nodiscard]] std::uint32_t placeOf(KzDbObjectId reference);
-    [[nodiscard]] std::uint32_t joinedPlaceOf(KzDbObjectId reference, KzDxRegistrations& joining);
-    [[nodiscard]] std::uint32_t placeOf(const KzDbBlockReference& reference);
+    void beginResolving(const KzDxContainers& stored);
+    [[nodiscard]] std::uint32_t numberOf(KzDbObjectId reference);
+    [[nodiscard]] std::uint32_t registeredNumberOf(KzDbObjectId reference, KzDxRegistrations& registrations);
+    [[nodiscard]] std::uint32_t numberOf(const KzDbBlockReference& reference);
     [[nodiscard]] OwnerNumber& recentSlot(KzDbObjectId owner);
     [[nodiscard]] std::uint32_t containerNumber(KzDbObjectId owner);
     [[nodiscard]] KzDbObjectId containerOf(KzDbObjectId owner);
 
-    KzDxBlocks& graph_;
-    const KzDxContainers* filed_ = nullptr; ///< what `place` was given
-    const KzDbDatabase* own_ = nullptr;     ///< the graph's drawing, as of `place`
-    KzDbObjectIdArray reported_;            ///< as the records told it, until it is sorted in place
-    std::span<KzDbObjectId> references_;    ///< the part of it that counts once it is sorted
+    const KzDbDatabase* own_;
+    KzDxForeignDrawings& foreign_;
+    const KzDxContainers* stored_ = nullptr; ///< what `resolveContainers` was given
+    KzDbObjectIdArray reported_;             ///< as the records reported it, until it is sorted in place
+    std::span<KzDbObjectId> references_;     ///< the part of it that counts once it is sorted
     std::vector<std::uint32_t> numbers_;
-    /// The containers by number: first those that were filed before, then new ones in the order of meeting.
-    /// Equal numbers then mean equal containers, before and now.
+    /// The containers by number: first the stored ones, then new ones in the order of discovery. Equal
+    /// numbers then mean equal containers, before and now.
     std::vector<KzDbObjectId> containers_;
     bool hasForeign_ = false;
-    bool hasTranslated_ = false;
-    /// Cache of recent owners: a block's references cycle through a few. A null owner is nowhere.
+    /// Cache of recent owners: a block's references cycle through a few. A null owner has no container.
     std::array<OwnerNumber, 16> recentOwners_;
-    KzDxIdIndex numberOfOwner_; ///< owner as the host tells it → container number, or `nowhere`
-    KzDxIdIndex numberOfNew_;   ///< container that was not filed before → its number
-    std::unordered_map<const KzDbDatabase*, KzDbObjectId> xrefBlocks_; ///< attached drawing → its record here
+    KzDxIdIndex numberOfOwner_; ///< owner as the host reports it → container number, or `noContainer`
+    KzDxIdIndex numberOfNew_;   ///< container that was not stored before → its number
 };

@@ -1,6 +1,6 @@
 #include "blocks/registrations.h"
 
-#include "blocks/leave_object.h"
+#include "blocks/remove_reactor.h"
 #include "core/opened.h"
 
 #include <algorithm>
@@ -8,90 +8,89 @@
 #include <memory>
 #include <utility>
 
-Orvo::ErrorStatus KzDxRegistrations::join(const KzDbObjectIdArray& records,
-                                          const KzDxContainers& containers) {
-    state_ = State::unsettled; // until the end: memory may run out at any step
-    hearsReferences_ = true;
-    containers.forEachFiled([this](KzDbObjectId reference) { openAndJoin(reference); });
-    return joinRecords(records);
-}
-
-Orvo::ErrorStatus KzDxRegistrations::leave(const KzDbObjectIdArray& records,
-                                           const KzDxContainers& containers) {
-    // No step depends on the one before: what can be left is left.
-    const bool areReferencesLeft = leaveReferences(containers);
-    const Orvo::ErrorStatus status = leaveRecords(records);
-    // Of a record that is not valid the further ones have not been visited.
-    const bool areRecordsLeft = status == Orvo::ok && records[0].isValid();
-    state_ = areReferencesLeft && areRecordsLeft ? State::none : State::unsettled;
+Orvo::ErrorStatus KzDxRegistrations::registerAll(const KzDbObjectIdArray& records,
+                                                 const KzDxContainers& containers) {
+    state_ = State::pending; // until the end: memory may run out at any step
+    allReferencesRegistered_ = true;
+    containers.forEachPlaced([this](KzDbObjectId reference) { openAndRegister(reference); });
+    const Orvo::ErrorStatus status = registerRecords(records);
+    state_ = State::complete;
     return status;
 }
 
-bool KzDxRegistrations::leaveAll(const KzDbObjectIdArray& records,
-                                 const KzDxContainers& containers) noexcept {
-    bool areAllLeft = leaveReferences(containers);
-    for (const KzDbObjectId record : records) areAllLeft &= kzdxLeaveObject(record, &reactor_);
-    // Also those of references that are held open.
-    areAllLeft &= attributes_.removeAll(
-        [this](KzDbObjectId attribute) { return kzdxLeaveObject(attribute, &reactor_); });
-    state_ = areAllLeft ? State::none : State::unsettled;
-    return areAllLeft;
+Orvo::ErrorStatus KzDxRegistrations::unregisterAll(const KzDbObjectIdArray& records,
+                                                   const KzDxContainers& containers) {
+    // No step depends on the one before, so a failure does not end the operation.
+    const bool areReferencesDone = tryUnregisterReferences(containers);
+    const Orvo::ErrorStatus status = unregisterRecords(records);
+    registeredRecords_ = 0;
+    // If the first record is not valid, the further ones were not visited.
+    const bool areRecordsDone = status == Orvo::ok && records[0].isValid();
+    state_ = areReferencesDone && areRecordsDone ? State::none : State::pending;
+    return status;
 }
 
-void KzDxRegistrations::joinReference(const KzDbBlockReference& reference, KzDbObjectId id) {
+bool KzDxRegistrations::tryUnregisterAll(const KzDbObjectIdArray& records,
+                                         const KzDxContainers& containers) noexcept {
+    bool isDone = tryUnregisterReferences(containers);
+    for (const KzDbObjectId record : records) isDone &= kzdxRemoveReactor(record, &reactor_);
+    registeredRecords_ = 0;
+    // Also the attributes of references that are held open.
+    isDone &= attributes_.removeAll(
+        [this](KzDbObjectId attribute) { return kzdxRemoveReactor(attribute, &reactor_); });
+    state_ = isDone ? State::none : State::pending;
+    return isDone;
+}
+
+void KzDxRegistrations::registerReference(const KzDbBlockReference& reference, KzDbObjectId id) {
+    assert(state_ != State::none); // only a node that is switched on registers
     reference.addReactor(&reactor_);
-    joinAttributes(reference, id);
+    registerAttributes(reference, id);
 }
 
-void KzDxRegistrations::forgetFiled(const KzDxContainers& containers) noexcept {
-    strays_.eraseIf([&](KzDbObjectId reference) { return containers.isFiled(reference); });
-    if (strays_.isEmpty()) strays_ = {};
+void KzDxRegistrations::dropPlaced(const KzDxContainers& containers) noexcept {
+    unplaced_.eraseIf([&](KzDbObjectId reference) { return containers.hasContainer(reference); });
+    if (unplaced_.isEmpty()) unplaced_ = {};
 }
 
-void KzDxRegistrations::dropReference(KzDbObjectId gone) noexcept {
-    // Without registrations there is nothing to remember, also when the reference could not be opened.
-    if (!leaveReference(gone) && state_ != State::none) strays_.insert(gone);
+void KzDxRegistrations::unregisterReference(KzDbObjectId gone) noexcept {
+    // A node without registrations has nothing to remember, even if the reference could not be opened.
+    if (!tryUnregister(gone) && state_ != State::none) unplaced_.insert(gone);
 }
 
-void KzDxRegistrations::suspendReference(KzDbObjectId unread) {
-    if (state_ != State::none) strays_.insert(unread);
+void KzDxRegistrations::keepRegistered(KzDbObjectId unread) {
+    if (state_ != State::none) unplaced_.insert(unread);
 }
 
-void KzDxRegistrations::settle(bool isEnabled, std::span<const KzDbObjectId> reported,
-                               const KzDbObjectIdArray& records, const KzDxContainers& containers) {
-    // A stray that is still reported will be filed as soon as it can be read, so it stays registered until
-    // then.
-    strays_.eraseIf([&](KzDbObjectId reference) {
+void KzDxRegistrations::retryPending(bool isEnabled, std::span<const KzDbObjectId> reported,
+                                     const KzDbObjectIdArray& records, const KzDxContainers& containers) {
+    unplaced_.eraseIf([&](KzDbObjectId reference) {
         const bool isAwaited = isEnabled && std::ranges::binary_search(reported, reference);
-        return !isAwaited && leaveReference(reference);
+        return !isAwaited && tryUnregister(reference);
     });
-    if (state_ != State::unsettled) return;
+    if (state_ != State::pending) return;
     if (isEnabled) {
-        static_cast<void>(join(records, containers)); // as at switching on, where nobody is told either
+        static_cast<void>(registerAll(records, containers)); // as at switching on, which reports no status
     } else {
-        static_cast<void>(leaveAll(records, containers)); // says by `isSettled` whether it has to go on
+        static_cast<void>(
+            tryUnregisterAll(records, containers)); // `hasPending` tells whether it has to go on
     }
 }
 
-Orvo::ErrorStatus KzDxRegistrations::joinRecords(const KzDbObjectIdArray& records) {
-    const Orvo::ErrorStatus status = joinEachRecord(records);
-    state_ = State::joined;
-    return status;
-}
-
-Orvo::ErrorStatus KzDxRegistrations::joinEachRecord(const KzDbObjectIdArray& records) {
+Orvo::ErrorStatus KzDxRegistrations::registerRecords(const KzDbObjectIdArray& records) {
+    registeredRecords_ = 0;
     const KzDbObjectId own = records[0];
     if (!own.isValid() || own.isErased() || own.isEffectivelyErased()) return Orvo::invalidObjectId;
-    // Up to the first that does not open; the graph then counts its records as not all heard.
     for (const KzDbObjectId id : records) {
         const KzDxOpened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify);
         if (!record) return record.status();
         record->addReactor(&reactor_);
+        ++registeredRecords_;
     }
     return Orvo::ok;
 }
 
-Orvo::ErrorStatus KzDxRegistrations::leaveRecords(const KzDbObjectIdArray& records) {
+Orvo::ErrorStatus KzDxRegistrations::unregisterRecords(const KzDbObjectIdArray& records) {
     if (!records[0].isValid()) return Orvo::ok;
     for (const KzDbObjectId id : records) {
         const KzDxOpened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify, true);
@@ -101,16 +100,16 @@ Orvo::ErrorStatus KzDxRegistrations::leaveRecords(const KzDbObjectIdArray& recor
     return Orvo::ok;
 }
 
-void KzDxRegistrations::openAndJoin(KzDbObjectId id) {
-    const KzDxOpened<KzDbBlockReference> reference(id, KzDb::OpenMode::forNotify, true);
-    if (!reference) {
-        missReference();
+void KzDxRegistrations::openAndRegister(KzDbObjectId reference) {
+    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
+    if (!opened) {
+        markUnregistered();
         return;
     }
-    joinReference(*reference.get(), id);
+    registerReference(*opened.get(), reference);
 }
 
-void KzDxRegistrations::joinAttributes(const KzDbBlockReference& reference, KzDbObjectId id) {
+void KzDxRegistrations::registerAttributes(const KzDbBlockReference& reference, KzDbObjectId id) {
     const std::unique_ptr<KzDbObjectIterator> attributes(reference.attributeIterator());
     if (attributes == nullptr) return;
     for (; !attributes->done(); attributes->step(false, true)) {
@@ -119,23 +118,22 @@ void KzDxRegistrations::joinAttributes(const KzDbBlockReference& reference, KzDb
         if (attributeId.isErased() || attributeId.isEffectivelyErased()) continue;
         const KzDxOpened<KzDbAttribute> attribute(attributeId, KzDb::OpenMode::forNotify, true);
         if (!attribute) continue;
-        attributes_.add(id, attributeId); // first: it must be known where the reactor is registered
+        attributes_.add(id, attributeId); // first: a registration must be known before it exists
         attribute->addReactor(&reactor_);
     }
 }
 
-/// Leaves a reference, and then its attributes. Whether none of them is joined any more.
-bool KzDxRegistrations::leaveReference(KzDbObjectId id) noexcept {
-    const auto leaveAttribute = [this](KzDbObjectId attribute) {
-        return kzdxLeaveObject(attribute, &reactor_);
-    };
-    return kzdxLeaveObject(id, &reactor_) && attributes_.removeOf(id, leaveAttribute);
+/// Unregisters from a reference, and then from its attributes. Returns whether it is registered with none of
+/// them any more.
+bool KzDxRegistrations::tryUnregister(KzDbObjectId reference) noexcept {
+    const auto isRemoved = [this](KzDbObjectId attribute) { return kzdxRemoveReactor(attribute, &reactor_); };
+    return kzdxRemoveReactor(reference, &reactor_) && attributes_.removeOf(reference, isRemoved);
 }
 
-/// Leaves all references, filed or not. Whether that was possible.
-bool KzDxRegistrations::leaveReferences(const KzDxContainers& containers) noexcept {
-    bool areAllLeft = true;
-    containers.forEachFiled([&](KzDbObjectId reference) { areAllLeft &= leaveReference(reference); });
-    strays_.eraseIf([this](KzDbObjectId reference) { return leaveReference(reference); });
-    return areAllLeft && strays_.isEmpty();
+/// Unregisters from all references, with or without a container. Returns whether nothing failed.
+bool KzDxRegistrations::tryUnregisterReferences(const KzDxContainers& containers) noexcept {
+    bool isDone = true;
+    containers.forEachPlaced([&](KzDbObjectId reference) { isDone &= tryUnregister(reference); });
+    unplaced_.eraseIf([this](KzDbObjectId reference) { return tryUnregister(reference); });
+    return isDone && unplaced_.isEmpty();
 }

@@ -5,88 +5,88 @@
 #include "blocks/watched_attributes.h"
 #include "host/block_table.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
 class KzDbObjectReactor;
 
-/// What a node is registered on as a reactor: its records, its references and their attributes.
+/// The objects that a node is registered with as a reactor: its records, its references and their attributes.
 ///
-/// To join is to register, to leave is to unregister. Somebody may hold an object open, and then it can be
-/// neither joined nor left. What could not be left is remembered and tried again by `settle`, for a reactor
-/// must not be destroyed while it is registered anywhere. What could not be joined stays unheard until the
-/// next switching on. Joining may run out of memory, which the next reading makes up for; leaving needs none.
+/// An object that another module holds open can be neither registered nor unregistered with. What could not
+/// be unregistered is remembered and retried by `retryPending`, because a reactor must not be destroyed while
+/// it is registered anywhere. An object that could not be registered with sends no notifications until the
+/// next switching on. Registering can run out of memory, which `retryPending` makes up for; unregistering
+/// does not allocate.
 class KzDxRegistrations {
 public:
     explicit KzDxRegistrations(KzDbObjectReactor& reactor) : reactor_(reactor) {}
 
-    /// Joins everything, first the references, then the records. `invalidObjectId` when the first record,
-    /// which is the node's own, is of no use; or the status of the first record that does not open, after
-    /// which no further record is tried.
-    Orvo::ErrorStatus join(const KzDbObjectIdArray& records, const KzDxContainers& containers);
+    /// Registers with everything, first the references, then the records. `invalidObjectId` if the first
+    /// record, which is the node's own, cannot be used; or the status of the first record that does not open,
+    /// after which no further record is tried.
+    Orvo::ErrorStatus registerAll(const KzDbObjectIdArray& records, const KzDxContainers& containers);
 
-    /// Leaves everything, in the same order and with the same results, except that a first record that is not
-    /// valid is no failure.
-    Orvo::ErrorStatus leave(const KzDbObjectIdArray& records, const KzDxContainers& containers);
+    /// Unregisters from everything, in the same order and with the same results, except that a first record
+    /// that is not valid is not an error.
+    Orvo::ErrorStatus unregisterAll(const KzDbObjectIdArray& records, const KzDxContainers& containers);
 
-    /// Leaves everything that can be opened, whatever comes of the rest. Whether that was all.
-    [[nodiscard]] bool leaveAll(const KzDbObjectIdArray& records, const KzDxContainers& containers) noexcept;
+    /// Unregisters from everything that can be opened, whatever fails. Returns whether nothing did.
+    [[nodiscard]] bool tryUnregisterAll(const KzDbObjectIdArray& records,
+                                        const KzDxContainers& containers) noexcept;
 
-    // Joining references in the opening in which they are read, while switched on.
+    // Registering with references in the opening in which they are read, while switched on.
 
-    /// For a node that comes to be switched on: its references are joined as they are read, its records
-    /// after.
-    void beginJoining() { state_ = State::joining; }
-    /// Joins a reference that is open for notification and about to be filed.
-    void joinReference(const KzDbBlockReference& reference, KzDbObjectId id);
-    /// A reference could be read, but not joined.
-    void missReference() { hearsReferences_ = false; }
-    /// Joins the records, which completes a switching on. Results as for `join`.
-    Orvo::ErrorStatus joinRecords(const KzDbObjectIdArray& records);
+    /// Registers with a reference that is open for notification and about to be stored, and its attributes.
+    void registerReference(const KzDbBlockReference& reference, KzDbObjectId id);
+    /// A reference could be read, but not registered with.
+    void markUnregistered() { allReferencesRegistered_ = false; }
 
-    /// Has room to remember `count` references more, without memory then.
-    void makeRoomFor(std::size_t count) { strays_.makeRoomFor(count); }
-    /// Remembers a reference that may have been joined, but is not filed.
-    void addStray(KzDbObjectId reference) { strays_.insert(reference); }
-    /// Forgets about those that are filed, and gives unused room back.
-    void forgetFiled(const KzDxContainers& containers) noexcept;
-    /// Leaves a reference that is no longer reported.
-    void dropReference(KzDbObjectId gone) noexcept;
-    /// Remembers a reference that is still reported, but could not be read and is filed no more.
-    void suspendReference(KzDbObjectId unread);
+    /// Makes room to remember `count` more references, so that remembering them does not allocate.
+    void reserveUnplaced(std::size_t count) { unplaced_.makeRoomFor(count); }
+    /// Remembers a reference that may be registered with, but has no container.
+    void addUnplaced(KzDbObjectId reference) { unplaced_.insert(reference); }
+    /// Forgets those that have a container, and releases unused room.
+    void dropPlaced(const KzDxContainers& containers) noexcept;
+    /// Unregisters from a reference that is no longer reported.
+    void unregisterReference(KzDbObjectId gone) noexcept;
+    /// Remembers a reference that is still reported, but could not be read and has no container any more.
+    void keepRegistered(KzDbObjectId unread);
 
-    /// Goes on with what could not be done completely: switching on when memory ran out, switching off when
-    /// somebody held an object open, leaving references that are gone. `reported` are the references of now:
-    /// those of them that are not filed are waited for while switched on.
-    void settle(bool isEnabled, std::span<const KzDbObjectId> reported, const KzDbObjectIdArray& records,
-                const KzDxContainers& containers);
+    /// Goes on with what could not be done completely: registering when memory ran out, unregistering from
+    /// objects that were held open, and from references that are no longer reported. References of `reported`
+    /// that have no container stay registered while switched on, because they get one when they can be read.
+    void retryPending(bool isEnabled, std::span<const KzDbObjectId> reported,
+                      const KzDbObjectIdArray& records, const KzDxContainers& containers);
 
-    /// Whether there is nothing for `settle` to do.
-    [[nodiscard]] bool isSettled() const { return state_ != State::unsettled && strays_.isEmpty(); }
-    /// Whether there is nothing to leave.
-    [[nodiscard]] bool isEmpty() const { return state_ == State::none && strays_.isEmpty(); }
-    /// Whether all references were joined at the last switching on and since.
-    [[nodiscard]] bool hearsReferences() const { return hearsReferences_; }
+    /// Whether `retryPending` has something to do.
+    [[nodiscard]] bool hasPending() const { return state_ == State::pending || !unplaced_.isEmpty(); }
+    /// Whether there is nothing to unregister from.
+    [[nodiscard]] bool isEmpty() const { return state_ == State::none && unplaced_.isEmpty(); }
+    /// Whether all references were registered with at the last switching on and since.
+    [[nodiscard]] bool allReferencesRegistered() const { return allReferencesRegistered_; }
+    /// How many records, from the first one, are registered with.
+    [[nodiscard]] std::int32_t registeredRecords() const { return registeredRecords_; }
 
 private:
     enum class State : std::uint8_t {
-        none,      ///< registered on nothing that is known
-        joining,   ///< on the references that have been read; the records are to come
-        joined,    ///< on everything that could be opened
-        unsettled, ///< a switching was not completed
+        none,     ///< registered with nothing but `unplaced_`
+        complete, ///< with everything that could be opened
+        pending,  ///< a switching was not completed
     };
 
-    [[nodiscard]] Orvo::ErrorStatus joinEachRecord(const KzDbObjectIdArray& records);
-    void openAndJoin(KzDbObjectId id);
-    void joinAttributes(const KzDbBlockReference& reference, KzDbObjectId id);
-    [[nodiscard]] Orvo::ErrorStatus leaveRecords(const KzDbObjectIdArray& records);
-    [[nodiscard]] bool leaveReference(KzDbObjectId id) noexcept;
-    [[nodiscard]] bool leaveReferences(const KzDxContainers& containers) noexcept;
+    [[nodiscard]] Orvo::ErrorStatus registerRecords(const KzDbObjectIdArray& records);
+    void openAndRegister(KzDbObjectId reference);
+    void registerAttributes(const KzDbBlockReference& reference, KzDbObjectId id);
+    [[nodiscard]] Orvo::ErrorStatus unregisterRecords(const KzDbObjectIdArray& records);
+    [[nodiscard]] bool tryUnregister(KzDbObjectId reference) noexcept;
+    [[nodiscard]] bool tryUnregisterReferences(const KzDxContainers& containers) noexcept;
 
     KzDbObjectReactor& reactor_;
     State state_ = State::none;
-    bool hearsReferences_ = true;
+    bool allReferencesRegistered_ = true;
+    std::int32_t registeredRecords_ = 0;
     KzDxWatchedAttributes attributes_;
-    /// References that the reactor may be registered on although they are not filed.
-    KzDxIdSet strays_;
+    /// References without a container that the reactor may be registered with.
+    KzDxIdSet unplaced_;
 };

@@ -35,3 +35,8 @@ private:
     KzApDocument* document_;
     KzDxCallSet<KzDxTimer*> runningTimers_;
 };
+
+class KzDxDocument;
+
+/// The context part of document data; null for null. Folders that do not know the class get it by this.
+[[nodiscard]] KzDxDocumentContext* kzdxContextOf(KzDxDocument* document);

@@ -16,6 +16,10 @@ struct KzDxDocument::ClientTimer {
     KzDxExternalClientTimerReactor reactor;
 };
 
+KzDxDocumentContext* kzdxContextOf(KzDxDocument* document) {
+    return document;
+}
+
 KzDxDocument::KzDxDocument(KzApDocument* document) : KzDxDocumentContext(document) {
     storeEnabled(true);
 }

@@ -52,7 +52,7 @@ private:
         void operator()(KzDxBlocks* graph) const noexcept;
     };
 
-    using MakeBlocks = Orvo::ErrorStatus (*)(KzDxBlocks*& graph, KzDxDocumentContext* document);
+    using MakeBlocks = Orvo::ErrorStatus (*)(KzDxBlocks*& graph, KzDxDocument* document);
 
     [[nodiscard]] KzDxBlocks* blocksMadeBy(MakeBlocks make);
 

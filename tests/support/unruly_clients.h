@@ -31,7 +31,6 @@ struct UnrulyFigures {
     std::size_t actions = 0;     ///< tried, those from inside callbacks included
     std::size_t inCallbacks = 0; ///< actions from inside callbacks
     std::size_t callbacks = 0;   ///< made by the module
-    std::size_t comparisons = 0; ///< of a graph with one built afresh
 };
 
 /// One run of a list of actions. They are done one after the other from outside, as a user, the host and
@@ -56,8 +55,6 @@ private:
     void actOnce();
     void answer(std::size_t count);
     void answerCall(std::size_t client);
-    void checkGraphs();
-    void checkGraph(KzApDocument* document, std::uint32_t& lastReading);
     void finish();
     void unloadModule();
 
@@ -66,8 +63,6 @@ private:
     [[nodiscard]] static KzDxClientCallback anyClient(std::uint8_t byte);
     [[nodiscard]] static KzDbObjectIdArray anyIds(const KzApDocument* document, std::uint8_t count,
                                                   std::uint8_t first);
-    /// To be told of exports that may have built a graph.
-    void noteGraph(KzApDocument* document);
 
     // The actions.
     using Deed = void (UnrulyClients::*)(const Action&);
@@ -122,8 +117,4 @@ private:
     /// What was attached where since the module was loaded, whether or not it was detached: a notification
     /// under way calls whom it has gathered.
     std::set<std::pair<KzApDocument*, KzDxClientCallback>> attached_;
-    /// The documents that may have a graph, with the number of the scan that was compared last.
-    std::map<KzApDocument*, std::uint32_t> graphs_;
-    /// Whether a graph that was updated since the last comparison may be out of date again.
-    bool haveDrawingsChanged_ = false;
 };

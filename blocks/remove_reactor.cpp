@@ -1,9 +1,9 @@
-#include "blocks/leave_object.h"
+#include "blocks/remove_reactor.h"
 
 #include "core/boundary.h"
 #include "core/opened.h"
 
-bool kzdxLeaveObject(KzDbObjectId id, KzDbObjectReactor* reactor) noexcept {
+bool kzdxRemoveReactor(KzDbObjectId id, KzDbObjectReactor* reactor) noexcept {
     if (!id.isValid()) return true;
     return kzdxAtBoundary(false, [&] {
         const KzDxOpened<KzDbObject> object(id, KzDb::OpenMode::forNotify, true);

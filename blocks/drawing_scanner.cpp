@@ -1,0 +1,201 @@
+#include "blocks/drawing_scanner.h"
+
+#include "blocks/block_graph.h"
+#include "blocks/block_node.h"
+#include "blocks/block_representation.h"
+#include "blocks/reference_reader.h"
+#include "core/block_table_walk.h"
+#include "core/deferred_deletion.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+void KzDxDrawingScanner::scan(const KzDbDatabase& drawing, KzDxScanLevel level) {
+    scanTable(drawing, level);
+    readStaleNodes(drawing);
+    settle();
+}
+
+void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing, KzDxScanLevel level) {
+    KzDxDeferredDeletion::retryAll();
+    // If the scan is interrupted, the next one has to visit all records.
+    graph_.updateState().raiseLevel(KzDxScanLevel::referenceLists);
+    if (level == KzDxScanLevel::staleNodes) {
+        if (visitUncertain(drawing)) return;
+        level = KzDxScanLevel::referenceLists;
+    }
+    visitAll(drawing);
+    markReached(level);
+}
+
+/// Visits those known records that may answer differently. Returns false if the table has other records now.
+bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
+    std::size_t next = 0;
+    bool isSame = true;
+    bool isAnyVisited = false;
+    const bool isWalked = kzdxForEachRecordId(drawing, [&](KzDbObjectId id) {
+        isSame = next < records_.size() && records_[next].id == id;
+        if (!isSame) return false;
+        Record& record = records_[next++];
+        if (mustVisit(record)) {
+            record = visit(id);
+            isAnyVisited = true;
+        }
+        return true;
+    });
+    if (!isWalked || !isSame || next != records_.size()) return false;
+    if (isAnyVisited) markReached(KzDxScanLevel::staleNodes);
+    return true;
+}
+
+void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing) {
+    std::vector<Record> found;
+    found.reserve(records_.size() + 1);
+    hint_ = 0;
+    isTableWalked_ = kzdxForEachRecordId(drawing, [&](KzDbObjectId id) {
+        found.push_back(visit(id));
+        return true;
+    });
+    records_ = std::move(found);
+}
+
+bool KzDxDrawingScanner::mustVisit(const Record& record) const {
+    return !record.isCertain || (record.isAnonymous && record.node->isStale());
+}
+
+KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id) {
+    Record record{.id = id};
+    const KzDxOpened<KzDbBlockTableRecord> opened(id);
+    if (!opened) return record; // held open: its closing sends no notification
+    record.isLayout = opened->isLayout();
+    record.isAnonymous = opened->isAnonymous();
+    record.isFromExternalReference = opened->isFromExternalReference();
+    record.node = nodeOf(record, *opened.get());
+    if (record.node == nullptr) {
+        record.isCertain = false; // its node may be created the next time
+    } else if (opened->isDependent()) {
+        graph_.updateState().nodeForeign(*record.node);
+    }
+    return record;
+}
+
+/// The node that a record leads to, created if necessary; null if it cannot be created. Sets whether that is
+/// certain.
+KzDxBlock* KzDxDrawingScanner::nodeOf(Record& record, KzDbBlockTableRecord& opened) {
+    KzDxBlock* const known = record.isAnonymous ? graph_.node(record.id) : knownNode(record.id);
+    record.isCertain = true;
+    KzDxBlock* node = known;
+    if (record.isAnonymous) {
+        const Original original = originalOf(opened);
+        if (!original.block.isNull()) node = graph_.node(original.block);
+        // An answer is trusted while the same node is found without it: then it makes no difference.
+        record.isCertain = original.isCertain && (known == nullptr || node == known);
+    }
+    if (node != nullptr) {
+        node->addRecord(record.id);
+    } else if (graph_.addNode(node, opened) != Orvo::ok) {
+        return nullptr; // also if the record's block has no node, but the record itself has one
+    }
+    return node;
+}
+
+/// What an anonymous record represents: the enhanced block that the first of its references to carry the
+/// protocol tells.
+KzDxDrawingScanner::Original KzDxDrawingScanner::originalOf(const KzDbBlockTableRecord& record) {
+    KzDbObjectIdArray references;
+    bool isCertain = record.getBlockReferenceIds(references, true, true) == Orvo::ok;
+    for (const KzDbObjectId each : references) {
+        const KzDxOpened<KzDbBlockReference> reference(each, KzDb::OpenMode::forNotify, true);
+        const KzDbBlockRepresentation* const protocol =
+            reference ? asBlockRepresentation(reference->queryX(KzDbBlockRepresentation::desc())) : nullptr;
+        if (protocol != nullptr) {
+            const KzDbObjectId block = protocol->originalBlockTableRecord(reference.get());
+            return {.block = block, .isCertain = isCertain && !block.isNull()};
+        }
+        isCertain = false; // the host may answer the next time
+    }
+    return {.block = {}, .isCertain = isCertain};
+}
+
+/// The node with that key, mostly without a look-up: records are visited in the order of the last scan.
+KzDxBlock* KzDxDrawingScanner::knownNode(KzDbObjectId id) {
+    while (hint_ < records_.size() && records_[hint_].id < id) ++hint_;
+    const bool isKnown = hint_ < records_.size() && records_[hint_].id == id;
+    KzDxBlock* const node = isKnown ? records_[hint_].node : nullptr;
+    return node != nullptr ? node : graph_.node(id);
+}
+
+/// Marks the nodes that records lead to. What is stored of any other node may become outdated, so it is read
+/// completely as soon as a record leads to it again.
+void KzDxDrawingScanner::markReached(KzDxScanLevel level) {
+    ++scanNumber_;
+    isReachNew_ = true;
+    layoutIds_.clear();
+    KzDxUpdateState& state = graph_.updateState();
+    for (const Record& record : records_) {
+        if (record.isLayout) layoutIds_.append(record.id);
+        if (record.node == nullptr) continue;
+        record.node->setLastSeenScan(scanNumber_);
+        if (level == KzDxScanLevel::referenceLists)
+            state.nodeStale(*record.node, KzDxReadLevel::newReferences);
+        if (level == KzDxScanLevel::full) state.nodeStale(*record.node, KzDxReadLevel::everything);
+    }
+    for (const auto& node : graph_.nodes()) {
+        if (!isReached(*node)) state.nodeStale(*node, KzDxReadLevel::everything);
+    }
+}
+
+bool KzDxDrawingScanner::isReached(const KzDxBlock& node) const {
+    return node.lastSeenScan() == scanNumber_;
+}
+
+void KzDxDrawingScanner::refreshForeignDrawings() {
+    KzDxUpdateState& state = graph_.updateState();
+    std::vector<KzDbObjectId> attaching;
+    if (!foreign_.isEmpty()) {
+        for (const Record& record : records_) {
+            if (record.isFromExternalReference) attaching.push_back(record.id);
+        }
+    }
+    const bool isSame = foreign_.refresh(attaching);
+    const KzDxReadLevel level = isSame ? KzDxReadLevel::newReferences : KzDxReadLevel::everything;
+    for (KzDxBlock* const node : state.foreign()) state.nodeStale(*node, level);
+}
+
+void KzDxDrawingScanner::readStaleNodes(const KzDbDatabase& drawing) {
+    refreshForeignDrawings();
+    KzDxReferenceReader reader(&drawing, foreign_);
+    graph_.updateState().stale().removeIf(
+        [&](KzDxBlock& node) { return isReached(node) && node.read(reader); });
+    graph_.setNeedsScan(false);
+}
+
+void KzDxDrawingScanner::readUnreachedNodes(const KzDbDatabase& drawing) {
+    KzDxReferenceReader reader(&drawing, foreign_);
+    for (KzDxBlock* const node : graph_.updateState().stale()) {
+        if (isReached(*node)) continue;
+        static_cast<void>(node->read(reader));
+        node->raiseReadLevel(KzDxReadLevel::everything);
+    }
+}
+
+void KzDxDrawingScanner::settle() {
+    KzDxUpdateState& state = graph_.updateState();
+    const bool isAllRead =
+        std::ranges::none_of(state.stale(), [this](const KzDxBlock* node) { return isReached(*node); });
+    // Otherwise as before: a node that is switched raises the level, and the next scan visits all records.
+    if (std::exchange(isReachNew_, false)) {
+        areRecordsRegistered_ = std::ranges::all_of(records_, [](const Record& record) {
+            return record.node != nullptr && record.node->areRecordsRegistered();
+        });
+    }
+    const bool isSettled = isTableWalked_ && areRecordsRegistered_ && isAllRead;
+    state.settle(isSettled ? KzDxScanLevel::staleNodes : KzDxScanLevel::referenceLists);
+}
+
+void KzDxDrawingScanner::clear() {
+    records_.clear();
+    layoutIds_.clear();
+    foreign_.clear();
+}

@@ -1,0 +1,94 @@
+#pragma once
+
+#include "blocks/foreign_drawings.h"
+#include "blocks/update_state.h"
+#include "host/block_table.h"
+#include "host/id_array.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+class KzDxBlock;
+class KzDxBlocks;
+class KzDxReferenceReader;
+
+/// Brings the nodes of a block graph up to date with the drawing, reading as much as the update state asks
+/// for.
+///
+/// A scan has two phases. The table phase walks the block table: it creates nodes for new records, and finds
+/// out which node each record leads to. The reading phase reads the stale nodes that some record leads to,
+/// each once; it changes neither nodes nor keys.
+///
+/// Each scan compares the ids of the table's records, in order, with those of the last scan, because a record
+/// can be unerased without a notification. A record is opened only if its answers may be different:
+/// - at level `referenceLists` or more, or
+/// - if it could not be opened, has no node, or is anonymous and does not answer for certain what it
+/// represents
+///   (`Original`), or
+/// - if it is anonymous and its node is stale: then its references may have changed, which decide that.
+class KzDxDrawingScanner {
+public:
+    explicit KzDxDrawingScanner(KzDxBlocks& graph) : graph_(graph), foreign_(graph) {}
+    KzDxDrawingScanner(const KzDxDrawingScanner&) = delete;
+    KzDxDrawingScanner& operator=(const KzDxDrawingScanner&) = delete;
+
+    /// Both phases, at least at the level of the update state. Afterwards the state has the level for a next
+    /// update. If memory runs out, what was not read stays stale.
+    void scan(const KzDbDatabase& drawing, KzDxScanLevel level);
+
+    /// The phases one by one, for a graph that is switched on between them.
+    void scanTable(const KzDbDatabase& drawing, KzDxScanLevel level);
+    void readStaleNodes(const KzDbDatabase& drawing);
+    /// Reads the nodes that no record of the last table phase leads to, for a graph whose first two table
+    /// phases were not separated by a reading. They stay stale.
+    void readUnreachedNodes(const KzDbDatabase& drawing);
+
+    /// Sets the level for a next update after which nothing was edited.
+    void settle();
+
+    /// The ids of the layouts that could be opened, in table order, as of the last scan.
+    [[nodiscard]] const KzDbObjectIdArray& layoutIds() const { return layoutIds_; }
+
+    /// Whether some record of the last scan leads to the node.
+    [[nodiscard]] bool isReached(const KzDxBlock& node) const;
+
+    /// Forgets everything: the nodes are about to be deleted.
+    void clear();
+
+private:
+    /// What is known of one record of the table.
+    struct Record {
+        KzDbObjectId id;
+        KzDxBlock* node = nullptr; ///< the node that it leads to; null if it has none or could not be opened
+        bool isLayout = false;
+        bool isAnonymous = false;
+        bool isFromExternalReference = false;
+        bool isCertain = false; ///< whether visiting it again without an edit finds the same
+    };
+    /// What an anonymous record represents.
+    struct Original {
+        KzDbObjectId block;     ///< null if it represents none
+        bool isCertain = false; ///< false if some reference did not open or did not answer
+    };
+
+    [[nodiscard]] bool visitUncertain(const KzDbDatabase& drawing);
+    void visitAll(const KzDbDatabase& drawing);
+    [[nodiscard]] bool mustVisit(const Record& record) const;
+    [[nodiscard]] Record visit(KzDbObjectId id);
+    [[nodiscard]] KzDxBlock* nodeOf(Record& record, KzDbBlockTableRecord& opened);
+    [[nodiscard]] static Original originalOf(const KzDbBlockTableRecord& record);
+    [[nodiscard]] KzDxBlock* knownNode(KzDbObjectId id);
+    void markReached(KzDxScanLevel level);
+    void refreshForeignDrawings();
+
+    KzDxBlocks& graph_;
+    KzDxForeignDrawings foreign_;
+    std::vector<Record> records_; ///< of the last scan, in table order
+    std::size_t hint_ = 0;        ///< where `knownNode` looks first in `records_`
+    KzDbObjectIdArray layoutIds_;
+    std::uint32_t scanNumber_ = 0; ///< counts table phases that changed which nodes are reached
+    bool isTableWalked_ = false;
+    bool areRecordsRegistered_ = false; ///< whether each record in the table notifies the node it leads to
+    bool isReachNew_ = false;           ///< whether that has to be found out again
+};

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "blocks/containers.h"
+
+#include <map>
+#include <vector>
+
+class KzDxBlock;
+class KzDxBlocks;
+
+/// Self-check of updates, for test builds (`ZELVANE_CHECK_UPDATES`): after a scan it reads everything from
+/// the drawing in a way of its own, and compares that with what the graph has stored. A difference ends the
+/// program with a message.
+///
+/// It shares no code with the scanner and the reader. It opens objects for read and registers with none.
+///
+///     KzDxUpdateCheck check(graph); // keeps what was stored before
+///     ...                           // the scan
+///     check.compare();
+class KzDxUpdateCheck {
+public:
+#ifdef ZELVANE_CHECK_UPDATES
+    explicit KzDxUpdateCheck(KzDxBlocks& graph);
+    void compare();
+
+    /// Turns the check off, for tests that make host calls or allocations fail, or count them.
+    class Pause {
+    public:
+        Pause() { ++pauses_; }
+        ~Pause() { --pauses_; }
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+    };
+
+private:
+    using References = std::map<KzDbObjectId, KzDbObjectId>; ///< reference → its container
+    struct State {
+        References references;
+        bool hasChanges = false;
+    };
+    /// What the records of a node report now.
+    struct Reading {
+        bool isComplete = true; ///< every record opened and answered
+        References placed;
+        std::vector<KzDbObjectId> reported; ///< ascending
+    };
+
+    static References referencesOf(const KzDxBlock& node);
+    void walkTable();
+    void visit(KzDbObjectId id);
+    void compareNode(KzDxBlock& node);
+    void compareMark(const KzDxBlock& node, const State& before, const Reading& now);
+    void compareNesting();
+    [[nodiscard]] Reading read(const KzDxBlock& node);
+    void place(Reading& reading, KzDbObjectId reference);
+    [[nodiscard]] KzDbObjectId containerOf(KzDbObjectId owner);
+
+    static inline int pauses_ = 0;
+
+    KzDxBlocks& graph_;
+    bool isActive_ = false;
+    std::map<const KzDxBlock*, State> before_;
+    std::vector<KzDbObjectId> layouts_;
+    std::map<KzDbObjectId, KzDxBlock*> reached_; ///< by the node's own record
+    std::map<KzDbObjectId, KzDbObjectId> translated_;
+#else
+    explicit KzDxUpdateCheck(KzDxBlocks&) {}
+    void compare() {}
+    class Pause {
+    public:
+        Pause() {}
+    };
+#endif
+};

@@ -1,0 +1,36 @@
+#include "blocks/update_state.h"
+
+#include "blocks/block_node.h"
+#include "host/block_table.h"
+
+#include <algorithm>
+
+void KzDxUpdateState::reserve(std::size_t nodes) {
+    for (KzDxNodeList* const list : {&stale_, &changed_, &foreign_}) list->reserve(nodes);
+}
+
+void KzDxUpdateState::remove(KzDxBlock& node) noexcept {
+    for (KzDxNodeList* const list : {&stale_, &changed_, &foreign_}) {
+        list->removeIf([&node](const KzDxBlock& each) { return &each == &node; });
+    }
+}
+
+void KzDxUpdateState::clear() noexcept {
+    for (KzDxNodeList* const list : {&stale_, &changed_, &foreign_}) list->clear();
+    level_ = KzDxScanLevel::full;
+}
+
+void KzDxUpdateState::objectEdited(KzDxBlock& node, const KzDbObject* object) noexcept {
+    nodeStale(node, KzDxReadLevel::everything);
+    const bool isAttribute = object->isA()->isDerivedFrom(KzDbAttribute::desc());
+    if (!isAttribute) raiseLevel(KzDxScanLevel::referenceLists);
+}
+
+void KzDxUpdateState::nodeStale(KzDxBlock& node, KzDxReadLevel level) noexcept {
+    node.raiseReadLevel(level);
+    stale_.add(node);
+}
+
+void KzDxUpdateState::raiseLevel(KzDxScanLevel level) noexcept {
+    level_ = std::max(level_, level);
+}

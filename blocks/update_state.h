@@ -1,0 +1,83 @@
+#pragma once
+
+#include "blocks/node_list.h"
+
+#include <cstddef>
+#include <cstdint>
+
+class KzDbObject;
+
+/// How much of a node the next scan reads. Each level includes those before.
+enum class KzDxReadLevel : std::uint8_t {
+    nothing,       ///< what is stored equals the drawing
+    newReferences, ///< the lists of references; references that were not listed before are opened
+    everything,    ///< the lists, and every reference is opened
+};
+
+/// How much of the drawing the next scan reads. Each level includes those before.
+enum class KzDxScanLevel : std::uint8_t {
+    staleNodes,     ///< the ids of the table's records, records without a certain answer, and stale nodes
+    referenceLists, ///< every record, and the lists of references of every node
+    full,           ///< every record, and everything of every node
+};
+
+/// Dirty state of a block graph: what the next scan must read, and which nodes have changed since clients
+/// were notified. Every reason for a reading is one function here; none allocates, so that notifications may
+/// call it.
+///
+/// | what happens                                           | the node is read        | the scan is at least
+/// |
+/// |--------------------------------------------------------|-------------------------|----------------------|
+/// | an attribute is about to change, copied or destroyed   | everything              | `staleNodes` | | any
+/// other object is: a reference or a record           | everything              | `referenceLists`     | |
+/// the block table is about to change                     |                         | `referenceLists`     |
+/// | the ids of the table's records differ from last time   |                         | `referenceLists` | |
+/// a node gets a further record                           | new references          | `staleNodes`         |
+/// | a node reports references of another drawing           | new references, always  | `staleNodes` | | the
+/// records that represent other drawings differ       | those nodes: everything | `staleNodes`         | | a
+/// node may miss notifications (`mayMissNotifications`) | everything, until it    | `referenceLists`     | |
+/// | does not                |                      | | a record in the table sends no notification | |
+/// `referenceLists`     | | no record leads to a node                              | everything, when one | |
+/// |                                                        | does again              | | | the graph is
+/// switched on; an update is forced          | everything              | `full`               | | a scan is
+/// interrupted                                  |                         | `referenceLists`     |
+///
+/// An attribute is the only object whose edit cannot change which references a record reports. All others
+/// can: inserting a block edits the record that takes the reference, not the record that reports it.
+///
+/// "Stale" is a node whose read level is not `nothing`; exactly those are on the list of stale nodes.
+class KzDxUpdateState {
+public:
+    /// Makes room for this many nodes in all: adding them to lists then does not allocate.
+    void reserve(std::size_t nodes);
+
+    /// Forgets a node, or all.
+    void remove(KzDxBlock& node) noexcept;
+    void clear() noexcept;
+
+    /// An object that `node` is registered with is about to change, was copied, or is about to be destroyed.
+    void objectEdited(KzDxBlock& node, const KzDbObject* object) noexcept;
+
+    /// The node must be read at that level or more.
+    void nodeStale(KzDxBlock& node, KzDxReadLevel level) noexcept;
+    /// The node has changed; clients have not been notified of it.
+    void nodeChanged(KzDxBlock& node) noexcept { changed_.add(node); }
+    /// The node reports references of other drawings.
+    void nodeForeign(KzDxBlock& node) noexcept { foreign_.add(node); }
+
+    [[nodiscard]] KzDxScanLevel level() const { return level_; }
+    void raiseLevel(KzDxScanLevel level) noexcept;
+    /// To be called when a scan is complete: the level for a next update after which nothing was edited.
+    void settle(KzDxScanLevel level) noexcept { level_ = level; }
+
+    [[nodiscard]] KzDxNodeList& stale() { return stale_; }
+    [[nodiscard]] KzDxNodeList& changed() { return changed_; }
+    [[nodiscard]] const KzDxNodeList& changed() const { return changed_; }
+    [[nodiscard]] const KzDxNodeList& foreign() const { return foreign_; }
+
+private:
+    KzDxScanLevel level_ = KzDxScanLevel::full;
+    KzDxNodeList stale_{KzDxNodeMark::stale};
+    KzDxNodeList changed_{KzDxNodeMark::changed};
+    KzDxNodeList foreign_{KzDxNodeMark::foreign};
+};
