@@ -1,6 +1,6 @@
 #include "benchmarks/drawings.h"
 
-#include "benchmarks/comparison.h"
+#include "benchmarks/measuring.h"
 #include "frame/application.h"
 #include "headless/edits.h"
 #include "headless/inspection.h"
@@ -19,13 +19,6 @@ std::u16string numbered(std::u16string_view prefix, std::size_t number) {
     return name;
 }
 
-KzDbObjectId insertOrEnd(KzDbObjectId record, KzDbObjectId block,
-                         const std::vector<Headless::AttributeText>& attributes = {}) {
-    const Headless::Made made = Headless::insert(record, block, attributes);
-    require(static_cast<bool>(made), "the reference is inserted");
-    return made.id;
-}
-
 } // namespace
 
 OpenDocument::OpenDocument() : document_(Headless::openDocument(u"bench")) {
@@ -42,7 +35,7 @@ KzDbObjectId OpenDocument::modelSpace() const {
 
 KzDxDocument& OpenDocument::data() const {
     KzDxDocument* const data = kzdxDocDataOf(document_);
-    require(data != nullptr, "the module has data of the document");
+    require(data != nullptr, "the module has data for the document");
     return *data;
 }
 
@@ -68,23 +61,11 @@ std::vector<KzDbObjectId> addStandardDrawing(KzApDocument* document, std::size_t
         const std::size_t b = j % blockCount;
         const bool isInModelSpace = (j / blockCount) % 2 == 0 || b == 0;
         const bool hasAttribute = j % referencesPerAttribute == 0;
-        insertOrEnd(isInModelSpace ? modelSpace : blocks[b / 2], blocks[b],
-                    hasAttribute ? oneAttribute : std::vector<Headless::AttributeText>());
+        Headless::insert(isInModelSpace ? modelSpace : blocks[b / 2], blocks[b],
+                         hasAttribute ? oneAttribute : std::vector<Headless::AttributeText>());
     }
+    require(Headless::references(blocks.back()).size() == referencesPerBlock, "the references are inserted");
     return blocks;
-}
-
-void addPlainAndEnhancedBlock(const OpenDocument& plain, const OpenDocument& enhanced, std::size_t references,
-                              std::size_t representations) {
-    const KzDbObjectId plainBlock = Headless::makeBlock(plain.get(), u"PLAIN");
-    const KzDbObjectId block = Headless::makeBlock(enhanced.get(), u"ENHANCED");
-    require(static_cast<bool>(Headless::enhance(block)), "the block is enhanced");
-    std::vector<KzDbObjectId> records;
-    for (std::size_t r = 0; r < representations; ++r) records.push_back(Headless::represent(block));
-    for (std::size_t j = 0; j < references; ++j) {
-        insertOrEnd(plain.modelSpace(), plainBlock);
-        insertOrEnd(enhanced.modelSpace(), records[j % representations]);
-    }
 }
 
 } // namespace Bench

@@ -1,10 +1,11 @@
 #include "benchmarks/host_calls.h"
 
-#include "benchmarks/comparison.h"
-#include "blocks/block_graph.h"
-#include "blocks/block_node.h"
+#include "benchmarks/measuring.h"
+#include "headless/inspection.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace Bench {
 
@@ -12,182 +13,178 @@ namespace {
 
 using KzDb::OpenMode;
 
-/// Null when it does not open.
+/// Null when it cannot be opened.
 template <class T>
-T* opened(KzDbObjectId id, OpenMode mode, const KzRxClass* expected, bool openErased) {
+T* opened(KzDbObjectId id, OpenMode mode, bool openErased) {
     KzDbObject* object = nullptr;
-    kzdbOpenKzDbObject(object, id, mode, expected, openErased);
+    kzdbOpenKzDbObject(object, id, mode, T::desc(), openErased);
     return static_cast<T*>(object);
 }
 
-/// What has no id would have to be deleted instead, so everybody has to ask.
+/// An object without an id would have to be deleted instead, so each client has to ask.
 void close(KzDbObject* object) {
-    require(!object->objectId().isNull(), "what was opened is in the drawing");
+    require(!object->objectId().isNull(), "an opened object is in the drawing");
     object->close();
 }
 
-void readReference(KzDbObjectId id, const KzRxClass* expected) {
-    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forRead, expected, true);
+void forEachRecord(KzDbObjectId tableId, auto visit) {
+    auto* const table = opened<KzDbBlockTable>(tableId, OpenMode::forRead, false);
+    KzDbBlockTableIterator* made = nullptr;
+    table->newIterator(made, true, true);
+    const std::unique_ptr<KzDbBlockTableIterator> records(made);
+    for (records->start(true, true); !records->done(); records->step(true, true)) {
+        KzDbObjectId id;
+        records->getRecordId(id);
+        visit(id);
+    }
+    close(table);
+}
+
+void readReference(KzDbObjectId id) {
+    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forRead, true);
     static_cast<void>(reference->ownerId());
     close(reference);
 }
 
-} // namespace
-
-BareReading::BareReading(const KzDbDatabase& drawing, const KzDxBlocks& graph) : drawing_(drawing) {
-    for (const auto& [id, node] : graph.blockMap()) {
-        Block block{.record = id, .containers = {}};
-        for (const KzDxContainers::Entry& entry : node->containers()) {
-            block.containers.push_back(entry.container);
-        }
-        blocks_.push_back(std::move(block));
-    }
+bool isUsable(KzDbObjectId id) {
+    return id.isValid() && !id.isErased() && !id.isEffectivelyErased();
 }
 
-void BareReading::run() {
-    walkTable();
-    for (const Block& block : blocks_) readBlock(block);
+template <class T>
+void registerReactor(KzDbObjectId id, KzDbObjectReactor* reactor) {
+    if (!isUsable(id)) return;
+    auto* const object = opened<T>(id, OpenMode::forNotify, true);
+    object->addReactor(reactor);
+    close(object);
 }
 
-void BareReading::walkTable() const {
-    auto* const table =
-        opened<KzDbBlockTable>(drawing_.blockTableId(), OpenMode::forRead, KzDbBlockTable::desc(), false);
-    KzDbBlockTableIterator* made = nullptr;
-    table->newIterator(made, true, true);
-    const std::unique_ptr<KzDbBlockTableIterator> records(made);
-    const KzRxClass* const expected = KzDbBlockTableRecord::desc();
-    for (records->start(true, true); !records->done(); records->step(true, true)) {
-        KzDbObjectId id;
-        records->getRecordId(id);
-        auto* const record = opened<KzDbBlockTableRecord>(id, OpenMode::forRead, expected, false);
-        static_cast<void>(record->isLayout());
-        static_cast<void>(record->isAnonymous());
-        close(record);
-    }
-    close(table);
-}
-
-void BareReading::readBlock(const Block& block) {
-    static_cast<void>(block.record.isErased());
-    auto* const record =
-        opened<KzDbBlockTableRecord>(block.record, OpenMode::forRead, KzDbBlockTableRecord::desc(), false);
-    references_.clear();
-    record->getBlockReferenceIds(references_, true, true);
-    record->getErasedBlockReferenceIds(references_);
-    close(record);
-    for (const KzDbObjectId container : block.containers) {
-        static_cast<void>(container.isValid());
-        static_cast<void>(container.database());
-    }
-    const KzRxClass* const expected = KzDbBlockReference::desc();
-    for (const KzDbObjectId reference : references_) readReference(reference, expected);
-}
-
-void BareReading::readBlock(KzDbObjectId record) {
-    for (const Block& block : blocks_) {
-        if (block.record == record) return readBlock(block);
-    }
-}
-
-BareListing::BareListing(const KzDxBlocks& graph) {
-    for (const auto& [id, node] : graph.blockMap()) records_.push_back(id);
-    refresh();
-}
-
-void BareListing::list() {
-    references_.clear();
-    const KzRxClass* const expected = KzDbBlockTableRecord::desc();
-    for (const KzDbObjectId id : records_) {
-        auto* const record = opened<KzDbBlockTableRecord>(id, OpenMode::forRead, expected, false);
-        record->getBlockReferenceIds(references_, true, true);
-        record->getErasedBlockReferenceIds(references_);
-        close(record);
-    }
-}
-
-void BareListing::refresh() {
-    list();
-    copy_.assign(references_.begin(), references_.end());
-}
-
-void BareListing::run() {
-    list();
-    require(std::ranges::equal(references_, copy_), "nothing has come or gone");
-}
-
-BareRegistering::BareRegistering(const KzDbDatabase& drawing, const KzDxBlocks& graph, bool asksOwners)
-    : table_(drawing.blockTableId()), asksOwners_(asksOwners) {
-    for (const auto& [id, node] : graph.blockMap()) {
-        Block block{.record = id, .references = {}, .reactor = std::make_unique<KzDbObjectReactor>()};
-        node->containers().forEachPlaced(
-            [&](KzDbObjectId reference) { block.references.push_back(reference); });
-        blocks_.push_back(std::move(block));
-    }
-}
-
-void BareRegistering::run() {
-    auto* const table = opened<KzDbBlockTable>(table_, OpenMode::forNotify, KzDbBlockTable::desc(), false);
-    table->addReactor(&tableReactor_);
-    for (const Block& block : blocks_) {
-        for (const KzDbObjectId id : block.references) watchReference(id, block.reactor.get());
-        watchRecord(block.record, block.reactor.get());
-    }
-    close(table);
-}
-
-void BareRegistering::watchReference(KzDbObjectId id, KzDbObjectReactor* reactor) const {
-    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forNotify, referenceClass_, true);
-    if (asksOwners_) static_cast<void>(reference->ownerId());
-    reference->addReactor(reactor);
-    const std::unique_ptr<KzDbObjectIterator> attributes(reference->attributeIterator());
-    for (; attributes != nullptr && !attributes->done(); attributes->step(false, true)) {
-        const KzDbObjectId attributeId = attributes->objectId();
-        if (!attributeId.isValid() || attributeId.isErased() || attributeId.isEffectivelyErased()) continue;
-        auto* const attribute =
-            opened<KzDbAttribute>(attributeId, OpenMode::forNotify, attributeClass_, true);
-        attribute->addReactor(reactor);
-        close(attribute);
-    }
-    close(reference);
-}
-
-void BareRegistering::watchRecord(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    if (!id.isValid() || id.isErased() || id.isEffectivelyErased()) return;
-    auto* const record =
-        opened<KzDbBlockTableRecord>(id, OpenMode::forNotify, KzDbBlockTableRecord::desc(), false);
-    record->addReactor(reactor);
-    close(record);
-}
-
-namespace {
-
-void leave(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    auto* const object = opened<KzDbObject>(id, OpenMode::forNotify, KzDbObject::desc(), true);
+void unregisterReactor(KzDbObjectId id, KzDbObjectReactor* reactor) {
+    auto* const object = opened<KzDbObject>(id, OpenMode::forNotify, true);
     object->removeReactor(reactor);
     close(object);
 }
 
-void leaveAttributes(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    auto* const reference =
-        opened<KzDbBlockReference>(id, OpenMode::forRead, KzDbBlockReference::desc(), true);
-    const std::unique_ptr<KzDbObjectIterator> attributes(reference->attributeIterator());
+void forEachAttribute(const KzDbBlockReference& reference, auto visit) {
+    const std::unique_ptr<KzDbObjectIterator> attributes(reference.attributeIterator());
     for (; attributes != nullptr && !attributes->done(); attributes->step(false, true)) {
-        leave(attributes->objectId(), reactor);
+        visit(attributes->objectId());
     }
+}
+
+void registerWithReference(KzDbObjectId id, KzDbObjectReactor* reactor, bool asksOwner) {
+    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forNotify, true);
+    if (asksOwner) static_cast<void>(reference->ownerId());
+    reference->addReactor(reactor);
+    forEachAttribute(*reference, [&](KzDbObjectId it) { registerReactor<KzDbAttribute>(it, reactor); });
+    close(reference);
+}
+
+void unregisterFromReference(KzDbObjectId id, KzDbObjectReactor* reactor) {
+    unregisterReactor(id, reactor);
+    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forRead, true);
+    forEachAttribute(*reference, [&](KzDbObjectId it) { unregisterReactor(it, reactor); });
     close(reference);
 }
 
 } // namespace
 
-void BareRegistering::undo() {
-    leave(table_, &tableReactor_);
-    for (const Block& block : blocks_) {
-        for (const KzDbObjectId id : block.references) {
-            leave(id, block.reactor.get());
-            leaveAttributes(id, block.reactor.get());
-        }
-        leave(block.record, block.reactor.get());
+HostCalls::HostCalls(std::shared_ptr<const OpenDocument> document)
+    : document_(std::move(document)), table_(document_->drawing().blockTableId()) {
+    std::vector<KzDbObjectId> records = Headless::records(document_->get());
+    std::ranges::sort(records);
+    for (const KzDbObjectId record : records) {
+        Block block{.record = record,
+                    .references = Headless::references(record),
+                    .containers = {},
+                    .reactor = std::make_unique<KzDbObjectReactor>()};
+        std::ranges::sort(block.references);
+        std::ranges::transform(block.references, std::back_inserter(block.containers), Headless::ownerOf);
+        std::ranges::sort(block.containers);
+        block.containers.erase(std::unique(block.containers.begin(), block.containers.end()),
+                               block.containers.end());
+        block.containers.shrink_to_fit();
+        blocks_.push_back(std::move(block));
     }
+}
+
+void HostCalls::readDrawing() {
+    readTable();
+    for (const Block& block : blocks_) readBlock(block);
+}
+
+void HostCalls::readBlock(KzDbObjectId record) {
+    readBlock(*std::ranges::lower_bound(blocks_, record, {}, &Block::record));
+}
+
+void HostCalls::readTable() const {
+    forEachRecord(table_, [](KzDbObjectId id) {
+        auto* const record = opened<KzDbBlockTableRecord>(id, OpenMode::forRead, false);
+        static_cast<void>(record->isLayout());
+        static_cast<void>(record->isAnonymous());
+        close(record);
+    });
+}
+
+void HostCalls::walkTable() const {
+    forEachRecord(table_, [](KzDbObjectId) {});
+}
+
+void HostCalls::askForReferences(KzDbObjectId id) {
+    auto* const record = opened<KzDbBlockTableRecord>(id, OpenMode::forRead, false);
+    record->getBlockReferenceIds(references_, true, true);
+    record->getErasedBlockReferenceIds(references_);
+    close(record);
+}
+
+void HostCalls::readBlock(const Block& block) {
+    static_cast<void>(block.record.isErased());
+    references_.clear();
+    askForReferences(block.record);
+    for (const KzDbObjectId container : block.containers) {
+        static_cast<void>(container.isValid());
+        static_cast<void>(container.database());
+    }
+    for (const KzDbObjectId reference : references_) readReference(reference);
+}
+
+void HostCalls::rememberReferences() {
+    references_.clear();
+    for (const Block& block : blocks_) askForReferences(block.record);
+    copy_.assign(references_.begin(), references_.end());
+}
+
+void HostCalls::listReferences() {
+    references_.clear();
+    for (const Block& block : blocks_) askForReferences(block.record);
+    require(std::ranges::equal(references_, copy_), "the lists of references are as before");
+}
+
+void HostCalls::registerReactors(bool asksOwners) {
+    auto* const table = opened<KzDbBlockTable>(table_, OpenMode::forNotify, false);
+    table->addReactor(&tableReactor_);
+    for (const Block& block : blocks_) {
+        for (const KzDbObjectId reference : block.references) {
+            registerWithReference(reference, block.reactor.get(), asksOwners);
+        }
+        registerReactor<KzDbBlockTableRecord>(block.record, block.reactor.get());
+    }
+    close(table);
+}
+
+void HostCalls::unregisterReactors() {
+    unregisterReactor(table_, &tableReactor_);
+    for (const Block& block : blocks_) {
+        for (const KzDbObjectId reference : block.references) {
+            unregisterFromReference(reference, block.reactor.get());
+        }
+        unregisterReactor(block.record, block.reactor.get());
+    }
+}
+
+std::size_t HostCalls::placements() const {
+    std::size_t result = 0;
+    for (const Block& block : blocks_) result += block.containers.size();
+    return result;
 }
 
 } // namespace Bench

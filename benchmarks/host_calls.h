@@ -1,86 +1,64 @@
 #pragma once
 
+#include "benchmarks/drawings.h"
 #include "host/block_table.h"
 #include "host/object_reactor.h"
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
-class KzDxBlocks;
-
-/// The floors: what the host is asked anyway, in the same order and with the same modes, and nothing else.
-/// They know beforehand what they would have to remember: which containers a block has, and in which order
-/// its references are registered with.
 namespace Bench {
 
-/// One reading of a whole drawing, as an update has to do it.
-class BareReading {
+/// The baselines: the host calls that an operation of the module cannot do without, in the same order and
+/// with the same modes, and nothing else. What the module has to find out, they know in advance: the
+/// containers of each block, and the order of its references.
+class HostCalls {
 public:
-    /// What the floor knows comes from a graph of the same drawing.
-    BareReading(const KzDbDatabase& drawing, const KzDxBlocks& graph);
+    /// Keeps the document open. What is inserted later is unknown, except to `listReferences`.
+    explicit HostCalls(std::shared_ptr<const OpenDocument> document);
 
-    void run();
-    /// The part of it that concerns one block.
+    /// Reads a whole drawing, as an update has to: the block table, the lists of all records, and the owner
+    /// of each reference.
+    void readDrawing();
+    /// Reads the references of one block.
     void readBlock(KzDbObjectId record);
-
-private:
-    struct Block {
-        KzDbObjectId record;
-        std::vector<KzDbObjectId> containers;
-    };
-
+    /// Walks over the ids of the block table, and opens nothing else.
     void walkTable() const;
-    void readBlock(const Block& block);
 
-    const KzDbDatabase& drawing_;
-    std::vector<Block> blocks_;
-    KzDbObjectIdArray references_;
-};
+    /// Asks every record for its references, into one array, and compares that with a copy.
+    void listReferences();
+    /// Makes the copy.
+    void rememberReferences();
 
-/// Asking every record for its references, into one array, and comparing that with a copy of before.
-class BareListing {
-public:
-    explicit BareListing(const KzDxBlocks& graph);
+    /// Registers reactors with all that a graph watches: the block table and, with one reactor for each
+    /// block, its references, their attributes and its record.
+    void registerReactors(bool asksOwners);
+    void unregisterReactors();
 
-    void run();
-    /// Takes what is there now as the copy.
-    void refresh();
+    /// How many pairs of a block and a container of its references there are.
+    [[nodiscard]] std::size_t placements() const;
 
-private:
-    void list();
-
-    std::vector<KzDbObjectId> records_;
-    KzDbObjectIdArray references_;
-    std::vector<KzDbObjectId> copy_;
-};
-
-/// Registering reactors with all that a graph watches: the block table and, with one reactor for each block,
-/// its references, their attributes and its record.
-class BareRegistering {
-public:
-    /// With `asksOwners`, each reference is asked for its owner as well.
-    BareRegistering(const KzDbDatabase& drawing, const KzDxBlocks& graph, bool asksOwners = false);
-
-    void run();
-    /// Takes the reactors back out.
-    void undo();
-
-private:
     struct Block {
         KzDbObjectId record;
-        std::vector<KzDbObjectId> references;
+        std::vector<KzDbObjectId> references; ///< ascending
+        std::vector<KzDbObjectId> containers; ///< ascending
         std::unique_ptr<KzDbObjectReactor> reactor;
     };
+    /// By ascending record.
+    [[nodiscard]] const std::vector<Block>& blocks() const { return blocks_; }
 
-    void watchReference(KzDbObjectId id, KzDbObjectReactor* reactor) const;
-    static void watchRecord(KzDbObjectId id, KzDbObjectReactor* reactor);
+private:
+    void askForReferences(KzDbObjectId id);
+    void readBlock(const Block& block);
+    void readTable() const;
 
-    const KzRxClass* referenceClass_ = KzDbBlockReference::desc();
-    const KzRxClass* attributeClass_ = KzDbAttribute::desc();
+    std::shared_ptr<const OpenDocument> document_;
     KzDbObjectId table_;
-    bool asksOwners_;
     KzDbObjectReactor tableReactor_;
     std::vector<Block> blocks_;
+    KzDbObjectIdArray references_; // reused, so that no run allocates
+    std::vector<KzDbObjectId> copy_;
 };
 
 } // namespace Bench

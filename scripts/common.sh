@@ -70,7 +70,6 @@ packages_to_build=(g++ cmake ninja-build ccache pkg-config liblua5.4-dev libcli1
                    libutfcpp-dev help2man)
 packages_to_test=(googletest clang-format clang-tidy clang libclang-rt-14-dev python3 python3-jsonschema locales
                   dpkg-dev)
-packages_to_bench=(libbenchmark-dev)
 packages_for_windows=(g++-mingw-w64-x86-64-posix wine wine64 patch xz-utils)
 packages_to_draw=(graphviz fonts-liberation)
 
