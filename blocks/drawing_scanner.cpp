@@ -3,6 +3,7 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 #include "blocks/block_representation.h"
+#include "blocks/id_set.h"
 #include "blocks/reference_reader.h"
 #include "core/block_table_walk.h"
 #include "core/deferred_deletion.h"
@@ -25,7 +26,7 @@ void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing, KzDxScanLevel le
         if (visitUncertain(drawing)) return;
         level = KzDxScanLevel::referenceLists;
     }
-    visitAll(drawing);
+    visitAll(drawing, level);
     markReached(level);
 }
 
@@ -39,7 +40,7 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
         if (!isSame) return false;
         Record& record = records_[next++];
         if (mustVisit(record)) {
-            record = visit(id);
+            record = visit(id, KzDxScanLevel::staleNodes);
             isAnyVisited = true;
         }
         return true;
@@ -49,12 +50,12 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
     return true;
 }
 
-void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing) {
+void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing, KzDxScanLevel level) {
     std::vector<Record> found;
     found.reserve(records_.size() + 1);
     hint_ = 0;
     isTableWalked_ = kzdxForEachRecordId(drawing, [&](KzDbObjectId id) {
-        found.push_back(visit(id));
+        found.push_back(visit(id, level));
         return true;
     });
     records_ = std::move(found);
@@ -64,7 +65,7 @@ bool KzDxDrawingScanner::mustVisit(const Record& record) const {
     return !record.isCertain || (record.isAnonymous && record.node->isStale());
 }
 
-KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id) {
+KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLevel level) {
     Record record{.id = id};
     const KzDxOpened<KzDbBlockTableRecord> opened(id);
     if (!opened) return record; // held open: its closing sends no notification
@@ -74,10 +75,21 @@ KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id) {
     record.node = nodeOf(record, *opened.get());
     if (record.node == nullptr) {
         record.isCertain = false; // its node may be created the next time
-    } else if (opened->isDependent()) {
-        graph_.updateState().nodeForeign(*record.node);
+        return record;
     }
+    if (opened->isDependent()) graph_.updateState().nodeForeign(*record.node);
+    record.isListUnchanged =
+        level == KzDxScanLevel::referenceLists && isListUnchanged(*opened.get(), *record.node);
     return record;
+}
+
+/// Whether the node, for which no other record counts, has stored the references that the record reports:
+/// asked here, most nodes need not be read, and the record is not opened once more.
+bool KzDxDrawingScanner::isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node) {
+    if (node.isStale() || node.recordIds().length() != 1) return false;
+    reported_.clear();
+    return kzdxCollectReferences(record, reported_) == Orvo::ok &&
+           kzdxAreSame({reported_.begin(), reported_.end()}, node.containers().references());
 }
 
 /// The node that a record leads to, created if necessary; null if it cannot be created. Sets whether that is
@@ -137,8 +149,9 @@ void KzDxDrawingScanner::markReached(KzDxScanLevel level) {
         if (record.isLayout) layoutIds_.append(record.id);
         if (record.node == nullptr) continue;
         record.node->setLastSeenScan(scanNumber_);
-        if (level == KzDxScanLevel::referenceLists)
+        if (level == KzDxScanLevel::referenceLists && !record.isListUnchanged) {
             state.nodeStale(*record.node, KzDxReadLevel::newReferences);
+        }
         if (level == KzDxScanLevel::full) state.nodeStale(*record.node, KzDxReadLevel::everything);
     }
     for (const auto& node : graph_.nodes()) {

@@ -64,7 +64,8 @@ private:
         bool isLayout = false;
         bool isAnonymous = false;
         bool isFromExternalReference = false;
-        bool isCertain = false; ///< whether visiting it again without an edit finds the same
+        bool isCertain = false;       ///< whether visiting it again without an edit finds the same
+        bool isListUnchanged = false; ///< whether its node, which has no other record, has its list stored
     };
     /// What an anonymous record represents.
     struct Original {
@@ -73,9 +74,10 @@ private:
     };
 
     [[nodiscard]] bool visitUncertain(const KzDbDatabase& drawing);
-    void visitAll(const KzDbDatabase& drawing);
+    void visitAll(const KzDbDatabase& drawing, KzDxScanLevel level);
     [[nodiscard]] bool mustVisit(const Record& record) const;
-    [[nodiscard]] Record visit(KzDbObjectId id);
+    [[nodiscard]] Record visit(KzDbObjectId id, KzDxScanLevel level);
+    [[nodiscard]] bool isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node);
     [[nodiscard]] KzDxBlock* nodeOf(Record& record, KzDbBlockTableRecord& opened);
     [[nodiscard]] static Original originalOf(const KzDbBlockTableRecord& record);
     [[nodiscard]] KzDxBlock* knownNode(KzDbObjectId id);
@@ -87,6 +89,7 @@ private:
     std::vector<Record> records_; ///< of the last scan, in table order
     std::size_t hint_ = 0;        ///< where `knownNode` looks first in `records_`
     KzDbObjectIdArray layoutIds_;
+    KzDbObjectIdArray reported_;   ///< storage of `isListUnchanged`
     std::uint32_t scanNumber_ = 0; ///< counts table phases that changed which nodes are reached
     bool isTableWalked_ = false;
     bool areRecordsRegistered_ = false; ///< whether each record in the table notifies the node it leads to

@@ -2,8 +2,10 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <iterator>
+#include <type_traits>
 
 namespace {
 
@@ -45,6 +47,12 @@ std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids) {
 
 void kzdxSortUnique(std::vector<KzDbObjectId>& ids) {
     ids.resize(kzdxSortUnique(std::span(ids)));
+}
+
+bool kzdxAreSame(std::span<const KzDbObjectId> left, std::span<const KzDbObjectId> right) {
+    static_assert(std::has_unique_object_representations_v<KzDbObjectId>);
+    return left.size() == right.size() &&
+           (left.empty() || std::memcmp(left.data(), right.data(), left.size_bytes()) == 0);
 }
 
 void KzDxIdSet::insertAscending(std::span<const KzDbObjectId> ids) {

@@ -14,6 +14,10 @@ void kzdxSortUnique(std::vector<KzDbObjectId>& ids);
 /// The same in place: gives how many ids remain, at the front. What is behind them means nothing.
 [[nodiscard]] std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids);
 
+/// Whether two lists of ids are equal. Compares as memory: an update does this for every reference of a
+/// drawing.
+[[nodiscard]] bool kzdxAreSame(std::span<const KzDbObjectId> left, std::span<const KzDbObjectId> right);
+
 /// An ordered set of ids, kept as a sorted array.
 class KzDxIdSet {
 public:

@@ -7,19 +7,8 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
-#include <cstring>
-#include <type_traits>
 
-namespace {
-
-/// Compares as memory: an update does this for every reference of the drawing.
-bool areSame(std::span<const KzDbObjectId> left, std::span<const KzDbObjectId> right) {
-    static_assert(std::has_unique_object_representations_v<KzDbObjectId>);
-    return left.size() == right.size() &&
-           (left.empty() || std::memcmp(left.data(), right.data(), left.size_bytes()) == 0);
-}
-
-Orvo::ErrorStatus append(const KzDbBlockTableRecord& record, KzDbObjectIdArray& ids) {
+Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record, KzDbObjectIdArray& ids) {
     // Long arrays grow by small steps on their own: a thousand records would copy the ids again and again.
     const std::int32_t room = ids.physicalLength();
     if (ids.length() > room / 2) ids.reserve(2 * room);
@@ -28,14 +17,12 @@ Orvo::ErrorStatus append(const KzDbBlockTableRecord& record, KzDbObjectIdArray& 
     return record.getErasedBlockReferenceIds(ids);
 }
 
-} // namespace
-
 Orvo::ErrorStatus kzdxCollectReferences(const KzDbObjectIdArray& records, KzDbObjectIdArray& ids) {
     for (const KzDbObjectId id : records) {
         if (id.isErased()) continue;
         const KzDxOpened<KzDbBlockTableRecord> record(id);
         if (!record) return record.status();
-        const Orvo::ErrorStatus status = append(*record.get(), ids);
+        const Orvo::ErrorStatus status = kzdxCollectReferences(*record.get(), ids);
         if (status != Orvo::ok) return status;
     }
     return Orvo::ok;
@@ -53,9 +40,9 @@ void KzDxReferenceReader::sortReported() {
 
 bool KzDxReferenceReader::listsUnchanged(const KzDxContainers& stored) {
     // Mostly the answers come in ascending order, as they are stored.
-    if (areSame({reported_.begin(), reported_.end()}, stored.references())) return true;
+    if (kzdxAreSame({reported_.begin(), reported_.end()}, stored.references())) return true;
     sortReported();
-    return areSame(references_, stored.references());
+    return kzdxAreSame(references_, stored.references());
 }
 
 /// The containers that were stored keep their numbers, so that placements can be compared as numbers.
@@ -93,7 +80,8 @@ void KzDxReferenceReader::resolveContainers(const KzDxContainers& stored, KzDxRe
 
 bool KzDxReferenceReader::placementsUnchanged() const {
     assert(stored_ != nullptr);
-    return areSame(references_, stored_->references()) && std::ranges::equal(numbers_, stored_->numbers());
+    return kzdxAreSame(references_, stored_->references()) &&
+           std::ranges::equal(numbers_, stored_->numbers());
 }
 
 /// The number of the container of a reference.

@@ -14,8 +14,12 @@
 
 class KzDxRegistrations;
 
-/// Appends the references that records report, live and erased; erased records are skipped. The status of the
-/// first record that does not open or answer; `ids` is then incomplete.
+/// Appends the references that a record reports, live and erased.
+[[nodiscard]] Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record,
+                                                      KzDbObjectIdArray& ids);
+
+/// The same for several records; erased records are skipped. The status of the first record that does not
+/// open or answer; `ids` is then incomplete.
 [[nodiscard]] Orvo::ErrorStatus kzdxCollectReferences(const KzDbObjectIdArray& records,
                                                       KzDbObjectIdArray& ids);
 
