@@ -95,21 +95,27 @@ bool KzDxDrawingScanner::isListUnchanged(const KzDbBlockTableRecord& record, con
 /// The node that a record leads to, created if necessary; null if it cannot be created. Sets whether that is
 /// certain.
 KzDxBlock* KzDxDrawingScanner::nodeOf(Record& record, KzDbBlockTableRecord& opened) {
-    KzDxBlock* const known = record.isAnonymous ? graph_.node(record.id) : knownNode(record.id);
-    record.isCertain = true;
-    KzDxBlock* node = known;
-    if (record.isAnonymous) {
-        const Original original = originalOf(opened);
-        if (!original.block.isNull()) node = graph_.node(original.block);
-        // An answer is trusted while the same node is found without it: then it makes no difference.
-        record.isCertain = original.isCertain && (known == nullptr || node == known);
+    if (!record.isAnonymous) {
+        record.isCertain = true;
+        return nodeUnder(knownNode(record.id), record.id, opened);
     }
-    if (node != nullptr) {
-        node->addRecord(record.id);
-    } else if (graph_.addNode(node, opened) != Orvo::ok) {
-        return nullptr; // also if the record's block has no node, but the record itself has one
-    }
+    const Original original = originalOf(opened);
+    const KzDbObjectId key = original.block.isNull() ? record.id : original.block;
+    KzDxBlock* const node = nodeUnder(graph_.node(key), record.id, opened);
+    // An answer is trusted while it makes no difference: the same node is found without it.
+    record.isCertain = original.isCertain && graph_.node(key) == graph_.node(record.id);
     return node;
+}
+
+/// The node that was found for a record, to which the record is added; if none was found, a new one. Null if
+/// that cannot be created, also if the block that the record represents has no node, but the record has one.
+KzDxBlock* KzDxDrawingScanner::nodeUnder(KzDxBlock* found, KzDbObjectId id, KzDbBlockTableRecord& opened) {
+    if (found != nullptr) {
+        found->addRecord(id);
+        return found;
+    }
+    KzDxBlock* added = nullptr;
+    return graph_.addNode(added, opened) == Orvo::ok ? added : nullptr;
 }
 
 /// What an anonymous record represents: the enhanced block that the first of its references to carry the

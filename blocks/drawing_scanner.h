@@ -79,6 +79,7 @@ private:
     [[nodiscard]] Record visit(KzDbObjectId id, KzDxScanLevel level);
     [[nodiscard]] bool isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node);
     [[nodiscard]] KzDxBlock* nodeOf(Record& record, KzDbBlockTableRecord& opened);
+    [[nodiscard]] KzDxBlock* nodeUnder(KzDxBlock* found, KzDbObjectId id, KzDbBlockTableRecord& opened);
     [[nodiscard]] static Original originalOf(const KzDbBlockTableRecord& record);
     [[nodiscard]] KzDxBlock* knownNode(KzDbObjectId id);
     void markReached(KzDxScanLevel level);

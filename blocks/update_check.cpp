@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <set>
 
 namespace {
 
@@ -91,6 +90,7 @@ KzDxUpdateCheck::KzDxUpdateCheck(KzDxBlocks& graph)
     for (const auto& node : graph_.nodes()) {
         before_[node.get()] = {.references = referencesOf(*node), .hasChanges = node->hasChanges()};
     }
+    for (const auto& [key, node] : graph_.blockMap()) keysBefore_.insert(key);
 }
 
 void KzDxUpdateCheck::compare() {
@@ -143,9 +143,13 @@ void KzDxUpdateCheck::visit(KzDbObjectId id) {
     const KzDxOpened<KzDbBlockTableRecord> record(id);
     if (!record) return;
     if (record->isLayout()) layouts_.push_back(id);
-    KzDxBlock* const node = graph_.node(keyOf(*record.get()));
+    const KzDbObjectId key = keyOf(*record.get());
+    // A record that represents a block without a node keeps its own node, if it has one, but does not lead to
+    // it.
+    if (!keysBefore_.contains(key) && keysBefore_.contains(id)) return;
+    KzDxBlock* const node = graph_.node(keysBefore_.contains(key) ? key : id);
     if (node == nullptr) {
-        if (graph_.node(id) == nullptr && canHaveNode(*record.get())) fail(id, "has no node");
+        if (canHaveNode(*record.get())) fail(id, "has no node");
         return;
     }
     if (!isListed(id, *node)) fail(id, "is not listed by the node that it leads to");

@@ -3,6 +3,7 @@
 #include "blocks/containers.h"
 
 #include <map>
+#include <set>
 #include <vector>
 
 class KzDxBlock;
@@ -60,6 +61,7 @@ private:
     KzDxBlocks& graph_;
     bool isActive_ = false;
     std::map<const KzDxBlock*, State> before_;
+    std::set<KzDbObjectId> keysBefore_; ///< a record can be visited before the key is added that it leads to
     std::vector<KzDbObjectId> layouts_;
     std::map<KzDbObjectId, KzDxBlock*> reached_; ///< by the node's own record
     std::map<KzDbObjectId, KzDbObjectId> translated_;

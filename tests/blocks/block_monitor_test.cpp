@@ -224,8 +224,7 @@ TEST_F(BlockMonitor, EveryReadingLetsGoWhatCouldNotLeaveBefore) {
     ASSERT_TRUE(Headless::insert(space, desk));
     kzdxUpdateBlockGraph(document, false, false); // from here on it need not look at every record
     for (const bool isScan : {true, false}) {
-        OwnedGraph other = freshGraph(*KzDxApplication::instance()->docData(document, true));
-        ASSERT_EQ(other->setEnabled(true), Orvo::ok);
+        std::optional<PlainGraph> other(std::in_place, document);
         ASSERT_TRUE(Headless::holdOpen(reference));
         other.reset();
         ASSERT_TRUE(Headless::letGo(reference));
@@ -373,7 +372,7 @@ TEST_F(BlockMonitor, AGraphThatWasEmptiedIsBuiltAnew) {
     KzDxBlocks* made = &graph();
     EXPECT_EQ(KzDxBlocks::create(made, nullptr), Orvo::missingCollaborator);
     EXPECT_EQ(made, nullptr);
-    EXPECT_EQ(difference(graph(), *freshGraph(data)), "");
+    EXPECT_EQ(PlainGraph(document).updateBoth(true, {}), "");
     attach(door, 0);
     EXPECT_THAT(callsAfterTouching(reference), IsEmpty())
         << "its timer is gone until it is switched on again";

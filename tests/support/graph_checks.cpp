@@ -5,32 +5,26 @@
 #include "headless/inspection.h"
 #include "text/unicode.h"
 
-#include <algorithm>
-
 namespace {
 
-/// The references of a block in a container. Erased ones of a representation are left out: they count
-/// only once the graph knows the representation, by a live one.
-std::string referencesIn(const KzDxContainers& containers, KzDbObjectId container, KzDbObjectId block) {
-    std::string found;
-    for (const KzDbObjectId reference : containers.referencesIn(container)) {
-        if (!reference.isErased() || Headless::blockOf(reference) == block)
-            found += ' ' + std::to_string(reference.value());
-    }
-    return found;
+std::string nameOf(KzDbObjectId record) {
+    const std::string name = Text::toUtf8(Headless::recordName(record));
+    return name.empty() ? std::to_string(record.value()) : name + '(' + std::to_string(record.value()) + ')';
 }
 
-/// Where a block is placed: containers with their references.
-std::string placesOf(const KzDxBlocks& graph, KzDbObjectId block) {
-    std::string places;
-    const KzDxBlock* const node = graph.node(block);
-    if (node == nullptr) return places;
-    for (const KzDxContainers::Entry& entry : node->containers()) {
-        const std::string references = referencesIn(node->containers(), entry.container, block);
-        if (!references.empty())
-            places += " in " + std::to_string(entry.container.value()) + ':' + references;
+template <class Ids>
+std::string listed(const Ids& ids) {
+    std::string text;
+    for (const KzDbObjectId id : ids) text += ' ' + nameOf(id);
+    return text;
+}
+
+std::string placesOf(const KzDxContainers& containers) {
+    std::string text;
+    for (const KzDxContainers::Entry& entry : containers) {
+        text += " in " + nameOf(entry.container) + ':' + listed(containers.referencesIn(entry.container));
     }
-    return places;
+    return text;
 }
 
 } // namespace
@@ -39,53 +33,73 @@ KzDxBlocks& graphOf(KzApDocument* document) {
     return *KzDxApplication::instance()->docData(document, true)->blocks();
 }
 
-OwnedGraph freshGraph(KzDxDocument& record) {
-    KzDxBlocks* graph = nullptr;
-    KzDxBlocks::create(graph, &record);
-    return OwnedGraph(graph);
+GraphSnapshot snapshotOf(KzDxBlocks& graph) {
+    GraphSnapshot snapshot;
+    snapshot["layouts"] = listed(graph.layoutIds());
+    snapshot["marks"] =
+        std::string(graph.needsScan() ? "needs scan" : "") + (graph.hasChanges() ? ", changed" : "");
+    for (const auto& [key, node] : graph.blockMap()) {
+        const std::string name = nameOf(key);
+        snapshot[name + " node"] = nameOf(node->id());
+        snapshot[name + " records"] = listed(node->recordIds());
+        snapshot[name + " places"] = placesOf(node->containers());
+        snapshot[name + " marks"] =
+            std::string(node->needsScan() ? "needs scan" : "") + (node->hasChanges() ? ", changed" : "");
+        KzDxIdSet nested;
+        static_cast<void>(graph.getNestedBlocks(key, true, nested));
+        snapshot[name + " contains"] = listed(nested);
+    }
+    return snapshot;
 }
 
-std::string difference(const KzDxBlocks& graph, const KzDxBlocks& fresh) {
-    for (const auto& [block, node] : fresh.blockMap()) {
-        if (block.isErased() || isRepresentation(block)) continue;
-        const std::string places = placesOf(graph, block);
-        const std::string freshPlaces = placesOf(fresh, block);
-        if (places == freshPlaces) continue;
-        std::string found = Text::toUtf8(Headless::recordName(block));
-        found.append(" is placed").append(places).append("; afresh").append(freshPlaces);
-        return found;
+std::string firstDifference(const GraphSnapshot& have, const GraphSnapshot& want) {
+    for (const auto& [what, text] : want) {
+        const auto at = have.find(what);
+        if (at == have.end()) return what + " is missing, expected:" + text;
+        if (at->second != text) return what + ":" + at->second + ", expected:" + text;
+    }
+    for (const auto& [what, text] : have) {
+        if (!want.contains(what)) return what + ":" + text + ", expected none";
     }
     return {};
 }
 
-bool isRepresentation(KzDbObjectId record) {
-    const std::u16string name = Headless::recordName(record);
-    return name.starts_with(u"*E") || name.starts_with(u"*U");
+PlainGraph::PlainGraph(KzApDocument* document) : document_(document) {
+    if (KzDxBlocks::create(graph_, KzDxApplication::instance()->docData(document, true)) == Orvo::ok)
+        followSwitch();
 }
 
-std::vector<std::uint64_t> factsOf(const KzDxBlocks& graph, const std::vector<KzDbObjectId>& objects) {
-    std::vector<std::uint64_t> facts;
-    const auto add = [&facts](KzDbObjectId id) { facts.push_back(id.value()); };
-    for (const KzDbObjectId layout : graph.layoutIds()) add(layout);
-    for (const auto& [key, node] : graph.blockMap()) {
-        add(key);
-        add(node->id());
-        facts.push_back(node->hasChanges() ? 1 : 0);
-        for (const KzDbObjectId record : node->recordIds()) add(record);
-        for (const KzDxContainers::Entry& entry : node->containers()) {
-            add(entry.container);
-            for (const KzDbObjectId reference : node->containers().referencesIn(entry.container))
-                add(reference);
-        }
+PlainGraph::~PlainGraph() {
+    if (graph_ != nullptr) KzDxDeferredDeletion::begin(graph_);
+}
+
+void PlainGraph::followSwitch() {
+    if (graphOf(document_).isEnabled() == graph_->isEnabled()) return;
+    if (graph_->isEnabled()) {
+        static_cast<void>(graph_->setEnabled(false));
+    } else {
+        static_cast<void>(graph_->startFollowing());
     }
-    for (const KzDbObjectId object : objects) facts.push_back(Headless::reactorCount(object));
-    return facts;
 }
 
-bool isUpdateComplete(KzDxBlocks& graph, bool notify, const std::vector<KzDbObjectId>& objects) {
-    graph.update(false, notify);
-    const std::vector<std::uint64_t> facts = factsOf(graph, objects);
-    const auto isMarked = [](const auto& node) { return node->needsScan(); };
-    if (graph.needsScan() || std::ranges::any_of(graph.nodes(), isMarked)) return false;
-    return graph.scanBlockTable() == Orvo::ok && factsOf(graph, objects) == facts;
+std::string PlainGraph::updateBoth(bool force, const std::vector<KzDbObjectId>& objects) {
+    KzDxBlocks& graph = graphOf(document_);
+    if (graph.needsScan() != graph_->needsScan()) return "one of the graphs was not notified";
+    const bool isUpdated = force || (graph.needsScan() && graph.isEnabled());
+    graph.update(force, false);
+    if (isUpdated) graph_->update(true, false);
+    std::string difference = firstDifference(snapshotOf(graph), snapshotOf(*graph_));
+    if (difference.empty()) difference = unequalRegistration(objects);
+    graph.setHasChanges(false);
+    graph_->setHasChanges(false);
+    return difference;
+}
+
+/// Both graphs register with the same objects, and no other reactor is there: their number is even.
+std::string PlainGraph::unequalRegistration(const std::vector<KzDbObjectId>& objects) const {
+    for (const KzDbObjectId object : objects) {
+        const std::size_t count = Headless::reactorCount(object);
+        if (count % 2 != 0) return "object " + nameOf(object) + " has " + std::to_string(count) + " reactors";
+    }
+    return {};
 }

@@ -1,41 +1,46 @@
 #pragma once
 
-// Compares the block graph of a document with one built afresh from the drawing as it is.
+// The block graph of a document, in words, and a second graph that reads everything at every update.
 
 #include "blocks/block_graph.h"
 #include "frame/document.h"
 
-#include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-struct GraphDisposer {
-    void operator()(KzDxBlocks* graph) const {
-        if (graph != nullptr) KzDxDeferredDeletion::begin(graph);
-    }
-};
-using OwnedGraph = std::unique_ptr<KzDxBlocks, GraphDisposer>;
-
-/// The graph of an open document, with all that it needs made.
+/// The graph of an open document, with all that it needs created.
 [[nodiscard]] KzDxBlocks& graphOf(KzApDocument* document);
 
-/// Another graph of the document, switched off, which nobody else knows. Null when it cannot be built.
-[[nodiscard]] OwnedGraph freshGraph(KzDxDocument& record);
+/// All that can be seen of a graph, as texts by what they tell of: layouts, marks, and for each key its node,
+/// records, places, mark and nested blocks.
+using GraphSnapshot = std::map<std::string, std::string>;
+[[nodiscard]] GraphSnapshot snapshotOf(KzDxBlocks& graph);
 
-/// The first live block of which two graphs of a document do not know the same places, and those places;
-/// empty when there is none. A representation that stands before its block in the table keeps a node of its
-/// own, which is no longer read once the block has one; such nodes are left out.
-[[nodiscard]] std::string difference(const KzDxBlocks& graph, const KzDxBlocks& fresh);
+/// The first entry that differs, in words; empty if there is none.
+[[nodiscard]] std::string firstDifference(const GraphSnapshot& have, const GraphSnapshot& want);
 
-/// All that can be seen of a graph: layouts, keys, nodes, marks, places, and how many reactors each of
-/// `objects` has.
-[[nodiscard]] std::vector<std::uint64_t> factsOf(const KzDxBlocks& graph,
-                                                 const std::vector<KzDbObjectId>& objects);
+/// Oracle of a document's graph: another graph of the same document, to which the same happens, but which
+/// reads everything at every update. Its graph is built and switched on in separate steps.
+class PlainGraph {
+public:
+    explicit PlainGraph(KzApDocument* document);
+    ~PlainGraph();
+    PlainGraph(const PlainGraph&) = delete;
+    PlainGraph& operator=(const PlainGraph&) = delete;
 
-/// Updates without force a graph that is marked, and tells whether that has missed nothing: whether all marks
-/// for reading are gone, and reading everything finds the same facts.
-[[nodiscard]] bool isUpdateComplete(KzDxBlocks& graph, bool notify, const std::vector<KzDbObjectId>& objects);
+    /// Switches this graph as the document's graph is.
+    void followSwitch();
 
-/// Whether drawings made by `RandomDrawing` use the record to represent an enhanced block.
-[[nodiscard]] bool isRepresentation(KzDbObjectId record);
+    /// Updates both graphs, the document's as a timer would, unless `force`. Returns the first difference
+    /// between them, which of the nodes have changed and how often each of `objects` is registered with
+    /// included. Then the changes count as notified.
+    [[nodiscard]] std::string updateBoth(bool force, const std::vector<KzDbObjectId>& objects);
+
+private:
+    [[nodiscard]] std::string unequalRegistration(const std::vector<KzDbObjectId>& objects) const;
+
+    KzApDocument* document_;
+    KzDxBlocks* graph_ = nullptr;
+};
