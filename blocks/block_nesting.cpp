@@ -107,6 +107,7 @@ void KzDxBlockNesting::search(bool recursive) {
         removeOutdated(items_[container]);
         for (const std::uint32_t inside : items_[container].contents) {
             if (items_[inside].foundIn == search_ || inside == container) continue; // found, or in itself
+            assert(items_[inside].node != nullptr);                                 // only nodes are placed
             items_[inside].foundIn = search_;
             found_.push_back(inside);
             if (recursive) visit(inside);

@@ -1,9 +1,12 @@
 #include "blocks/containers.h"
 
+#include <cassert>
+
 KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
                                std::span<const std::uint32_t> numbers,
                                std::span<const KzDbObjectId> containers)
     : references_(references.begin(), references.end()), numbers_(numbers.begin(), numbers.end()) {
+    assert(references.size() == numbers.size() && std::ranges::is_sorted(references));
     std::vector<std::uint32_t> counts(containers.size());
     for (const std::uint32_t number : numbers_) {
         if (number == noContainer) {

@@ -62,6 +62,7 @@ void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing, KzDxScanLevel lev
 }
 
 bool KzDxDrawingScanner::mustVisit(const Record& record) const {
+    assert(!record.isCertain || record.node != nullptr);
     return !record.isCertain || (record.isAnonymous && record.node->isStale());
 }
 

@@ -6,6 +6,7 @@
 #include "host/symbol_utilities.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace {
 
@@ -50,6 +51,7 @@ bool KzDxForeignDrawings::refresh(std::span<const KzDbObjectId> attachingRecords
 
 KzDbObjectId KzDxForeignDrawings::containerOf(KzDbObjectId owner) {
     const KzDbDatabase* const drawing = owner.database();
+    assert(drawing != nullptr && drawing != graph_.database());
     auto at = std::ranges::find(drawings_, drawing, &Drawing::drawing);
     if (at == drawings_.end()) {
         drawings_.push_back({.anyRecord = owner,

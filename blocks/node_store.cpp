@@ -2,9 +2,11 @@
 
 #include "blocks/block_node.h"
 
+#include <cassert>
 #include <utility>
 
 void KzDxNodeStore::add(Node&& node) {
+    assert(node != nullptr && !node->id().isNull());
     keys_.insert_or_assign(node->id(), node.get());
     nodes_.push_back(std::move(node)); // last: until then the caller owns the node
 }

@@ -78,6 +78,7 @@ void KzDxRegistrations::retryPending(bool isEnabled, std::span<const KzDbObjectI
 }
 
 Orvo::ErrorStatus KzDxRegistrations::registerRecords(const KzDbObjectIdArray& records) {
+    assert(records.length() > 0); // a node has its own record from the beginning
     registeredRecords_ = 0;
     const KzDbObjectId own = records[0];
     if (!own.isValid() || own.isErased() || own.isEffectivelyErased()) return Orvo::invalidObjectId;

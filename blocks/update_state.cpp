@@ -4,6 +4,7 @@
 #include "host/block_table.h"
 
 #include <algorithm>
+#include <cassert>
 
 void KzDxUpdateState::reserve(std::size_t nodes) {
     for (KzDxNodeList* const list : {&stale_, &changed_, &foreign_}) list->reserve(nodes);
@@ -27,6 +28,7 @@ void KzDxUpdateState::objectEdited(KzDxBlock& node, const KzDbObject* object) no
 }
 
 void KzDxUpdateState::nodeStale(KzDxBlock& node, KzDxReadLevel level) noexcept {
+    assert(level != KzDxReadLevel::nothing);
     node.raiseReadLevel(level);
     stale_.add(node);
 }
