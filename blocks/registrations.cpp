@@ -24,6 +24,7 @@ Orvo::ErrorStatus KzDxRegistrations::unregisterAll(const KzDbObjectIdArray& reco
     const bool areReferencesDone = tryUnregisterReferences(containers);
     const Orvo::ErrorStatus status = unregisterRecords(records);
     registeredRecords_ = 0;
+    attributes_.releaseIfEmpty();
     // If the first record is not valid, the further ones were not visited.
     const bool areRecordsDone = status == Orvo::ok && records[0].isValid();
     state_ = areReferencesDone && areRecordsDone ? State::none : State::pending;

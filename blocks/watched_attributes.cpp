@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-/// Sorts in what was added, and closes the gaps that removals have left. Gaps alone wait until they are the
-/// greater part, so that removing all pairs one after the other stays linear.
+/// Sorts in what was added, and closes the gaps that removals have left. Without additions the gaps stay, so that
+/// removing all pairs one after the other is linear.
 void KzDxWatchedAttributes::sort() {
-    const bool mostlyRemoved = 2 * removed_ > pairs_.size();
-    if (sorted_ == pairs_.size() && !mostlyRemoved) return;
+    if (sorted_ == pairs_.size()) return;
     std::erase_if(pairs_, [](const Pair& pair) { return pair.attribute.isNull(); });
     sorted_ -= std::exchange(removed_, 0); // additions are never removed before they are sorted in
     const auto firstAdded = pairs_.begin() + static_cast<std::ptrdiff_t>(sorted_);

@@ -38,6 +38,11 @@ public:
         return remove(pairs_.begin(), pairs_.end(), hasLeft);
     }
 
+    /// Releases the storage if no attribute is left.
+    void releaseIfEmpty() {
+        if (removed_ == pairs_.size()) *this = {};
+    }
+
 private:
     using Position = std::vector<Pair>::iterator;
 
