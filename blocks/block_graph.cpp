@@ -11,7 +11,7 @@
 KzDxBlocks::KzDxBlocks() = default;
 
 KzDxBlocks::~KzDxBlocks() {
-    static_cast<void>(leaveHost());
+    static_cast<void>(tryUnregister());
 }
 
 Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocument* document) {
@@ -39,7 +39,7 @@ void KzDxBlocks::buildFollowing() {
     if (drawing == nullptr) return; // the host answers differently each time
     // The second scan can find more: a representation that comes before its block in the table gets a node of
     // its own from the first one, and leads to its block from the second one on.
-    for (int scan = 1; scan <= 2; ++scan) scanner_.scanTable(*drawing, KzDxScanLevel::full);
+    for (int scan = 1; scan <= 2; ++scan) scanner_.scanTable(*drawing);
     scanner_.readUnreachedNodes(*drawing);
     const Orvo::ErrorStatus status =
         setEnabled(true); // if it fails, the caller tries again and gets the status
@@ -85,14 +85,16 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
     node = nullptr;
     if (record == nullptr) return Orvo::missingCollaborator;
     const Orvo::ErrorStatus status = addNode(node, *record);
-    return status == Orvo::ok ? node->refresh() : status;
+    if (status == Orvo::ok)
+        static_cast<void>(node->refresh()); // what cannot be read now, the next scan reads
+    return status;
 }
 
 Orvo::ErrorStatus KzDxBlocks::addNode(KzDxBlock*& node, KzDbBlockTableRecord& record) {
     node = nullptr;
     if (store_.find(record.objectId()) != nullptr) return Orvo::alreadyPresent;
     KzDxBlock* made = nullptr;
-    const Orvo::ErrorStatus status = KzDxBlock::createStale(made, this, &record);
+    const Orvo::ErrorStatus status = KzDxBlock::create(made, this, &record);
     if (status != Orvo::ok) return status;
     KzDxNodeStore::Node owned(made);
     KzDxScopeGuard undo([&] { forgetNode(*made); });

@@ -21,8 +21,8 @@
 class KzDxBlock;
 class KzDxDocument;
 
-/// The block graph of one drawing: a node for each record of its block table, which knows where the
-/// references of that block are placed.
+/// The block graph of one drawing: a node for each block and layout, which knows where its references
+/// are placed.
 ///
 /// While switched on, the graph observes the drawing. Edits only set dirty state: `needsScan` (something must
 /// be read again) and `hasChanges` (some node changed and clients have not been notified). `update` processes
@@ -187,8 +187,8 @@ private:
     void enableTimer();
     void disableTimer();
     void setNodesEnabled(bool enable);
-    [[nodiscard]] bool leaveHost() noexcept override;
-    void scan(KzDxScanLevel level);
+    [[nodiscard]] bool tryUnregister() noexcept override;
+    Orvo::ErrorStatus scan();
     void collectChangedClients(Clients& due) const;
     void clearChangedNodes();
 

@@ -18,7 +18,7 @@ std::uint32_t KzDxBlocks::countNested(const KzDxBlock& node, KzDbObjectId contai
     std::uint32_t sum = 0;
     for (const KzDxContainers::Entry& entry : node.containers()) {
         KzDbObjectId placedIn = entry.container;
-        // Filed while no record stood for that drawing; one may do so by now.
+        // Its record may have become the model space of that drawing since it was read.
         if (kzdxIsForeignModelSpace(placedIn, database())) placedIn = xrefBlockOf(placedIn);
         if (!placedIn.isValid() || placedIn.isErased() || placedIn.isEffectivelyErased()) continue;
         const std::uint32_t times =

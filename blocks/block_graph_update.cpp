@@ -13,7 +13,8 @@
 Orvo::ErrorStatus KzDxBlocks::startFollowing() {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
-    scanner_.scanTable(*drawing, KzDxScanLevel::full);
+    state_.raiseLevel(KzDxScanLevel::full);
+    scanner_.scanTable(*drawing);
     scanner_.readStaleNodes(*drawing);
     setHasChanges(false);
     const Orvo::ErrorStatus status = setEnabled(true);
@@ -74,7 +75,7 @@ void KzDxBlocks::disableTimer() {
 
 /// Empties the graph and unregisters from the block table, by the stored id if the document no longer exists.
 /// Returns whether the table could be opened.
-bool KzDxBlocks::leaveHost() noexcept {
+bool KzDxBlocks::tryUnregister() noexcept {
     KzDxBlocks::reset();
     if (kzdxRemoveReactor(watchedTable_, this)) watchedTable_ = KzDbObjectId();
     return watchedTable_.isNull();
@@ -92,15 +93,15 @@ void KzDxBlocks::timerElapsed() {
 }
 
 Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
-    if (database() == nullptr) return Orvo::missingCollaborator;
-    scan(KzDxScanLevel::full);
-    return Orvo::ok;
+    state_.raiseLevel(KzDxScanLevel::full);
+    return scan();
 }
 
-void KzDxBlocks::scan(KzDxScanLevel level) {
+Orvo::ErrorStatus KzDxBlocks::scan() {
     const KzDbDatabase* const drawing = database();
-    if (drawing == nullptr) return; // nothing to find, and no client to notify
-    scanner_.scan(*drawing, level);
+    if (drawing == nullptr) return Orvo::missingCollaborator;
+    scanner_.scan(*drawing);
+    return Orvo::ok;
 }
 
 void KzDxBlocks::update(bool force, bool notify) {
@@ -109,7 +110,8 @@ void KzDxBlocks::update(bool force, bool notify) {
     if (!force && !(needsScan_ && isEnabled())) return;
     KzDxScopeGuard scanAgain([this] { setNeedsScan(true); }); // then the next update makes up for this one
     KzDxUpdateCheck check(*this);
-    scan(force ? KzDxScanLevel::full : state_.level());
+    if (force) state_.raiseLevel(KzDxScanLevel::full);
+    static_cast<void>(scan()); // without a drawing there is nothing to find, and no client to notify
     check.compare();
     propagateChanges();
     scanAgain.dismiss();
@@ -139,11 +141,12 @@ void KzDxBlocks::notifyClients() {
     const KzDxLife::Watch watch(life_);
     due.callEach(Clients::Next::chosenAfterCall, [&](KzDxClientCallback callback) {
         kzdxAtBoundary(callback);
-        return !watch.isOver() && document_ != nullptr; // a graph whose deletion is pending has no document
+        return !watch.isDestroyed() &&
+               document_ != nullptr; // a graph whose deletion is pending has no document
     });
     // Also the marks of the callbacks' own edits: otherwise a client that edits what it watches would be
     // called again and again.
-    if (!watch.isOver()) setHasChanges(false);
+    if (!watch.isDestroyed()) setHasChanges(false);
 }
 
 void KzDxBlocks::collectChangedClients(Clients& due) const {

@@ -38,11 +38,6 @@ KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) {
 } // namespace
 
 Orvo::ErrorStatus KzDxBlock::create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
-    const Orvo::ErrorStatus status = createStale(node, owner, record);
-    return status == Orvo::ok ? node->refresh() : status;
-}
-
-Orvo::ErrorStatus KzDxBlock::createStale(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (owner == nullptr || record == nullptr) return Orvo::missingCollaborator;
     // Before the node exists, because notifications of it must not allocate.
@@ -66,8 +61,9 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
         if (each != id_) furtherRecords_.insert(each);
     }
     // A node whose records do not answer is not created, and then the graph must have no key of it.
-    KzDbObjectIdArray answers;
-    const Orvo::ErrorStatus status = kzdxCollectReferences(recordIds_, answers);
+    KzDxForeignDrawings foreign(*owner);
+    KzDxReferenceReader reader(nullptr, foreign); // opens no reference: the drawing does not matter
+    const Orvo::ErrorStatus status = reader.queryReferences(recordIds_);
     if (status != Orvo::ok) return status;
     for (const KzDbObjectId each : furtherRecords_) owner->addBlockAlias(each, this);
     becomeStale();
@@ -77,12 +73,12 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
 
 KzDxBlock::~KzDxBlock() {
     // Has no effect after a deferred deletion; a node whose creation failed is deleted directly.
-    static_cast<void>(KzDxBlock::leaveHost());
+    static_cast<void>(KzDxBlock::tryUnregister());
 }
 
 /// Unregisters from everything, and detaches from the graph. Without a graph the node's notifications have no
 /// effect, because a node whose deletion is pending can still be notified.
-bool KzDxBlock::leaveHost() noexcept {
+bool KzDxBlock::tryUnregister() noexcept {
     owner_ = nullptr;
     return registrations_.isEmpty() || registrations_.tryUnregisterAll(recordIds_, containers_);
 }

@@ -36,14 +36,11 @@ class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase, public KzDxDe
 public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
 
-    /// Creates the node of a record, which is open: reads it, adds the keys of its further records to the
-    /// graph, and switches it as the graph is. Its own key is added by the graph. On failure `node` is null
-    /// and the graph has no key of it: `missingCollaborator` for a null argument, else the status of the
-    /// first record that does not answer.
+    /// Creates the node of a record, which is open: adds the keys of its further records to the graph, and
+    /// switches it as the graph is. It is stale: its references are read by `evaluate` or the next scan. Its
+    /// own key is added by the graph. On failure `node` is null and the graph has no key of it:
+    /// `missingCollaborator` for a null argument, else the status of the first record that does not answer.
     static Orvo::ErrorStatus create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record);
-
-    /// The same for scans: the node is stale, and its references are read later.
-    static Orvo::ErrorStatus createStale(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record);
 
     ~KzDxBlock() override;
 
@@ -126,7 +123,7 @@ private:
     static constexpr std::uint8_t bit(KzDxNodeMark mark) { return static_cast<std::uint8_t>(mark); }
 
     Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
-    [[nodiscard]] bool leaveHost() noexcept override;
+    [[nodiscard]] bool tryUnregister() noexcept override;
     void objectEdited(const KzDbObject* object);
     void becomeStale() noexcept;
     [[nodiscard]] bool mayMissNotifications() const;

@@ -79,6 +79,7 @@ bool KzDxBlock::read(KzDxReferenceReader& reader) {
 Orvo::ErrorStatus KzDxBlock::readReferences(KzDxReferenceReader& reader) {
     const Orvo::ErrorStatus status = reader.queryReferences(recordIds_);
     if (status != Orvo::ok) return status;
+    if (reader.hasForeign()) owner_->updateState().nodeForeign(*this);
     if (readLevel_ == KzDxReadLevel::newReferences && reader.listsUnchanged(containers_)) return Orvo::ok;
     if (isEnabled()) registrations_.reserveUnplaced(reader.reportedCount());
     KzDxScopeGuard remember([&] { rememberRegistered(reader); });

@@ -12,22 +12,20 @@
 #include <cassert>
 #include <utility>
 
-void KzDxDrawingScanner::scan(const KzDbDatabase& drawing, KzDxScanLevel level) {
-    scanTable(drawing, level);
+void KzDxDrawingScanner::scan(const KzDbDatabase& drawing) {
+    scanTable(drawing);
     readStaleNodes(drawing);
     settle();
 }
 
-void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing, KzDxScanLevel level) {
+void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing) {
     KzDxDeferredDeletion::retryAll();
-    // If the scan is interrupted, the next one has to visit all records.
-    graph_.updateState().raiseLevel(KzDxScanLevel::referenceLists);
-    if (level == KzDxScanLevel::staleNodes) {
-        if (visitUncertain(drawing)) return;
-        level = KzDxScanLevel::referenceLists;
-    }
-    visitAll(drawing, level);
-    markReached(level);
+    KzDxUpdateState& state = graph_.updateState();
+    const bool isStaleOnly = state.level() == KzDxScanLevel::staleNodes;
+    state.raiseLevel(KzDxScanLevel::referenceLists); // for the next scan, if this one is interrupted
+    if (isStaleOnly && visitUncertain(drawing)) return;
+    visitAll(drawing, state.level());
+    markReached(state.level());
 }
 
 /// Visits those known records that may answer differently. Returns false if the table has other records now.
@@ -78,7 +76,6 @@ KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLe
         record.isCertain = false; // its node may be created the next time
         return record;
     }
-    if (opened->isDependent()) graph_.updateState().nodeForeign(*record.node);
     record.isListUnchanged =
         level == KzDxScanLevel::referenceLists && isListUnchanged(*opened.get(), *record.node);
     return record;

@@ -22,23 +22,22 @@ class KzDxReferenceReader;
 ///
 /// Each scan compares the ids of the table's records, in order, with those of the last scan, because a record
 /// can be unerased without a notification. A record is opened only if its answers may be different:
-/// - at level `referenceLists` or more, or
-/// - if it could not be opened, has no node, or is anonymous and does not answer for certain what it
-/// represents
-///   (`Original`), or
-/// - if it is anonymous and its node is stale: then its references may have changed, which decide that.
+///
+/// - at level `referenceLists` or more;
+/// - if it could not be opened, has no node, or does not tell for certain what it represents (`Original`);
+/// - if it is anonymous and its node is stale: its references may have changed, which tell that.
 class KzDxDrawingScanner {
 public:
     explicit KzDxDrawingScanner(KzDxBlocks& graph) : graph_(graph), foreign_(graph) {}
     KzDxDrawingScanner(const KzDxDrawingScanner&) = delete;
     KzDxDrawingScanner& operator=(const KzDxDrawingScanner&) = delete;
 
-    /// Both phases, at least at the level of the update state. Afterwards the state has the level for a next
-    /// update. If memory runs out, what was not read stays stale.
-    void scan(const KzDbDatabase& drawing, KzDxScanLevel level);
+    /// Both phases, at the level of the update state. Afterwards the state has the level for a next update.
+    /// If memory runs out, the level and the stale nodes stay for the next scan.
+    void scan(const KzDbDatabase& drawing);
 
     /// The phases one by one, for a graph that is switched on between them.
-    void scanTable(const KzDbDatabase& drawing, KzDxScanLevel level);
+    void scanTable(const KzDbDatabase& drawing);
     void readStaleNodes(const KzDbDatabase& drawing);
     /// Reads the nodes that no record of the last table phase leads to, for a graph whose first two table
     /// phases were not separated by a reading. They stay stale.

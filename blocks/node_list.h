@@ -12,7 +12,7 @@ class KzDxBlock;
 enum class KzDxNodeMark : std::uint8_t {
     stale = 1,   ///< what is stored may differ from the drawing
     changed = 2, ///< clients may have to be notified
-    foreign = 4, ///< reports references of other drawings, whose edits send no notification here
+    foreign = 4, ///< may report references of other drawings, where inserting sends none here
 };
 
 /// Intrusive list: the nodes that carry a mark, each once, in the order in which they got it.

@@ -17,20 +17,18 @@ Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record, KzDb
     return record.getErasedBlockReferenceIds(ids);
 }
 
-Orvo::ErrorStatus kzdxCollectReferences(const KzDbObjectIdArray& records, KzDbObjectIdArray& ids) {
+Orvo::ErrorStatus KzDxReferenceReader::queryReferences(const KzDbObjectIdArray& records) {
+    reported_.clear();
+    hasForeign_ = false;
     for (const KzDbObjectId id : records) {
         if (id.isErased()) continue;
         const KzDxOpened<KzDbBlockTableRecord> record(id);
         if (!record) return record.status();
-        const Orvo::ErrorStatus status = kzdxCollectReferences(*record.get(), ids);
+        hasForeign_ |= record->isDependent();
+        const Orvo::ErrorStatus status = kzdxCollectReferences(*record.get(), reported_);
         if (status != Orvo::ok) return status;
     }
     return Orvo::ok;
-}
-
-Orvo::ErrorStatus KzDxReferenceReader::queryReferences(const KzDbObjectIdArray& records) {
-    reported_.clear();
-    return kzdxCollectReferences(records, reported_);
 }
 
 void KzDxReferenceReader::sortReported() {
@@ -51,7 +49,6 @@ void KzDxReferenceReader::beginResolving(const KzDxContainers& stored) {
     stored_ = &stored;
     containers_.clear();
     for (const KzDxContainers::Entry& entry : stored) containers_.push_back(entry.container);
-    hasForeign_ = false;
     recentOwners_.fill({});
     numberOfOwner_.clear();
     numberOfNew_.clear();

@@ -18,11 +18,6 @@ class KzDxRegistrations;
 [[nodiscard]] Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record,
                                                       KzDbObjectIdArray& ids);
 
-/// The same for several records; erased records are skipped. The status of the first record that does not
-/// open or answer; `ids` is then incomplete.
-[[nodiscard]] Orvo::ErrorStatus kzdxCollectReferences(const KzDbObjectIdArray& records,
-                                                      KzDbObjectIdArray& ids);
-
 /// Reads from the drawing which references a block has and where each of them is placed: first the lists,
 /// which costs one query per record, then the references, each of which is opened.
 ///
@@ -36,7 +31,8 @@ public:
 
     // The lists.
 
-    /// Asks records for their references; see `kzdxCollectReferences`.
+    /// Asks records for their references; erased records are skipped. The status of the first record that
+    /// does not open or answer.
     [[nodiscard]] Orvo::ErrorStatus queryReferences(const KzDbObjectIdArray& records);
 
     /// How many references were reported; a reference that was reported twice counts twice.
@@ -62,7 +58,7 @@ public:
     /// Every reference that was reported, live and erased, ascending.
     [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
 
-    /// Whether some reference is placed in another drawing.
+    /// Whether some reference is placed in another drawing, or may be: some record depends on one.
     [[nodiscard]] bool hasForeign() const { return hasForeign_; }
 
 private:

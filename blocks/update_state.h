@@ -25,22 +25,25 @@ enum class KzDxScanLevel : std::uint8_t {
 /// were notified. Every reason for a reading is one function here; none allocates, so that notifications may
 /// call it.
 ///
-/// | what happens                                           | the node is read        | the scan is at least
-/// |
-/// |--------------------------------------------------------|-------------------------|----------------------|
-/// | an attribute is about to change, copied or destroyed   | everything              | `staleNodes` | | any
-/// other object is: a reference or a record           | everything              | `referenceLists`     | |
-/// the block table is about to change                     |                         | `referenceLists`     |
-/// | the ids of the table's records differ from last time   |                         | `referenceLists` | |
-/// a node gets a further record                           | new references          | `staleNodes`         |
-/// | a node reports references of another drawing           | new references, always  | `staleNodes` | | the
-/// records that represent other drawings differ       | those nodes: everything | `staleNodes`         | | a
-/// node may miss notifications (`mayMissNotifications`) | everything, until it    | `referenceLists`     | |
-/// | does not                |                      | | a record in the table sends no notification | |
-/// `referenceLists`     | | no record leads to a node                              | everything, when one | |
-/// |                                                        | does again              | | | the graph is
-/// switched on; an update is forced          | everything              | `full`               | | a scan is
-/// interrupted                                  |                         | `referenceLists`     |
+/// | what happens                                  | the node is read          | the next scan is at least |
+/// |-----------------------------------------------|---------------------------|---------------------------|
+/// | an attribute is to change, copied, destroyed  | everything                | `staleNodes`              |
+/// | any other object is: a reference or a record  | everything                | `referenceLists`          |
+/// | the block table is about to change            |                           | `referenceLists`          |
+/// | a node is created                             | everything                |                           |
+/// | a node gets a further record                  | new references            |                           |
+/// | `evaluate` is called from outside             | everything                | `referenceLists`          |
+/// | the graph is switched on, or told to read all | everything                | `full`                    |
+/// | a scan finds:                                 |                           |                           |
+/// | - other ids in the table than last time       |                           | `referenceLists`, at once |
+/// | - a record or reference of another drawing    | new references, always    | `staleNodes`              |
+/// | - that another record or model space counts   | everything, if it has any | `staleNodes`              |
+/// |   for a drawing in which references are       |                           |                           |
+/// | - a node that may miss notifications, or does | everything, again         | `referenceLists`          |
+/// |   not answer                                  |                           |                           |
+/// | - a record in the table that notifies no node |                           | `referenceLists`          |
+/// | - no record that leads to the node            | everything, when one does |                           |
+/// | a scan is interrupted                         |                           | `referenceLists`          |
 ///
 /// An attribute is the only object whose edit cannot change which references a record reports. All others
 /// can: inserting a block edits the record that takes the reference, not the record that reports it.

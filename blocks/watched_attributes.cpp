@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-/// Sorts in what was added, and closes the gaps that removals have left. Without additions the gaps stay, so that
-/// removing all pairs one after the other is linear.
+/// Sorts in what was added, and closes the gaps that removals have left. Without additions the gaps stay, so
+/// that removing all pairs one after the other is linear.
 void KzDxWatchedAttributes::sort() {
     if (sorted_ == pairs_.size()) return;
     std::erase_if(pairs_, [](const Pair& pair) { return pair.attribute.isNull(); });

@@ -82,7 +82,7 @@ public:
             const T successor = isLast ? nullptr : members_[at + 1];
             const std::uint64_t changesBefore = changes_;
             const bool goesOn = callOne(call, member);
-            if (watch.isOver()) return false;
+            if (watch.isDestroyed()) return false;
             if (!goesOn) return true;
             if (changes_ == changesBefore) {
                 ++at;

@@ -2,46 +2,47 @@
 
 #include <utility>
 
-/// Deferred deletion: the host may still call the object, so it lives until it has unregistered.
+/// Deferred deletion: an object that the host may still call is deleted when it has unregistered.
 ///
-/// To leave the host, an object must be let in once more: a reactor opens what it is registered on. The host
-/// may refuse, for example while somebody holds an object of the drawing open, and an object that was
-/// destroyed all the same would be called where it was. So it is deleted as soon as it has left, at the
-/// latest with the library, and works for nobody until then.
+/// To unregister, a reactor opens each object that it is registered with. The host can refuse, for example
+/// while another module holds an object open, and it would call the reactor at its old address if that was
+/// deleted regardless. So the deletion is pending until it has unregistered, at the latest until the library
+/// is unloaded. An object whose deletion is pending ignores notifications.
 ///
-/// The list of those who wait runs through the objects themselves: they must be able to go when memory has
-/// run out.
+/// The list of pending objects runs through the objects themselves, because it must work if memory has run
+/// out.
 class KzDxDeferredDeletion {
 public:
     KzDxDeferredDeletion() = default;
     KzDxDeferredDeletion(const KzDxDeferredDeletion&) = delete;
     KzDxDeferredDeletion& operator=(const KzDxDeferredDeletion&) = delete;
 
-    /// Deletes the object now, or at a later `retryAll`.
-    static void begin(KzDxDeferredDeletion* object) noexcept {
-        if (!object->goes(false)) object->next_ = std::exchange(waiting_.first, object);
+    /// Deletes the object now, or in a later `retryAll`.
+    static void deleteWhenUnregistered(KzDxDeferredDeletion* object) noexcept {
+        if (!object->tryDelete(false)) object->next_ = std::exchange(pending_.first, object);
     }
 
-    /// Tries again for every object that waits. Called by every update, at load and at unload.
-    static void retryAll() noexcept { waiting_.retry(false); }
+    /// Retries all pending deletions. Called by every update, at load and at unload.
+    static void retryAll() noexcept { pending_.retry(false); }
 
-    /// Whether some object waits.
-    [[nodiscard]] static bool isAnyWaiting() noexcept { return waiting_.first != nullptr; }
+    /// Whether a deletion is pending.
+    [[nodiscard]] static bool hasPending() noexcept { return pending_.first != nullptr; }
 
 protected:
     virtual ~KzDxDeferredDeletion() = default;
 
-    /// Unregisters from everything that lets the object in. Whether that was all; asked again until it was.
-    [[nodiscard]] virtual bool leaveHost() noexcept = 0;
+    /// Unregisters from every object that can be opened. Returns whether nothing failed; called again until
+    /// then.
+    [[nodiscard]] virtual bool tryUnregister() noexcept = 0;
 
 private:
-    struct Waiting {
-        ~Waiting() { retry(true); } // the library goes: nobody can be called here any more
+    struct Pending {
+        ~Pending() { retry(true); } // the library is unloaded: there is nothing left to call
         void retry(bool isLastChance) noexcept {
             KzDxDeferredDeletion* each = std::exchange(first, nullptr);
             while (each != nullptr) {
                 KzDxDeferredDeletion* const next = each->next_;
-                if (!each->goes(isLastChance)) each->next_ = std::exchange(first, each);
+                if (!each->tryDelete(isLastChance)) each->next_ = std::exchange(first, each);
                 each = next;
             }
         }
@@ -49,20 +50,22 @@ private:
         KzDxDeferredDeletion* first = nullptr;
     };
 
-    bool goes(bool isLastChance) noexcept {
-        if (!leaveHost() && !isLastChance) return false;
+    bool tryDelete(bool isLastChance) noexcept {
+        if (!tryUnregister() && !isLastChance) return false;
         delete this;
         return true;
     }
 
-    static Waiting waiting_;
+    static Pending pending_;
 
     KzDxDeferredDeletion* next_ = nullptr;
 };
 
-inline KzDxDeferredDeletion::Waiting KzDxDeferredDeletion::waiting_;
+inline KzDxDeferredDeletion::Pending KzDxDeferredDeletion::pending_;
 
-/// Makes a `unique_ptr` part with an object by deferred deletion.
+/// Deleter of a `unique_ptr` whose object is deleted by deferred deletion.
 struct KzDxDeferredDeleter {
-    void operator()(KzDxDeferredDeletion* object) const noexcept { KzDxDeferredDeletion::begin(object); }
+    void operator()(KzDxDeferredDeletion* object) const noexcept {
+        KzDxDeferredDeletion::deleteWhenUnregistered(object);
+    }
 };

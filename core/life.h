@@ -1,11 +1,11 @@
 #pragma once
 
-/// Tells calls under way whether the object that they work on is still there.
+/// Detects the destruction of an object during a call that it made.
 ///
-/// A callback may destroy anything, also the object in whose name it was called. An object that calls out
-/// holds a `KzDxLife`; every operation of it that calls out keeps a `Watch` on its stack, and asks it after
-/// each call, before it touches the object again. Watches are chained through the stack: nothing is
-/// allocated, and the end of the object is told to every one of them, not only to the innermost.
+/// A callback may destroy anything, including the object that called it. An object that calls out has a
+/// `KzDxLife`; each of its operations that calls out keeps a `Watch` on the stack, and asks it after each
+/// call, before it uses the object again. Watches are chained through the stack: nothing is allocated, and
+/// all of them are informed of the destruction, not only the innermost.
 class KzDxLife {
 public:
     class Watch {
@@ -17,8 +17,8 @@ public:
         Watch(const Watch&) = delete;
         Watch& operator=(const Watch&) = delete;
 
-        /// Whether the object has been destroyed since the watch began.
-        [[nodiscard]] bool isOver() const { return life_ == nullptr; }
+        /// Whether the object has been destroyed since the watch was created.
+        [[nodiscard]] bool isDestroyed() const { return life_ == nullptr; }
 
     private:
         friend class KzDxLife;

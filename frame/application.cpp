@@ -12,14 +12,14 @@ KzDxApplication::KzDxApplication() {
 
 KzDxApplication::~KzDxApplication() {
     // Nothing is left to do when the deletion was deferred; a failed load ends here directly.
-    static_cast<void>(KzDxApplication::leaveHost());
+    static_cast<void>(KzDxApplication::tryUnregister());
 }
 
 void KzDxApplication::end() noexcept {
-    if (instance_ != nullptr) KzDxDeferredDeletion::begin(instance_);
+    if (instance_ != nullptr) KzDxDeferredDeletion::deleteWhenUnregistered(instance_);
 }
 
-bool KzDxApplication::leaveHost() noexcept {
+bool KzDxApplication::tryUnregister() noexcept {
     const bool hasLeft = leaveDocManager();
     static_cast<void>(AppDataT::deleteAll());          // always `ok`
     static_cast<void>(AppDataT::setAutoCreate(false)); // should it hear of documents after all

@@ -31,7 +31,7 @@ public:
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
 private:
-    [[nodiscard]] bool leaveHost() noexcept override;
+    [[nodiscard]] bool tryUnregister() noexcept override;
     [[nodiscard]] bool wantsIdleCheck(KzApDocument* document, const char16_t* command);
 
     static inline KzDxApplication* instance_ = nullptr;

@@ -29,7 +29,7 @@ KzDxDocument::~KzDxDocument() {
 }
 
 void KzDxDocument::BlocksDeleter::operator()(KzDxBlocks* graph) const noexcept {
-    KzDxDeferredDeletion::begin(graph);
+    KzDxDeferredDeletion::deleteWhenUnregistered(graph);
 }
 
 Orvo::ErrorStatus KzDxDocument::setEnabled(bool enable) {

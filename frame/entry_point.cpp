@@ -52,7 +52,7 @@ bool initModule(void* packet) {
 void unloadModule() noexcept {
     KzDxApplication::end();
     KzDxDeferredDeletion::retryAll();
-    KzDxCmdLineHook::removeLeftFilter();
+    KzDxCmdLineHook::removeOrphanedFilter();
     kzdxAtBoundary(removeService);
     resourceLibrary.release();
 }

@@ -6,29 +6,29 @@
 #include <cassert>
 
 std::optional<KzDxCmdLineHook> KzDxCmdLineHook::instance_;
-std::uint32_t KzDxCmdLineHook::useCount_ = 0;
-bool KzDxCmdLineHook::isFilterLeft_ = false;
+std::uint32_t KzDxCmdLineHook::refCount_ = 0;
+bool KzDxCmdLineHook::isFilterOrphaned_ = false;
 
-KzDxCmdLineHook::Use::Use() {
-    // A hook always begins switched off: what the host did with the filter of an earlier one is not known.
-    if (useCount_++ == 0) instance_.emplace();
+KzDxCmdLineHook::Ref::Ref() {
+    // A hook is always created switched off: what the host did with the filter of an earlier one is unknown.
+    if (refCount_++ == 0) instance_.emplace();
 }
 
-KzDxCmdLineHook::Use::~Use() {
-    assert(useCount_ > 0);
-    if (--useCount_ != 0) return;
-    // In this order: a filter is left only by a hook that has ended.
+KzDxCmdLineHook::Ref::~Ref() {
+    assert(refCount_ > 0);
+    if (--refCount_ != 0) return;
+    // In this order: only a hook that was destroyed leaves an orphaned filter.
     instance_.reset();
-    removeLeftFilter();
+    removeOrphanedFilter();
 }
 
 KzDxCmdLineHook::~KzDxCmdLineHook() {
-    if (isEnabled()) isFilterLeft_ = true; // removed by whoever ends the hook, and if need be later
+    if (isEnabled()) isFilterOrphaned_ = true; // removed by the last `Ref`, or later
 }
 
-void KzDxCmdLineHook::removeLeftFilter() noexcept {
-    if (!isFilterLeft_ || instance_) return; // a hook of now removes the filter itself
-    isFilterLeft_ = kzedRemoveFilterWinMsg(kzdxIdleCheckFilter) == 0;
+void KzDxCmdLineHook::removeOrphanedFilter() noexcept {
+    if (!isFilterOrphaned_ || instance_) return; // the present hook removes the filter itself
+    isFilterOrphaned_ = kzedRemoveFilterWinMsg(kzdxIdleCheckFilter) == 0;
 }
 
 Orvo::ErrorStatus KzDxCmdLineHook::setEnabled(bool enable) {

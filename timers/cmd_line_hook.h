@@ -7,34 +7,34 @@
 
 /// Registers the idle-check filter with the host's message loop while it is switched on.
 ///
-/// There is one while there are timers: the first one makes it, switched off, and the last one ends it.
-/// Nothing else switches it off. It needs no memory.
+/// One instance exists while timers exist: the first timer creates it, switched off, and the last timer
+/// destroys it. Nothing else switches it off. It does not allocate.
 class KzDxCmdLineHook : public KzDxEnableBase {
 public:
-    /// Share in the hook: every timer has one.
-    class Use {
+    /// Counted reference to the hook: every timer has one.
+    class Ref {
     public:
-        Use();
-        ~Use();
-        Use(const Use&) = delete;
-        Use& operator=(const Use&) = delete;
+        Ref();
+        ~Ref();
+        Ref(const Ref&) = delete;
+        Ref& operator=(const Ref&) = delete;
     };
 
     /// The hook; null while there is no timer.
     [[nodiscard]] static KzDxCmdLineHook* instance() { return instance_ ? &*instance_ : nullptr; }
 
-    /// Removes the filter of a hook that has ended. The host may refuse; called again at unload.
-    static void removeLeftFilter() noexcept;
+    /// Removes the filter of a hook that was destroyed. The host can refuse; called again at unload.
+    static void removeOrphanedFilter() noexcept;
 
     KzDxCmdLineHook() = default;
-    /// Leaves a registered filter to `removeLeftFilter`.
+    /// A registered filter is removed by `removeOrphanedFilter`.
     ~KzDxCmdLineHook() override;
 
-    /// Registers or removes the filter. `filterRefused` when the host refuses, with nothing changed.
+    /// Registers or removes the filter. `filterRefused` if the host refuses, with nothing changed.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
 private:
     static std::optional<KzDxCmdLineHook> instance_;
-    static std::uint32_t useCount_;
-    static bool isFilterLeft_; ///< a hook ended while its filter was registered
+    static std::uint32_t refCount_;
+    static bool isFilterOrphaned_; ///< a hook was destroyed while its filter was registered
 };

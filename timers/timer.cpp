@@ -44,7 +44,7 @@ void KzDxTimer::checkElapsed() {
     if (elapsed < interval_) return;
     const KzDxLife::Watch watch(life_); // a receiver may destroy this timer
     fire();
-    if (watch.isOver()) return;
+    if (watch.isDestroyed()) return;
     if (repeat_) {
         restart();
     } else {

@@ -55,7 +55,7 @@ public:
     virtual void setInterval(std::int32_t interval);
 
 private:
-    KzDxCmdLineHook::Use hook_;
+    KzDxCmdLineHook::Ref hook_;
     RunningTimers* runningTimers_;
     std::uint32_t interval_;
     std::uint32_t startTick_ = 0;

@@ -229,7 +229,7 @@ TEST_F(BlockMonitor, EveryReadingLetsGoWhatCouldNotLeaveBefore) {
         other.reset();
         ASSERT_TRUE(Headless::letGo(reference));
         EXPECT_EQ(Headless::reactorCount(reference), 2U);
-        EXPECT_TRUE(KzDxDeferredDeletion::isAnyWaiting());
+        EXPECT_TRUE(KzDxDeferredDeletion::hasPending());
         if (isScan) {
             next.scanBlockTable();
         } else {
@@ -237,14 +237,14 @@ TEST_F(BlockMonitor, EveryReadingLetsGoWhatCouldNotLeaveBefore) {
             kzdxUpdateBlockGraph(document, false, false);
         }
         EXPECT_EQ(Headless::reactorCount(reference), 1U);
-        EXPECT_FALSE(KzDxDeferredDeletion::isAnyWaiting());
+        EXPECT_FALSE(KzDxDeferredDeletion::hasPending());
     }
     const std::size_t watched = Headless::records(document).size() + 2;
     const KzDxUpdateCheck::Pause pause;
     Headless::failHostCall(Headless::HostCall::openObject, watched + 1, Headless::FaultSpan::onwards);
     graph().reset();
     EXPECT_EQ(Headless::endFaults(), 0U) << "what was left is not left again";
-    EXPECT_FALSE(KzDxDeferredDeletion::isAnyWaiting()) << "only what cannot leave waits";
+    EXPECT_FALSE(KzDxDeferredDeletion::hasPending()) << "only what cannot leave waits";
 }
 
 TEST_F(BlockMonitor, AReferenceThatIsGoneWhileHeldIsLeftLater) {
@@ -401,13 +401,14 @@ TEST_F(BlockMonitor, ANodeIsMadeReadyByItself) {
         ASSERT_EQ(blocks.setEnabled(isFollowing), Orvo::ok);
         KzDxBlock* node = nullptr;
         ASSERT_EQ(KzDxBlock::create(node, &blocks, record.get()), Orvo::ok);
+        ASSERT_EQ(node->refresh(), Orvo::ok);
         EXPECT_EQ(node->isEnabled(), isFollowing);
         EXPECT_EQ(blocks.node(representation), node);
         for (const KzDbObjectId each :
              {made, representation, reference, Headless::attributeOf(reference, u"TAG")})
             EXPECT_EQ(Headless::reactorCount(each), isFollowing ? 1U : 0U);
         blocks.forgetNode(*node);
-        KzDxDeferredDeletion::begin(node);
+        KzDxDeferredDeletion::deleteWhenUnregistered(node);
     }
     blocks.setEnabled(false);
 }

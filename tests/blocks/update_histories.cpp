@@ -199,6 +199,12 @@ constexpr std::array beginnings{
                   representOnce(d);
                   for (const KzDbObjectId record : {d.early, d.dependent}) represent(d.enhanced, record);
               }},
+    Beginning{"SITE|X represents a block that comes after it",
+              [](Drawing& d) {
+                  const KzDbObjectId later = d.newBlock();
+                  enhance(later);
+                  represent(later, d.dependent);
+              }},
     Beginning{"SITE represents D", [](Drawing& d) { represent(d.enhanced, d.attachment); }},
     Beginning{"*E represents D2, which represents D",
               [](Drawing& d) {

@@ -34,7 +34,7 @@ TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
     Headless::failHostCall(Headless::HostCall::openObject, 1, Headless::FaultSpan::once);
     EXPECT_TRUE(application().removeDocData(second));
     EXPECT_EQ(Headless::endFaults(), 1U);
-    EXPECT_FALSE(KzDxDeferredDeletion::isAnyWaiting()) << "switched off first: the table is tried twice";
+    EXPECT_FALSE(KzDxDeferredDeletion::hasPending()) << "switched off first: the table is tried twice";
     EXPECT_NE(application().docData(second, true), nullptr);
     Headless::setListed(unlisted, false);
     Headless::closeDocument(first);

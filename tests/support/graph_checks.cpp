@@ -70,7 +70,7 @@ PlainGraph::PlainGraph(KzApDocument* document) : document_(document) {
 }
 
 PlainGraph::~PlainGraph() {
-    if (graph_ != nullptr) KzDxDeferredDeletion::begin(graph_);
+    if (graph_ != nullptr) KzDxDeferredDeletion::deleteWhenUnregistered(graph_);
 }
 
 void PlainGraph::followSwitch() {
