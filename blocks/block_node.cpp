@@ -80,7 +80,9 @@ KzDxBlock::~KzDxBlock() {
 /// effect, because a node whose deletion is pending can still be notified.
 bool KzDxBlock::tryUnregister() noexcept {
     owner_ = nullptr;
-    return registrations_.isEmpty() || registrations_.tryUnregisterAll(recordIds_, containers_);
+    if (registrations_.isEmpty()) return true;
+    registrations_.tryUnregisterAttributes();
+    return registrations_.tryUnregisterAll(recordIds_, containers_);
 }
 
 Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {

@@ -36,11 +36,14 @@ bool KzDxRegistrations::tryUnregisterAll(const KzDbObjectIdArray& records,
     bool isDone = tryUnregisterReferences(containers);
     for (const KzDbObjectId record : records) isDone &= kzdxRemoveReactor(record, &reactor_);
     registeredRecords_ = 0;
-    // Also the attributes of references that are held open.
-    isDone &= attributes_.removeAll(
-        [this](KzDbObjectId attribute) { return kzdxRemoveReactor(attribute, &reactor_); });
+    attributes_.releaseIfEmpty();
     state_ = isDone ? State::none : State::pending;
     return isDone;
+}
+
+void KzDxRegistrations::tryUnregisterAttributes() noexcept {
+    static_cast<void>(attributes_.removeAll(
+        [this](KzDbObjectId attribute) { return kzdxRemoveReactor(attribute, &reactor_); }));
 }
 
 void KzDxRegistrations::registerReference(const KzDbBlockReference& reference, KzDbObjectId id) {

@@ -31,9 +31,12 @@ public:
     /// that is not valid is not an error.
     Orvo::ErrorStatus unregisterAll(const KzDbObjectIdArray& records, const KzDxContainers& containers);
 
-    /// Unregisters from everything that can be opened, whatever fails. Returns whether nothing did.
+    /// Unregisters from everything that can be opened, whatever fails; the attributes of a reference that
+    /// does not open stay registered with, as it does. Returns whether nothing failed.
     [[nodiscard]] bool tryUnregisterAll(const KzDbObjectIdArray& records,
                                         const KzDxContainers& containers) noexcept;
+    /// Unregisters from all attributes that can be opened, before the node is deleted.
+    void tryUnregisterAttributes() noexcept;
 
     // Registering with references in the opening in which they are read, while switched on.
 
