@@ -1,7 +1,6 @@
 #include "blocks/block_graph.h"
 
 #include "blocks/block_node.h"
-#include "blocks/reference_reader.h"
 #include "core/block_table_walk.h"
 #include "core/scope_guard.h"
 

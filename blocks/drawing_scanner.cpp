@@ -25,7 +25,7 @@ void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing) {
     state.raiseLevel(KzDxScanLevel::referenceLists); // for the next scan, if this one is interrupted
     if (isStaleOnly && visitUncertain(drawing)) return;
     visitAll(drawing, state.level());
-    markReached(state.level());
+    markReached();
 }
 
 /// Visits those known records that may answer differently. Returns false if the table has other records now.
@@ -37,14 +37,15 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
         isSame = next < records_.size() && records_[next].id == id;
         if (!isSame) return false;
         Record& record = records_[next++];
-        if (mustVisit(record)) {
+        assert(record.node != nullptr); // else all records are visited
+        if (record.isUncertain) {
             record = visit(id, KzDxScanLevel::staleNodes);
             isAnyVisited = true;
         }
         return true;
     });
     if (!isWalked || !isSame || next != records_.size()) return false;
-    if (isAnyVisited) markReached(KzDxScanLevel::staleNodes);
+    if (isAnyVisited) markReached();
     return true;
 }
 
@@ -52,16 +53,11 @@ void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing, KzDxScanLevel lev
     std::vector<Record> found;
     found.reserve(records_.size() + 1);
     hint_ = 0;
-    isTableWalked_ = kzdxForEachRecordId(drawing, [&](KzDbObjectId id) {
+    kzdxForEachRecordId(drawing, [&](KzDbObjectId id) {
         found.push_back(visit(id, level));
         return true;
     });
-    records_ = std::move(found);
-}
-
-bool KzDxDrawingScanner::mustVisit(const Record& record) const {
-    assert(!record.isCertain || record.node != nullptr);
-    return !record.isCertain || (record.isAnonymous && record.node->isStale());
+    records_ = std::move(found); // empty if the table could not be walked: then the next scan finds other ids
 }
 
 KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLevel level) {
@@ -69,20 +65,21 @@ KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLe
     const KzDxOpened<KzDbBlockTableRecord> opened(id);
     if (!opened) return record; // held open: its closing sends no notification
     record.isLayout = opened->isLayout();
-    record.isAnonymous = opened->isAnonymous();
     record.isFromExternalReference = opened->isFromExternalReference();
-    record.node = nodeOf(record, *opened.get());
-    if (record.node == nullptr) {
-        record.isCertain = false; // its node may be created the next time
-        return record;
+    record.node = opened->isAnonymous() ? nodeOfAnonymous(record, *opened.get())
+                                        : nodeUnder(knownNode(id), id, *opened.get());
+    if (record.node == nullptr) return record;
+    KzDxUpdateState& state = graph_.updateState();
+    if (level == KzDxScanLevel::full) {
+        state.nodeStale(*record.node, KzDxReadLevel::everything);
+    } else if (level == KzDxScanLevel::referenceLists && !isListUnchanged(*opened.get(), *record.node)) {
+        state.nodeStale(*record.node, KzDxReadLevel::newReferences);
     }
-    record.isListUnchanged =
-        level == KzDxScanLevel::referenceLists && isListUnchanged(*opened.get(), *record.node);
     return record;
 }
 
-/// Whether the node, for which no other record counts, has stored the references that the record reports:
-/// asked here, most nodes need not be read, and the record is not opened once more.
+/// Whether the node, which has no other record, has stored the references that the record reports. Asked
+/// while the record is open: most nodes need not be read then.
 bool KzDxDrawingScanner::isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node) {
     if (node.isStale() || node.recordIds().length() != 1) return false;
     reported_.clear();
@@ -90,18 +87,15 @@ bool KzDxDrawingScanner::isListUnchanged(const KzDbBlockTableRecord& record, con
            kzdxAreSame({reported_.begin(), reported_.end()}, node.containers().references());
 }
 
-/// The node that a record leads to, created if necessary; null if it cannot be created. Sets whether that is
-/// certain.
-KzDxBlock* KzDxDrawingScanner::nodeOf(Record& record, KzDbBlockTableRecord& opened) {
-    if (!record.isAnonymous) {
-        record.isCertain = true;
-        return nodeUnder(knownNode(record.id), record.id, opened);
-    }
+/// The node of the block that an anonymous record represents, or of the record itself if it represents none.
+KzDxBlock* KzDxDrawingScanner::nodeOfAnonymous(Record& record, KzDbBlockTableRecord& opened) {
     const Original original = originalOf(opened);
     const KzDbObjectId key = original.block.isNull() ? record.id : original.block;
     KzDxBlock* const node = nodeUnder(graph_.node(key), record.id, opened);
-    // An answer is trusted while it makes no difference: the same node is found without it.
-    record.isCertain = original.isCertain && graph_.node(key) == graph_.node(record.id);
+    // An answer is trusted while it makes no difference: the same node is found without it. References of
+    // another drawing come without a notification.
+    record.isUncertain =
+        !original.isCertain || graph_.node(key) != graph_.node(record.id) || opened.isDependent();
     return node;
 }
 
@@ -144,22 +138,16 @@ KzDxBlock* KzDxDrawingScanner::knownNode(KzDbObjectId id) {
 
 /// Marks the nodes that records lead to. What is stored of any other node may become outdated, so it is read
 /// completely as soon as a record leads to it again.
-void KzDxDrawingScanner::markReached(KzDxScanLevel level) {
+void KzDxDrawingScanner::markReached() {
     ++scanNumber_;
     isReachNew_ = true;
     layoutIds_.clear();
-    KzDxUpdateState& state = graph_.updateState();
     for (const Record& record : records_) {
         if (record.isLayout) layoutIds_.append(record.id);
-        if (record.node == nullptr) continue;
-        record.node->setLastSeenScan(scanNumber_);
-        if (level == KzDxScanLevel::referenceLists && !record.isListUnchanged) {
-            state.nodeStale(*record.node, KzDxReadLevel::newReferences);
-        }
-        if (level == KzDxScanLevel::full) state.nodeStale(*record.node, KzDxReadLevel::everything);
+        if (record.node != nullptr) record.node->setLastSeenScan(scanNumber_);
     }
     for (const auto& node : graph_.nodes()) {
-        if (!isReached(*node)) state.nodeStale(*node, KzDxReadLevel::everything);
+        if (!isReached(*node)) graph_.updateState().nodeStale(*node, KzDxReadLevel::everything);
     }
 }
 
@@ -201,13 +189,12 @@ void KzDxDrawingScanner::settle() {
     KzDxUpdateState& state = graph_.updateState();
     const bool isAllRead =
         std::ranges::none_of(state.stale(), [this](const KzDxBlock* node) { return isReached(*node); });
-    // Otherwise as before: a node that is switched raises the level, and the next scan visits all records.
     if (std::exchange(isReachNew_, false)) {
         areRecordsRegistered_ = std::ranges::all_of(records_, [](const Record& record) {
             return record.node != nullptr && record.node->areRecordsRegistered();
         });
-    }
-    const bool isSettled = isTableWalked_ && areRecordsRegistered_ && isAllRead;
+    } // else as before: a node that is switched raises the level, and the next scan visits all records
+    const bool isSettled = areRecordsRegistered_ && isAllRead;
     state.settle(isSettled ? KzDxScanLevel::staleNodes : KzDxScanLevel::referenceLists);
 }
 

@@ -21,11 +21,8 @@ class KzDxReferenceReader;
 /// each once; it changes neither nodes nor keys.
 ///
 /// Each scan compares the ids of the table's records, in order, with those of the last scan, because a record
-/// can be unerased without a notification. A record is opened only if its answers may be different:
-///
-/// - at level `referenceLists` or more;
-/// - if it could not be opened, has no node, or does not tell for certain what it represents (`Original`);
-/// - if it is anonymous and its node is stale: its references may have changed, which tell that.
+/// can be unerased without a notification. At level `staleNodes` a record is opened only if it is uncertain
+/// what it represents, at the other levels each record is.
 class KzDxDrawingScanner {
 public:
     explicit KzDxDrawingScanner(KzDxBlocks& graph) : graph_(graph), foreign_(graph) {}
@@ -49,9 +46,6 @@ public:
     /// The ids of the layouts that could be opened, in table order, as of the last scan.
     [[nodiscard]] const KzDbObjectIdArray& layoutIds() const { return layoutIds_; }
 
-    /// Whether some record of the last scan leads to the node.
-    [[nodiscard]] bool isReached(const KzDxBlock& node) const;
-
     /// Forgets everything: the nodes are about to be deleted.
     void clear();
 
@@ -61,10 +55,8 @@ private:
         KzDbObjectId id;
         KzDxBlock* node = nullptr; ///< the node that it leads to; null if it has none or could not be opened
         bool isLayout = false;
-        bool isAnonymous = false;
         bool isFromExternalReference = false;
-        bool isCertain = false;       ///< whether visiting it again without an edit finds the same
-        bool isListUnchanged = false; ///< whether its node, which has no other record, has its list stored
+        bool isUncertain = false; ///< whether it may lead to another node without a notification
     };
     /// What an anonymous record represents.
     struct Original {
@@ -74,14 +66,14 @@ private:
 
     [[nodiscard]] bool visitUncertain(const KzDbDatabase& drawing);
     void visitAll(const KzDbDatabase& drawing, KzDxScanLevel level);
-    [[nodiscard]] bool mustVisit(const Record& record) const;
     [[nodiscard]] Record visit(KzDbObjectId id, KzDxScanLevel level);
     [[nodiscard]] bool isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node);
-    [[nodiscard]] KzDxBlock* nodeOf(Record& record, KzDbBlockTableRecord& opened);
+    [[nodiscard]] KzDxBlock* nodeOfAnonymous(Record& record, KzDbBlockTableRecord& opened);
     [[nodiscard]] KzDxBlock* nodeUnder(KzDxBlock* found, KzDbObjectId id, KzDbBlockTableRecord& opened);
     [[nodiscard]] static Original originalOf(const KzDbBlockTableRecord& record);
     [[nodiscard]] KzDxBlock* knownNode(KzDbObjectId id);
-    void markReached(KzDxScanLevel level);
+    void markReached();
+    [[nodiscard]] bool isReached(const KzDxBlock& node) const;
     void refreshForeignDrawings();
 
     KzDxBlocks& graph_;
@@ -89,9 +81,8 @@ private:
     std::vector<Record> records_; ///< of the last scan, in table order
     std::size_t hint_ = 0;        ///< where `knownNode` looks first in `records_`
     KzDbObjectIdArray layoutIds_;
-    KzDbObjectIdArray reported_;   ///< storage of `isListUnchanged`
-    std::uint32_t scanNumber_ = 0; ///< counts table phases that changed which nodes are reached
-    bool isTableWalked_ = false;
+    KzDbObjectIdArray reported_;        ///< storage of `isListUnchanged`
+    std::uint32_t scanNumber_ = 0;      ///< counts table phases that changed which nodes are reached
     bool areRecordsRegistered_ = false; ///< whether each record in the table notifies the node it leads to
     bool isReachNew_ = false;           ///< whether that has to be found out again
 };

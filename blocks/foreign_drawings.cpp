@@ -32,7 +32,6 @@ KzDbObjectId modelSpaceOf(const KzDbDatabase* drawing) {
 } // namespace
 
 bool KzDxForeignDrawings::refresh(std::span<const KzDbObjectId> attachingRecords) {
-    if (isEmpty()) return true;
     const std::vector<Attachment> attachments = attachmentsOf(attachingRecords);
     std::vector<Drawing> now;
     for (const Drawing& each : drawings_) {

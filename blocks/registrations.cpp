@@ -20,6 +20,7 @@ Orvo::ErrorStatus KzDxRegistrations::registerAll(const KzDbObjectIdArray& record
 
 Orvo::ErrorStatus KzDxRegistrations::unregisterAll(const KzDbObjectIdArray& records,
                                                    const KzDxContainers& containers) {
+    state_ = State::pending; // until the end, as above
     // No step depends on the one before, so a failure does not end the operation.
     const bool areReferencesDone = tryUnregisterReferences(containers);
     const Orvo::ErrorStatus status = unregisterRecords(records);
