@@ -1,6 +1,6 @@
 #include "headless/dictionary.h"
 
-#include "headless/fault_gate.h"
+#include "headless/faults.h"
 #include "headless/mistakes.h"
 #include "headless/modules.h"
 #include "headless/session.h"
@@ -45,7 +45,7 @@ std::vector<std::u16string> Dictionary::keys() const {
 
 KzRxObject* Dictionary::at(const char16_t* key) const {
     // The host itself calls `find`, which no fault strikes.
-    return FaultGate::strikes(HostCall::dictionaryEntry) ? nullptr : find(key);
+    return shouldFail(HostCall::dictionaryEntry) ? nullptr : find(key);
 }
 
 KzRxObject* Dictionary::find(const char16_t* key) const {
@@ -55,7 +55,7 @@ KzRxObject* Dictionary::find(const char16_t* key) const {
 }
 
 KzRxObject* Dictionary::remove(const char16_t* key) {
-    if (key == nullptr || FaultGate::strikes(HostCall::takeEntry)) return nullptr;
+    if (key == nullptr || shouldFail(HostCall::takeEntry)) return nullptr;
     const auto found = entries_.find(std::u16string_view(key));
     if (found == entries_.end()) return nullptr;
     // Ownership goes to the caller: released before the entry, and the pointer with it, is erased.
@@ -85,12 +85,12 @@ std::vector<std::u16string> services() {
 
 KzRxDictionary* kzrxSysRegistry() {
     using namespace Headless;
-    return FaultGate::strikes(HostCall::registry) ? nullptr : &registry();
+    return shouldFail(HostCall::registry) ? nullptr : &registry();
 }
 
 bool kzrxRegisterService(const char16_t* name) {
     if (!Headless::isProvidedFor(name != nullptr, "kzrxRegisterService without a name")) return false;
-    if (Headless::FaultGate::strikes(Headless::HostCall::registerService)) return false;
+    if (Headless::shouldFail(Headless::HostCall::registerService)) return false;
     Headless::Dictionary* const dictionary = Headless::serviceDictionary();
     return dictionary != nullptr && dictionary->enter(name, std::make_unique<Headless::Service>());
 }
@@ -107,5 +107,5 @@ bool kzrxRegisterAppMDIAware(void* moduleToken) {
     const bool isToken = moduleToken != nullptr && moduleToken == packetUnderWay();
     return isProvidedFor(isToken,
                          "kzrxRegisterAppMDIAware with another token than the load message's packet") &&
-           !FaultGate::strikes(HostCall::declareMdiAware);
+           !shouldFail(HostCall::declareMdiAware);
 }

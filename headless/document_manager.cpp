@@ -1,17 +1,19 @@
 #include "headless/document_manager.h"
 
-#include "headless/facilities.h"
-#include "headless/fault_gate.h"
+#include "headless/faults.h"
 #include "headless/mistakes.h"
+#include "headless/modules.h"
+#include "headless/session.h"
+#include "headless/trace.h"
 #include "text/unicode.h"
 
 #include <algorithm>
 
-// Closed documents are poisoned where the address sanitizer is there to see it (`Document::bury`).
+// Closed documents are poisoned if the address sanitizer is there (`Document::release`).
 #if defined(__has_feature)
-#define HAS_ADDRESS_SANITIZER __has_feature(address_sanitizer) // as clang says it
+#define HAS_ADDRESS_SANITIZER __has_feature(address_sanitizer) // clang
 #elif defined(__SANITIZE_ADDRESS__)
-#define HAS_ADDRESS_SANITIZER 1 // as gcc does
+#define HAS_ADDRESS_SANITIZER 1 // gcc
 #else
 #define HAS_ADDRESS_SANITIZER 0
 #endif
@@ -26,8 +28,7 @@ DocumentManager& documentManager = *new DocumentManager;
 
 namespace {
 
-/// Iterator over a snapshot: the documents that were listed when it was made, without those closed since. A
-/// document's address stays its own after the closing, so the copies can be looked up safely.
+/// Iterator over a snapshot: the documents that were listed when it was created, without those closed since.
 class DocumentIterator final : public KzApDocumentIterator {
 public:
     explicit DocumentIterator(const std::vector<Document*>& documents) {
@@ -43,11 +44,10 @@ public:
     void step() override { at_ = position() + 1; }
 
 private:
-    /// Passes the closed ones anew at each question: whoever iterates may close documents between two of
-    /// them.
+    /// Skips closed documents at each query: they may be closed between two queries.
     [[nodiscard]] std::size_t position() const {
         std::size_t at = at_;
-        while (at < documents_.size() && documentManager.find(documents_[at]) == nullptr) ++at;
+        while (at < documents_.size() && findDocument(documents_[at]) == nullptr) ++at;
         return at;
     }
 
@@ -59,138 +59,200 @@ std::string inWords(std::u16string_view documentName) {
     return "document \"" + Text::toUtf8(documentName) + "\"";
 }
 
-/// What a trace says of a lock-mode change. `command` may be null.
-TraceEvent lockModeEvent(const Document& document, const char16_t* command) {
-    const std::string name = command != nullptr ? Text::toUtf8(command) : "none";
-    return {TraceCategory::message, "lock mode", inWords(document.name()), {{"command", name}}};
+/// Notifies of something about a document of that name.
+template <class Call>
+void notify(const char* notification, const std::u16string& document, Call call) {
+    const TraceScope trace([&]() -> TraceEvent {
+        const auto reactors = static_cast<std::int64_t>(documentManager.reactors.size());
+        return {TraceCategory::notification, notification, inWords(document), {{"reactors", reactors}}};
+    });
+    const ModuleCall guard;
+    documentManager.reactors.callEach(call);
+}
+
+/// Notifies of something about an open document, as long as it is open.
+template <class Call>
+void notifyOfOpen(const char* notification, const Document& document, Call call) {
+    notify(notification, document.name, [&](KzApDocManagerReactor* reactor) {
+        if (findDocument(&document) != nullptr) call(*reactor);
+    });
+}
+
+void setCurrent(Document* document) {
+    documentManager.current = document;
+    if (document == nullptr) return;
+    notifyOfOpen("documentBecameCurrent", *document,
+                 [document](KzApDocManagerReactor& reactor) { reactor.documentBecameCurrent(document); });
+}
+
+/// Removed before another document becomes current, so that reactors find only open ones.
+void removeFromOpen(Document& document) {
+    std::vector<Document*>& open = documentManager.open;
+    std::erase(open, &document);
+    documentManager.closed.push_back(&document);
+    if (documentManager.current == &document) setCurrent(open.empty() ? nullptr : open.back());
 }
 
 } // namespace
 
-/// The interface gives a drawing that is not const out of a const document.
+// ---- documents of the host
+
+KzApDocument* openDocument(std::u16string_view name, bool withDrawing) {
+    auto* const document = new Document(name, withDrawing); // never deleted: its address stays taken
+    notify("documentCreateStarted", document->name,
+           [document](KzApDocManagerReactor* reactor) { reactor->documentCreateStarted(document); });
+    documentManager.open.push_back(document);
+    notifyOfOpen("onDocumentAdded", *document,
+                 [document](KzApDocManagerReactor& reactor) { reactor.onDocumentAdded(document); });
+    // A reactor may have closed it. Then nothing becomes current, and the caller gets a closed document.
+    makeCurrent(document);
+    return document;
+}
+
+/// The document stays open, and can be found, until its last object has said goodbye. It is no longer current
+/// when its end is notified.
+bool closeDocument(KzApDocument* address) {
+    Document* const document = findDocument(address);
+    if (document == nullptr || document->isClosing) return false;
+    if (document->drawing.has_value() && document->drawing->isBeingEdited()) return false;
+    document->isClosing = true; // first: a reactor may ask for the same closing again
+    notify("onDocumentRemoving", document->name,
+           [document](KzApDocManagerReactor* reactor) { reactor->onDocumentRemoving(document); });
+    if (document->drawing.has_value()) document->drawing->destroyObjects();
+    removeFromOpen(*document);
+    const std::u16string name = document->name; // which goes with the document
+    document->release();
+    notify("documentDestroyed", name,
+           [&name](KzApDocManagerReactor* reactor) { reactor->documentDestroyed(name.c_str()); });
+    return true;
+}
+
+std::vector<KzApDocument*> documents() {
+    return {documentManager.open.begin(), documentManager.open.end()};
+}
+
+bool isOpen(const KzApDocument* document) {
+    return findDocument(document) != nullptr;
+}
+
+std::u16string documentName(const KzApDocument* document) {
+    const Document* const found = findDocument(document);
+    return found != nullptr ? found->name : std::u16string();
+}
+
+KzApDocument* currentDocument() {
+    return documentManager.current;
+}
+
+bool makeCurrent(KzApDocument* address) {
+    Document* const document = findDocument(address);
+    if (document != nullptr && document != documentManager.current) setCurrent(document);
+    return document != nullptr;
+}
+
+void setListed(KzApDocument* document, bool isListed) {
+    if (Document* const found = findDocument(document)) found->isListed = isListed;
+}
+
+void setReady(KzApDocument* document, bool readiness) {
+    if (Document* const found = findDocument(document)) found->readiness = readiness;
+}
+
+void setBusy(KzApDocument* document, std::int32_t number) {
+    if (Document* const found = findDocument(document)) found->busyness = number;
+}
+
+void setLockMode(KzApDocument* document, KzAp::DocLockMode mode) {
+    if (Document* const found = findDocument(document)) found->lock = mode;
+}
+
+bool isReady(const KzApDocument* document) {
+    const Document* const found = findDocument(document);
+    return found != nullptr && found->readiness;
+}
+
+std::int32_t busy(const KzApDocument* document) {
+    const Document* const found = findDocument(document);
+    return found != nullptr ? found->busyness : 0;
+}
+
+KzAp::DocLockMode lockMode(const KzApDocument* document) {
+    const Document* const found = findDocument(document);
+    return found != nullptr ? found->lock : KzAp::DocLockMode{};
+}
+
+/// The mode is read for each reactor: an earlier one may have set it.
+void reportLockMode(KzApDocument* address, const char16_t* command) {
+    Document* const document = findDocument(address);
+    if (document == nullptr) return;
+    const TraceScope trace([&]() -> TraceEvent {
+        const std::string name = command != nullptr ? Text::toUtf8(command) : "none";
+        return {TraceCategory::message, "lock mode", inWords(document->name), {{"command", name}}};
+    });
+    notifyOfOpen("documentLockModeChanged", *document, [&](KzApDocManagerReactor& reactor) {
+        const KzAp::DocLockMode mode = document->lock;
+        reactor.documentLockModeChanged(document, mode, mode, mode, command);
+    });
+}
+
+std::size_t managerReactorCount() {
+    return documentManager.reactors.size();
+}
+
+Document* findDocument(const KzApDocument* address) {
+    const std::vector<Document*>& open = documentManager.open;
+    const auto found = std::find(open.begin(), open.end(), address);
+    return found != open.end() ? *found : nullptr;
+}
+
+Drawing* drawingOf(const KzApDocument* document) {
+    Document* const found = findDocument(document);
+    return found != nullptr && found->drawing.has_value() ? &*found->drawing : nullptr;
+}
+
+// ---- what modules see
+
+/// The interface returns a drawing that is not const from a const document.
 KzDbDatabase* Document::database() const {
-    return FaultGate::strikes(HostCall::drawing) ? nullptr : const_cast<Document*>(this)->drawing();
+    if (!drawing.has_value() || shouldFail(HostCall::drawing)) return nullptr;
+    return const_cast<Drawing*>(&*drawing);
 }
 
 KzAp::DocLockMode Document::lockMode(bool flag) const {
     return isProvidedFor(!flag, "lockMode with true") ? lock : KzAp::DocLockMode{-1};
 }
 
-void Document::bury() {
-    drawing_.reset();
-    name_.clear();
-    // The memory of a long name lies elsewhere and goes back now; the poisoned object is never destroyed.
-    name_.shrink_to_fit();
+void Document::release() {
+    drawing.reset();
+    name.clear();
+    name.shrink_to_fit(); // the memory of a long name; the poisoned object is never destroyed
 #if HAS_ADDRESS_SANITIZER
     ASAN_POISON_MEMORY_REGION(this, sizeof(Document));
 #endif
 }
 
-KzApDocument* DocumentManager::open(std::u16string_view name, bool withDrawing) {
-    // Never deleted: it ends in `bury`, and its address stays taken.
-    auto* const document = new Document(name, withDrawing);
-    tell("documentCreateStarted", document->name(),
-         [document](KzApDocManagerReactor* reactor) { reactor->documentCreateStarted(document); });
-    // Only now is it open. Until here nobody could find it, so nobody could close it either.
-    open_.push_back(document);
-    tellOf("onDocumentAdded", *document,
-           [document](KzApDocManagerReactor& reactor) { reactor.onDocumentAdded(document); });
-    // A reactor may have closed it by now. Then nothing is made current, and the caller gets a closed
-    // document, which is answered like any other address.
-    makeCurrent(document);
-    return document;
-}
-
-/// The document stays open, and can be looked up, until its last object has said goodbye. By the time its end
-/// is told it is no longer current.
-bool DocumentManager::close(const KzApDocument* address) {
-    Document* const document = find(address);
-    if (document == nullptr || document->isClosing) return false;
-    if (document->drawing() != nullptr && document->drawing()->isBeingEdited()) return false;
-    // Before anybody is told: a reactor may ask for the same closing again.
-    document->isClosing = true;
-    tell("onDocumentRemoving", document->name(),
-         [document](KzApDocManagerReactor* reactor) { reactor->onDocumentRemoving(document); });
-    if (Drawing* const drawing = document->drawing(); drawing != nullptr) drawing->takeLeave();
-    takeOut(*document);
-    // A copy, because the name goes with the document.
-    const std::u16string name = document->name();
-    document->bury();
-    tell("documentDestroyed", name,
-         [&name](KzApDocManagerReactor* reactor) { reactor->documentDestroyed(name.c_str()); });
-    return true;
-}
-
-/// Out of the list before another one becomes current, so that whoever hears of that finds only open ones.
-/// The document opened last among the others follows.
-void DocumentManager::takeOut(Document& document) {
-    std::erase(open_, &document);
-    buried_.push_back(&document);
-    if (current_ == &document) setCurrent(open_.empty() ? nullptr : open_.back());
-}
-
-bool DocumentManager::makeCurrent(const KzApDocument* address) {
-    Document* const document = find(address);
-    if (document == nullptr) return false;
-    if (document != current_) setCurrent(document);
-    return true;
-}
-
-void DocumentManager::setCurrent(Document* document) {
-    current_ = document;
-    if (document == nullptr) return;
-    tellOf("documentBecameCurrent", *document,
-           [document](KzApDocManagerReactor& reactor) { reactor.documentBecameCurrent(document); });
-}
-
-void DocumentManager::reportLockMode(const KzApDocument* address, const char16_t* command) {
-    Document* const document = find(address);
-    if (document == nullptr) return;
-    const TraceScope trace([&] { return lockModeEvent(*document, command); });
-    tellOf("documentLockModeChanged", *document, [&](KzApDocManagerReactor& reactor) {
-        // Read for each reactor, when the document is known to be open: an earlier one may have set
-        // it, or closed the document.
-        const KzAp::DocLockMode mode = document->lock;
-        reactor.documentLockModeChanged(document, mode, mode, mode, command);
-    });
-}
-
-TraceEvent DocumentManager::notificationEvent(const char* name, const std::u16string& document) const {
-    const auto reactors = static_cast<std::int64_t>(reactorCount());
-    return {TraceCategory::notification, name, inWords(document), {{"reactors", reactors}}};
-}
-
-/// Compares addresses and reads nothing behind them, so that any pointer may be passed.
-Document* DocumentManager::find(const KzApDocument* document) const {
-    const auto found = std::find(open_.begin(), open_.end(), document);
-    return found != open_.end() ? *found : nullptr;
-}
-
 void DocumentManager::addReactor(KzApDocManagerReactor* reactor) {
     if (!isProvidedFor(reactor != nullptr, "addReactor of the document manager with null")) return;
-    // Now, while it certainly exists: when its library is closed it may be gone without having left.
+    // Now, while it certainly exists: when its library is closed it may be gone without having unregistered.
     reactorOrigins.note(reactor);
-    reactors_.add(reactor);
+    reactors.add(reactor);
 }
 
 void DocumentManager::removeReactor(KzApDocManagerReactor* reactor) {
     if (!isProvidedFor(reactor != nullptr, "removeReactor of the document manager with null")) return;
-    reactors_.remove(reactor);
+    reactors.remove(reactor);
 }
 
 KzApDocument* DocumentManager::currentDocument() const {
-    return FaultGate::strikes(HostCall::currentDocument) ? nullptr : current_;
+    return shouldFail(HostCall::currentDocument) ? nullptr : current;
 }
 
 KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
-    // What is refused as a whole does not count as a call that could fail on demand.
-    if (RefusedFacilities::include(Facility::iterator) || FaultGate::strikes(HostCall::documentIterator))
-        return nullptr;
-    return new DocumentIterator(open_);
+    return shouldFail(HostCall::documentIterator) ? nullptr : new DocumentIterator(open);
 }
 
 std::int32_t DocumentManager::busy(const KzApDocument* document) const {
-    const Document* const found = find(document);
+    const Document* const found = findDocument(document);
     return isProvidedFor(found != nullptr, "busy about no open document") ? found->busyness : -1;
 }
 
@@ -198,6 +260,5 @@ std::int32_t DocumentManager::busy(const KzApDocument* document) const {
 
 KzApDocManager* kzDocManagerPtr() {
     using namespace Headless;
-    const bool isRefused = RefusedFacilities::include(Facility::manager);
-    return isRefused || FaultGate::strikes(HostCall::manager) ? nullptr : &documentManager;
+    return shouldFail(HostCall::manager) ? nullptr : &documentManager;
 }

@@ -1,71 +1,67 @@
 #pragma once
 
 #include "headless/call_list.h"
-#include "headless/document.h"
-#include "headless/module_call.h"
-#include "headless/trace.h"
+#include "headless/drawing.h"
 #include "host/documents.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Headless {
 
-/// Keeps the open documents and tells its reactors about them. Reactors may open and close documents while
-/// they are told; about a document that one of them has closed the others are not told any more.
-class DocumentManager final : public KzApDocManager {
+/// A document. Its memory outlives it: modules know documents by address, so an address must not be used for
+/// another document.
+class Document final : public KzApDocument {
 public:
-    KzApDocument* open(std::u16string_view name, bool withDrawing);
-    bool close(const KzApDocument* address);
-    bool makeCurrent(const KzApDocument* address);
-    void reportLockMode(const KzApDocument* address, const char16_t* command);
-
-    [[nodiscard]] const std::vector<Document*>& documents() const { return open_; }
-    /// The document at that address; null when none is open there.
-    [[nodiscard]] Document* find(const KzApDocument* document) const;
-    [[nodiscard]] Document* current() const { return current_; }
-
-    [[nodiscard]] std::size_t reactorCount() const { return reactors_.size(); }
-    template <class Predicate>
-    void dropReactors(Predicate isUnwanted) {
-        reactors_.removeIf(isUnwanted);
+    Document(std::u16string_view documentName, bool withDrawing) : name(documentName) {
+        if (withDrawing) drawing.emplace();
     }
 
+    /// Releases what the document holds. From now on only its address means something, and the address
+    /// sanitizer reports every access.
+    void release();
+
+    std::u16string name;
+    std::optional<Drawing> drawing;
+    bool readiness = true;
+    bool isListed = true;
+    bool isClosing = false;
+    std::int32_t busyness = 0;
+    KzAp::DocLockMode lock{};
+
     // What modules see.
+    [[nodiscard]] KzDbDatabase* database() const override;
+    [[nodiscard]] bool isReady() const override { return readiness; }
+    [[nodiscard]] KzAp::DocLockMode lockMode(bool flag) const override;
+};
+
+/// What modules see of the open documents. Reactors may open and close documents while they are notified; the
+/// other reactors are not notified of a document that one of them has closed.
+class DocumentManager final : public KzApDocManager {
+public:
     void addReactor(KzApDocManagerReactor* reactor) override;
     void removeReactor(KzApDocManagerReactor* reactor) override;
     [[nodiscard]] KzApDocument* currentDocument() const override;
     [[nodiscard]] KzApDocumentIterator* newDocumentIterator() const override;
     [[nodiscard]] std::int32_t busy(const KzApDocument* document) const override;
 
-private:
-    void takeOut(Document& document);
-    void setCurrent(Document* document);
-    [[nodiscard]] TraceEvent notificationEvent(const char* name, const std::u16string& document) const;
-
-    /// Tells of a notification of that name about a document of that name.
-    template <class Call>
-    void tell(const char* notification, const std::u16string& document, Call call) {
-        const TraceScope trace([&] { return notificationEvent(notification, document); });
-        const ModuleCall guard;
-        reactors_.callEach(call);
-    }
-    /// Tells about an open document, as long as it is open.
-    template <class Call>
-    void tellOf(const char* notification, const Document& document, Call call) {
-        tell(notification, document.name(), [&](KzApDocManagerReactor* reactor) {
-            if (find(&document) != nullptr) call(*reactor);
-        });
-    }
-
-    std::vector<Document*> open_;   // in the order of opening
-    std::vector<Document*> buried_; // closed ones, for their addresses
-    Document* current_ = nullptr;
-    CallList<KzApDocManagerReactor*> reactors_;
+    std::vector<Document*> open;   ///< in the order of opening
+    std::vector<Document*> closed; ///< their addresses stay taken
+    Document* current = nullptr;
+    CallList<KzApDocManagerReactor*> reactors;
 };
 
 // Never destroyed, like all that modules may ask for until the process ends.
 extern DocumentManager& documentManager;
+
+/// The document at that address; null if none is open there. Reads nothing at the address.
+[[nodiscard]] Document* findDocument(const KzApDocument* address);
+
+/// The drawing of an open document; null if there is none. Unlike `Document::database` it cannot be made to
+/// fail.
+[[nodiscard]] Drawing* drawingOf(const KzApDocument* document);
 
 } // namespace Headless

@@ -6,14 +6,14 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Lets host calls fail on demand, for tests of what a module does then.
+/// Makes host calls fail on demand, for tests of what a module does then.
 namespace Headless {
 
-/// The calls of a module that the host can refuse. Those that give a status give the one that was asked for;
-/// the others give null, 0 or false. A call that fails has done nothing.
+/// The calls of a module that can fail. Those that return a status return the one that was asked for; the
+/// others return null, 0 or false. A call that fails has no effect.
 ///
-/// Calls without a failure are not among them: what an id or a document says about itself, the tick count,
-/// the number of a window message, and whether a command runs or input waits.
+/// Calls that cannot fail are not listed: queries of an id or a document, of the tick count, of the number of
+/// a window message, and of whether a command runs or input is waiting.
 enum class HostCall : std::uint8_t {
     // objects
     openObject,        ///< `kzdbOpenKzDbObject`
@@ -56,17 +56,59 @@ enum class FaultSpan {
     onwards ///< that call and all that follow
 };
 
-/// Lets the n-th of the following host calls fail, `callNumber` 1 being the next; with `status` when it gives
-/// one. What the host does on its own account, edits made through "headless/edits.h" among it, neither counts
-/// nor fails.
+/// Selects the n-th of a series of events, alone or with all that follow.
+class FaultCountdown {
+public:
+    /// `number` 1 is the next event.
+    void begin(std::size_t number, FaultSpan span) {
+        left_ = number;
+        failed_ = 0;
+        span_ = span;
+    }
+    /// Selects no more. Returns how many events were selected since `begin`.
+    std::size_t end() {
+        left_ = 0;
+        return failed_;
+    }
+    /// Called at each event: whether the event is selected.
+    [[nodiscard]] bool shouldFail() {
+        if (left_ == 0) return false;
+        if (left_ > 1) {
+            --left_;
+            return false;
+        }
+        if (span_ == FaultSpan::once) left_ = 0;
+        ++failed_;
+        return true;
+    }
+
+private:
+    std::size_t left_ = 0; // up to the selected event, which is 1; 0: there is none
+    std::size_t failed_ = 0;
+    FaultSpan span_ = FaultSpan::once;
+};
+
+/// Makes the n-th of the following host calls fail, `callNumber` 1 being the next; with `status` if it
+/// returns one. Replaces the demand before it. What the host does on its own account, also edits made by
+/// "headless/edits.h", neither counts nor fails.
 HEADLESS_API void failHostCall(std::size_t callNumber, FaultSpan span,
                                Orvo::ErrorStatus status = Orvo::heldOpenForWrite);
-
-/// The same counting calls of one kind only; all others succeed.
+/// The same, counting calls of one kind only; all others succeed.
 HEADLESS_API void failHostCall(HostCall kind, std::size_t callNumber, FaultSpan span,
                                Orvo::ErrorStatus status = Orvo::heldOpenForWrite);
-
-/// Ends that. Gives how many calls have failed since `failHostCall`.
+/// Ends `failHostCall`. Returns how many calls have failed because of it.
 HEADLESS_API std::size_t endFaults();
+
+/// Makes all calls of a kind fail until that is ended by false. They are not counted by `failHostCall`.
+HEADLESS_API void refuse(HostCall kind, bool isRefused);
+
+// ---- for the host itself
+
+/// Called once in each host call: whether the call fails.
+[[nodiscard]] bool shouldFail(HostCall kind);
+/// The status that failing calls return.
+[[nodiscard]] Orvo::ErrorStatus faultStatus();
+/// Ends all of the above.
+void resetFaults();
 
 } // namespace Headless

@@ -1,19 +1,13 @@
 #include "headless/inspection.h"
 
-#include "headless/block_table.h"
 #include "headless/document_manager.h"
+#include "headless/drawing.h"
 #include "headless/reference.h"
 #include "text/unicode.h"
 
 namespace Headless {
 
 namespace {
-
-/// Goes past `Document::database`, which is for modules and can be made to fail.
-Drawing* drawingOf(const KzApDocument* document) {
-    Document* const found = documentManager.find(document);
-    return found != nullptr ? found->drawing() : nullptr;
-}
 
 /// The block table of an open document; null when it has none, or none any more.
 const BlockTable* tableOf(const KzApDocument* document) {
@@ -33,8 +27,8 @@ std::size_t sumOver(const KzApDocument* document, Count count) {
 
 /// Which document a drawing is in; empty while it is opened.
 std::string ofDocument(const KzDbDatabase* drawing) {
-    for (Document* const each : documentManager.documents()) {
-        if (each->drawing() == drawing) return " of document \"" + Text::toUtf8(each->name()) + "\"";
+    for (const Document* const each : documentManager.open) {
+        if (drawingOf(each) == drawing) return " of document \"" + Text::toUtf8(each->name) + "\"";
     }
     return {};
 }

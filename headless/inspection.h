@@ -1,17 +1,20 @@
 #pragma once
 
 #include "headless/export.h"
-#include "headless/kind.h"
 #include "host/documents.h"
 #include "host/ids.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// A look at what is in drawings. Any id and any document may be asked about; nothing is changed by it.
+/// Queries of what is in drawings. Any id and any document may be passed; nothing is changed.
 namespace Headless {
+
+/// What an object of a drawing is; `none` means no object.
+enum class Kind : std::uint8_t { none, table, record, reference, attribute, graph };
 
 /// The kind of an object; `none` for an id that is not valid.
 [[nodiscard]] HEADLESS_API Kind kindOf(KzDbObjectId object);

@@ -1,15 +1,21 @@
 #include "headless/modules.h"
 
+#include "headless/dictionary.h"
 #include "headless/document_manager.h"
+#include "headless/faults.h"
 #include "headless/inspection.h"
-#include "headless/load_failure.h"
 #include "headless/message_loop.h"
-#include "headless/module_call.h"
+#include "headless/mistakes.h"
+#include "headless/session.h"
 #include "headless/shared_library.h"
 #include "headless/trace.h"
 #include "host/module_interface.h"
+#include "text/paths.h"
 
 #include <algorithm>
+#include <cassert>
+#include <cstdio>
+#include <filesystem>
 #include <utility>
 #include <vector>
 
@@ -68,17 +74,14 @@ private:
 /// still be open, because the system is asked which addresses lie in it.
 void dropWhatCallsInto(const void* inside) {
     LibraryOf library(inside);
-    messageLoop.filters.removeIf(
+    messageFilters.removeIf(
         [&](KzEdMessageFilter filter) { return library.contains(reinterpret_cast<const void*>(filter)); });
-    documentManager.dropReactors(
+    documentManager.reactors.removeIf(
         [&](const KzApDocManagerReactor* reactor) { return library.containsCodeOf(reactor); });
-    for (Document* const document : documentManager.documents()) {
-        if (document->drawing() == nullptr) continue;
-        document->drawing()->forEachObject([&](Object& object) {
-            object.dropReactors(
-                [&](const KzDbObjectReactor* reactor) { return library.containsCodeOf(reactor); });
-        });
-    }
+    objectTable.forEach(KzDbObjectId(), [&](Object& object) {
+        object.dropReactors(
+            [&](const KzDbObjectReactor* reactor) { return library.containsCodeOf(reactor); });
+    });
     // Last: the questions above are answered from it.
     reactorOrigins.forgetIf([&](const void* code) { return library.contains(code); });
 }
@@ -103,20 +106,47 @@ void closeWhenCallsHaveReturned(LibraryHandle library) {
     loader.waitingToClose.push_back(library);
     // With no call under way this one ends at once, and with it the waiting.
     const ModuleCall guard;
-    ModuleCall::libraryIsWaiting();
+    ModuleCall::deferClose();
 }
 
-/// The two functions that every module has. Gives in words what is missing; empty when nothing is.
+/// As authors of modules write versions.
+std::string inHexadecimal(std::uint32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%x", value);
+    return text;
+}
+
+/// Why a file could not be opened as a library.
+std::string describeUnopened(const std::string& path, const std::string& failure) {
+    std::error_code unreadable; // then the system's own message says more
+    const bool isMissing = !std::filesystem::exists(Text::toPath(path), unreadable) && !unreadable;
+    return isMissing ? "there is no such file" : "it cannot be opened as a library: " + failure;
+}
+
+/// Checks the two functions that every module has. Returns what is wrong; empty if nothing is.
 std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
+    constexpr const char* missing = "it is no module of this host: it does not export ";
     entry = reinterpret_cast<KzRx::EntryPoint>(librarySymbol(library, "kzrxEntryPoint"));
-    if (entry == nullptr) return describeMissingExport("kzrxEntryPoint");
+    if (entry == nullptr) return std::string(missing) + "kzrxEntryPoint";
     const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(librarySymbol(library, "kzrxGetApiVersion"));
-    if (version == nullptr) return describeMissingExport("kzrxGetApiVersion");
+    if (version == nullptr) return std::string(missing) + "kzrxGetApiVersion";
     const ModuleCall guard;
     // Before the entry point is ever called: in another version its messages may mean something else.
     const std::uint32_t number = version();
     if (number == KzRx::apiVersion) return {};
-    return describeOtherVersion(number);
+    return "it was built for version " + inHexadecimal(number) + " of the interface, and this host has " +
+           inHexadecimal(KzRx::apiVersion);
+}
+
+/// Why a module that was called was not loaded.
+std::string describeRefusedLoad(std::int32_t answer) {
+    std::string text = "it refused: it answered its load message with " + std::to_string(answer);
+    const char* separator = " after it had not found ";
+    for (const std::string& each : librariesNotFound) {
+        text += separator + each;
+        separator = ", ";
+    }
+    return text;
 }
 
 } // namespace
@@ -174,7 +204,7 @@ LoadResult loadModule(const std::string& path, const std::string& resources) {
     librariesNotFound.clear();
     const OpenedLibrary opened = openLibraryFile(path);
     LibraryHandle const library = opened.handle;
-    if (library == nullptr) return {.failure = describeUnopened(path, opened)};
+    if (library == nullptr) return {.failure = describeUnopened(path, opened.failure)};
     KzRx::EntryPoint entry = nullptr;
     if (std::string missing = readInterface(library, entry); !missing.empty()) {
         closeLibrary(library);
@@ -184,7 +214,7 @@ LoadResult loadModule(const std::string& path, const std::string& resources) {
     const std::int32_t answer = send(module, KzRx::loadMessage);
     if (answer != KzRx::done) {
         closeWhenCallsHaveReturned(library);
-        return {.answer = answer, .failure = describeRefusedLoad(answer, librariesNotFound)};
+        return {.answer = answer, .failure = describeRefusedLoad(answer)};
     }
     loader.modules.push_back(module);
     return {.module = module.id};
@@ -216,6 +246,27 @@ bool isLoaded(ModuleId module) {
 void* moduleExport(ModuleId module, const char* name) {
     const Module* const found = find(module);
     return found != nullptr ? librarySymbol(found->library, name) : nullptr;
+}
+
+/// The order matters: faults end first, so that modules can unregister; modules are unloaded while their
+/// documents are still open, the latest first, because it may use an earlier one; documents are closed before
+/// the reactors are dropped that are notified of it.
+void reset() {
+    resetFaults();
+    forgetMistakes(); // those that modules make while they are unloaded are kept
+    if (heldOpenCount() != 0) {
+        objectTable.forEach(KzDbObjectId(), [](Object& object) {
+            if (object.isHeld()) object.letGo();
+        });
+    }
+    assert(heldOpenCount() == 0); // else no module is unloaded, and the loop below does not end
+    while (lastModule() != ModuleId::none) static_cast<void>(unloadModule(lastModule()));
+    while (!documentManager.open.empty()) {
+        if (!closeDocument(documentManager.open.back())) break; // called from inside an edit after all
+    }
+    documentManager.reactors.removeIf([](KzApDocManagerReactor*) { return true; });
+    resetMessageLoop();
+    resetRegistry();
 }
 
 } // namespace Headless

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-/// Loading and unloading of extension modules.
+/// Loading and unloading of extension modules, and calls into them.
 namespace Headless {
 
 /// A loaded module. Null stands for none; a value is not used again after the unloading.
@@ -16,7 +16,7 @@ enum class ModuleId : std::uint32_t { none = 0 };
 struct LoadResult {
     ModuleId module = ModuleId::none;
     std::int32_t answer = 0;  ///< what the module answered to its load message, when it was asked
-    std::string failure = {}; ///< why it was not loaded, in one line of words; empty when it was
+    std::string failure = {}; ///< why it was not loaded, in one line; empty when it was
 };
 
 /// Opens a library, checks its interface version and sends the load message. Any other answer than 0 closes
@@ -43,5 +43,26 @@ HEADLESS_API std::int32_t sendMessage(KzRx::EntryPoint entry, KzRx::Message mess
 [[nodiscard]] HEADLESS_API bool isLoaded(ModuleId module);
 /// The address of an export; null when the module is not loaded or has no such export.
 [[nodiscard]] HEADLESS_API void* moduleExport(ModuleId module, const char* name);
+
+/// Scope guard around every call into a module. The libraries of unloaded modules are closed when the
+/// outermost call ends: code that is still on the stack must not go away.
+class HEADLESS_API ModuleCall {
+public:
+    ModuleCall() { ++depth; }
+    ModuleCall(const ModuleCall&) = delete;
+    ModuleCall& operator=(const ModuleCall&) = delete;
+    ~ModuleCall() {
+        if (--depth == 0 && areLibrariesWaiting) closeWaitingLibraries();
+    }
+
+    /// Requests the closing as soon as no call is active.
+    static void deferClose() { areLibrariesWaiting = true; }
+
+private:
+    static void closeWaitingLibraries();
+
+    static int depth;
+    static bool areLibrariesWaiting;
+};
 
 } // namespace Headless

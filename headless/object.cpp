@@ -1,11 +1,10 @@
 #include "headless/object.h"
 
 #include "headless/drawing.h"
-#include "headless/fault_gate.h"
+#include "headless/faults.h"
 #include "headless/inspection.h"
 #include "headless/mistakes.h"
 #include "headless/reference.h"
-#include "headless/runtime_classes.h"
 
 #include <cassert>
 
@@ -87,15 +86,6 @@ void Object::leaveMemory() {
     if (!isOpen()) delete face();
 }
 
-namespace {
-
-/// Whether an object of that kind can be opened as one of the class, its own or a base.
-bool isOfClass(Kind kind, const KzRxClass* expected) {
-    return classOf(kind)->isDerivedFrom(expected);
-}
-
-} // namespace
-
 } // namespace Headless
 
 bool KzDbObjectId::isValid() const {
@@ -128,11 +118,11 @@ Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb:
     if (!Headless::isProvidedFor(isMode && expected != nullptr, "opening in another mode or of no class")) {
         return Orvo::notProvidedFor;
     }
-    if (Headless::FaultGate::strikes(Headless::HostCall::openObject)) return Headless::FaultGate::status();
+    if (Headless::shouldFail(Headless::HostCall::openObject)) return Headless::faultStatus();
     Headless::Object* const found = Headless::objectTable.find(id);
     if (found == nullptr) return Orvo::invalidObjectId;
     if (found->isErased() && !openErased) return Orvo::wasErased;
-    if (!Headless::isOfClass(found->kind(), expected)) return Orvo::wrongClass;
+    if (!Headless::classOf(found->kind())->isDerivedFrom(expected)) return Orvo::wrongClass;
     const Orvo::ErrorStatus status = found->open(mode);
     if (status == Orvo::ok) object = found->face();
     return status;

@@ -1,11 +1,9 @@
 #pragma once
 
 #include "headless/call_list.h"
-#include "headless/kind.h"
+#include "headless/inspection.h"
 #include "headless/mistakes.h"
-#include "headless/module_call.h"
-#include "headless/object_table.h"
-#include "headless/reactor_origins.h"
+#include "headless/modules.h"
 #include "headless/trace.h"
 #include "host/object_reactor.h"
 #include "host/objects.h"
@@ -13,10 +11,85 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <unordered_map>
+#include <vector>
 
 namespace Headless {
 
 class Drawing;
+class Object;
+
+/// All objects of all drawings, found by id. An id is a position in this table; positions are given out in
+/// ascending order and never again, so any number can be asked for safely.
+class ObjectTable {
+public:
+    ObjectTable() : entries_(1, nullptr) {} // the null id finds nothing
+
+    [[nodiscard]] KzDbObjectId add(Object* object) {
+        entries_.push_back(object);
+        return lastId();
+    }
+    void forget(KzDbObjectId id) { entries_[id.value()] = nullptr; }
+
+    /// Null for an id that names nothing in memory.
+    [[nodiscard]] Object* find(KzDbObjectId id) const {
+        return id.value() < entries_.size() ? entries_[id.value()] : nullptr;
+    }
+
+    [[nodiscard]] KzDbObjectId lastId() const { return KzDbObjectId(entries_.size() - 1); }
+
+    /// Calls `call(object)` for each object with an id from `first` on, in order of creation. `call` may
+    /// remove objects from memory.
+    template <class Call>
+    void forEach(KzDbObjectId first, Call call) const {
+        const std::size_t end = entries_.size();
+        for (std::size_t at = first.value(); at < end; ++at) {
+            if (Object* const object = entries_[at]) call(*object);
+        }
+    }
+
+private:
+    std::vector<Object*> entries_;
+};
+
+// Never destroyed: objects may be asked for until the process ends.
+extern ObjectTable& objectTable;
+
+/// Remembers where the code of each registered reactor lies, by its table of operations.
+///
+/// When a library is closed, what it left registered is dropped. Asking the reactors themselves then would be
+/// too late: a module that could not reach the document manager has destroyed them already.
+class ReactorOrigins {
+public:
+    /// To be told of every registration. Cheap for the same reactor again and again.
+    void note(const KzRxObject* reactor) {
+        const void* const code = *reinterpret_cast<const void* const*>(reactor);
+        if (reactor == lastReactor_ && code == lastCode_) return;
+        codes_[reactor] = code;
+        lastReactor_ = reactor;
+        lastCode_ = code;
+    }
+
+    /// Null for a reactor that was never registered.
+    [[nodiscard]] const void* codeOf(const KzRxObject* reactor) const {
+        const auto found = codes_.find(reactor);
+        return found != codes_.end() ? found->second : nullptr;
+    }
+
+    /// Forgets the reactors whose code `isGone` says to be gone.
+    template <class Predicate>
+    void forgetIf(Predicate isGone) {
+        std::erase_if(codes_, [&](const auto& entry) { return isGone(entry.second); });
+        lastReactor_ = nullptr;
+    }
+
+private:
+    std::unordered_map<const KzRxObject*, const void*> codes_;
+    const KzRxObject* lastReactor_ = nullptr;
+    const void* lastCode_ = nullptr;
+};
+
+extern ReactorOrigins& reactorOrigins;
 
 /// What all objects of a drawing have in common, beside the interface that modules see: id, owner, openings
 /// and reactors.
@@ -92,7 +165,7 @@ public:
     template <class Call>
     void tell(const char* notification, Call call) {
         const TraceScope trace([&] { return notificationEvent(notification); });
-        if (reactors_.isEmpty()) return;
+        if (reactors_.size() == 0) return;
         const ModuleCall guard;
         ++tellings_;
         reactors_.callEach(call);
@@ -149,6 +222,32 @@ public:
 private:
     [[nodiscard]] Object& self() const { return const_cast<ObjectOf&>(*this); }
 };
+
+/// A position in a list of ids, at an object that is not erased or at the end. The list is borrowed and may
+/// grow: its owner must stay open meanwhile.
+class LivePosition {
+public:
+    explicit LivePosition(const std::vector<KzDbObjectId>& ids) : ids_(ids) { toStart(); }
+
+    [[nodiscard]] bool isAtEnd() const { return at_ >= ids_.size(); }
+    /// Null at the end.
+    [[nodiscard]] KzDbObjectId id() const { return isAtEnd() ? KzDbObjectId() : ids_[at_]; }
+    void toStart() { moveTo(0); }
+    void toNext() { moveTo(isAtEnd() ? at_ : at_ + 1); }
+    void toEnd() { at_ = ids_.size(); }
+
+private:
+    void moveTo(std::size_t position) {
+        at_ = position;
+        while (!isAtEnd() && ids_[at_].isErased()) ++at_;
+    }
+
+    const std::vector<KzDbObjectId>& ids_;
+    std::size_t at_ = 0;
+};
+
+/// The runtime class of the objects of one kind; null for `none`.
+[[nodiscard]] KzRxClass* classOf(Kind kind);
 
 /// The object of that id when it is a T, else null. T is a class below and has its kind as `ownKind`.
 template <class T>

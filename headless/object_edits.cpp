@@ -1,7 +1,4 @@
-#include "headless/edits.h"
-
 #include "headless/edit.h"
-#include "headless/edit_check.h"
 
 namespace Headless {
 

@@ -1,7 +1,7 @@
 #include "headless/record.h"
 
 #include "headless/drawing.h"
-#include "headless/fault_gate.h"
+#include "headless/faults.h"
 #include "headless/mistakes.h"
 
 #include <algorithm>
@@ -41,14 +41,14 @@ void Record::addRepresentation(Record& representation) {
 
 KzDbDatabase* Record::xrefDatabase(bool flag) const {
     if (!isProvidedFor(!flag, "xrefDatabase with true")) return nullptr;
-    return FaultGate::strikes(HostCall::attachedDrawing) ? nullptr : origin_.attachedDrawing;
+    return shouldFail(HostCall::attachedDrawing) ? nullptr : origin_.attachedDrawing;
 }
 
 Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
     // Borrowed: it holds until the record is renamed. Given in any case, so that who does not ask for the
     // status is found out.
     name = name_.c_str();
-    return FaultGate::strikes(HostCall::recordName) ? FaultGate::status() : Orvo::ok;
+    return shouldFail(HostCall::recordName) ? faultStatus() : Orvo::ok;
 }
 
 Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool first, bool second) const {
@@ -62,8 +62,8 @@ Orvo::ErrorStatus Record::getErasedBlockReferenceIds(KzDbObjectIdArray& ids) con
 
 Orvo::ErrorStatus Record::appendReferences(bool isErased, KzDbObjectIdArray& ids) const {
     // Before anything is appended: a call that fails has done nothing.
-    if (FaultGate::strikes(isErased ? HostCall::erasedReferences : HostCall::references)) {
-        return FaultGate::status();
+    if (shouldFail(isErased ? HostCall::erasedReferences : HostCall::references)) {
+        return faultStatus();
     }
     reportReferences(isErased, [&ids](const std::vector<KzDbObjectId>& list) {
         ids.append(list.data(), static_cast<std::int32_t>(list.size()));

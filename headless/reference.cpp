@@ -1,9 +1,8 @@
 #include "headless/reference.h"
 
-#include "headless/fault_gate.h"
+#include "headless/faults.h"
 #include "headless/mistakes.h"
 #include "headless/record.h"
-#include "headless/representation_protocol.h"
 
 #include <algorithm>
 
@@ -13,35 +12,22 @@ namespace {
 
 constexpr std::u16string_view enhancedBlockKey = u"ORVO_ENHANCEDBLOCK";
 
-/// Iterator over the attributes of a reference that are not erased. It borrows the list of the reference,
-/// which has to be open meanwhile. A step with flags that no module passes is a mistake, and moves it to its
-/// end.
+/// Iterator over the attributes of a reference that are not erased. A step with flags that no module passes
+/// is a usage error and moves it to its end.
 class AttributeIterator final : public KzDbObjectIterator {
 public:
-    explicit AttributeIterator(const std::vector<KzDbObjectId>& attributes) : attributes_(attributes) {
-        passErased();
-    }
+    explicit AttributeIterator(const std::vector<KzDbObjectId>& attributes) : position_(attributes) {}
 
-    [[nodiscard]] bool done() const override { return at_ >= attributes_.size(); }
-    [[nodiscard]] KzDbObjectId objectId() const override {
-        return done() ? KzDbObjectId() : attributes_[at_];
-    }
-
+    [[nodiscard]] bool done() const override { return position_.isAtEnd(); }
+    [[nodiscard]] KzDbObjectId objectId() const override { return position_.id(); }
     void step(bool first, bool second) override {
         const bool isRight = isProvidedFor(!first && second,
                                            "step of an attribute iterator with other flags than false, true");
-        at_ = isRight && !done() ? at_ + 1 : attributes_.size();
-        passErased();
+        isRight ? position_.toNext() : position_.toEnd();
     }
 
 private:
-    /// Afterwards it stands on a live attribute or at its end.
-    void passErased() {
-        while (!done() && attributes_[at_].isErased()) ++at_;
-    }
-
-    const std::vector<KzDbObjectId>& attributes_;
-    std::size_t at_ = 0;
+    LivePosition position_;
 };
 
 } // namespace
@@ -65,7 +51,7 @@ void Reference::removeAttribute(KzDbObjectId attribute) {
 KzDbObjectIterator* Reference::attributeIterator() const {
     // No attributes at all is null, as the interface says; when all are erased there is an iterator at its
     // end.
-    if (FaultGate::strikes(HostCall::attributeIterator) || attributes().empty()) return nullptr;
+    if (shouldFail(HostCall::attributeIterator) || attributes().empty()) return nullptr;
     return new AttributeIterator(attributes());
 }
 
@@ -86,7 +72,7 @@ Orvo::ErrorStatus KzDbEvalGraph::getGraph(const KzDbObject* object, const char16
     const bool isRight =
         object != nullptr && key != nullptr && enhancedBlockKey == key && mode == KzDb::OpenMode::forRead;
     if (!isProvidedFor(isRight, "getGraph with another key or mode")) return Orvo::notProvidedFor;
-    if (FaultGate::strikes(HostCall::evaluationGraph)) return FaultGate::status();
+    if (shouldFail(HostCall::evaluationGraph)) return faultStatus();
     // The graph counts as opened by this, and is closed by the caller like any other object.
     const auto* const record = findAs<Record>(object->objectId());
     auto* const found = record != nullptr ? findAs<Graph>(record->graph()) : nullptr;

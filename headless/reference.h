@@ -57,6 +57,9 @@ private:
     std::u16string text_;
 };
 
+/// The one protocol object between enhanced blocks and their representations.
+[[nodiscard]] KzDbBlockRepresentation& representationProtocol();
+
 /// The evaluation graph of an enhanced block.
 class Graph final : public ObjectOf<KzDbEvalGraph> {
 public:

@@ -1,13 +1,38 @@
-#include "headless/runtime_classes.h"
-
-#include "headless/fault_gate.h"
-#include "headless/representation_protocol.h"
+#include "headless/faults.h"
+#include "headless/mistakes.h"
+#include "headless/record.h"
+#include "headless/reference.h"
 #include "host/enhanced_block.h"
 
 #include <utility>
 #include <vector>
 
+using namespace Headless;
+
 namespace {
+
+/// The protocol object has no state: all that it tells stands in the records.
+class Protocol final : public KzDbBlockRepresentation {
+public:
+    [[nodiscard]] KzRxClass* isA() const override { return KzDbBlockRepresentation::desc(); }
+
+    Orvo::ErrorStatus getRepresentations(KzDbObjectId block, KzDbObjectIdArray& ids) const override {
+        if (shouldFail(HostCall::representations)) return faultStatus();
+        const auto* const record = findAs<Record>(block);
+        if (record == nullptr) return Orvo::invalidObjectId;
+        for (const KzDbObjectId each : record->representations()) ids.append(each);
+        return Orvo::ok;
+    }
+
+    [[nodiscard]] KzDbObjectId originalBlockTableRecord(const KzDbBlockReference* reference) const override {
+        if (!isProvidedFor(reference != nullptr, "originalBlockTableRecord of null")) return {};
+        if (shouldFail(HostCall::originalBlock)) return {};
+        // Every reference that a module can have comes from this host.
+        const auto& own = static_cast<const Reference&>(*reference);
+        const auto* const record = findAs<Record>(own.block());
+        return record != nullptr ? record->representedBlock() : KzDbObjectId();
+    }
+};
 
 /// What describes a class: its base, and the protocol objects that it keeps for all its objects. Descriptions
 /// compare by identity.
@@ -24,7 +49,7 @@ public:
     }
 
     [[nodiscard]] KzRxObject* queryX(const KzRxClass* protocol) const override {
-        return Headless::FaultGate::strikes(Headless::HostCall::protocol) ? nullptr : kept(protocol);
+        return shouldFail(HostCall::protocol) ? nullptr : kept(protocol);
     }
 
     /// What `queryX` gives when no fault strikes: the object of the class itself or of its nearest base.
@@ -58,7 +83,7 @@ struct Classes {
     ClassDescription attribute{&dbObject};
     ClassDescription graph{&dbObject};
 
-    Classes() { reference.offer(&representation, &Headless::representationProtocol()); }
+    Classes() { reference.offer(&representation, &representationProtocol()); }
 };
 
 Classes& classes = *new Classes;
@@ -69,6 +94,12 @@ bool isDecidedByObject(const KzRxClass* ofObject, const KzRxClass* protocol) {
 }
 
 } // namespace
+
+/// Never destroyed: the class of references offers it as long as the process lives.
+KzDbBlockRepresentation& Headless::representationProtocol() {
+    static Protocol& protocol = *new Protocol;
+    return protocol;
+}
 
 KzRxClass* Headless::classOf(Kind kind) {
     switch (kind) {
@@ -93,7 +124,7 @@ KzRxClass* KzRxObject::desc() {
 }
 
 KzRxObject* KzRxObject::queryX(const KzRxClass* protocol) const {
-    if (protocol == nullptr || Headless::FaultGate::strikes(Headless::HostCall::protocol)) return nullptr;
+    if (protocol == nullptr || shouldFail(HostCall::protocol)) return nullptr;
     // The object first, then its class.
     if (KzRxObject* const own = subQueryX(protocol); own != nullptr) return own;
     // Every description is one of the host's. Asked past its `queryX`, so that one question is one call.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "headless/export.h"
+#include "headless/faults.h"
 #include "host/documents.h"
 #include "host/editor.h"
 #include "host/platform.h"
@@ -103,7 +104,7 @@ struct ShownBox {
 /// The message boxes shown so far. Nobody has to click them away.
 [[nodiscard]] HEADLESS_API const std::vector<ShownBox>& shownBoxes();
 
-// ---- what is registered, and what is refused
+// ---- what is registered
 
 /// The names of the registered services, ascending.
 [[nodiscard]] HEADLESS_API std::vector<std::u16string> services();
@@ -111,17 +112,5 @@ struct ShownBox {
 [[nodiscard]] HEADLESS_API std::size_t managerReactorCount();
 /// How many libraries modules have loaded by name and not given back.
 [[nodiscard]] HEADLESS_API std::size_t loadedLibraryCount();
-
-/// What the host can refuse to give.
-enum class Facility {
-    filter,   ///< registering and removing filters answers 0
-    manager,  ///< there is no document manager; reactors that are registered still hear their notifications
-    iterator, ///< there is no document iterator
-    window,   ///< there is no main window
-};
-
-inline constexpr std::size_t facilityCount = static_cast<std::size_t>(Facility::window) + 1;
-
-HEADLESS_API void refuse(Facility what, bool isRefused);
 
 } // namespace Headless

@@ -13,8 +13,6 @@ using LibraryHandle = void*;
 struct OpenedLibrary {
     LibraryHandle handle = nullptr;
     std::string failure = {}; ///< why it could not be opened, in the system's words
-    /// What it needs and nobody has, when that is why and the system says so.
-    std::string missingSymbol = {};
 };
 
 /// Opens a file. A bare file name means the one in the working folder, not one of the system's libraries.

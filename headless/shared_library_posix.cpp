@@ -1,11 +1,6 @@
 #include "headless/shared_library.h"
 
-#include <cxxabi.h>
 #include <dlfcn.h>
-
-#include <cstdlib>
-#include <memory>
-#include <string_view>
 
 namespace Headless {
 
@@ -16,22 +11,6 @@ std::string asPath(const std::string& path) {
     return path.find('/') == std::string::npos ? "./" + path : path;
 }
 
-/// A symbol as the linker names it, and as the source does where that differs.
-std::string describeSymbol(const std::string& symbol) {
-    int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> readable(
-        abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status), &std::free);
-    return readable != nullptr ? symbol + ", which is " + readable.get() : symbol;
-}
-
-/// The symbol that the loader has not found, when that is what it says. There is no other way to learn it
-/// than the words of its message.
-std::string missingSymbol(const std::string& failure) {
-    constexpr std::string_view undefined = "undefined symbol: ";
-    const std::size_t at = failure.find(undefined);
-    return at == std::string::npos ? "" : describeSymbol(failure.substr(at + undefined.size()));
-}
-
 } // namespace
 
 /// All symbols are looked up at once, so that a missing one is an answer here and not a crash later. They are
@@ -39,9 +18,7 @@ std::string missingSymbol(const std::string& failure) {
 OpenedLibrary openLibraryFile(const std::string& path) {
     void* const handle = dlopen(asPath(path).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle != nullptr) return {.handle = handle};
-    // Copied: the loader's text holds until the next call.
-    const std::string failure = dlerror();
-    return {.failure = failure, .missingSymbol = missingSymbol(failure)};
+    return {.failure = dlerror()}; // copied: it is valid until the next call
 }
 
 LibraryHandle openLibraryByName(const std::string& name) {

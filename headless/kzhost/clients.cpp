@@ -1,139 +1,76 @@
 #include "headless/kzhost/clients.h"
 
 #include "headless/kzhost/libraries.h"
+#include "headless/kzhost/script_call.h"
 #include "headless/kzhost/values.h"
-#include "headless/session.h"
 #include "headless/trace.h"
 #include "text/unicode.h"
 
-#include <algorithm>
 #include <array>
-#include <cassert>
-#include <cstdint>
-#include <string>
+#include <set>
 #include <utility>
-#include <vector>
 
 namespace KzHost {
 
 namespace {
 
-// The address of this is the key of the table of clients that modules know: sets of them by use, by module.
-constexpr char keptKey = 0;
-
-/// What a Lua value of a client holds: the place of its plain function.
-struct ClientValue {
-    std::size_t slot;
-};
-
-/// What stands behind each plain function.
+/// What one plain function calls. A slot can be given to another client when neither the script refers to
+/// this one nor a module knows it.
 struct Slot {
-    int function = LUA_NOREF; ///< the Lua function; LUA_NOREF when there is none
-    std::string name;         ///< in quotes, or where its function stands
+    int function = LUA_NOREF; ///< the Lua function
+    std::string name;         ///< in quotes, or the line of its function
+    bool isReferenced = false;
+    std::set<ClientUse> uses;
+
+    /// Forgets the uses that ended with their document or module: neither address nor id is used again.
+    [[nodiscard]] bool isFree() {
+        if (isReferenced) return false;
+        std::erase_if(uses, [](const ClientUse& use) {
+            return !Headless::isOpen(use.document) || !Headless::isLoaded(use.module);
+        });
+        return uses.empty();
+    }
 };
 
-/// One for the process, because a plain function has nothing by which to find another.
-std::array<Slot, mostClients>& slots() {
-    static std::array<Slot, mostClients> slots;
+/// One table for the process, because a plain function carries no data by which to find another.
+std::array<Slot, maxClients>& slots() {
+    static std::array<Slot, maxClients> slots;
     return slots;
 }
 
-void call(std::size_t number) {
-    const Slot slot = slots()[number]; // a copy: the client may end itself
-    if (slot.function == LUA_NOREF) return;
-    const Headless::TraceScope trace([&]() -> Headless::TraceEvent {
-        return {Headless::TraceCategory::clientCall, "client " + slot.name, ""};
-    });
-    ScriptCall::callClient(slot.function, slot.name);
-}
-
-// A plain function carries no data, so there is one for each slot.
 template <std::size_t number>
 void callSlot() {
-    call(number);
-}
-
-template <std::size_t... numbers>
-constexpr std::array<ClientFunction, sizeof...(numbers)>
-plainFunctions(std::index_sequence<numbers...> /*all*/) {
-    return {callSlot<numbers>...};
-}
-
-/// The plain function of each slot, made at compile time: `mostClients` functions with addresses of their
-/// own.
-constexpr auto callbacks = plainFunctions(std::make_index_sequence<mostClients>());
-
-lua_Integer addressOf(const KzApDocument* document) {
-    return static_cast<lua_Integer>(reinterpret_cast<std::uintptr_t>(document));
-}
-
-/// Documents lie at even addresses, which never come back with another document.
-lua_Integer keyOf(const ClientUse& use) {
-    assert((addressOf(use.document) & 1) == 0);
-    return addressOf(use.document) | static_cast<lua_Integer>(use.purpose);
-}
-
-/// Whether the document of a use has closed.
-bool isOver(lua_Integer key) {
-    const std::vector<KzApDocument*> open = Headless::documents();
-    return std::none_of(open.begin(), open.end(), [key](const KzApDocument* each) {
-        return addressOf(each) == (key & ~lua_Integer{1});
+    const int function = slots()[number].function;
+    const std::string name = slots()[number].name; // a copy: the client may end
+    const Headless::TraceScope trace([&]() -> Headless::TraceEvent {
+        return {Headless::TraceCategory::clientCall, "client " + name, ""};
     });
+    ScriptCall::callClient(function, name);
 }
 
-/// Replaces the table on top of the stack by the one under a key of it, which is made when there is none.
-void stepInto(lua_State* state, lua_Integer key) {
-    if (lua_rawgeti(state, -1, key) == LUA_TNIL) {
-        lua_pop(state, 1);
-        lua_newtable(state);
-        lua_pushvalue(state, -1);
-        lua_rawseti(state, -3, key);
-    }
-    lua_remove(state, -2);
+/// The plain function of each slot: they differ in their addresses alone.
+constexpr auto callbacks = []<std::size_t... numbers>(std::index_sequence<numbers...>) {
+    return std::array<ClientFunction, maxClients>{callSlot<numbers>...};
 }
+(std::make_index_sequence<maxClients>());
 
-/// Clients are the keys of the set of their use: one that is attached twice is there once, and one that is
-/// there is not collected.
-void setKept(lua_State* state, int index, const ClientUse& use, bool isKept) {
-    if (lua_isnoneornil(state, index)) return;
-    lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
-    stepInto(state, use.module);
-    stepInto(state, keyOf(use));
-    lua_pushvalue(state, index);
-    isKept ? lua_pushboolean(state, 1) : lua_pushnil(state);
-    lua_rawset(state, -3);
-    lua_pop(state, 1);
-}
-
-/// Lets go of the clients of one module, whose table is on top of the stack, that closed documents had.
-void releaseClosed(lua_State* state) {
-    for (lua_pushnil(state); lua_next(state, -2) != 0; lua_pop(state, 1)) {
-        const lua_Integer key = lua_tointeger(state, -2);
-        // An entry may be cleared during a walk, though none may be added.
-        if (!isOver(key)) continue;
-        lua_pushnil(state);
-        lua_rawseti(state, -4, key);
-    }
-}
-
-/// Frees the slots of all clients that nobody can name or call any more.
-void freeUnusedSlots(lua_State* state) {
-    lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
-    for (lua_pushnil(state); lua_next(state, -2) != 0; lua_pop(state, 1)) releaseClosed(state);
-    lua_pop(state, 1);
-    // The values that nobody reaches any more free their slots as they are collected.
-    lua_gc(state, LUA_GCCOLLECT);
-}
-
-/// The lowest slot that is free; `mostClients` when none is.
-std::size_t freeSlot() {
+/// The lowest slot that is free; `maxClients` if none is.
+std::size_t findFreeSlot() {
     std::size_t slot = 0;
-    while (slot < mostClients && slots()[slot].function != LUA_NOREF) ++slot;
+    while (slot < maxClients && !slots()[slot].isFree()) ++slot;
     return slot;
 }
 
-/// What a client without a name is called by: the line at which its function, the first argument, begins, and
-/// its address.
+/// What a Lua value of a client holds; `maxClients` if it has no slot (yet, or any more).
+struct ClientValue {
+    std::size_t slot = maxClients;
+};
+
+ClientValue* toClient(lua_State* state, int index) {
+    return static_cast<ClientValue*>(luaL_testudata(state, index, "client"));
+}
+
+/// Names a client by the line at which its function, the first argument, begins, and by its address.
 std::string placeOf(lua_State* state, std::size_t slot) {
     lua_Debug place{};
     lua_pushvalue(state, 1);
@@ -145,113 +82,73 @@ std::string placeOf(lua_State* state, std::size_t slot) {
     return text;
 }
 
-int newClient(Call& call) {
+/// Whatever allocates may run finalizers, which may create clients too: the slot is looked up when nothing
+/// but taking it is left to do.
+Pushed newClient(const Call& call, FunctionArgument /*function*/, const std::optional<std::u16string>& name) {
     lua_State* const state = call.state();
-    call.function(1, "a function");
-    std::string name;
-    // Read before a slot is taken: a wrong name is an error.
-    if (call.has(2)) name = "\"" + Text::toUtf8(call.text(2, "a name (string)")) + "\"";
-    // Collecting everything takes long, so it is done only when slots run out.
-    if (freeSlot() == mostClients) freeUnusedSlots(state);
-    if (freeSlot() == mostClients) call.fail("all " + std::to_string(mostClients) + " clients are in use");
     auto* const value = static_cast<ClientValue*>(lua_newuserdatauv(state, sizeof(ClientValue), 0));
-    lua_pushvalue(state, 1);
-    const int function = luaL_ref(state, LUA_REGISTRYINDEX);
-    // Whatever allocates may run finalizers, which may make clients too: the slot is taken at once.
-    const std::size_t slot = freeSlot();
-    if (slot == mostClients) {
-        luaL_unref(state, LUA_REGISTRYINDEX, function);
-        call.fail("all " + std::to_string(mostClients) + " clients are in use");
-    }
-    slots()[slot] = {function, std::move(name)};
-    *value = {slot};
-    luaL_setmetatable(state, clientChapter.name); // from here on collecting the value frees the slot
-    if (slots()[slot].name.empty()) slots()[slot].name = placeOf(state, slot);
-    return 1;
-}
-
-const ClientValue* toClient(lua_State* state, int index) {
-    return static_cast<ClientValue*>(luaL_testudata(state, index, clientChapter.name));
-}
-
-int address(Call& call) {
-    const auto address = reinterpret_cast<std::uintptr_t>(clientFunction(call, 1));
-    lua_pushinteger(call.state(), static_cast<lua_Integer>(address));
-    return 1;
-}
-
-int describeClient(lua_State* state) {
-    lua_pushfstring(state, "client %s", slots()[toClient(state, 1)->slot].name.c_str());
-    return 1;
-}
-
-/// Finalizer of a client: no script has the value and no module is said to know it, so its plain function may
-/// be given to another one.
-int collectClient(lua_State* state) {
-    Slot& slot = slots()[toClient(state, 1)->slot];
+    *value = {};
+    luaL_setmetatable(state, "client");
+    if (findFreeSlot() == maxClients) lua_gc(state, LUA_GCCOLLECT); // takes long, so only when slots run out
+    const std::size_t number = findFreeSlot();
+    if (number == maxClients) call.fail("all " + std::to_string(maxClients) + " clients are in use");
+    value->slot = number;
+    Slot& slot = slots()[number];
+    slot.isReferenced = true;
     luaL_unref(state, LUA_REGISTRYINDEX, slot.function);
-    slot = {};
+    lua_pushvalue(state, 1);
+    slot.function = luaL_ref(state, LUA_REGISTRYINDEX);
+    slot.name = name.has_value() ? "\"" + Text::toUtf8(*name) + "\"" : placeOf(state, number);
+    return {1};
+}
+
+/// Finalizer. A value that another finalizer brings back is dead.
+int collectClient(lua_State* state) {
+    ClientValue& value = *toClient(state, 1);
+    if (value.slot != maxClients) slots()[value.slot].isReferenced = false;
+    value.slot = maxClients;
     return 0;
 }
 
-constexpr Function functions[] = {
-    {"host.client", newClient, R"(
-        Makes a client callback: a plain C function of no arguments and no result that calls a Lua function.
-        What the function raises is kept until the module has returned, and is then raised in the script.
-        @param fn fun() what is called
-        @param name? string how the client is called in traces and messages; without it by the line of the
-            function
-        @return client client to be attached with the exports of a module
-        @error all 1024 are in use
-        @example local caller = host.client(function() print("a door was changed") end, "Door")
-        )"},
-};
+int describeClient(lua_State* state) {
+    const std::size_t slot = toClient(state, 1)->slot;
+    lua_pushfstring(state, "client %s",
+                    slot != maxClients ? slots()[slot].name.c_str() : "that was finalized");
+    return 1;
+}
 
-constexpr Function fields[] = {
-    {"client.address", address, R"(
-        The address of the C function. Modules call their clients in ascending order of addresses.
-        @type integer
-        @example print(client.address)
-        )"},
-};
+std::uintptr_t address(Client client) {
+    return reinterpret_cast<std::uintptr_t>(client.function());
+}
+
+constexpr Function functions[] = {{"host.client", bind<newClient>}};
+constexpr Function members[] = {{"client.address", bind<address>}};
 
 } // namespace
 
-extern const Chapter clientsOfHostChapter = {"host", "Clients",
-                                             "Who attaches to a module, and is called by it.", functions};
-extern const Chapter clientChapter = {"client", "A client", "What `host.client` gives.", {}, fields};
+Client Argument<Client>::read(const Call& call, int index) {
+    const ClientValue* const value = toClient(call.state(), index);
+    if (value == nullptr || value->slot == maxClients) call.expected(index, "a client");
+    return {value->slot};
+}
 
-/// The finalizer is added to what every kind of value has.
-void registerClients(lua_State* state) {
-    lua_newtable(state);
-    lua_rawsetp(state, LUA_REGISTRYINDEX, &keptKey);
-    newKind(state, clientChapter, describeClient);
-    luaL_getmetatable(state, clientChapter.name);
+ClientFunction Client::function() const {
+    return callbacks[slot];
+}
+
+void Client::keep(const ClientUse& use) const {
+    slots()[slot].uses.insert(use);
+}
+
+void Client::release(const ClientUse& use) const {
+    slots()[slot].uses.erase(use);
+}
+
+void addClientLibrary(lua_State* state) {
+    addFunctions(state, functions);
+    registerKind(state, "client", {members}, describeClient);
     lua_pushcfunction(state, collectClient);
     lua_setfield(state, -2, "__gc");
-    lua_pop(state, 1);
-}
-
-ClientFunction clientFunction(const Call& call, int index) {
-    if (!call.has(index)) return nullptr;
-    const ClientValue* const value = toClient(call.state(), index);
-    if (value == nullptr) call.expected(index, "a client");
-    return callbacks[value->slot];
-}
-
-void keepClient(lua_State* state, int index, const ClientUse& use) {
-    setKept(state, index, use, true);
-}
-
-void releaseClient(lua_State* state, int index, const ClientUse& use) {
-    setKept(state, index, use, false);
-}
-
-/// With the whole table of the module: an unloaded one calls nobody.
-void releaseClients(lua_State* state, lua_Integer module) {
-    lua_rawgetp(state, LUA_REGISTRYINDEX, &keptKey);
-    lua_pushnil(state);
-    lua_rawseti(state, -2, module);
     lua_pop(state, 1);
 }
 

@@ -1,34 +1,40 @@
 #pragma once
 
-#include "headless/kzhost/call.h"
+#include "headless/kzhost/binding.h"
+#include "headless/modules.h"
 
 #include <cstddef>
-#include <cstdint>
 
 namespace KzHost {
 
-/// A client callback: a plain function of no arguments and no result.
+/// A client callback: a plain function without arguments and result.
 using ClientFunction = void (*)();
 
-/// How many clients can be alive at a time.
-inline constexpr std::size_t mostClients = 1024;
+/// How many clients can be in use at a time.
+inline constexpr std::size_t maxClients = 1024;
 
-/// The client function of a value; null for nil.
-[[nodiscard]] ClientFunction clientFunction(const Call& call, int index);
-
-/// What a module knows a client for: each is attached and detached by itself.
+/// What a module may call a client for. Attaching and detaching concern one use alone.
 struct ClientUse {
-    enum class Purpose : std::uint8_t { timer, monitor };
-
-    lua_Integer module;
+    Headless::ModuleId module;
     const KzApDocument* document;
-    Purpose purpose;
+    enum class Purpose : std::uint8_t { timer, monitor } purpose;
+
+    auto operator<=>(const ClientUse&) const = default;
 };
 
-/// Keeps a client alive, because the module may call it: until it is detached from that use, the document
-/// closes or the module is unloaded, whatever comes first. Nil is passed over.
-void keepClient(lua_State* state, int index, const ClientUse& use);
-void releaseClient(lua_State* state, int index, const ClientUse& use);
-void releaseClients(lua_State* state, lua_Integer module);
+/// A client as an argument.
+struct Client {
+    std::size_t slot;
+
+    [[nodiscard]] ClientFunction function() const;
+    /// Keeps the client in use until `release` of the same use, while the document is open and the module
+    /// loaded, although the script may forget it.
+    void keep(const ClientUse& use) const;
+    void release(const ClientUse& use) const;
+};
+template <>
+struct Argument<Client> {
+    static Client read(const Call& call, int index);
+};
 
 } // namespace KzHost

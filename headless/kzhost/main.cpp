@@ -1,76 +1,180 @@
-// kzhost: runs Lua scripts that drive the headless host, or a prompt when there is no script.
+// kzhost: runs Lua scripts that drive the headless host, or a prompt if there is no script.
 
-#include "headless/kzhost/command_line.h"
-#include "headless/kzhost/interrupt.h"
-#include "headless/kzhost/library_folder.h"
-#include "headless/kzhost/process.h"
+#include "headless/kzhost/embedded.h"
+#include "headless/kzhost/platform.h"
 #include "headless/kzhost/prompt.h"
-#include "headless/kzhost/script.h"
 #include "headless/kzhost/tracing.h"
+#include "text/paths.h"
+
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <string>
-#include <vector>
+#include <memory>
+#include <optional>
+
+namespace KzHost {
 
 namespace {
 
-using KzHost::CommandLine;
+// What the process ends with.
+constexpr int done = 0;
+constexpr int scriptFailed = 1;
+constexpr int wrongUsage = 2;
+
+struct CommandLine {
+    std::optional<std::string> module;
+    std::optional<std::string> trace;
+    std::vector<std::string> texts; ///< Lua to run before the script, in order
+    bool isInteractive = false;
+    bool hasNoHistory = false;
+
+    std::vector<std::string> words; ///< all words, the program's own first
+    std::size_t script = 0;         ///< where the script is among them; 0: there is none
+};
+
+// ---- reading the command line
+
+/// The script and its arguments are not read by the library, which cannot describe them either.
+class HelpFormatter final : public CLI::Formatter {
+public:
+    [[nodiscard]] std::string make_usage(const CLI::App* /*app*/, std::string name) const override {
+        return "Usage: " + name + " [OPTIONS] [SCRIPT [ARG ...]]\n";
+    }
+    [[nodiscard]] std::string make_positionals(const CLI::App* /*app*/) const override {
+        return "Positionals:\n"
+               "  SCRIPT                      A Lua file, - for standard input; none on a terminal: a "
+               "prompt\n"
+               "  ARG ...                     What the script finds in the table arg\n";
+    }
+};
+
+void addOptions(CLI::App& app, CommandLine& line) {
+    app.formatter(std::make_shared<HelpFormatter>());
+    app.allow_windows_style_options(false); // a script may be in the root folder
+    app.prefix_command();                   // from the script on all words are the script's
+    app.add_option("--module", line.module, "Default module for host.load()")->type_name("PATH");
+    app.add_option("--trace", line.trace,
+                   "Trace everything, as a file of trace events; - for text on standard error")
+        ->type_name("FILE");
+    app.add_option("-e", line.texts, "Run LUA before SCRIPT (repeatable)")
+        ->type_name("LUA")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->allow_extra_args(false);
+    if constexpr (hasPrompt) {
+        app.add_flag("-i", line.isInteractive, "Start the prompt after -e and SCRIPT");
+        app.add_flag("--no-history", line.hasNoHistory, "Do not read or write the history of the prompt");
+    }
+    const auto printDeclarations = [] {
+        std::cout << apiLua;
+        throw CLI::Success(); // tells the library that nothing is left to do
+    };
+    app.add_flag_callback("--declarations", printDeclarations,
+                          "Print declarations for the Lua language server");
+    app.set_version_flag("--version", "kzhost " KZHOST_VERSION);
+}
 
 int refuse(const std::string& why) {
     std::cerr << "kzhost: " << why << '\n';
-    return KzHost::wrongUsage;
+    return wrongUsage;
 }
 
-/// Asked beforehand, because a missing script is a wrong call and not a failed script.
-bool canRead(const std::string& script) {
-    return script == "-" || std::ifstream(script).is_open();
+/// Returns the exit status if nothing is left to do: help was printed, or the usage is wrong.
+std::optional<int> readCommandLine(CommandLine& line) {
+    CLI::App app("Runs Lua scripts that drive drawings and extension modules in a host without windows.",
+                 "kzhost");
+    addOptions(app, line);
+    try {
+        // The library reads from the back.
+        app.parse(std::vector<std::string>(line.words.rbegin(), line.words.rend() - 1));
+    } catch (const CLI::Success& success) {
+        return app.exit(success);
+    } catch (const CLI::ParseError& error) {
+        return refuse(std::string(error.what()) + " (see --help)");
+    }
+    // What remains begins with the script, with "--" before a script that looks like an option, or with an
+    // unknown option.
+    const std::vector<std::string> rest = app.remaining();
+    if (rest.empty()) return std::nullopt;
+    const bool isMarked = rest.front() == "--";
+    if (!isMarked && rest.front().size() > 1 && rest.front()[0] == '-') {
+        return refuse("unknown option: " + rest.front() + " (see --help)");
+    }
+    const std::size_t script = line.words.size() - rest.size() + (isMarked ? 1 : 0);
+    if (script < line.words.size()) line.script = script;
+    return std::nullopt;
 }
 
-/// The texts, then the script; the first one that fails is the last.
-bool runAll(KzHost::Session& session, const CommandLine& line) {
+// ---- running
+
+/// The folder of modules and of the libraries that these load. A build tree must not load what is installed,
+/// so the program's own folder comes first.
+std::string libraryFolder() {
+    constexpr const char* module = "Zelvane.hmx";
+    const auto own = Text::toPath(programFolder());
+    const auto installed = (own / KZHOST_MODULES).lexically_normal();
+    std::error_code unreadable; // counts as missing
+    const bool isInstalled = !std::filesystem::exists(own / module, unreadable) &&
+                             std::filesystem::exists(installed / module, unreadable);
+    return Text::fromPath(isInstalled ? installed : own);
+}
+
+/// Stops at the first text or script that fails.
+bool runAll(Session& session, const CommandLine& line) {
     session.setArguments(line.words, line.script);
     const bool isDone = std::all_of(line.texts.begin(), line.texts.end(),
                                     [&](const std::string& text) { return session.runText(text); });
-    return isDone && (!line.hasScript() || session.runFile(line.words[line.script]));
+    if (!isDone || line.script == 0) return isDone;
+    const auto script = line.words.begin() + static_cast<std::ptrdiff_t>(line.script);
+    return session.runFile(*script, {script + 1, line.words.end()});
 }
 
-/// What can be refused is refused before the session begins, so that nothing was run then. The trace begins
-/// before it too, and has all of it.
+/// Wrong usage is reported before anything runs. The trace begins before the session, and so contains all of
+/// it.
 int run(const CommandLine& line) {
-    if (line.hasScript() && !canRead(line.words[line.script])) {
+    const bool hasNothingToRun = line.script == 0 && line.texts.empty();
+    if (line.script != 0 && line.words[line.script] != "-" &&
+        !std::ifstream(line.words[line.script]).is_open()) {
         return refuse("cannot read the script " + line.words[line.script]);
     }
-    const bool hasNothingToRun = !line.hasScript() && line.texts.empty();
-    if (hasNothingToRun && !line.isInteractive && !KzHost::isInputTyped()) {
-        return refuse("a SCRIPT is missing (\"-\" reads it from standard input)");
+    if (hasNothingToRun && !line.isInteractive && !isInputTyped()) {
+        return refuse("SCRIPT is missing (- is standard input)");
     }
-    KzHost::Setup setup;
-    setup.program = KzHost::libraryFolder(KzHost::programFolder());
-    setup.modulePath = line.module.value_or(setup.program + "/" + KzHost::defaultModule);
-    if (line.trace.has_value() && !KzHost::traceToFile(*line.trace)) {
+    Setup setup;
+    setup.resources = libraryFolder();
+    setup.modulePath = line.module.value_or(setup.resources + "/Zelvane.hmx");
+    if (line.trace.has_value() && !traceRun(*line.trace))
         return refuse("cannot write the trace " + *line.trace);
+    nameClientOnCrash();
+    Session session(setup);
+    if constexpr (hasPrompt) {
+        const bool isPrompting = hasNothingToRun || line.isInteractive;
+        if (isPrompting) makeInterruptible(session);
+        // The prompt also follows a script that failed; it does not change the exit status.
+        const bool isDone = runAll(session, line);
+        if (isPrompting) prompt(session, setup, !line.hasNoHistory);
+        return isDone ? done : scriptFailed;
+    } else {
+        return runAll(session, line) ? done : scriptFailed;
     }
-    KzHost::nameClientOnCrash();
-    KzHost::Session session(setup);
-    // A prompt that was asked for comes also after a script that failed, and does not change the status.
-    const bool isDone = runAll(session, line);
-    if (hasNothingToRun || line.isInteractive) KzHost::prompt(session, setup, !line.hasNoHistory);
-    return isDone ? KzHost::done : KzHost::scriptFailed;
 }
 
 } // namespace
 
+} // namespace KzHost
+
 int main(int count, char** values) {
+    using namespace KzHost;
     try {
         CommandLine line;
-        const std::vector<std::string> words(values, values + count);
-        if (const std::optional<int> status = KzHost::readCommandLine(words, line)) return *status;
+        line.words.assign(values, values + count);
+        if (const std::optional<int> status = readCommandLine(line)) return *status;
         return run(line);
     } catch (const std::exception& error) {
         std::cerr << "kzhost: " << error.what() << '\n';
-        return KzHost::scriptFailed;
+        return scriptFailed;
     }
 }

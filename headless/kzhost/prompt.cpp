@@ -1,74 +1,231 @@
 #include "headless/kzhost/prompt.h"
 
-#include "headless/kzhost/completion.h"
-#include "headless/kzhost/interrupt.h"
-#include "headless/kzhost/line_reader.h"
-#include "headless/kzhost/process.h"
-#include "headless/kzhost/readable.h"
+#include "headless/kzhost/embedded.h"
+#include "headless/kzhost/platform.h"
 #include "text/paths.h"
 
+#include <editline/readline.h>
+#include <fcntl.h>
+#include <langinfo.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <clocale>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <iostream>
+#include <optional>
 #include <string_view>
 
 namespace KzHost {
 
 namespace {
 
-/// Compiles a text without running it. Leaves the function or the message.
-bool load(lua_State* state, const std::string& chunk) {
-    return luaL_loadbuffer(state, chunk.data(), chunk.size(), "=prompt") == LUA_OK;
+// ---- Ctrl-C
+
+constexpr int stepsBetweenChecks = 1000;
+
+volatile std::sig_atomic_t isInterrupted = 0;
+
+/// Hook of each Lua thread. Once interrupted it raises the error at each step, so that a `pcall` only delays
+/// it.
+void checkInterrupt(lua_State* state, lua_Debug* /*place*/) {
+    if (isInterrupted == 0) return lua_sethook(state, checkInterrupt, LUA_MASKCOUNT, stepsBetweenChecks);
+    lua_sethook(state, checkInterrupt, LUA_MASKCALL | LUA_MASKRET | LUA_MASKLINE | LUA_MASKCOUNT, 1);
+    luaL_where(state, 0);
+    lua_pushliteral(state, "interrupted");
+    lua_concat(state, 2);
+    lua_error(state);
 }
 
-/// Whether the message on top of the stack says that a statement goes on. The compiler has no other sign for
-/// it than that it has come upon the end.
-bool isIncomplete(lua_State* state) {
-    const std::string_view message = lua_tostring(state, -1);
-    return message.ends_with("<eof>");
+/// Whether Ctrl-C was pressed since the last query.
+bool takeInterrupt() {
+    const bool wasInterrupted = isInterrupted != 0;
+    isInterrupted = 0;
+    return wasInterrupted;
 }
 
-/// Whether the statement on top of the stack runs, is wrong (then a message is there), or was given up.
-enum class Loaded { function, message, nothing };
-
-/// Pushes a line as a function: an expression if it is one, else a statement, for which more lines are read.
-Loaded loadStatement(lua_State* state, LineReader& reader, std::string& line) {
-    if (load(state, "return " + line)) return Loaded::function;
-    lua_pop(state, 1);
-    while (!load(state, line)) {
-        if (!isIncomplete(state)) return Loaded::message;
-        const LineReader::Line more = reader.read("...> ");
-        if (more.end == LineReader::End::interrupted) return Loaded::nothing;
-        // What is missing is told then.
-        if (more.end == LineReader::End::input) return Loaded::message;
-        lua_pop(state, 1);
-        line += "\n" + more.text;
+/// A second Ctrl-C before the first one was noticed ends the process: what runs is not Lua.
+void onInterrupt(int signal) {
+    if (isInterrupted != 0) {
+        std::signal(signal, SIG_DFL);
+        raise(signal);
     }
-    return Loaded::function;
+    isInterrupted = 1;
 }
 
-/// Prints its arguments. A function of Lua, because a value's own description may fail.
-int printValues(lua_State* state) {
-    if (lua_gettop(state) != 0) std::printf("%s\n", readableResults(state).c_str());
-    return 0;
+void catchInterrupts() {
+    struct sigaction action {};
+    action.sa_handler = onInterrupt; // without SA_RESTART: a read is interrupted too
+    sigaction(SIGINT, &action, nullptr);
 }
 
-/// Prints the message on top of the stack, where the caller of a mistake looks.
+// ---- completion. The library's callbacks carry no data.
+
+Session* completingSession = nullptr;
+int completeFunction = LUA_NOREF;
+
+/// A failure means that there are no completions.
+std::vector<std::string> completions(const char* word) {
+    lua_State* const state = completingSession->state();
+    std::vector<std::string> found;
+    const int top = lua_gettop(state);
+    lua_rawgeti(state, LUA_REGISTRYINDEX, completeFunction);
+    lua_pushstring(state, word);
+    if (lua_pcall(state, 1, 1, 0) == LUA_OK) {
+        for (lua_Integer at = 1; lua_rawgeti(state, -1, at) == LUA_TSTRING; ++at) {
+            found.emplace_back(lua_tostring(state, -1));
+            lua_pop(state, 1);
+        }
+    }
+    lua_settop(state, top);
+    return found;
+}
+
+/// Called by the library until it returns null, at first with 0 as `isContinued`. The library frees each
+/// text.
+char* nextCompletion(const char* word, int isContinued) {
+    static std::vector<std::string> found;
+    if (isContinued == 0) {
+        found = completions(word);
+        std::reverse(found.begin(), found.end());
+    }
+    if (found.empty()) return nullptr;
+    char* const result = strdup(found.back().c_str());
+    found.pop_back();
+    return result;
+}
+
+/// Nothing is appended to a completed name: a dot, a colon or a bracket may follow.
+char** complete(const char* word, int /*begin*/, int /*end*/) {
+    rl_attempted_completion_over = 1; // no file names
+    rl_completion_append_character = '\0';
+    return rl_completion_matches(word, nextCompletion);
+}
+
+// ---- lines, with editing and history if a person types them
+
+/// The file of the history, created if necessary; empty if that is impossible.
+std::string openHistory() {
+    const char* const chosen = std::getenv("XDG_STATE_HOME");
+    const char* const home = std::getenv("HOME");
+    std::filesystem::path folder;
+    if (chosen != nullptr && *chosen == '/') {
+        folder = chosen;
+    } else if (home != nullptr && *home == '/') {
+        folder = std::filesystem::path(home) / ".local/state";
+    } else {
+        return {};
+    }
+    folder /= "kzhost";
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    std::string file = folder / "history";
+    const int opened = open(file.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600); // private to the user
+    if (opened < 0) return {};
+    close(opened);
+    return file;
+}
+
+/// The library has one state for the process.
+class LineReader {
+public:
+    explicit LineReader(bool hasHistory) {
+        if (!isInputTyped()) return;
+        // Strings are UTF-8 whatever the user's locale; without one the library drops what is not ASCII.
+        std::setlocale(LC_CTYPE, "");
+        if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
+        rl_attempted_completion_function = complete;
+        // Without dots and colons: a chain of names is one word. The library keeps the address.
+        static std::array<char, 16> breaks = {" \t\n\"'=,(){}[]+"};
+        rl_completer_word_break_characters = breaks.data();
+        using_history();
+        stifle_history(1000);
+        if (hasHistory) historyFile_ = openHistory();
+        if (!historyFile_.empty()) read_history(historyFile_.c_str());
+    }
+
+    /// Nothing at the end of input, or with `wasInterrupted` after Ctrl-C.
+    std::optional<std::string> read(const char* sign, bool& wasInterrupted) {
+        wasInterrupted = false;
+        std::string text;
+        if (!isInputTyped()) return std::getline(std::cin, text) ? std::optional(text) : std::nullopt;
+        static_cast<void>(takeInterrupt()); // pressed before this line
+        char* const line = readline(sign);
+        wasInterrupted = line == nullptr && takeInterrupt();
+        if (line == nullptr) {
+            std::cout << std::endl;
+            return std::nullopt;
+        }
+        text = line;
+        std::free(line);
+        return text;
+    }
+
+    /// Writes at once, because a statement may end the process; reads before that, because another session
+    /// may have written too.
+    void remember(const std::string& statement) {
+        if (!isInputTyped() || statement == last_) return;
+        last_ = statement;
+        const bool isKept = !historyFile_.empty() && access(historyFile_.c_str(), R_OK) == 0;
+        if (isKept) {
+            clear_history();
+            read_history(historyFile_.c_str());
+        }
+        add_history(statement.c_str());
+        if (isKept) write_history(historyFile_.c_str());
+    }
+
+private:
+    std::string historyFile_; // empty if there is none
+    std::string last_;
+};
+
+// ---- statements
+
+/// Compiles without running. Leaves the function or the message.
+bool compile(lua_State* state, const std::string& text) {
+    return luaL_loadbuffer(state, text.data(), text.size(), "=prompt") == LUA_OK;
+}
+
+/// Whether the message on top of the stack says that a statement goes on: there is no other sign for that.
+bool isIncomplete(lua_State* state) {
+    return std::string_view(lua_tostring(state, -1)).ends_with("<eof>");
+}
+
 void printMessage(lua_State* state) {
     std::fflush(stdout);
     std::fprintf(stderr, "%s\n", lua_tostring(state, -1));
 }
 
-/// Runs the function on the stack and prints its results, or the error of either.
-void runAndPrint(Session& session) {
+/// Completes a statement by further lines if necessary. Leaves a function, of an expression if it is one, or
+/// a message and false; or nothing and false, if the user gives up.
+bool readStatement(lua_State* state, LineReader& reader, std::string& statement) {
+    if (compile(state, "return " + statement)) return true;
+    lua_pop(state, 1);
+    while (!compile(state, statement)) {
+        if (!isIncomplete(state)) return false;
+        bool wasInterrupted = false;
+        const std::optional<std::string> more = reader.read("...> ", wasInterrupted);
+        if (wasInterrupted) lua_pop(state, 1);
+        if (!more.has_value()) return false;
+        lua_pop(state, 1);
+        statement += "\n" + *more;
+    }
+    return true;
+}
+
+/// Runs the function on the stack and prints its results by `show`, which may fail too.
+void runAndPrint(Session& session, int show) {
     lua_State* const state = session.state();
-    // Around the printing too, which may take long or run a script's `__tostring`.
-    const Interruptible interruptible(state);
-    beginNotingResults(state);
     bool isDone = session.call(0);
     if (isDone) {
-        lua_pushcfunction(state, printValues);
+        lua_rawgeti(state, LUA_REGISTRYINDEX, show);
         lua_insert(state, 1);
-        // A second call, so that an error in it is kept and told like any other.
         isDone = session.call(lua_gettop(state) - 1);
     }
     if (isDone) return;
@@ -76,42 +233,48 @@ void runAndPrint(Session& session) {
     printMessage(state);
 }
 
-/// The line is remembered as it was completed, and before it runs, because it may end the process.
-void runLine(Session& session, LineReader& reader, std::string line) {
-    lua_State* const state = session.state();
-    const Loaded loaded = loadStatement(state, reader, line);
-    reader.remember(line);
-    if (loaded == Loaded::function) runAndPrint(session);
-    if (loaded == Loaded::message) printMessage(state);
-    lua_settop(state, 0);
-    std::fflush(stdout);
-}
-
 void greet(const Setup& setup) {
     if (isInputTyped()) {
         std::puts("kzhost " KZHOST_VERSION
-                  ": help() says what there is, traceback() where a mistake came from; "
-                  "Ctrl-D leaves");
+                  ": help() lists the available functions, traceback() tells where an "
+                  "error came from; Ctrl-D leaves");
     }
     std::error_code unreadable; // then host.load() says more
     if (std::filesystem::exists(Text::toPath(setup.modulePath), unreadable) || unreadable) return;
     std::fflush(stdout);
-    std::fprintf(stderr, "kzhost: host.load() has nothing to load: %s: there is no such file\n",
+    std::fprintf(stderr, "kzhost: no default module for host.load(): no such file: %s\n",
                  setup.modulePath.c_str());
 }
 
 } // namespace
 
+void makeInterruptible(Session& session) {
+    lua_sethook(session.state(), checkInterrupt, LUA_MASKCOUNT, stepsBetweenChecks);
+}
+
 void prompt(Session& session, const Setup& setup, bool hasHistory) {
     lua_State* const state = session.state();
-    LineReader reader([state](const std::string& word) { return completions(state, word); }, hasHistory);
+    session.runEmbedded(promptLua, 0, 2);
+    completeFunction = luaL_ref(state, LUA_REGISTRYINDEX);
+    const int show = luaL_ref(state, LUA_REGISTRYINDEX);
+    completingSession = &session;
+    LineReader reader(hasHistory);
     catchInterrupts();
     greet(setup);
-    while (true) {
-        LineReader::Line line = reader.read("kzhost> ");
-        if (line.end == LineReader::End::input) break;
-        if (line.end == LineReader::End::line && !line.text.empty())
-            runLine(session, reader, std::move(line.text));
+    for (;;) {
+        bool wasInterrupted = false;
+        std::optional<std::string> line = reader.read("kzhost> ", wasInterrupted);
+        if (!line.has_value() && !wasInterrupted) break;
+        if (!line.has_value() || line->empty()) continue;
+        const bool isFunction = readStatement(state, reader, *line);
+        reader.remember(*line); // before it runs, because it may end the process
+        if (isFunction) {
+            runAndPrint(session, show);
+        } else if (lua_gettop(state) != 0) {
+            printMessage(state);
+        }
+        lua_settop(state, 0);
+        std::fflush(stdout);
     }
 }
 

@@ -1,11 +1,22 @@
 #pragma once
 
-#include "headless/kzhost/script.h"
+#include "headless/kzhost/session.h"
 
 namespace KzHost {
 
-/// Reads lines, runs them and prints their values, until the end of input. A statement may go over several
-/// lines. A mistake is printed in one line and ends nothing; Ctrl-C ends what runs, or clears what is being
+/// Only on systems whose terminals it knows.
+#ifdef _WIN32
+inline constexpr bool hasPrompt = false;
+#else
+inline constexpr bool hasPrompt = true;
+#endif
+
+/// Makes Lua code that `prompt` runs interruptible, also in coroutines that are created from now on. It runs
+/// slower for that.
+void makeInterruptible(Session& session);
+
+/// Reads lines, runs them and prints their values, until the end of input. A statement may span several
+/// lines. An error is printed in one line and ends nothing. Ctrl-C ends what runs, or clears the line being
 /// typed.
 void prompt(Session& session, const Setup& setup, bool hasHistory);
 

@@ -1,166 +1,215 @@
 #include "headless/kzhost/tracing.h"
 
 #include "headless/kzhost/libraries.h"
-#include "headless/kzhost/trace_json.h"
-#include "headless/kzhost/trace_text.h"
+#include "headless/trace.h"
 
+#include <nlohmann/json.hpp>
+
+#include <chrono>
 #include <cstdio>
-#include <deque>
+#include <cstring>
 #include <memory>
 
 namespace KzHost {
 
+using Headless::TraceCategory;
+using Headless::TraceDetail;
+using Headless::TraceEvent;
+using Headless::TraceListener;
+using nlohmann::json;
+
 namespace {
 
-/// A function of the script, and the lines that it has yet to get. It may edit drawings, end the tracing and
-/// close what an event is about, so it is not called from inside of events.
-class ScriptLines {
+// ---- as text
+
+/// Lines on standard error, indented by nesting.
+class TraceText final : public TraceListener {
 public:
-    /// Takes the function on top of the stack.
-    explicit ScriptLines(lua_State* state) : state_(state), function_(luaL_ref(state, LUA_REGISTRYINDEX)) {}
-    ScriptLines(const ScriptLines&) = delete;
-    ScriptLines& operator=(const ScriptLines&) = delete;
-    ~ScriptLines() { luaL_unref(state_, LUA_REGISTRYINDEX, function_); }
-
-    void add(const std::string& line) { lines_.push_back(line); }
-    [[nodiscard]] bool isEmpty() const { return lines_.empty(); }
-    void deliverNext() {
-        const std::string line = std::move(lines_.front());
-        lines_.pop_front();
-        ScriptCall::callWithLine(function_, line);
+    void begins(const TraceEvent& event) override {
+        const std::string title = event.name + (event.subject.empty() ? "" : ": " + event.subject);
+        std::string line = title;
+        const char* separator = event.subject.empty() ? ": " : ", ";
+        for (const TraceDetail& each : event.details) {
+            line += separator + inWords(each);
+            separator = ", ";
+        }
+        print(line);
+        // The end of an edit matters to readers; for all else the indentation says enough.
+        ends_.push_back(event.category == TraceCategory::edit ? "end of " + title : "");
     }
-
-private:
-    lua_State* state_;
-    int function_;
-    std::deque<std::string> lines_;
-};
-
-/// Hands the trace on to the file and to what the script has asked for.
-class Tracing final : public Headless::TraceListener {
-public:
-    void begins(const Headless::TraceEvent& event) override {
-        tellEach([&](TraceListener& listener) { listener.begins(event); });
-    }
-    void gives(const Headless::TraceDetail& result) override {
-        tellEach([&](TraceListener& listener) { listener.gives(result); });
+    void gives(const TraceDetail& result) override {
+        if (!ends_.empty()) print("-> " + inWords(result));
     }
     void ends() override {
-        tellEach([](TraceListener& listener) { listener.ends(); });
-    }
-
-    void setFile(std::unique_ptr<TraceListener> listener) {
-        file_ = std::move(listener);
-        listenIfNeeded();
-    }
-    void setScript(std::unique_ptr<TraceListener> listener) {
-        script_ = std::move(listener);
-        lines_ = nullptr;
-        listenIfNeeded();
-    }
-    void setScript(std::shared_ptr<ScriptLines> lines) {
-        setScript(
-            std::make_unique<TraceText>([to = lines.get()](const std::string& line) { to->add(line); }));
-        lines_ = std::move(lines);
-    }
-
-    /// What the function does meanwhile, it is not told. It may end the tracing, or have another one begun.
-    void deliver() {
-        const std::shared_ptr<ScriptLines> lines = lines_;
-        if (lines == nullptr || isDelivering_) return;
-        isDelivering_ = true;
-        while (lines_ == lines && !lines->isEmpty()) lines->deliverNext();
-        isDelivering_ = false;
+        if (ends_.empty()) return; // it began before the trace
+        const std::string line = std::move(ends_.back());
+        ends_.pop_back(); // the end is indented like the beginning
+        if (!line.empty()) print(line);
     }
 
 private:
-    /// Nobody is told of events while neither place is taken, so that they cost next to nothing.
-    void listenIfNeeded() { Headless::traceTo(file_ != nullptr || script_ != nullptr ? this : nullptr); }
+    static std::string inWords(const TraceDetail& detail) {
+        const auto* const number = std::get_if<std::int64_t>(&detail.value);
+        return detail.name + " " +
+               (number != nullptr ? std::to_string(*number) : std::get<std::string>(detail.value));
+    }
+    /// What the script has printed comes first.
+    void print(const std::string& text) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "%*s%s\n", static_cast<int>(2 * ends_.size()), "", text.c_str());
+    }
 
+    std::vector<std::string> ends_; // of each active event, what is printed at its end; empty: nothing
+};
+
+// ---- as a file of trace events
+
+/// Written after each event, and overwritten by the next one.
+constexpr const char* listEnd = "\n]}\n";
+
+/// Trace viewers open the file, which is well-formed after each event, however the process ends. Only where a
+/// file has no positions, as a pipe, its end is written at the end.
+class TraceJson final : public TraceListener {
+public:
+    explicit TraceJson(std::FILE* file) : file_(file), canGoBack_(std::fseek(file, 0, SEEK_SET) == 0) {
+        std::fputs(R"({"displayTimeUnit": "ms", "traceEvents": [
+{"name": "process_name", "ph": "M", "pid": 1, "tid": 1, "args": {"name": "kzhost"}})",
+                   file_);
+        if (canGoBack_) putEnd();
+    }
+    /// Ends the active events, since a viewer wants an end for each beginning.
+    ~TraceJson() override {
+        while (!ends_.empty()) end();
+        if (!canGoBack_) putEnd();
+        std::fclose(file_);
+    }
+
+    /// The end repeats the name and collects the results until it is written.
+    void begins(const TraceEvent& event) override {
+        json arguments = json::object();
+        if (!event.subject.empty()) arguments["object"] = event.subject;
+        for (const TraceDetail& each : event.details) add(arguments, each);
+        put({{"name", event.name}, {"cat", nameOf(event.category)}, {"ph", "B"}, {"args", arguments}});
+        ends_.push_back(
+            {{"name", event.name}, {"cat", nameOf(event.category)}, {"ph", "E"}, {"args", json::object()}});
+    }
+    void gives(const TraceDetail& result) override {
+        if (!ends_.empty()) add(ends_.back()["args"], result);
+    }
+    void ends() override {
+        if (!ends_.empty()) end(); // else it began before the trace
+    }
+
+private:
+    /// By which a viewer can filter.
+    static const char* nameOf(TraceCategory category) {
+        constexpr const char* names[] = {"edit", "notification", "message", "module", "client"};
+        return names[static_cast<std::size_t>(category)];
+    }
+    /// Numbers stay numbers.
+    static void add(json& arguments, const TraceDetail& detail) {
+        std::visit([&](const auto& value) { arguments[detail.name] = value; }, detail.value);
+    }
+    void end() {
+        put(std::move(ends_.back()));
+        ends_.pop_back();
+    }
+    void put(json event) {
+        const std::chrono::duration<double, std::micro> now = std::chrono::steady_clock::now() - start_;
+        event["ts"] = now.count();
+        // One process and one thread: viewers nest events by them.
+        event["pid"] = 1;
+        event["tid"] = 1;
+        // Paths may not be UTF-8.
+        const std::string text = event.dump(-1, ' ', false, json::error_handler_t::replace);
+        if (canGoBack_) std::fseek(file_, -static_cast<long>(std::strlen(listEnd)), SEEK_CUR);
+        std::fputs((",\n" + text).c_str(), file_);
+        if (canGoBack_) putEnd();
+    }
+    void putEnd() {
+        std::fputs(listEnd, file_);
+        std::fflush(file_);
+    }
+
+    std::FILE* file_;
+    bool canGoBack_;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+    std::vector<json> ends_; // of each active event, with its results
+};
+
+/// Text or a file; null if the file cannot be written. Binary, because going back counts bytes.
+std::unique_ptr<TraceListener> open(const std::string& file) {
+    if (file == "-") return std::make_unique<TraceText>();
+    std::FILE* const opened = std::fopen(file.c_str(), "wb");
+    return opened != nullptr ? std::make_unique<TraceJson>(opened) : nullptr;
+}
+
+// ---- both
+
+/// The traces that the command line and the script have asked for: each has one at most.
+class Tracing final : public TraceListener {
+public:
+    void begins(const TraceEvent& event) override {
+        tellEach([&event](TraceListener& each) { each.begins(event); });
+    }
+    void gives(const TraceDetail& result) override {
+        tellEach([&result](TraceListener& each) { each.gives(result); });
+    }
+    void ends() override {
+        tellEach([](TraceListener& each) { each.ends(); });
+    }
+
+    enum Source { run, script };
+    /// Without a trace, events cost next to nothing.
+    void set(Source source, std::unique_ptr<TraceListener> trace) {
+        traces_[source] = std::move(trace);
+        Headless::traceTo(traces_[run] != nullptr || traces_[script] != nullptr ? this : nullptr);
+    }
+
+private:
     template <class Tell>
     void tellEach(Tell tell) {
-        if (file_ != nullptr) tell(*file_);
-        if (script_ != nullptr && !isDelivering_) tell(*script_);
+        for (const auto& each : traces_) {
+            if (each != nullptr) tell(*each);
+        }
     }
 
-    std::unique_ptr<TraceListener> file_;
-    std::unique_ptr<TraceListener> script_;
-    std::shared_ptr<ScriptLines> lines_; ///< what `script_` writes to, when it is for a function
-    bool isDelivering_ = false;
+    std::unique_ptr<TraceListener> traces_[2];
 };
 
-/// Singleton. `endTracing` has to be called before a Lua state ends that a function of it belongs to.
-Tracing& tracing() {
-    static Tracing tracing;
-    return tracing;
-}
+Tracing tracing;
 
-/// What the script has printed comes first, to stand where it happened.
-void putOnStandardError(const std::string& line) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s\n", line.c_str());
-}
-
-/// The state that lives as long as all its coroutines.
-lua_State* mainState(lua_State* state) {
-    lua_rawgeti(state, LUA_REGISTRYINDEX, LUA_RIDX_MAINTHREAD);
-    lua_State* const result = lua_tothread(state, -1);
-    lua_pop(state, 1);
-    return result;
-}
-
-/// The listener of a script is replaced by each call; that of the command line stays.
-int trace(Call& call) {
+void trace(const Call& call) {
     lua_State* const state = call.state();
-    if (lua_isfunction(state, 1)) {
-        lua_State* const main = mainState(state); // a coroutine may be gone by then
-        lua_pushvalue(state, 1);
-        if (main != state) lua_xmove(state, main, 1);
-        tracing().setScript(std::make_shared<ScriptLines>(main));
-    } else if (!call.has(1) || call.boolean(1, "true, false or a function")) {
-        tracing().setScript(std::make_unique<TraceText>(putOnStandardError));
-    } else {
-        tracing().setScript(std::unique_ptr<Headless::TraceListener>());
+    std::unique_ptr<TraceListener> listener;
+    if (lua_type(state, 1) == LUA_TSTRING) {
+        const auto path = Argument<std::string>::read(call, 1);
+        listener = open(path);
+        if (listener == nullptr) call.fail("cannot write the trace " + path);
+    } else if (!call.has(1) || Argument<bool>::read(call, 1)) {
+        listener = open("-");
     }
-    return 0;
+    tracing.set(Tracing::script, std::move(listener));
 }
 
-constexpr Function functions[] = {
-    {"host.trace", trace, R"(
-        Tells in lines of text what happens from now on, indented by who is inside of whom: edits and their
-        ends, notifications and how many reactors hear them, lock-mode changes, messages, calls into modules
-        and out of them. A function gets its lines when it may do anything: before a client is called, and at
-        the end of the host's function that the script has called. What it does itself is not told.
-        @param to? boolean|fun(line:string) true: lines on standard error, also when it is left out; a
-            function: it gets each line; false ends the tracing
-        @example host.trace(true) door:touch() host.trace(false)
-        )"},
-};
+constexpr Function functions[] = {{"host.trace", bind<trace>}};
 
 } // namespace
 
-extern const Chapter tracingChapter = {
-    "host", "Traces", "The option `--trace` traces a whole run; [tracing.md](tracing.md) reads an example.",
-    functions};
+void addTraceLibrary(lua_State* state) {
+    addFunctions(state, functions);
+}
 
-bool traceToFile(const std::string& file) {
-    if (file == "-") {
-        tracing().setFile(std::make_unique<TraceText>(putOnStandardError));
-        return true;
-    }
-    std::unique_ptr<TraceJson> json = TraceJson::create(file);
-    const bool isOpen = json != nullptr;
-    tracing().setFile(std::move(json));
+bool traceRun(const std::string& file) {
+    std::unique_ptr<TraceListener> listener = open(file);
+    const bool isOpen = listener != nullptr;
+    tracing.set(Tracing::run, std::move(listener));
     return isOpen;
 }
 
-void deliverTrace() {
-    tracing().deliver();
-}
-
 void endTracing() {
-    tracing().setScript(std::unique_ptr<Headless::TraceListener>());
-    tracing().setFile(nullptr);
+    tracing.set(Tracing::script, nullptr);
+    tracing.set(Tracing::run, nullptr);
 }
 
 } // namespace KzHost

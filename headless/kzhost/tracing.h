@@ -4,15 +4,11 @@
 
 namespace KzHost {
 
-/// From now on a file receives the trace: as trace events, or as text on standard error when it is "-". False
-/// when it cannot be written.
-[[nodiscard]] bool traceToFile(const std::string& file);
+/// Traces the whole run to a file of trace events, or as text to standard error if the file is "-". False if
+/// the file cannot be written.
+[[nodiscard]] bool traceRun(const std::string& file);
 
-/// Gives a function of the script the lines that it has yet to get. To be called where it may do anything:
-/// never while an edit is under way.
-void deliverTrace();
-
-/// Ends all tracing, and with it the file.
+/// Ends all tracing and closes the files.
 void endTracing();
 
 } // namespace KzHost

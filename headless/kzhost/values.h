@@ -1,42 +1,33 @@
 #pragma once
 
-#include "headless/kzhost/call.h"
+#include "headless/kzhost/binding.h"
 
-#include <string>
-#include <vector>
-
-namespace KzHost {
+#include <initializer_list>
 
 /// The Lua values that stand for documents and objects. The same document or object is always the same value,
-/// so that values can be compared and used as keys of tables.
+/// so values can be compared and used as keys of tables.
+namespace KzHost {
 
-/// Makes the kinds of values known to a new state.
-void registerValues(lua_State* state);
+/// What the Lua value of an object holds. Once the id is no longer valid, the document tells whether the
+/// object alone is gone or its drawing too.
+struct ObjectValue {
+    KzDbObjectId id;
+    KzApDocument* document = nullptr;
+};
 
 /// Pushes a document; nil for null.
 void pushDocument(lua_State* state, KzApDocument* document);
 /// The document of a value, open or not; null for another value.
 [[nodiscard]] KzApDocument* toDocument(lua_State* state, int index);
 
-/// Pushes an object; nil for an id that is not valid. `near` is a document that probably holds it.
+/// Pushes an object; nil for an id that is not valid. `near` is a document that probably contains it.
 void pushObject(lua_State* state, KzDbObjectId id, KzApDocument* near);
 /// The object of a value, in memory or not; null for another value or kind (`none` is any).
 [[nodiscard]] const ObjectValue* toObject(lua_State* state, int index, Headless::Kind kind);
 
-/// Pushes a list of objects.
-void pushObjects(lua_State* state, const std::vector<KzDbObjectId>& ids, KzApDocument* near);
-
-/// A kind with its article, for messages.
-[[nodiscard]] const char* nameOf(Headless::Kind kind);
-
-void pushText(lua_State* state, std::u16string_view text);
-
-/// Makes a kind of value known, with the functions of its chapter as methods and with its fields, which are
-/// computed when they are read. A value's own table, when it has one as its first user value, comes before
-/// both.
-void newKind(lua_State* state, const Chapter& chapter, int (*describe)(lua_State* state));
-
-/// The chapter about a value of the host; null for any other value.
-[[nodiscard]] const Chapter* chapterOfValue(lua_State* state, int index);
+/// Registers a kind of values: those of the functions that belong to "name" or to a base are its methods
+/// ("name:...") and its fields ("name...."), which are computed when they are read. Leaves its metatable.
+void registerKind(lua_State* state, const char* name,
+                  std::initializer_list<std::span<const Function>> functions, lua_CFunction describe);
 
 } // namespace KzHost

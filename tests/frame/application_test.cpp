@@ -84,14 +84,14 @@ TEST_F(Application, DetachedItKeepsNothingUntilARecordIsAskedFor) {
 
 TEST_F(Application, WithoutADocumentManagerItAnswersFromWhatItHas) {
     KzApDocument* const document = Headless::openDocument(u"document");
-    Headless::refuse(Headless::Facility::manager, true);
+    Headless::refuse(Headless::HostCall::manager, true);
     EXPECT_EQ(application().setAttached(false), Orvo::missingCollaborator);
     EXPECT_EQ(application().createAll(), Orvo::missingCollaborator);
     EXPECT_EQ(application().purge(), Orvo::missingCollaborator);
     EXPECT_TRUE(hasRecord(document));
     KzApDocument* const later = Headless::openDocument(u"later");
     EXPECT_NE(application().docData(later, true), nullptr);
-    Headless::refuse(Headless::Facility::manager, false);
+    Headless::refuse(Headless::HostCall::manager, false);
 }
 
 // A document that the host no longer lists: its record goes at the next purge, with all that was registered
@@ -159,9 +159,9 @@ TEST_F(Application, ARecordMadeWhileItsDocumentGoesDoesNotTouchIt) {
         kzDocManagerPtr()->addReactor(&late);
         Headless::closeDocument(document);
         kzDocManagerPtr()->removeReactor(&late);
-        Headless::refuse(Headless::Facility::iterator, !isListing);
+        Headless::refuse(Headless::HostCall::documentIterator, !isListing);
         EXPECT_EQ(unload(), KzRx::done);
-        Headless::refuse(Headless::Facility::iterator, false);
+        Headless::refuse(Headless::HostCall::documentIterator, false);
         EXPECT_EQ(load(), KzRx::done);
     }
 }
@@ -183,7 +183,7 @@ TEST_F(Application, DataGoInTheOrderOfTheirDocumentsAndForgetThoseThatAreNotTher
     std::vector<KzApDocument*> documents;
     while (documents.size() < 9) documents.push_back(Headless::openDocument(u"document"));
     std::ranges::sort(documents, std::less<>());
-    const auto goneAfter = [&](Headless::Facility refused, KzApDocument* unlisted) {
+    const auto goneAfter = [&](Headless::HostCall refused, KzApDocument* unlisted) {
         AppDataT<Witness> data;
         for (KzApDocument* const document : documents) data.docData(document, true);
         if (unlisted != nullptr) Headless::setListed(unlisted, false);
@@ -195,12 +195,12 @@ TEST_F(Application, DataGoInTheOrderOfTheirDocumentsAndForgetThoseThatAreNotTher
     };
     std::vector<std::pair<KzApDocument*, bool>> expected(documents.size());
     std::ranges::transform(documents, expected.begin(), [](auto* each) { return std::pair(each, false); });
-    EXPECT_EQ(goneAfter(Headless::Facility::filter, nullptr), expected) << "all are open";
+    EXPECT_EQ(goneAfter(Headless::HostCall::addFilter, nullptr), expected) << "all are open";
     std::rotate(expected.begin(), expected.begin() + 4, expected.begin() + 5);
     expected[0].second = true;
-    EXPECT_EQ(goneAfter(Headless::Facility::filter, documents[4]), expected) << "one is not";
+    EXPECT_EQ(goneAfter(Headless::HostCall::addFilter, documents[4]), expected) << "one is not";
     std::ranges::transform(documents, expected.begin(), [](auto* each) { return std::pair(each, true); });
-    EXPECT_EQ(goneAfter(Headless::Facility::iterator, nullptr), expected) << "nobody knows";
+    EXPECT_EQ(goneAfter(Headless::HostCall::documentIterator, nullptr), expected) << "nobody knows";
 }
 
 TEST_F(Application, TheEntryPointTakesAnyCallInAnyOrder) {

@@ -161,13 +161,13 @@ TEST_F(Interface, StatusesHaveTheirNumbers) {
     KzDxTimer timer(&record->runningTimers(), 0);
     EXPECT_EQ(timer.attach(nullptr), 506);
     EXPECT_EQ(graph->addClient(nullptr, {}), 506);
-    Headless::refuse(Headless::Facility::filter, true);
+    Headless::refuse(Headless::HostCall::addFilter, true);
     KzDxCmdLineHook hook;
     EXPECT_EQ(hook.setEnabled(true), 431);
-    Headless::refuse(Headless::Facility::manager, true);
+    Headless::refuse(Headless::HostCall::manager, true);
     EXPECT_EQ(KzDxApplication::instance()->setAttached(false), 506);
-    Headless::refuse(Headless::Facility::manager, false);
-    Headless::refuse(Headless::Facility::filter, false);
+    Headless::refuse(Headless::HostCall::manager, false);
+    Headless::refuse(Headless::HostCall::addFilter, false);
 }
 
 } // namespace

@@ -166,20 +166,20 @@ TEST_F(Documents, MessagesPassTheFiltersUntilOneTakesThem) {
     EXPECT_THAT(seen, ElementsAre(2, 1002, 3, 4, 1004, 5, 102));
     EXPECT_EQ(pumped.dispatched, 2U) << "the inner pump had the other two";
     EXPECT_EQ(pumped.taken, 1U);
-    refuse(Facility::filter, true);
+    refuse(HostCall::removeFilter, true);
     EXPECT_EQ(kzedRemoveFilterWinMsg(takeOdd), 0);
-    refuse(Facility::filter, false);
+    refuse(HostCall::removeFilter, false);
     EXPECT_EQ(kzedRemoveFilterWinMsg(takeOdd), 1);
     EXPECT_EQ(kzedRemoveFilterWinMsg(takeOdd), 0);
 }
 
 TEST_F(Documents, ListenersHearWhileTheManagerIsRefused) {
     const Listener listener(log, "1");
-    refuse(Facility::manager, true);
+    refuse(HostCall::manager, true);
     EXPECT_EQ(kzDocManagerPtr(), nullptr);
     openDocument(u"a");
     EXPECT_THAT(heard(), ElementsAre("1 added"));
-    refuse(Facility::manager, false);
+    refuse(HostCall::manager, false);
 }
 
 } // namespace

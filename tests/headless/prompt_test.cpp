@@ -114,7 +114,7 @@ TEST_F(Prompt, PrintsValuesAndGoesOnAfterErrorsOfEveryKind) {
     EXPECT_THAT(type("host.open('a'), 'b\\0\\n', {1, c = {2}}\n"),
                 HasSubstr("document \"a\"  \"b\\0\\10\"  {1, c = {2}}"));
     EXPECT_THAT(type("'T\u00FCr'\n"), HasSubstr("\"T\u00FCr\"")) << "UTF-8 in and out";
-    EXPECT_THAT(type("host.post(5)\nhost.idle()\n"), HasSubstr("1 message, 0 taken\r\n"));
+    EXPECT_THAT(type("host.post(5)\nhost.idle()\n"), HasSubstr("1  0\r\n"));
     EXPECT_THAT(type("x = = 1\n"), HasSubstr("unexpected symbol"));
     EXPECT_THAT(type("error('boom')\n"), AllOf(HasSubstr("boom"), Not(HasSubstr("stack traceback"))));
     EXPECT_THAT(type("traceback()\n"), HasSubstr("stack traceback"));
@@ -164,7 +164,7 @@ TEST_F(Prompt, KeepsItsHistoryBetweenSessionsWhereItCan) {
     std::filesystem::remove_all(stateFolder);
     std::ofstream(stateFolder) << "a file where the folder should be";
     start();
-    EXPECT_THAT(type("'no' .. ' matter'\n"), AllOf(HasSubstr("\"no matter\""), Not(HasSubstr("rror"))));
+    EXPECT_THAT(type("'no' .. ' matter'\n"), AllOf(HasSubstr("\"no matter\""), Not(HasSubstr("istory"))));
     EXPECT_EQ(leave(), 7);
 }
 

@@ -114,4 +114,4 @@ do
   end)
   assert(#alive >= 1000, "clients of an unloaded module make room")
 end
-check.raises("not loaded any more", function() module.kzdxUpdateBlockGraph(drawing, true, true) end)
+check.raises("no longer loaded", function() module.kzdxUpdateBlockGraph(drawing, true, true) end)

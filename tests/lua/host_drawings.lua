@@ -42,7 +42,7 @@ check.equal(door:references(true), {beside})
 elsewhere:goodbye()
 check.equal(door:references(), {reference})
 assert(not elsewhere:erased() and elsewhere.id > 0)
-check.raises("has left memory", function() elsewhere:touch() end)
+check.raises("no longer exists", function() elsewhere:touch() end)
 
 -- Names: found, renamed, and taken while their record could come back.
 door:rename("Gate")

@@ -1,5 +1,5 @@
--- Guards what the host says about itself: everything that scripts can reach is described, every example runs, and the
--- help, docs/kzhost.md and the declarations for editors say the same.
+-- Guards the descriptions of the Lua interface: everything that scripts can reach is described, everything described
+-- exists, every example runs, and docs/kzhost.md is made of them.
 
 local folder = arg[0]:match("^(.*)/")
 package.path = folder .. "/?.lua;" .. package.path
@@ -36,50 +36,53 @@ local function output(chunk)
   return lines
 end
 
--- The page is the one in docs, and every example of it runs.
-local page = printed("--reference")
+-- The page is up to date.
+local page = printed(("%q"):format(folder .. "/../../scripts/kzhost_page.lua"))
 check.equal(page == read(assert(io.open(folder .. "/../../docs/kzhost.md"))), true,
-  "docs/kzhost.md is what kzhost --reference prints")
-local described = {}
-for name, text in page:gmatch("\n### `([%w:.]+).-`\n(.-)```lua\n") do described[name] = text end
-for name, example in page:gmatch("\n### `([%w:.]+).-```lua\n(.-)\n```") do
-  setUp()
-  local chunk = assert(load(example, "=the example of " .. name))
-  if name == "host.load" then host.unload() end
-  if name ~= "help" then output(chunk) end
-end
+  "docs/kzhost.md is what scripts/kzhost_page.lua prints")
 
--- What can be reached is described, with more than a word or two.
-setUp()
-local reached = {help = "help"}
-for name in pairs(host) do reached[name] = "host." .. name end
-for kind, value in pairs({document = house, record = door, reference = placed, attribute = number}) do
-  local _, methods = debug.getupvalue(debug.getmetatable(value).__index, 1)
-  for name in pairs(methods) do
-    reached[kind .. name] = described["object:" .. name] and "object:" .. name or kind .. ":" .. name
-  end
-end
-for name in pairs(debug.getuservalue(zelvane, 1)) do reached["m" .. name] = "module." .. name end
-local asked = {}
-for _, name in pairs(reached) do
-  assert(described[name] and #described[name] > 30, name .. " has no description")
-  asked[#asked + 1] = ("help(%q)"):format(name)
-end
-local _, helped = printed("-e '" .. table.concat(asked, " ") .. "'"):gsub("\n  > ", "")
-check.equal(helped, #asked, "how many have a help")
-
--- The declarations are complete, and are Lua.
+-- Every function and field is described, with more than a word or two; every example runs.
 local declarations = printed("--declarations")
 assert(load(declarations))
-for name in pairs(described) do
-  local isFunction = declarations:find("function " .. name .. "(", 1, true)
-  local field = "---@field " .. name:match("%w+$") .. " "
-  assert(isFunction or declarations:find(field, 1, true), name .. " is not declared")
+local described = {}
+for comment, name in declarations:gmatch("\n\n(%-%-%-[^\n]*\n.-)function ([%w.:]+)%(") do
+  comment = comment:match(".*\n\n(.*)") or comment
+  described[name] = true
+  assert(#comment > 50, name .. " has hardly a description")
+  setUp()
+  local example = assert(comment:match("Example: `(.-)`\n"), name .. " has no example")
+  if name == "host.load" then host.unload() end
+  if name ~= "help" then output(assert(load(example, "=the example of " .. name))) end
+end
+for class, fields in declarations:gmatch("%-%-%-@class (%w+)[^\n]*\n(.-)\n%l") do
+  for field in fields:gmatch("%-%-%-@field (%w+) ") do described[class .. "." .. field] = true end
 end
 
--- Help by value, by name, and of what it does not know.
+-- What can be reached, by the same names.
+setUp()
+local reached = {help = true, traceback = true}
+local function reach(table, owner)
+  for name in pairs(table) do reached[owner .. name] = true end
+end
+reach(host, "host.")
+reach(debug.getuservalue(zelvane, 1), "module.")
+local kinds = {document = house, record = door, reference = placed, attribute = number, client = client}
+for kind, value in pairs(kinds) do
+  local meta = debug.getmetatable(value)
+  reach(meta.methods, kind .. ":")
+  reach(meta.fields, kind .. ".")
+end
+for name in pairs(reached) do
+  local inherited = "object" .. (name:match("[.:]%w+") or "")
+  assert(described[name] or described[inherited], name .. " is not described")
+end
+for name in pairs(described) do
+  assert(reached[name] or reached[(name:gsub("^object", "record"))], name .. " does not exist")
+end
+
+-- Help by value, by name, and for what is unknown.
 local withValues = printed([[-e 'd = host.open("d") help(host.idle) help(d) help(d.block) help(host.load()) help(print)']])
-for _, text in ipairs({"host.idle()\n", "gives taken (count)", "document:attach(other, name)", "document:block(name",
-  "module.kzdxGetKzDbTableIds(document [, ids])", "Nothing is known about it"}) do
+for _, text in ipairs({"host.idle()\n", "returns `taken` (`integer`)", "document:attach(other, name)",
+  "document:block(name [, options])\n", "module.kzdxGetKzDbTableIds(document [, ids])", "No help for that"}) do
   assert(withValues:find(text, 1, true), text)
 end

@@ -72,31 +72,19 @@ do
   check.equal(events[#events].text:match('"name":"(client .-)"'), [[client \]])
 end
 
--- A function that gets the lines may edit, which is not told, and end the trace; its error is raised in the script.
+-- A script traces to a file of its own from here to there, beside the trace of the run.
 do
-  local house, lines = host.open("house"), {}
-  local door = house:block("Door")
-  host.trace(function(line)
-    lines[#lines + 1] = line
-    house:modelSpace():touch()
-    if line:find("^end") then host.trace(false) end
-  end)
-  door:touch()
-  door:touch()
-  check.equal(#lines, 5)
-  check.equal(lines[2], ("  aboutToChange: record %d \"Door\", reactors 0"):format(door.id))
-  host.trace(function() error("no room for a line") end)
-  check.raises("no room for a line", function() door:touch() end)
-  host.trace(false)
-end
-
--- It may send away what the edit has made, and close the drawing when the edit ends.
-do
-  local house = host.open("house")
-  local door = house:modelSpace():insert(house:block("Door"))
-  host.trace(function() for _, each in ipairs(door.block:references()) do pcall(each.goodbye, each) end end)
-  pcall(door.copy, door)
-  host.trace(function() pcall(house.close, house) end)
-  pcall(house.block, house, "Window")
-  host.trace(false)
+  local path = os.tmpname()
+  local _, events = trace(([[
+    local door = host.open("house"):block("Door")
+    host.trace("%s")
+    door:touch()
+    host.trace(false)
+    door:rename("Gate")]]):format(path))
+  find(events, '"edit touch"')
+  local own = read(assert(io.open(path)))
+  os.remove(path)
+  assert(own:find('"edit touch"', 1, true) and own:find("\n]}\n$"), own)
+  assert(not own:find("new record", 1, true) and not own:find("rename", 1, true), own)
+  check.raises("cannot write the trace", function() host.trace("/nonexistent/trace") end)
 end

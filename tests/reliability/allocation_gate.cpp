@@ -1,6 +1,6 @@
 #include "tests/reliability/allocation_gate.h"
 
-#include "headless/fault_countdown.h"
+#include "headless/faults.h"
 
 #include <dlfcn.h>
 #include <malloc.h>
@@ -16,7 +16,7 @@ constinit std::size_t made = 0;
 
 void* allocate(std::size_t size) noexcept {
     ++made;
-    void* const memory = countdown.strikes() ? nullptr : std::malloc(size != 0 ? size : 1);
+    void* const memory = countdown.shouldFail() ? nullptr : std::malloc(size != 0 ? size : 1);
     if (memory != nullptr) live += malloc_usable_size(memory);
     return memory;
 }
@@ -57,7 +57,7 @@ extern "C" void* realloc(void* memory, std::size_t size) noexcept {
     using Realloc = void* (*)(void*, std::size_t);
     static const auto next = reinterpret_cast<Realloc>(dlsym(RTLD_NEXT, "realloc"));
     ++made;
-    return countdown.strikes() ? nullptr : next(memory, size);
+    return countdown.shouldFail() ? nullptr : next(memory, size);
 }
 
 void* operator new(std::size_t size) {

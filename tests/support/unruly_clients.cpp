@@ -17,8 +17,15 @@ namespace {
 constexpr int deepestNesting = 24; // sanitizers make frames large
 constexpr std::size_t mostDrawings = 3;
 
-void give(std::initializer_list<Headless::Facility> facilities) {
-    for (const Headless::Facility facility : facilities) Headless::refuse(facility, false);
+using Headless::HostCall;
+
+/// What the host may refuse for a while.
+const std::vector<HostCall> refusable = {HostCall::addFilter,  HostCall::removeFilter,
+                                         HostCall::manager,    HostCall::documentIterator,
+                                         HostCall::mainWindow, HostCall::postMessage};
+
+void refuseNothing() {
+    for (const HostCall each : refusable) Headless::refuse(each, false);
 }
 
 bool isAnyOpen(const std::unique_ptr<RandomDrawing>& drawing) {
@@ -90,7 +97,7 @@ void UnrulyClients::finish() {
     for (const auto& drawing : drawings_) drawing->letGo();
     unloadModule();
     // What the host refused before is left now, also when the module was unloaded by then.
-    give({Headless::Facility::filter, Headless::Facility::manager});
+    refuseNothing();
     unloadModule();
     kzDocManagerPtr()->removeReactor(&neighbour_);
     if (const std::string leftovers = leftoversInHost(); !leftovers.empty()) {
@@ -266,8 +273,7 @@ void UnrulyClients::postAnything(const Action& action) {
 // Ends what `disturb` has begun.
 void UnrulyClients::calmDown() {
     KzApDocument* const document = Headless::currentDocument();
-    give({Headless::Facility::filter, Headless::Facility::manager, Headless::Facility::iterator,
-          Headless::Facility::window});
+    refuseNothing();
     Headless::setInputWaiting(false);
     Headless::setReady(document, true);
     Headless::setBusy(document, 0);
@@ -277,9 +283,6 @@ void UnrulyClients::calmDown() {
 
 // The host is busy, refuses something, or does no longer.
 void UnrulyClients::disturb(const Action& action) {
-    using Headless::Facility;
-    static const std::vector<Facility> facilities{Facility::filter, Facility::manager, Facility::iterator,
-                                                  Facility::window};
     const bool isDisturbed = action.a % 2 == 0;
     KzApDocument* const document = anyDocument(action.c);
     switch (action.b % 9) {
@@ -294,7 +297,7 @@ void UnrulyClients::disturb(const Action& action) {
     case 4:
         return Headless::setListed(document, !isDisturbed);
     default:
-        return Headless::refuse(pick(facilities, action.b), isDisturbed);
+        return Headless::refuse(pick(refusable, action.b), isDisturbed);
     }
 }
 

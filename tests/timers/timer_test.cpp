@@ -150,10 +150,10 @@ TEST_F(Timer, TheHookIsTriedAtEachSwitchingOnAndGoesWithTheLastTimer) {
     timer.reset();
     EXPECT_EQ(Headless::endFaults(), 0U) << "who has registered no filter removes none";
     timer = std::make_unique<KzDxTimer>(&record->runningTimers(), 0);
-    Headless::refuse(Headless::Facility::filter, true);
+    Headless::refuse(Headless::HostCall::addFilter, true);
     EXPECT_EQ(timer->setEnabled(true), Orvo::ok) << "a refused filter is no matter of the timer's";
     EXPECT_EQ(Headless::filterCount(), 0U);
-    Headless::refuse(Headless::Facility::filter, false);
+    Headless::refuse(Headless::HostCall::addFilter, false);
     timer->setEnabled(true);
     EXPECT_EQ(Headless::filterCount(), 1U) << "also when the timer runs already";
     timer->setEnabled(false);

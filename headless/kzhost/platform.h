@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+/// What differs between operating systems.
+namespace KzHost {
+
+/// The folder of the program.
+[[nodiscard]] std::string programFolder();
+
+/// Whether a person types what the program reads, so that a prompt makes sense.
+[[nodiscard]] bool isInputTyped();
+
+/// From now on a crash prints the running client, if any, to standard error first.
+void nameClientOnCrash();
+
+} // namespace KzHost

@@ -1,0 +1,46 @@
+#include "headless/kzhost/platform.h"
+#include "headless/kzhost/script_call.h"
+#include "text/paths.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
+namespace KzHost {
+
+namespace {
+
+/// Leaves the crash itself to the system.
+LONG WINAPI onCrash(EXCEPTION_POINTERS* /*what*/) {
+    if (const char* const client = runningClient()) {
+        std::fprintf(stderr, "kzhost: crashed in the client %s\n", client);
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+} // namespace
+
+std::string programFolder() {
+    std::vector<wchar_t> name(MAX_PATH);
+    // The system does not say how long the name is, only that it did not fit.
+    for (;;) {
+        const DWORD length = GetModuleFileNameW(nullptr, name.data(), DWORD(name.size()));
+        if (length < name.size()) {
+            return Text::fromPath(std::filesystem::path(std::wstring(name.data(), length)).parent_path());
+        }
+        name.resize(name.size() * 2);
+    }
+}
+
+/// There is no prompt here.
+bool isInputTyped() {
+    return false;
+}
+
+void nameClientOnCrash() {
+    SetUnhandledExceptionFilter(onCrash);
+}
+
+} // namespace KzHost
