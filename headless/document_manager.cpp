@@ -9,17 +9,12 @@
 
 #include <algorithm>
 
-// Closed documents are poisoned if the address sanitizer is there (`Document::release`).
-#if defined(__has_feature)
-#define HAS_ADDRESS_SANITIZER __has_feature(address_sanitizer) // clang
-#elif defined(__SANITIZE_ADDRESS__)
-#define HAS_ADDRESS_SANITIZER 1 // gcc
-#else
-#define HAS_ADDRESS_SANITIZER 0
-#endif
-
-#if HAS_ADDRESS_SANITIZER
+// Closed documents are poisoned (`Document::release`), which means something under the address sanitizer
+// alone.
+#if __has_include(<sanitizer/asan_interface.h>)
 #include <sanitizer/asan_interface.h>
+#else
+#define ASAN_POISON_MEMORY_REGION(address, size) // NOLINT(readability-identifier-naming)
 #endif
 
 namespace Headless {
@@ -33,7 +28,7 @@ class DocumentIterator final : public KzApDocumentIterator {
 public:
     explicit DocumentIterator(const std::vector<Document*>& documents) {
         for (Document* const each : documents) {
-            if (each->isListed) documents_.push_back(each);
+            if (each->state.isListed) documents_.push_back(each);
         }
     }
 
@@ -150,35 +145,10 @@ bool makeCurrent(KzApDocument* address) {
     return document != nullptr;
 }
 
-void setListed(KzApDocument* document, bool isListed) {
-    if (Document* const found = findDocument(document)) found->isListed = isListed;
-}
-
-void setReady(KzApDocument* document, bool readiness) {
-    if (Document* const found = findDocument(document)) found->readiness = readiness;
-}
-
-void setBusy(KzApDocument* document, std::int32_t number) {
-    if (Document* const found = findDocument(document)) found->busyness = number;
-}
-
-void setLockMode(KzApDocument* document, KzAp::DocLockMode mode) {
-    if (Document* const found = findDocument(document)) found->lock = mode;
-}
-
-bool isReady(const KzApDocument* document) {
-    const Document* const found = findDocument(document);
-    return found != nullptr && found->readiness;
-}
-
-std::int32_t busy(const KzApDocument* document) {
-    const Document* const found = findDocument(document);
-    return found != nullptr ? found->busyness : 0;
-}
-
-KzAp::DocLockMode lockMode(const KzApDocument* document) {
-    const Document* const found = findDocument(document);
-    return found != nullptr ? found->lock : KzAp::DocLockMode{};
+DocumentState& documentState(const KzApDocument* document) {
+    static DocumentState ofNone;
+    Document* const found = findDocument(document);
+    return found != nullptr ? found->state : ofNone = {};
 }
 
 /// The mode is read for each reactor: an earlier one may have set it.
@@ -190,7 +160,7 @@ void reportLockMode(KzApDocument* address, const char16_t* command) {
         return {TraceCategory::message, "lock mode", inWords(document->name), {{"command", name}}};
     });
     notifyOfOpen("documentLockModeChanged", *document, [&](KzApDocManagerReactor& reactor) {
-        const KzAp::DocLockMode mode = document->lock;
+        const KzAp::DocLockMode mode = document->state.lockMode;
         reactor.documentLockModeChanged(document, mode, mode, mode, command);
     });
 }
@@ -219,22 +189,20 @@ KzDbDatabase* Document::database() const {
 }
 
 KzAp::DocLockMode Document::lockMode(bool flag) const {
-    return isProvidedFor(!flag, "lockMode with true") ? lock : KzAp::DocLockMode{-1};
+    return isProvidedFor(!flag, "lockMode with true") ? state.lockMode : KzAp::DocLockMode{-1};
 }
 
 void Document::release() {
     drawing.reset();
     name.clear();
     name.shrink_to_fit(); // the memory of a long name; the poisoned object is never destroyed
-#if HAS_ADDRESS_SANITIZER
     ASAN_POISON_MEMORY_REGION(this, sizeof(Document));
-#endif
 }
 
 void DocumentManager::addReactor(KzApDocManagerReactor* reactor) {
     if (!isProvidedFor(reactor != nullptr, "addReactor of the document manager with null")) return;
     // Now, while it certainly exists: when its library is closed it may be gone without having unregistered.
-    reactorOrigins.note(reactor);
+    noteReactor(reactor);
     reactors.add(reactor);
 }
 
@@ -253,7 +221,7 @@ KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
 
 std::int32_t DocumentManager::busy(const KzApDocument* document) const {
     const Document* const found = findDocument(document);
-    return isProvidedFor(found != nullptr, "busy about no open document") ? found->busyness : -1;
+    return isProvidedFor(found != nullptr, "busy about no open document") ? found->state.busy : -1;
 }
 
 } // namespace Headless

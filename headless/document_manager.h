@@ -2,9 +2,9 @@
 
 #include "headless/call_list.h"
 #include "headless/drawing.h"
+#include "headless/session.h"
 #include "host/documents.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,15 +26,12 @@ public:
 
     std::u16string name;
     std::optional<Drawing> drawing;
-    bool readiness = true;
-    bool isListed = true;
+    DocumentState state;
     bool isClosing = false;
-    std::int32_t busyness = 0;
-    KzAp::DocLockMode lock{};
 
     // What modules see.
     [[nodiscard]] KzDbDatabase* database() const override;
-    [[nodiscard]] bool isReady() const override { return readiness; }
+    [[nodiscard]] bool isReady() const override { return state.isReady; }
     [[nodiscard]] KzAp::DocLockMode lockMode(bool flag) const override;
 };
 

@@ -1,6 +1,6 @@
 #include "headless/edit.h"
 
-#include <cassert>
+#include <iterator>
 
 namespace Headless {
 
@@ -25,62 +25,46 @@ Edit::Edit(const char* name, std::initializer_list<Object*> objects)
     for (Object* const each : objects) {
         if (each == nullptr) continue;
         each->beginWriting();
-        assert(count_ < mostObjects);
-        objects_[count_++] = each;
+        objects_.push_back(each);
     }
 }
 
 void Edit::tellBefore() {
-    for (std::size_t at = 0; at < count_; ++at) objects_[at]->tellAboutToChange();
+    for (Object* const each : objects_) each->tellAboutToChange();
 }
 
 /// All reactors hear of the change before the first object is closed. Each object is closed before its
 /// reactors hear of that, so that they find it open for write no longer.
 void Edit::tellAfter() {
-    for (std::size_t at = 0; at < count_; ++at) {
-        Object& object = *objects_[at];
-        object.tell("modified", [&object](KzDbObjectReactor* reactor) { reactor->modified(object.face()); });
+    for (Object* const each : objects_) {
+        each->tell("modified", [each](KzDbObjectReactor* reactor) { reactor->modified(each->face()); });
     }
-    for (std::size_t at = 0; at < count_; ++at) {
-        objects_[at]->endWriting();
-        objects_[at]->tellClosed();
+    for (Object* const each : objects_) {
+        each->endWriting();
+        each->tellClosed();
     }
 }
 
 const char* describe(Refusal refusal) {
-    switch (refusal) {
-    case Refusal::none:
-        return "nothing was refused";
-    case Refusal::documentClosed:
-        return "the document is closed";
-    case Refusal::noDrawing:
-        return "the document has no drawing";
-    case Refusal::notInMemory:
-        return "the object is not in memory any more";
-    case Refusal::wrongKind:
-        return "the object is of another kind";
-    case Refusal::erased:
-        return "the object is erased";
-    case Refusal::heldOpen:
-        return "the object is held open";
-    case Refusal::otherDrawing:
-        return "the object lies in another drawing";
-    case Refusal::nameMissing:
-        return "a name cannot be empty";
-    case Refusal::nameTaken:
-        return "the name is taken";
-    case Refusal::notEnhanced:
-        return "the block is not enhanced";
-    case Refusal::alreadyRepresentation:
-        return "the record represents a block already or is that block itself";
-    case Refusal::ownDrawing:
-        return "a drawing cannot be attached to itself";
-    case Refusal::noSuchTag:
-        return "the reference has no attribute of that tag";
-    case Refusal::notHeldOpen:
-        return "the object is not held open";
-    }
-    return "unknown refusal";
+    constexpr const char* texts[] = {
+        "nothing was refused",
+        "the document is closed",
+        "the document has no drawing",
+        "the object no longer exists",
+        "the object is of another kind",
+        "the object is erased",
+        "the object is held open",
+        "the object belongs to another drawing",
+        "a name cannot be empty",
+        "the name is taken",
+        "the block is not enhanced",
+        "the record represents a block already or is that block itself",
+        "a drawing cannot be attached to itself",
+        "the reference has no attribute of that tag",
+        "the object is not held open",
+    };
+    static_assert(std::size(texts) == static_cast<std::size_t>(Refusal::notHeldOpen) + 1);
+    return texts[static_cast<std::size_t>(refusal)];
 }
 
 /// Keeps the first refusal: those after it often only follow from it.

@@ -6,6 +6,7 @@
 
 #include <initializer_list>
 #include <string_view>
+#include <vector>
 
 namespace Headless {
 
@@ -82,14 +83,11 @@ public:
     }
 
 private:
-    static constexpr std::size_t mostObjects = 3;
-
     void tellBefore();
     void tellAfter();
 
     TraceScope trace_;
-    std::size_t count_ = 0;
-    Object* objects_[mostObjects] = {};
+    std::vector<Object*> objects_;
     Drawing::Editing editing_;
 };
 

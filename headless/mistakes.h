@@ -15,7 +15,7 @@ namespace Headless {
 
 HEADLESS_API void forgetMistakes();
 
-HEADLESS_API void noteMistake(const char* call);
+void noteMistake(const char* call);
 
 /// Notes a mistake unless a call is as it should be. Gives whether it is.
 inline bool isProvidedFor(bool isAsItShouldBe, const char* call) {

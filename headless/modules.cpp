@@ -39,8 +39,9 @@ struct Loader {
     const void* packet = nullptr; // of the innermost message under way
 };
 
-/// Never destroyed: whatever runs at the end of the process may ask what is loaded.
+// Never destroyed: modules may call as late as the process ends.
 Loader& loader = *new Loader;
+std::vector<std::string>& noted = *new std::vector<std::string>; // what modules did wrong
 
 Module* find(ModuleId id) {
     const auto found = std::find_if(loader.modules.begin(), loader.modules.end(),
@@ -48,42 +49,19 @@ Module* find(ModuleId id) {
     return found != loader.modules.end() ? &*found : nullptr;
 }
 
-/// Says whether an address lies in one library. Asks the dynamic linker once per run of equal addresses:
-/// the reactors of a drawing are mostly of one class.
-class LibraryOf {
-public:
-    explicit LibraryOf(const void* inside) : library_(libraryContaining(inside)) {}
-
-    bool contains(const void* address) {
-        if (address != last_) {
-            last_ = address;
-            isInside_ = libraryContaining(address) == library_;
-        }
-        return isInside_;
-    }
-    /// Whether the code of a reactor lies there, which itself may be gone already.
-    bool containsCodeOf(const KzRxObject* reactor) { return contains(reactorOrigins.codeOf(reactor)); }
-
-private:
-    const void* library_;
-    const void* last_ = nullptr;
-    bool isInside_ = false;
-};
-
-/// Nobody may call into a library that is about to be closed. `inside` is any address in it; the library must
-/// still be open, because the system is asked which addresses lie in it.
+/// Ensures that nothing calls into a library that is about to be closed. `inside` is any address in it; the
+/// library must still be open, because the system is asked which addresses belong to it.
 void dropWhatCallsInto(const void* inside) {
-    LibraryOf library(inside);
+    const auto isInside = [library = libraryContaining(inside)](const void* address) {
+        return libraryContaining(address) == library;
+    };
+    const auto isCodeInside = [&](const KzRxObject* reactor) { return isInside(reactorCodes.at(reactor)); };
     messageFilters.removeIf(
-        [&](KzEdMessageFilter filter) { return library.contains(reinterpret_cast<const void*>(filter)); });
-    documentManager.reactors.removeIf(
-        [&](const KzApDocManagerReactor* reactor) { return library.containsCodeOf(reactor); });
-    objectTable.forEach(KzDbObjectId(), [&](Object& object) {
-        object.dropReactors(
-            [&](const KzDbObjectReactor* reactor) { return library.containsCodeOf(reactor); });
-    });
-    // Last: the questions above are answered from it.
-    reactorOrigins.forgetIf([&](const void* code) { return library.contains(code); });
+        [&](KzEdMessageFilter filter) { return isInside(reinterpret_cast<const void*>(filter)); });
+    documentManager.reactors.removeIf(isCodeInside);
+    objectTable.forEach(KzDbObjectId(), [&](Object& object) { object.dropReactors(isCodeInside); });
+    std::erase_if(reactorCodes,
+                  [&](const auto& entry) { return isInside(entry.second); }); // last: used above
 }
 
 /// Whether another opening keeps the library in the process, that of a loaded module or one that is itself
@@ -109,13 +87,6 @@ void closeWhenCallsHaveReturned(LibraryHandle library) {
     ModuleCall::deferClose();
 }
 
-/// As authors of modules write versions.
-std::string inHexadecimal(std::uint32_t value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%x", value);
-    return text;
-}
-
 /// Why a file could not be opened as a library.
 std::string describeUnopened(const std::string& path, const std::string& failure) {
     std::error_code unreadable; // then the system's own message says more
@@ -134,8 +105,10 @@ std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
     // Before the entry point is ever called: in another version its messages may mean something else.
     const std::uint32_t number = version();
     if (number == KzRx::apiVersion) return {};
-    return "it was built for version " + inHexadecimal(number) + " of the interface, and this host has " +
-           inHexadecimal(KzRx::apiVersion);
+    char text[100];
+    std::snprintf(text, sizeof text, "it was built for version 0x%x of the interface, and this host has 0x%x",
+                  number, KzRx::apiVersion);
+    return text;
 }
 
 /// Why a module that was called was not loaded.
@@ -246,6 +219,18 @@ bool isLoaded(ModuleId module) {
 void* moduleExport(ModuleId module, const char* name) {
     const Module* const found = find(module);
     return found != nullptr ? librarySymbol(found->library, name) : nullptr;
+}
+
+const std::vector<std::string>& mistakes() {
+    return noted;
+}
+
+void forgetMistakes() {
+    noted.clear();
+}
+
+void noteMistake(const char* call) {
+    noted.emplace_back(call);
 }
 
 /// The order matters: faults end first, so that modules can unregister; modules are unloaded while their

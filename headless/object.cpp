@@ -12,7 +12,8 @@ namespace Headless {
 
 /// Never destroyed, like all that modules may ask for until the process ends.
 ObjectTable& objectTable = *new ObjectTable;
-ReactorOrigins& reactorOrigins = *new ReactorOrigins;
+std::unordered_map<const KzRxObject*, const void*>& reactorCodes =
+    *new std::unordered_map<const KzRxObject*, const void*>;
 
 /// Downcast by kind: `Object` is no base of the host's interfaces and has no virtual functions. Each kind has
 /// one class, which derives from both.

@@ -55,41 +55,13 @@ private:
 // Never destroyed: objects may be asked for until the process ends.
 extern ObjectTable& objectTable;
 
-/// Remembers where the code of each registered reactor lies, by its table of operations.
-///
-/// When a library is closed, what it left registered is dropped. Asking the reactors themselves then would be
-/// too late: a module that could not reach the document manager has destroyed them already.
-class ReactorOrigins {
-public:
-    /// To be told of every registration. Cheap for the same reactor again and again.
-    void note(const KzRxObject* reactor) {
-        const void* const code = *reinterpret_cast<const void* const*>(reactor);
-        if (reactor == lastReactor_ && code == lastCode_) return;
-        codes_[reactor] = code;
-        lastReactor_ = reactor;
-        lastCode_ = code;
-    }
+/// The table of operations of each reactor that was ever registered. It tells in which library the code of a
+/// reactor is: when that is closed, a reactor that it left registered may already be destroyed.
+extern std::unordered_map<const KzRxObject*, const void*>& reactorCodes;
 
-    /// Null for a reactor that was never registered.
-    [[nodiscard]] const void* codeOf(const KzRxObject* reactor) const {
-        const auto found = codes_.find(reactor);
-        return found != codes_.end() ? found->second : nullptr;
-    }
-
-    /// Forgets the reactors whose code `isGone` says to be gone.
-    template <class Predicate>
-    void forgetIf(Predicate isGone) {
-        std::erase_if(codes_, [&](const auto& entry) { return isGone(entry.second); });
-        lastReactor_ = nullptr;
-    }
-
-private:
-    std::unordered_map<const KzRxObject*, const void*> codes_;
-    const KzRxObject* lastReactor_ = nullptr;
-    const void* lastCode_ = nullptr;
-};
-
-extern ReactorOrigins& reactorOrigins;
+inline void noteReactor(const KzRxObject* reactor) {
+    reactorCodes[reactor] = *reinterpret_cast<const void* const*>(reactor);
+}
 
 /// What all objects of a drawing have in common, beside the interface that modules see: id, owner, openings
 /// and reactors.
@@ -148,7 +120,7 @@ public:
     // ---- reactors
     void addReactor(KzDbObjectReactor* reactor) {
         if (!mayChangeReactors(reactor, "addReactor")) return;
-        reactorOrigins.note(reactor);
+        noteReactor(reactor);
         reactors_.add(reactor);
     }
     void removeReactor(KzDbObjectReactor* reactor) {

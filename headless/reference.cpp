@@ -4,8 +4,6 @@
 #include "headless/mistakes.h"
 #include "headless/record.h"
 
-#include <algorithm>
-
 namespace Headless {
 
 namespace {
@@ -31,22 +29,6 @@ private:
 };
 
 } // namespace
-
-const std::vector<KzDbObjectId>& Reference::attributes() const {
-    // One empty list for all references without attributes; never destroyed, since it is given out by
-    // reference.
-    static const std::vector<KzDbObjectId>& none = *new std::vector<KzDbObjectId>;
-    return attributes_ != nullptr ? *attributes_ : none;
-}
-
-void Reference::addAttribute(KzDbObjectId attribute) {
-    if (attributes_ == nullptr) attributes_ = std::make_unique<std::vector<KzDbObjectId>>();
-    attributes_->push_back(attribute);
-}
-
-void Reference::removeAttribute(KzDbObjectId attribute) {
-    if (attributes_ != nullptr) std::erase(*attributes_, attribute);
-}
 
 KzDbObjectIterator* Reference::attributeIterator() const {
     // No attributes at all is null, as the interface says; when all are erased there is an iterator at its

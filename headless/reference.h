@@ -4,14 +4,13 @@
 #include "host/block_table.h"
 #include "host/enhanced_block.h"
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Headless {
 
-/// A block reference. Kept small: drawings have many.
+/// A block reference.
 class Reference final : public ObjectOf<KzDbBlockReference> {
 public:
     static constexpr Kind ownKind = Kind::reference;
@@ -19,10 +18,10 @@ public:
     Reference(Drawing& drawing, KzDbObjectId owner, KzDbObjectId block)
         : ObjectOf(ownKind, drawing, owner), block_(block) {}
 
-    /// The attributes in order of creation, erased ones too. Most references have none.
-    [[nodiscard]] const std::vector<KzDbObjectId>& attributes() const;
-    void addAttribute(KzDbObjectId attribute);
-    void removeAttribute(KzDbObjectId attribute);
+    /// The attributes in order of creation, erased ones too.
+    [[nodiscard]] const std::vector<KzDbObjectId>& attributes() const { return attributes_; }
+    void addAttribute(KzDbObjectId attribute) { attributes_.push_back(attribute); }
+    void removeAttribute(KzDbObjectId attribute) { std::erase(attributes_, attribute); }
 
     /// The record that is inserted.
     [[nodiscard]] KzDbObjectId block() const { return block_; }
@@ -33,7 +32,7 @@ public:
 
 private:
     KzDbObjectId block_;
-    std::unique_ptr<std::vector<KzDbObjectId>> attributes_;
+    std::vector<KzDbObjectId> attributes_;
 };
 
 /// A text that belongs to a reference.

@@ -4,9 +4,6 @@
 #include "headless/reference.h"
 #include "host/enhanced_block.h"
 
-#include <utility>
-#include <vector>
-
 using namespace Headless;
 
 namespace {
@@ -34,40 +31,25 @@ public:
     }
 };
 
-/// What describes a class: its base, and the protocol objects that it keeps for all its objects. Descriptions
-/// compare by identity.
+/// The description of a class. Descriptions compare by identity.
 class ClassDescription final : public KzRxClass {
 public:
     explicit ClassDescription(const ClassDescription* base) : base_(base) {}
 
+    /// Every class counts as derived from itself.
     [[nodiscard]] bool isDerivedFrom(const KzRxClass* other) const override {
-        // Every class counts as derived from itself.
-        for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
-            if (each == other) return true;
-        }
-        return false;
+        return this == other || (base_ != nullptr && base_->isDerivedFrom(other));
     }
-
+    /// The class of references alone has a protocol object.
     [[nodiscard]] KzRxObject* queryX(const KzRxClass* protocol) const override {
-        return shouldFail(HostCall::protocol) ? nullptr : kept(protocol);
+        if (shouldFail(HostCall::protocol)) return nullptr;
+        const bool hasProtocol =
+            protocol == KzDbBlockRepresentation::desc() && isDerivedFrom(KzDbBlockReference::desc());
+        return hasProtocol ? &representationProtocol() : nullptr;
     }
-
-    /// What `queryX` gives when no fault strikes: the object of the class itself or of its nearest base.
-    [[nodiscard]] KzRxObject* kept(const KzRxClass* protocol) const {
-        for (const ClassDescription* each = this; each != nullptr; each = each->base_) {
-            for (const auto& [offered, object] : each->protocols_) {
-                if (offered == protocol) return object;
-            }
-        }
-        return nullptr;
-    }
-
-    /// Borrowed: protocol objects live as long as the process.
-    void offer(const KzRxClass* protocol, KzRxObject* object) { protocols_.emplace_back(protocol, object); }
 
 private:
     const ClassDescription* base_;
-    std::vector<std::pair<const KzRxClass*, KzRxObject*>> protocols_;
 };
 
 /// All descriptions. They live as long as the process, beyond the destruction of static objects.
@@ -82,16 +64,9 @@ struct Classes {
     ClassDescription reference{&dbObject};
     ClassDescription attribute{&dbObject};
     ClassDescription graph{&dbObject};
-
-    Classes() { reference.offer(&representation, &representationProtocol()); }
 };
 
 Classes& classes = *new Classes;
-
-/// Whether a reference alone decides on a protocol that its class keeps for all references.
-bool isDecidedByObject(const KzRxClass* ofObject, const KzRxClass* protocol) {
-    return ofObject == &classes.reference && protocol == &classes.representation;
-}
 
 } // namespace
 
@@ -123,14 +98,9 @@ KzRxClass* KzRxObject::desc() {
     return &classes.object;
 }
 
+/// An object alone decides: its class has nothing for all of them.
 KzRxObject* KzRxObject::queryX(const KzRxClass* protocol) const {
-    if (protocol == nullptr || shouldFail(HostCall::protocol)) return nullptr;
-    // The object first, then its class.
-    if (KzRxObject* const own = subQueryX(protocol); own != nullptr) return own;
-    // Every description is one of the host's. Asked past its `queryX`, so that one question is one call.
-    const auto* const description = static_cast<const ClassDescription*>(isA());
-    if (description == nullptr || isDecidedByObject(description, protocol)) return nullptr;
-    return description->kept(protocol);
+    return protocol == nullptr || shouldFail(HostCall::protocol) ? nullptr : subQueryX(protocol);
 }
 
 KzRxClass* KzRxDictionary::desc() {

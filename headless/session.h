@@ -44,18 +44,16 @@ HEADLESS_API bool closeDocument(KzApDocument* document);
 /// Makes an open document current. False for one that is not open.
 HEADLESS_API bool makeCurrent(KzApDocument* document);
 
-/// Takes a document out of what the document iterator yields, or puts it back. It stays open.
-HEADLESS_API void setListed(KzApDocument* document, bool isListed);
+/// What modules can query about a document.
+struct DocumentState {
+    bool isReady = true;          ///< the yes/no state
+    std::int32_t busy = 0;        ///< the whole number
+    KzAp::DocLockMode lockMode{}; ///< 0 at first
+    bool isListed = true;         ///< whether the document iterator visits it; it is open all the same
+};
 
-/// What the host answers to modules about a document: the yes/no state (at first yes), the whole number (at
-/// first 0) and the lock mode (at first 0). Ignored for a document that is not open; the questions then give
-/// no, 0 and 0.
-HEADLESS_API void setReady(KzApDocument* document, bool readiness);
-HEADLESS_API void setBusy(KzApDocument* document, std::int32_t number);
-HEADLESS_API void setLockMode(KzApDocument* document, KzAp::DocLockMode mode);
-[[nodiscard]] HEADLESS_API bool isReady(const KzApDocument* document);
-[[nodiscard]] HEADLESS_API std::int32_t busy(const KzApDocument* document);
-[[nodiscard]] HEADLESS_API KzAp::DocLockMode lockMode(const KzApDocument* document);
+/// The state of an open document, for reading and writing. For any other document, one that affects nothing.
+[[nodiscard]] HEADLESS_API DocumentState& documentState(const KzApDocument* document);
 
 // ---- commands
 

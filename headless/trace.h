@@ -7,8 +7,8 @@
 #include <variant>
 #include <vector>
 
-/// Tells what happens in the host to whoever wants to know, in order and by who is inside of whom: edits,
-/// notifications, messages, calls into modules and out of them. While nobody listens it costs a null check.
+/// Traces what happens in the host, in order and nested: edits, notifications, messages, calls into modules
+/// and out of them.
 namespace Headless {
 
 /// A number or words, under a name.
@@ -27,7 +27,8 @@ struct TraceEvent {
     std::vector<TraceDetail> details = {}; ///< what else is known
 };
 
-/// Hears of all events. What it does itself must not lead to events.
+/// Is notified of all events. Must not cause events itself. An end or a result may belong to an event that
+/// began before the trace: then no event that it knows is active.
 class TraceListener {
 public:
     TraceListener() = default;
@@ -36,46 +37,39 @@ public:
     virtual ~TraceListener() = default;
 
     virtual void begins(const TraceEvent& event) = 0;
-    /// The innermost event that has begun has this result.
+    /// The innermost active event has this result.
     virtual void gives(const TraceDetail& result) = 0;
-    /// The innermost event ends.
+    /// The innermost active event ends.
     virtual void ends() = 0;
 };
 
-/// Makes a listener the one that hears of events; null for none. Borrowed. Events under way are told it no
-/// more.
+/// Makes a listener the one that is notified; null for none. Borrowed.
 HEADLESS_API void traceTo(TraceListener* listener);
 
-/// Scope guard around something that happens.
+/// Scope guard around an event. Costs a null check without a listener.
 class HEADLESS_API TraceScope {
 public:
-    /// `describe()` gives the event, and is called only when somebody listens.
+    /// `describe()` returns the event. It is called only if there is a listener.
     template <class Describe>
     explicit TraceScope(Describe describe) {
-        if (current != nullptr) begin(describe());
+        if (listener != nullptr) listener->begins(describe());
     }
     TraceScope(const TraceScope&) = delete;
     TraceScope& operator=(const TraceScope&) = delete;
     ~TraceScope() {
-        if (listener_ != nullptr) end();
+        if (listener != nullptr) listener->ends();
     }
 
-    /// `describe()` gives the result, under the same condition.
+    /// `describe()` returns a result, under the same condition.
     template <class Describe>
     void gives(Describe describe) {
-        if (listener_ != nullptr) tell(describe());
+        if (listener != nullptr) listener->gives(describe());
     }
 
 private:
     friend void traceTo(TraceListener* listener);
 
-    void begin(const TraceEvent& event);
-    void tell(const TraceDetail& result);
-    void end();
-
-    static TraceListener* current;
-
-    TraceListener* listener_ = nullptr; // who heard that it began
+    static TraceListener* listener;
 };
 
 } // namespace Headless

@@ -54,17 +54,10 @@ int dispatch(lua_State* state) {
     call.fail(failure);
 }
 
-const char* nameOf(Headless::Kind kind) {
-    switch (kind) {
-    case Headless::Kind::record:
-        return "a record";
-    case Headless::Kind::reference:
-        return "a reference";
-    case Headless::Kind::attribute:
-        return "an attribute";
-    default:
-        return "an object";
-    }
+/// A kind with its article.
+std::string article(Headless::Kind kind) {
+    const std::string name = kindName(kind);
+    return (name[0] == 'o' || name[0] == 'a' ? "an " : "a ") + name;
 }
 
 } // namespace
@@ -145,11 +138,11 @@ DrawingDocument Argument<DrawingDocument>::read(const Call& call, int index) {
 
 KzDbObjectId readObject(const Call& call, int index, Headless::Kind kind) {
     const ObjectValue* const value = toObject(call.state(), index, kind);
-    if (value == nullptr) call.expected(index, nameOf(kind));
+    if (value == nullptr) call.expected(index, article(kind));
     if (value->id.isValid()) return value->id;
     // The value outlives the object; its document tells what became of the object.
     const bool isDrawingGone = !Headless::isOpen(value->document);
-    call.fail(std::string("expected ") + nameOf(kind) + " in memory, got one " +
+    call.fail("expected " + article(kind) + " in memory, got one " +
               (isDrawingGone ? "of a drawing that is closed" : "that no longer exists") + " (id " +
               std::to_string(value->id.value()) + ")");
 }

@@ -63,20 +63,21 @@ void close(const Call& call, OpenDocument document) {
     if (!Headless::closeDocument(document)) call.fail("the document is being edited or closed already");
 }
 
-bool ready(OpenDocument document, std::optional<bool> readiness) {
-    if (readiness.has_value()) Headless::setReady(document, *readiness);
-    return Headless::isReady(document);
+bool ready(OpenDocument document, std::optional<bool> value) {
+    bool& isReady = Headless::documentState(document).isReady;
+    return isReady = value.value_or(isReady);
 }
 
 /// The number wraps around to 32 bits, as the host has it.
-std::int32_t busy(OpenDocument document, std::optional<std::uint32_t> number) {
-    if (number.has_value()) Headless::setBusy(document, static_cast<std::int32_t>(*number));
-    return Headless::busy(document);
+std::int32_t busy(OpenDocument document, std::optional<std::uint32_t> value) {
+    std::int32_t& number = Headless::documentState(document).busy;
+    return number = value.has_value() ? static_cast<std::int32_t>(*value) : number;
 }
 
-std::int32_t lockMode(OpenDocument document, std::optional<std::uint32_t> mode) {
-    if (mode.has_value()) Headless::setLockMode(document, static_cast<KzAp::DocLockMode>(*mode));
-    return static_cast<std::int32_t>(Headless::lockMode(document));
+std::int32_t lockMode(OpenDocument document, std::optional<std::uint32_t> value) {
+    KzAp::DocLockMode& mode = Headless::documentState(document).lockMode;
+    if (value.has_value()) mode = static_cast<KzAp::DocLockMode>(*value);
+    return static_cast<std::int32_t>(mode);
 }
 
 /// Any number may be passed; an object of another drawing is not found.

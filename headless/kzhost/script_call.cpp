@@ -6,11 +6,11 @@ namespace KzHost {
 
 namespace {
 
-// The address of this is the key of the last error that passed a client.
-constexpr char originKey = 0;
+const std::string* running = nullptr; // the name of the innermost running client
 
-// The names of the innermost running client, which its caller owns.
-const std::string* running = nullptr;
+// The last error that passed a client, by its place in the registry, and the clients that it passed.
+int lastError = LUA_NOREF;
+std::string lastOrigin;
 
 } // namespace
 
@@ -51,16 +51,13 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
     running = outer;
 }
 
-/// Leaves the origin where `originOfError` finds it, together with the error that identifies it.
+/// Leaves the origin where `originOfError` finds it.
 void ScriptCall::rethrowPending() {
     if (pendingError_ == LUA_NOREF) return;
-    lua_createtable(state_, 0, 2);
-    lua_rawgeti(state_, LUA_REGISTRYINDEX, pendingError_);
-    lua_setfield(state_, -2, "error");
-    lua_pushlstring(state_, origin_.data(), origin_.size());
-    lua_setfield(state_, -2, "origin");
-    lua_rawsetp(state_, LUA_REGISTRYINDEX, &originKey);
-    lua_rawgeti(state_, LUA_REGISTRYINDEX, pendingError_);
+    luaL_unref(state_, LUA_REGISTRYINDEX, lastError);
+    lastError = std::exchange(pendingError_, LUA_NOREF);
+    lastOrigin = origin_;
+    lua_rawgeti(state_, LUA_REGISTRYINDEX, lastError);
     lua_error(state_);
 }
 
@@ -68,18 +65,13 @@ const char* runningClient() {
     return running != nullptr ? running->c_str() : nullptr;
 }
 
+/// The script may have caught the last error and raised another one since.
 std::string originOfError(lua_State* state, int index) {
     const int error = lua_absindex(state, index);
-    std::string origin;
-    if (lua_rawgetp(state, LUA_REGISTRYINDEX, &originKey) == LUA_TTABLE) {
-        lua_getfield(state, -1, "error");
-        lua_getfield(state, -2, "origin");
-        // The script may have caught that error and raised another one since.
-        if (lua_rawequal(state, error, -2) != 0) origin = lua_tostring(state, -1);
-        lua_pop(state, 2);
-    }
+    lua_rawgeti(state, LUA_REGISTRYINDEX, lastError);
+    const bool isLast = lua_rawequal(state, error, -1) != 0;
     lua_pop(state, 1);
-    return origin;
+    return isLast ? lastOrigin : "";
 }
 
 } // namespace KzHost

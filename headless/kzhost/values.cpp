@@ -15,20 +15,6 @@ struct DocumentValue {
     KzApDocument* document;
 };
 
-/// The kind of a value in Lua. Block tables and evaluation graphs have no members of their own.
-const char* kindName(Kind kind) {
-    switch (kind) {
-    case Kind::record:
-        return "record";
-    case Kind::reference:
-        return "reference";
-    case Kind::attribute:
-        return "attribute";
-    default:
-        return "object";
-    }
-}
-
 /// Pushes the existing value of a key. If there is none, pushes a new one, whose memory the caller fills:
 /// values are kept, by id or address, as long as they are used.
 template <class Value>
@@ -71,6 +57,20 @@ int index(lua_State* state) {
 }
 
 } // namespace
+
+/// Block tables and evaluation graphs have no members of their own.
+const char* kindName(Kind kind) {
+    switch (kind) {
+    case Kind::record:
+        return "record";
+    case Kind::reference:
+        return "reference";
+    case Kind::attribute:
+        return "attribute";
+    default:
+        return "object";
+    }
+}
 
 /// The metatable has the members for completions too.
 void registerKind(lua_State* state, const char* name,

@@ -25,6 +25,9 @@ void pushObject(lua_State* state, KzDbObjectId id, KzApDocument* near);
 /// The object of a value, in memory or not; null for another value or kind (`none` is any).
 [[nodiscard]] const ObjectValue* toObject(lua_State* state, int index, Headless::Kind kind);
 
+/// The name of a kind of values: "record" for example, and "object" for any.
+[[nodiscard]] const char* kindName(Headless::Kind kind);
+
 /// Registers a kind of values: those of the functions that belong to "name" or to a base are its methods
 /// ("name:...") and its fields ("name...."), which are computed when they are read. Leaves its metatable.
 void registerKind(lua_State* state, const char* name,

@@ -36,7 +36,7 @@ TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
     EXPECT_EQ(Headless::endFaults(), 1U);
     EXPECT_FALSE(KzDxDeferredDeletion::hasPending()) << "switched off first: the table is tried twice";
     EXPECT_NE(application().docData(second, true), nullptr);
-    Headless::setListed(unlisted, false);
+    Headless::documentState(unlisted).isListed = false;
     Headless::closeDocument(first);
     EXPECT_FALSE(hasRecord(first));
     EXPECT_FALSE(hasRecord(unlisted)) << "a document that goes takes along the records of unlisted ones";
@@ -103,11 +103,11 @@ TEST_F(Application, APurgedRecordLeavesNothingRegistered) {
     ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
     ASSERT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 0, 1), 1);
     ASSERT_GT(Headless::reactorCountOf(document), 0U);
-    Headless::setListed(document, false);
+    Headless::documentState(document).isListed = false;
     Headless::openDocument(u"next");
     EXPECT_FALSE(hasRecord(document));
     EXPECT_EQ(Headless::reactorCountOf(document), 0U);
-    Headless::setListed(document, true);
+    Headless::documentState(document).isListed = true;
     Headless::makeCurrent(document);
     Headless::idle();
     EXPECT_THAT(clients.calls, testing::IsEmpty());
@@ -137,7 +137,7 @@ TEST_F(Application, APurgeFromInsideACallbackOfThePurgedRecord) {
     ASSERT_EQ(watch(document, {block}, TestClients::client(1)), 1);
     ASSERT_TRUE(Headless::insert(Headless::modelSpace(document), block));
     clients.onCall[0] = [&] {
-        Headless::setListed(document, false);
+        Headless::documentState(document).isListed = false;
         Headless::openDocument(u"another");
     };
     EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
@@ -186,11 +186,11 @@ TEST_F(Application, DataGoInTheOrderOfTheirDocumentsAndForgetThoseThatAreNotTher
     const auto goneAfter = [&](Headless::HostCall refused, KzApDocument* unlisted) {
         AppDataT<Witness> data;
         for (KzApDocument* const document : documents) data.docData(document, true);
-        if (unlisted != nullptr) Headless::setListed(unlisted, false);
+        if (unlisted != nullptr) Headless::documentState(unlisted).isListed = false;
         Headless::refuse(refused, true);
         data.deleteAll();
         Headless::refuse(refused, false);
-        if (unlisted != nullptr) Headless::setListed(unlisted, true);
+        if (unlisted != nullptr) Headless::documentState(unlisted).isListed = true;
         return std::exchange(Witness::gone, {});
     };
     std::vector<std::pair<KzApDocument*, bool>> expected(documents.size());

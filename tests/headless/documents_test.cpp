@@ -103,9 +103,9 @@ TEST_F(Documents, TheIteratorPassesOverUnlistedOnesAndThoseClosedMeanwhile) {
     KzApDocument* const a = openDocument(u"a");
     KzApDocument* const b = openDocument(u"b");
     KzApDocument* const c = openDocument(u"c", false);
-    setListed(b, false);
+    documentState(b).isListed = false;
     EXPECT_THAT(iterated(), ElementsAre(a, c));
-    setListed(b, true);
+    documentState(b).isListed = true;
     const std::unique_ptr<KzApDocumentIterator> iterator(kzDocManagerPtr()->newDocumentIterator());
     closeDocument(b);
     iterator->step();

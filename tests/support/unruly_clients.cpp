@@ -272,32 +272,33 @@ void UnrulyClients::postAnything(const Action& action) {
 
 // Ends what `disturb` has begun.
 void UnrulyClients::calmDown() {
-    KzApDocument* const document = Headless::currentDocument();
     refuseNothing();
     Headless::setInputWaiting(false);
-    Headless::setReady(document, true);
-    Headless::setBusy(document, 0);
-    Headless::setLockMode(document, KzAp::DocLockMode{2});
-    Headless::setListed(document, true);
+    Headless::documentState(Headless::currentDocument()) = {.lockMode = KzAp::DocLockMode{2}};
 }
 
 // The host is busy, refuses something, or does no longer.
 void UnrulyClients::disturb(const Action& action) {
     const bool isDisturbed = action.a % 2 == 0;
-    KzApDocument* const document = anyDocument(action.c);
+    Headless::DocumentState& state = Headless::documentState(anyDocument(action.c));
     switch (action.b % 9) {
     case 0:
-        return Headless::setInputWaiting(isDisturbed);
+        Headless::setInputWaiting(isDisturbed);
+        break;
     case 1:
-        return Headless::setReady(document, !isDisturbed);
+        state.isReady = !isDisturbed;
+        break;
     case 2:
-        return Headless::setBusy(document, isDisturbed ? 1 : 0);
+        state.busy = isDisturbed ? 1 : 0;
+        break;
     case 3:
-        return Headless::setLockMode(document, KzAp::DocLockMode{isDisturbed ? 1 : 2});
+        state.lockMode = KzAp::DocLockMode{isDisturbed ? 1 : 2};
+        break;
     case 4:
-        return Headless::setListed(document, !isDisturbed);
+        state.isListed = !isDisturbed;
+        break;
     default:
-        return Headless::refuse(pick(refusable, action.b), isDisturbed);
+        Headless::refuse(pick(refusable, action.b), isDisturbed);
     }
 }
 
