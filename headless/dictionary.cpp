@@ -1,7 +1,6 @@
 #include "headless/dictionary.h"
 
 #include "headless/faults.h"
-#include "headless/mistakes.h"
 #include "headless/modules.h"
 #include "headless/session.h"
 #include "host/services.h"

@@ -1,7 +1,6 @@
 #include "headless/document_manager.h"
 
 #include "headless/faults.h"
-#include "headless/mistakes.h"
 #include "headless/modules.h"
 #include "headless/session.h"
 #include "headless/trace.h"

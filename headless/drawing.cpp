@@ -1,14 +1,12 @@
 #include "headless/drawing.h"
 
 #include "headless/faults.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "host/symbol_utilities.h"
 
 namespace Headless {
 
 namespace {
-
-constexpr std::u16string_view paperSpaceName = u"*Paper_Space";
 
 /// Iterator over the records that are not erased; at its end until it is started. A call with flags that no
 /// module passes is a usage error and moves it to its end. Records that are created meanwhile are visited
@@ -102,7 +100,7 @@ Orvo::ErrorStatus BlockTable::newIterator(KzDbBlockTableIterator*& iterator, boo
 Drawing::Drawing() : tableId_((new BlockTable(*this))->id()) {
     const Record::Origin layout{.isLayout = true};
     addRecord(modelSpaceName, layout);
-    addRecord(paperSpaceName, layout);
+    addRecord(u"*Paper_Space", layout);
 }
 
 /// Ends what `destroyObjects` has not seen: objects that were made while the others said goodbye.

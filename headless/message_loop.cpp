@@ -4,7 +4,6 @@
 #include "headless/message_loop.h"
 
 #include "headless/faults.h"
-#include "headless/mistakes.h"
 #include "headless/modules.h"
 #include "headless/session.h"
 #include "headless/shared_library.h"

@@ -5,7 +5,6 @@
 #include "headless/faults.h"
 #include "headless/inspection.h"
 #include "headless/message_loop.h"
-#include "headless/mistakes.h"
 #include "headless/session.h"
 #include "headless/shared_library.h"
 #include "headless/trace.h"
@@ -79,12 +78,11 @@ void closeNow(LibraryHandle library) {
     closeLibrary(library);
 }
 
-/// The calls of all modules count, not those of this one alone: which code stands on the stack is not known.
+/// The calls of all modules count, not those of this one alone: which code is on the stack is unknown.
+/// Without an active call the guard closes the library at once.
 void closeWhenCallsHaveReturned(LibraryHandle library) {
     loader.waitingToClose.push_back(library);
-    // With no call under way this one ends at once, and with it the waiting.
     const ModuleCall guard;
-    ModuleCall::deferClose();
 }
 
 /// Why a file could not be opened as a library.
@@ -125,12 +123,9 @@ std::string describeRefusedLoad(std::int32_t answer) {
 } // namespace
 
 int ModuleCall::depth = 0;
-bool ModuleCall::areLibrariesWaiting = false;
 
+/// Closing a library runs its destructors, which may have another one closed.
 void ModuleCall::closeWaitingLibraries() {
-    // First: closing a library runs its destructors, which may have another one closed and so come here
-    // again. The list is looked at anew after each, for the same reason.
-    areLibrariesWaiting = false;
     while (!loader.waitingToClose.empty()) {
         const LibraryHandle library = loader.waitingToClose.back();
         loader.waitingToClose.pop_back();

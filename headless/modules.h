@@ -6,8 +6,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
-/// Loading and unloading of extension modules, and calls into them.
+/// Loading and unloading of extension modules, calls into them, and what they do wrong.
 namespace Headless {
 
 /// A loaded module. Null stands for none; a value is not used again after the unloading.
@@ -52,17 +53,29 @@ public:
     ModuleCall(const ModuleCall&) = delete;
     ModuleCall& operator=(const ModuleCall&) = delete;
     ~ModuleCall() {
-        if (--depth == 0 && areLibrariesWaiting) closeWaitingLibraries();
+        if (--depth == 0) closeWaitingLibraries();
     }
-
-    /// Requests the closing as soon as no call is active.
-    static void deferClose() { areLibrariesWaiting = true; }
 
 private:
     static void closeWaitingLibraries();
 
     static int depth;
-    static bool areLibrariesWaiting;
 };
+
+/// What modules have passed to the host although no module has to, in words and in order: other flags, modes,
+/// keys, tokens or message parameters than those that "host/" names, reactors for an object that is not open
+/// for them, a close without an opening. The host refuses such a call. Tests look here, and `kzhost` tells
+/// the script.
+[[nodiscard]] HEADLESS_API const std::vector<std::string>& mistakes();
+
+HEADLESS_API void forgetMistakes();
+
+void noteMistake(const char* call);
+
+/// Notes a mistake unless a call is as it should be. Gives whether it is.
+inline bool isProvidedFor(bool isAsItShouldBe, const char* call) {
+    if (!isAsItShouldBe) noteMistake(call);
+    return isAsItShouldBe;
+}
 
 } // namespace Headless

@@ -3,7 +3,7 @@
 #include "headless/drawing.h"
 #include "headless/faults.h"
 #include "headless/inspection.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "headless/reference.h"
 
 #include <cassert>

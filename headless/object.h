@@ -2,7 +2,6 @@
 
 #include "headless/call_list.h"
 #include "headless/inspection.h"
-#include "headless/mistakes.h"
 #include "headless/modules.h"
 #include "headless/trace.h"
 #include "host/object_reactor.h"

@@ -2,7 +2,7 @@
 
 #include "headless/drawing.h"
 #include "headless/faults.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 #include "headless/reference.h"
 
 #include "headless/faults.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "headless/record.h"
 
 namespace Headless {

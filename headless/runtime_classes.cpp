@@ -1,5 +1,5 @@
 #include "headless/faults.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "headless/record.h"
 #include "headless/reference.h"
 #include "host/enhanced_block.h"

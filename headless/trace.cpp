@@ -2,10 +2,35 @@
 
 namespace Headless {
 
-TraceListener* TraceScope::listener = nullptr;
+namespace {
 
-void traceTo(TraceListener* listener) {
-    TraceScope::listener = listener;
+std::vector<TraceListener*>& listeners =
+    *new std::vector<TraceListener*>; // never destroyed: modules may end later
+
+} // namespace
+
+std::size_t TraceScope::listenerCount = 0;
+
+TraceListener::TraceListener() {
+    listeners.push_back(this);
+    TraceScope::listenerCount = listeners.size();
+}
+
+TraceListener::~TraceListener() {
+    std::erase(listeners, this);
+    TraceScope::listenerCount = listeners.size();
+}
+
+void TraceScope::begin(const TraceEvent& event) {
+    for (TraceListener* const each : listeners) each->begins(event);
+}
+
+void TraceScope::give(const TraceDetail& result) {
+    for (TraceListener* const each : listeners) each->gives(result);
+}
+
+void TraceScope::end() {
+    for (TraceListener* const each : listeners) each->ends();
 }
 
 } // namespace Headless

@@ -2,6 +2,7 @@
 
 #include "headless/export.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <variant>
@@ -27,14 +28,14 @@ struct TraceEvent {
     std::vector<TraceDetail> details = {}; ///< what else is known
 };
 
-/// Is notified of all events. Must not cause events itself. An end or a result may belong to an event that
-/// began before the trace: then no event that it knows is active.
-class TraceListener {
+/// Is notified of all events while it exists. Must not cause events itself. An end or a result may belong to
+/// an event that began before the listener did: then no event that it knows is active.
+class HEADLESS_API TraceListener {
 public:
-    TraceListener() = default;
+    TraceListener();
     TraceListener(const TraceListener&) = delete;
     TraceListener& operator=(const TraceListener&) = delete;
-    virtual ~TraceListener() = default;
+    virtual ~TraceListener();
 
     virtual void begins(const TraceEvent& event) = 0;
     /// The innermost active event has this result.
@@ -43,33 +44,34 @@ public:
     virtual void ends() = 0;
 };
 
-/// Makes a listener the one that is notified; null for none. Borrowed.
-HEADLESS_API void traceTo(TraceListener* listener);
-
-/// Scope guard around an event. Costs a null check without a listener.
+/// Scope guard around an event. Costs a comparison without a listener.
 class HEADLESS_API TraceScope {
 public:
     /// `describe()` returns the event. It is called only if there is a listener.
     template <class Describe>
     explicit TraceScope(Describe describe) {
-        if (listener != nullptr) listener->begins(describe());
+        if (listenerCount != 0) begin(describe());
     }
     TraceScope(const TraceScope&) = delete;
     TraceScope& operator=(const TraceScope&) = delete;
     ~TraceScope() {
-        if (listener != nullptr) listener->ends();
+        if (listenerCount != 0) end();
     }
 
     /// `describe()` returns a result, under the same condition.
     template <class Describe>
     void gives(Describe describe) {
-        if (listener != nullptr) listener->gives(describe());
+        if (listenerCount != 0) give(describe());
     }
 
 private:
-    friend void traceTo(TraceListener* listener);
+    friend class TraceListener;
 
-    static TraceListener* listener;
+    static void begin(const TraceEvent& event);
+    static void give(const TraceDetail& result);
+    static void end();
+
+    static std::size_t listenerCount;
 };
 
 } // namespace Headless

@@ -2,9 +2,10 @@
 
 #include "headless/kzhost/script_call.h"
 #include "headless/kzhost/values.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "text/unicode.h"
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 
@@ -18,8 +19,12 @@ std::string describeArgument(lua_State* state, int index) {
     switch (lua_type(state, index)) {
     case LUA_TNONE:
         return "nothing";
-    case LUA_TSTRING:
-        return "the string \"" + std::string(lua_tostring(state, index)) + "\"";
+    case LUA_TSTRING: {
+        const std::string text = lua_tostring(state, index);
+        std::size_t end = std::min<std::size_t>(text.size(), 60); // moved back to the end of a character
+        while (end < text.size() && (text[end] & 0xC0) == 0x80) --end;
+        return "the string \"" + text.substr(0, end) + (end < text.size() ? "\"..." : "\"");
+    }
     case LUA_TNIL:
     case LUA_TBOOLEAN:
     case LUA_TNUMBER:

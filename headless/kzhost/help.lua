@@ -2,7 +2,7 @@
 -- functions by function. Returns `help` and the list of entries, of which docs/kzhost.md is made.
 
 local api, names = ...
-local getmetatable, host, ipairs, print, type = debug.getmetatable, host, ipairs, print, type
+local getmetatable, host, ipairs, print, select, type = debug.getmetatable, host, ipairs, print, select, type
 local format, gmatch, gsub, match, rep = string.format, string.gmatch, string.gsub, string.match, string.rep
 
 local overview = [[
@@ -82,8 +82,9 @@ local function explain(name)
   return false
 end
 
-local function help(thing)
-  if thing == nil then
+local function help(...)
+  local thing = ...
+  if select("#", ...) == 0 then
     print(overview)
     for _, entry in ipairs(entries) do
       if entry.kind == "heading" then print(entry.title) end
@@ -93,7 +94,7 @@ local function help(thing)
   end
   local meta = getmetatable(thing)
   local name = names[thing] or thing == host and "host" or type(thing) == "userdata" and meta and meta.__name or thing
-  if not explain(name) then print("No help for that. help() lists the available functions.") end
+  if not explain(name) then print("No help for " .. (thing == nil and "nil" or "that") .. ". help() lists the available functions.") end
 end
 
 return help, entries

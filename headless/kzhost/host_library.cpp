@@ -7,6 +7,15 @@
 
 namespace KzHost {
 
+static int push(const Call& call, const Headless::ShownBox& box) {
+    lua_createtable(call.state(), 0, 2);
+    push(call, box.text);
+    lua_setfield(call.state(), -2, "text");
+    push(call, static_cast<lua_Integer>(box.style));
+    lua_setfield(call.state(), -2, "style");
+    return 1;
+}
+
 namespace {
 
 // ---- documents
@@ -81,22 +90,6 @@ bool input(std::optional<bool> isWaiting) {
 
 // ---- observations and refusals
 
-/// A list of copies: boxes that are shown later are not in it.
-Pushed messages(const Call& call) {
-    lua_State* const state = call.state();
-    lua_newtable(state);
-    lua_Integer at = 0;
-    for (const Headless::ShownBox& box : Headless::shownBoxes()) {
-        lua_createtable(state, 0, 2);
-        push(call, box.text);
-        lua_setfield(state, -2, "text");
-        push(call, static_cast<lua_Integer>(box.style));
-        lua_setfield(state, -2, "style");
-        lua_rawseti(state, -2, ++at);
-    }
-    return {1};
-}
-
 /// What scripts can have refused, by name: the host calls that fail then.
 void refuse(const Call& call, const std::string& what, bool isRefused) {
     using Headless::HostCall;
@@ -124,7 +117,7 @@ constexpr Function functions[] = {
     {"host.ticks", bind<ticks>},
     {"host.advance", bind<Headless::advance>},
     {"host.input", bind<input>},
-    {"host.messages", bind<messages>},
+    {"host.messages", bind<Headless::shownBoxes>},
     {"host.services", bind<Headless::services>},
     {"host.filters", bind<Headless::filterCount>},
     {"host.reactors", bind<Headless::managerReactorCount>},

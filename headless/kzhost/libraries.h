@@ -15,6 +15,18 @@ struct Setup {
 /// Registers all tables, functions and kinds of values in a new state. `setup` must outlive the state.
 void openLibraries(lua_State* state, const Setup& setup);
 
+// The Lua files of this folder, which CMake embeds.
+extern const char* const apiLua;
+extern const char* const helpLua;
+extern const char* const promptLua;
+
+/// Traces the whole run to a file of trace events, or as text to standard error if the file is "-". False if
+/// the file cannot be written.
+[[nodiscard]] bool traceRun(const std::string& file);
+
+/// Ends all tracing and closes the files. False if one could not be written: a message is on standard error.
+[[nodiscard]] bool endTracing();
+
 // Each adds its functions to the table `host` on top of the stack, and registers its kinds of values.
 void addHostLibrary(lua_State* state);
 void addDrawingLibrary(lua_State* state);

@@ -1,14 +1,14 @@
 // kzhost: runs Lua scripts that drive the headless host, or a prompt if there is no script.
 
-#include "headless/kzhost/embedded.h"
 #include "headless/kzhost/platform.h"
 #include "headless/kzhost/prompt.h"
-#include "headless/kzhost/tracing.h"
 #include "text/paths.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -132,13 +132,23 @@ bool runAll(Session& session, const CommandLine& line) {
     return session.runFile(*script, {script + 1, line.words.end()});
 }
 
+/// Why the script cannot be run; empty if it can.
+std::string describeUnreadable(const CommandLine& line) {
+    const std::string& script = line.words[line.script];
+    std::error_code error; // then the file is not there yet
+    if (line.script == 0 || script == "-") return {};
+    if (std::filesystem::is_directory(script, error)) return "it is a folder";
+    if (!std::ifstream(script).is_open()) return std::strerror(errno);
+    return std::filesystem::equivalent(script, line.trace.value_or(""), error) ? "it is the file of the trace"
+                                                                               : "";
+}
+
 /// Wrong usage is reported before anything runs. The trace begins before the session, and so contains all of
 /// it.
 int run(const CommandLine& line) {
     const bool hasNothingToRun = line.script == 0 && line.texts.empty();
-    if (line.script != 0 && line.words[line.script] != "-" &&
-        !std::ifstream(line.words[line.script]).is_open()) {
-        return refuse("cannot read the script " + line.words[line.script]);
+    if (const std::string why = describeUnreadable(line); !why.empty()) {
+        return refuse("cannot read the script " + line.words[line.script] + ": " + why);
     }
     if (hasNothingToRun && !line.isInteractive && !isInputTyped()) {
         return refuse("SCRIPT is missing (- is standard input)");
@@ -146,20 +156,23 @@ int run(const CommandLine& line) {
     Setup setup;
     setup.resources = libraryFolder();
     setup.modulePath = line.module.value_or(setup.resources + "/Zelvane.hmx");
-    if (line.trace.has_value() && !traceRun(*line.trace))
-        return refuse("cannot write the trace " + *line.trace);
-    nameClientOnCrash();
-    Session session(setup);
-    if constexpr (hasPrompt) {
-        const bool isPrompting = hasNothingToRun || line.isInteractive;
-        if (isPrompting) makeInterruptible(session);
-        // The prompt also follows a script that failed; it does not change the exit status.
-        const bool isDone = runAll(session, line);
-        if (isPrompting) prompt(session, setup, !line.hasNoHistory);
-        return isDone ? done : scriptFailed;
-    } else {
-        return runAll(session, line) ? done : scriptFailed;
+    if (line.trace.has_value() && !traceRun(*line.trace)) {
+        return refuse("cannot write the trace " + *line.trace + ": " + std::strerror(errno));
     }
+    const bool isPrompting = hasNothingToRun || line.isInteractive;
+    bool isDone = false;
+    {
+        Session session(setup);
+        if constexpr (hasPrompt) {
+            if (isPrompting) preparePrompt(session);
+        }
+        isDone = runAll(session, line);
+        // The prompt also follows a script that failed; it does not change the exit status.
+        if constexpr (hasPrompt) {
+            if (isPrompting) prompt(session, setup, !line.hasNoHistory);
+        }
+    }
+    return finishOutput() && isDone ? done : scriptFailed;
 }
 
 } // namespace
@@ -171,8 +184,11 @@ int main(int count, char** values) {
     try {
         CommandLine line;
         line.words.assign(values, values + count);
-        if (const std::optional<int> status = readCommandLine(line)) return *status;
-        return run(line);
+        handleSignals();
+        const std::optional<int> status = readCommandLine(line);
+        if (!status.has_value()) return run(line);
+        std::cout.flush();
+        return finishOutput() ? *status : scriptFailed;
     } catch (const std::exception& error) {
         std::cerr << "kzhost: " << error.what() << '\n';
         return scriptFailed;

@@ -51,7 +51,8 @@ bool isInputTyped() {
     return isatty(STDIN_FILENO) != 0;
 }
 
-void nameClientOnCrash() {
+void handleSignals() {
+    std::signal(SIGPIPE, [](int) {}); // not ignored, which programs that scripts run would inherit
     static_cast<void>(backtrace(calls.data(), 1)); // the first call allocates
     static char stack[1 << 16];                    // the program's own may be what overflowed
     const stack_t ownStack = {stack, 0, sizeof stack};

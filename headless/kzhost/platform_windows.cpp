@@ -39,7 +39,7 @@ bool isInputTyped() {
     return false;
 }
 
-void nameClientOnCrash() {
+void handleSignals() {
     SetUnhandledExceptionFilter(onCrash);
 }
 

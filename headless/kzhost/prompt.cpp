@@ -1,6 +1,5 @@
 #include "headless/kzhost/prompt.h"
 
-#include "headless/kzhost/embedded.h"
 #include "headless/kzhost/platform.h"
 #include "text/paths.h"
 
@@ -58,20 +57,14 @@ void onInterrupt(int signal) {
     isInterrupted = 1;
 }
 
-void catchInterrupts() {
-    struct sigaction action {};
-    action.sa_handler = onInterrupt; // without SA_RESTART: a read is interrupted too
-    sigaction(SIGINT, &action, nullptr);
-}
-
 // ---- completion. The library's callbacks carry no data.
 
-Session* completingSession = nullptr;
+lua_State* completingState = nullptr;
 int completeFunction = LUA_NOREF;
 
 /// A failure means that there are no completions.
 std::vector<std::string> completions(const char* word) {
-    lua_State* const state = completingSession->state();
+    lua_State* const state = completingState;
     std::vector<std::string> found;
     const int top = lua_gettop(state);
     lua_rawgeti(state, LUA_REGISTRYINDEX, completeFunction);
@@ -146,7 +139,11 @@ public:
         using_history();
         stifle_history(1000);
         if (hasHistory) historyFile_ = openHistory();
-        if (!historyFile_.empty()) read_history(historyFile_.c_str());
+        if (!historyFile_.empty()) {
+            read_history(historyFile_.c_str());
+        } else if (hasHistory) {
+            std::fputs("kzhost: no history: its file cannot be opened\n", stderr);
+        }
     }
 
     /// Nothing at the end of input, or with `wasInterrupted` after Ctrl-C.
@@ -192,11 +189,6 @@ bool compile(lua_State* state, const std::string& text) {
     return luaL_loadbuffer(state, text.data(), text.size(), "=prompt") == LUA_OK;
 }
 
-/// Whether the message on top of the stack says that a statement goes on: there is no other sign for that.
-bool isIncomplete(lua_State* state) {
-    return std::string_view(lua_tostring(state, -1)).ends_with("<eof>");
-}
-
 void printMessage(lua_State* state) {
     std::fflush(stdout);
     std::fprintf(stderr, "%s\n", lua_tostring(state, -1));
@@ -208,7 +200,8 @@ bool readStatement(lua_State* state, LineReader& reader, std::string& statement)
     if (compile(state, "return " + statement)) return true;
     lua_pop(state, 1);
     while (!compile(state, statement)) {
-        if (!isIncomplete(state)) return false;
+        // The message is the only sign that a statement goes on.
+        if (!std::string_view(lua_tostring(state, -1)).ends_with("<eof>")) return false;
         bool wasInterrupted = false;
         const std::optional<std::string> more = reader.read("...> ", wasInterrupted);
         if (wasInterrupted) lua_pop(state, 1);
@@ -219,12 +212,14 @@ bool readStatement(lua_State* state, LineReader& reader, std::string& statement)
     return true;
 }
 
-/// Runs the function on the stack and prints its results by `show`, which may fail too.
-void runAndPrint(Session& session, int show) {
+int showFunction = LUA_NOREF;
+
+/// Runs the function on the stack and prints its results, which may fail too.
+void runAndPrint(Session& session) {
     lua_State* const state = session.state();
     bool isDone = session.call(0);
     if (isDone) {
-        lua_rawgeti(state, LUA_REGISTRYINDEX, show);
+        lua_rawgeti(state, LUA_REGISTRYINDEX, showFunction);
         lua_insert(state, 1);
         isDone = session.call(lua_gettop(state) - 1);
     }
@@ -248,18 +243,20 @@ void greet(const Setup& setup) {
 
 } // namespace
 
-void makeInterruptible(Session& session) {
-    lua_sethook(session.state(), checkInterrupt, LUA_MASKCOUNT, stepsBetweenChecks);
+void preparePrompt(Session& session) {
+    completingState = session.state();
+    lua_sethook(completingState, checkInterrupt, LUA_MASKCOUNT, stepsBetweenChecks);
+    session.runEmbedded(promptLua, 0, 2);
+    completeFunction = luaL_ref(completingState, LUA_REGISTRYINDEX);
+    showFunction = luaL_ref(completingState, LUA_REGISTRYINDEX);
 }
 
 void prompt(Session& session, const Setup& setup, bool hasHistory) {
     lua_State* const state = session.state();
-    session.runEmbedded(promptLua, 0, 2);
-    completeFunction = luaL_ref(state, LUA_REGISTRYINDEX);
-    const int show = luaL_ref(state, LUA_REGISTRYINDEX);
-    completingSession = &session;
     LineReader reader(hasHistory);
-    catchInterrupts();
+    struct sigaction action {};
+    action.sa_handler = onInterrupt; // without SA_RESTART: a read is interrupted too
+    sigaction(SIGINT, &action, nullptr);
     greet(setup);
     for (;;) {
         bool wasInterrupted = false;
@@ -269,7 +266,7 @@ void prompt(Session& session, const Setup& setup, bool hasHistory) {
         const bool isFunction = readStatement(state, reader, *line);
         reader.remember(*line); // before it runs, because it may end the process
         if (isFunction) {
-            runAndPrint(session, show);
+            runAndPrint(session);
         } else if (lua_gettop(state) != 0) {
             printMessage(state);
         }

@@ -11,9 +11,9 @@ inline constexpr bool hasPrompt = false;
 inline constexpr bool hasPrompt = true;
 #endif
 
-/// Makes Lua code that `prompt` runs interruptible, also in coroutines that are created from now on. It runs
-/// slower for that.
-void makeInterruptible(Session& session);
+/// Comes before the scripts of a session that ends with a prompt: Lua is interruptible from then on, also in
+/// coroutines, and slower for that.
+void preparePrompt(Session& session);
 
 /// Reads lines, runs them and prints their values, until the end of input. A statement may span several
 /// lines. An error is printed in one line and ends nothing. Ctrl-C ends what runs, or clears the line being

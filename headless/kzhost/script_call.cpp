@@ -1,12 +1,18 @@
 #include "headless/kzhost/script_call.h"
 
+#include <cstdio>
 #include <utility>
 
 namespace KzHost {
 
 namespace {
 
-const std::string* running = nullptr; // the name of the innermost running client
+/// A running client, and the call that it fails.
+struct ClientRun {
+    ScriptCall& call;
+    const std::string& name;
+};
+const ClientRun* running = nullptr; // the innermost one
 
 // The last error that passed a client, by its place in the registry, and the clients that it passed.
 int lastError = LUA_NOREF;
@@ -24,11 +30,11 @@ ScriptCall::~ScriptCall() {
 
 /// Message handler: notes where an error was raised while the stack still exists.
 int ScriptCall::noteOrigin(lua_State* state) {
-    // Only the first of several errors is raised, so only its origin matters.
-    if (innermost->pendingError_ != LUA_NOREF) return 1;
+    ScriptCall& call = running->call;
+    if (call.pendingError_ != LUA_NOREF) return 1; // only the first of several errors is raised
     luaL_traceback(state, state, nullptr, 1);
-    innermost->origin_ =
-        originOfError(state, 1) + "\nin the client " + *running + ", " + lua_tostring(state, -1);
+    call.origin_ =
+        originOfError(state, 1) + "\nin the client " + running->name + ", " + lua_tostring(state, -1);
     lua_settop(state, 1);
     return 1;
 }
@@ -39,13 +45,18 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
     lua_State* const state = scriptCall->state_;
     // A client that is not called does less harm than a stack that overflows below a module.
     if (lua_checkstack(state, LUA_MINSTACK) == 0) return;
-    const std::string* const outer = std::exchange(running, &name);
+    const ClientRun run{*scriptCall, name};
+    const ClientRun* const outer = std::exchange(running, &run);
     const int top = lua_gettop(state);
     lua_pushcfunction(state, noteOrigin);
     lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
     const bool hasFailed = lua_pcall(state, 0, 0, top + 1) != LUA_OK;
     if (hasFailed && scriptCall->pendingError_ == LUA_NOREF) {
         scriptCall->pendingError_ = luaL_ref(state, LUA_REGISTRYINDEX);
+    } else if (hasFailed) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "kzhost: another client failed: %s: %s\n", name.c_str(),
+                     luaL_tolstring(state, -1, nullptr));
     }
     lua_settop(state, top);
     running = outer;
@@ -62,7 +73,7 @@ void ScriptCall::rethrowPending() {
 }
 
 const char* runningClient() {
-    return running != nullptr ? running->c_str() : nullptr;
+    return running != nullptr ? running->name.c_str() : nullptr;
 }
 
 /// The script may have caught the last error and raised another one since.

@@ -7,7 +7,8 @@
 namespace KzHost {
 
 /// Scope guard around all that a function does in the host, because that may call client functions. The first
-/// error of a client is kept and raised when the function is done: no error crosses a module.
+/// error of a client is kept and raised when the function is done: no error crosses a module. Further errors
+/// are printed.
 class ScriptCall {
 public:
     explicit ScriptCall(lua_State* state) : state_(state), outer_(innermost) { innermost = this; }

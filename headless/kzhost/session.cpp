@@ -1,9 +1,7 @@
 #include "headless/kzhost/session.h"
 
-#include "headless/kzhost/embedded.h"
 #include "headless/kzhost/script_call.h"
-#include "headless/kzhost/tracing.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 
 #include <cstdio>
 #include <cstring>
@@ -26,19 +24,15 @@ int exitInOrder(lua_State* state) {
     // A wrong argument is an error before anything ends.
     if (!lua_isnoneornil(state, 1) && !lua_isboolean(state, 1)) luaL_checkinteger(state, 1);
     endInOrder();
-    endTracing();
+    const bool isWritten = finishOutput();
     lua_pushvalue(state, lua_upvalueindex(1)); // the original function
     lua_insert(state, 1);
+    if (!isWritten) {
+        lua_settop(state, 1);
+        lua_pushboolean(state, 0);
+    }
     lua_call(state, lua_gettop(state) - 1, 0);
     return 0;
-}
-
-void replaceExit(lua_State* state) {
-    lua_getglobal(state, "os");
-    lua_getfield(state, -1, "exit");
-    lua_pushcclosure(state, exitInOrder, 1);
-    lua_setfield(state, -2, "exit");
-    lua_pop(state, 1);
 }
 
 /// The global function `traceback`; its upvalue is the text.
@@ -52,8 +46,13 @@ int printTraceback(lua_State* state) {
 
 Session::Session(const Setup& setup) : state_(luaL_newstate()) {
     if (state_ == nullptr) throw std::bad_alloc();
+    lua_warning(state_, "@on", 0); // errors of finalizers are printed
     luaL_openlibs(state_);
-    replaceExit(state_);
+    lua_getglobal(state_, "os");
+    lua_getfield(state_, -1, "exit");
+    lua_pushcclosure(state_, exitInOrder, 1);
+    lua_setfield(state_, -2, "exit");
+    lua_pop(state_, 1);
     openLibraries(state_, setup);
     addHelp();
 }
@@ -66,7 +65,13 @@ Session::~Session() {
     }
     lua_close(state_);
     endInOrder();
-    endTracing();
+}
+
+bool finishOutput() {
+    const bool isTraced = endTracing();
+    const bool isPrinted = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (!isPrinted) std::fputs("kzhost: cannot write standard output\n", stderr);
+    return isTraced && isPrinted;
 }
 
 /// The global functions `help` and `traceback`.

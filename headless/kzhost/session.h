@@ -45,4 +45,7 @@ private:
     std::string traceback_; // of the last error that ended a call, through all clients
 };
 
+/// Ends the traces and writes all output. False if that failed: a message is on standard error.
+[[nodiscard]] bool finishOutput();
+
 } // namespace KzHost

@@ -1,10 +1,9 @@
-#include "headless/kzhost/tracing.h"
-
 #include "headless/kzhost/libraries.h"
 #include "headless/trace.h"
 
 #include <nlohmann/json.hpp>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -64,6 +63,8 @@ private:
 
 // ---- as a file of trace events
 
+bool isComplete = true; // false: a file could not be written
+
 /// Written after each event, and overwritten by the next one.
 constexpr const char* listEnd = "\n]}\n";
 
@@ -71,7 +72,8 @@ constexpr const char* listEnd = "\n]}\n";
 /// file has no positions, as a pipe, its end is written at the end.
 class TraceJson final : public TraceListener {
 public:
-    explicit TraceJson(std::FILE* file) : file_(file), canGoBack_(std::fseek(file, 0, SEEK_SET) == 0) {
+    TraceJson(std::string name, std::FILE* file)
+        : name_(std::move(name)), file_(file), canGoBack_(std::fseek(file, 0, SEEK_SET) == 0) {
         std::fputs(R"({"displayTimeUnit": "ms", "traceEvents": [
 {"name": "process_name", "ph": "M", "pid": 1, "tid": 1, "args": {"name": "kzhost"}})",
                    file_);
@@ -81,7 +83,10 @@ public:
     ~TraceJson() override {
         while (!ends_.empty()) end();
         if (!canGoBack_) putEnd();
-        std::fclose(file_);
+        const bool hasFailed = std::ferror(file_) != 0;
+        if (std::fclose(file_) == 0 && !hasFailed) return;
+        std::fprintf(stderr, "kzhost: cannot write the trace %s\n", name_.c_str());
+        isComplete = false;
     }
 
     /// The end repeats the name and collects the results until it is written.
@@ -131,6 +136,7 @@ private:
         std::fflush(file_);
     }
 
+    std::string name_;
     std::FILE* file_;
     bool canGoBack_;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
@@ -141,43 +147,12 @@ private:
 std::unique_ptr<TraceListener> open(const std::string& file) {
     if (file == "-") return std::make_unique<TraceText>();
     std::FILE* const opened = std::fopen(file.c_str(), "wb");
-    return opened != nullptr ? std::make_unique<TraceJson>(opened) : nullptr;
+    return opened != nullptr ? std::make_unique<TraceJson>(file, opened) : nullptr;
 }
 
-// ---- both
-
-/// The traces that the command line and the script have asked for: each has one at most.
-class Tracing final : public TraceListener {
-public:
-    void begins(const TraceEvent& event) override {
-        tellEach([&event](TraceListener& each) { each.begins(event); });
-    }
-    void gives(const TraceDetail& result) override {
-        tellEach([&result](TraceListener& each) { each.gives(result); });
-    }
-    void ends() override {
-        tellEach([](TraceListener& each) { each.ends(); });
-    }
-
-    enum Source { run, script };
-    /// Without a trace, events cost next to nothing.
-    void set(Source source, std::unique_ptr<TraceListener> trace) {
-        traces_[source] = std::move(trace);
-        Headless::traceTo(traces_[run] != nullptr || traces_[script] != nullptr ? this : nullptr);
-    }
-
-private:
-    template <class Tell>
-    void tellEach(Tell tell) {
-        for (const auto& each : traces_) {
-            if (each != nullptr) tell(*each);
-        }
-    }
-
-    std::unique_ptr<TraceListener> traces_[2];
-};
-
-Tracing tracing;
+// What the command line and the script have asked for.
+std::unique_ptr<TraceListener> traceOfRun;
+std::unique_ptr<TraceListener> traceOfScript;
 
 void trace(const Call& call) {
     lua_State* const state = call.state();
@@ -185,11 +160,11 @@ void trace(const Call& call) {
     if (lua_type(state, 1) == LUA_TSTRING) {
         const auto path = Argument<std::string>::read(call, 1);
         listener = open(path);
-        if (listener == nullptr) call.fail("cannot write the trace " + path);
+        if (listener == nullptr) call.fail("cannot write the trace " + path + ": " + std::strerror(errno));
     } else if (!call.has(1) || Argument<bool>::read(call, 1)) {
         listener = open("-");
     }
-    tracing.set(Tracing::script, std::move(listener));
+    traceOfScript = std::move(listener);
 }
 
 constexpr Function functions[] = {{"host.trace", bind<trace>}};
@@ -201,15 +176,14 @@ void addTraceLibrary(lua_State* state) {
 }
 
 bool traceRun(const std::string& file) {
-    std::unique_ptr<TraceListener> listener = open(file);
-    const bool isOpen = listener != nullptr;
-    tracing.set(Tracing::run, std::move(listener));
-    return isOpen;
+    traceOfRun = open(file);
+    return traceOfRun != nullptr;
 }
 
-void endTracing() {
-    tracing.set(Tracing::script, nullptr);
-    tracing.set(Tracing::run, nullptr);
+bool endTracing() {
+    traceOfScript.reset();
+    traceOfRun.reset();
+    return isComplete;
 }
 
 } // namespace KzHost

@@ -56,6 +56,12 @@ int index(lua_State* state) {
     return 1;
 }
 
+int refuseField(lua_State* state) {
+    luaL_getmetafield(state, 1, "__name");
+    luaL_tolstring(state, 2, nullptr);
+    return luaL_error(state, "%s.%s cannot be set", lua_tostring(state, -2), lua_tostring(state, -1));
+}
+
 } // namespace
 
 /// Block tables and evaluation graphs have no members of their own.
@@ -91,6 +97,8 @@ void registerKind(lua_State* state, const char* name,
     lua_setfield(state, -4, "fields");
     lua_pushcclosure(state, index, 2);
     lua_setfield(state, -2, "__index");
+    lua_pushcfunction(state, refuseField);
+    lua_setfield(state, -2, "__newindex");
     lua_pushcfunction(state, describe);
     lua_setfield(state, -2, "__tostring");
     lua_pushboolean(state, 0); // scripts cannot change the metatable

@@ -1,7 +1,7 @@
 // Ids and openings: any id can be asked anything, and who shares an object with whom.
 
 #include "headless/faults.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "host/enhanced_block.h"
 #include "host/services.h"
 #include "host/symbol_utilities.h"

@@ -114,6 +114,8 @@ TEST_F(Prompt, PrintsValuesAndGoesOnAfterErrorsOfEveryKind) {
     EXPECT_THAT(type("host.open('a'), 'b\\0\\n', {1, c = {2}}\n"),
                 HasSubstr("document \"a\"  \"b\\0\\10\"  {1, c = {2}}"));
     EXPECT_THAT(type("'T\u00FCr'\n"), HasSubstr("\"T\u00FCr\"")) << "UTF-8 in and out";
+    EXPECT_THAT(type("{['1\\27[0m'] = setmetatable({}, {__tostring = function() return 'own' end})}\n"),
+                HasSubstr("{[\"1\\27[0m\"] = own}"));
     EXPECT_THAT(type("host.post(5)\nhost.idle()\n"), HasSubstr("1  0\r\n"));
     EXPECT_THAT(type("x = = 1\n"), HasSubstr("unexpected symbol"));
     EXPECT_THAT(type("error('boom')\n"), AllOf(HasSubstr("boom"), Not(HasSubstr("stack traceback"))));
@@ -145,6 +147,8 @@ TEST_F(Prompt, IsInterruptedByCtrlCAndKeepsItsState) {
     const std::string stubborn =
         "while true do pcall(function() print('be' .. 'gun') while true do end end) end\n";
     EXPECT_THAT(interrupt(stubborn, "begun"), HasSubstr("interrupted")) << "no pcall holds it up";
+    const std::string inside = "coroutine.wrap(function() print('be' .. 'gun') while true do end end)()\n";
+    EXPECT_THAT(interrupt(inside, "begun"), HasSubstr("interrupted")) << "in a coroutine";
     EXPECT_THAT(interrupt("if error('run all the same') then\n", "...> "), Not(HasSubstr("prompt:")));
     EXPECT_THAT(interrupt("half typed", "half typed"), Not(HasSubstr("prompt:")));
     EXPECT_THAT(type("x + 1\n"), HasSubstr("42"));
@@ -164,7 +168,7 @@ TEST_F(Prompt, KeepsItsHistoryBetweenSessionsWhereItCan) {
     std::filesystem::remove_all(stateFolder);
     std::ofstream(stateFolder) << "a file where the folder should be";
     start();
-    EXPECT_THAT(type("'no' .. ' matter'\n"), AllOf(HasSubstr("\"no matter\""), Not(HasSubstr("istory"))));
+    EXPECT_THAT(type("'no' .. ' matter'\n"), AllOf(HasSubstr("no history"), HasSubstr("\"no matter\"")));
     EXPECT_EQ(leave(), 7);
 }
 

@@ -4,7 +4,7 @@
 
 #include "headless/edits.h"
 #include "headless/inspection.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "headless/session.h"
 #include "host/block_table.h"
 #include "host/object_reactor.h"

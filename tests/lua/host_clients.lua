@@ -100,6 +100,15 @@ do
   end
 end
 
+-- One that its own finalizer's table brings back is dead, whoever has its plain function by then.
+do
+  local dead
+  setmetatable({host.client(print)}, {__gc = function(holder) dead = holder[1] end})
+  collectgarbage()
+  collectgarbage()
+  check.raises("expected a client, got client that was finalized", function() attach(dead) end)
+end
+
 -- One that a module knows stays although the script has forgotten it; others make room for new ones.
 do
   local calls = 0

@@ -20,11 +20,23 @@ check.equal(run([[-e 'print(arg[0] == arg[-3], arg[1])']]), {"false\t-e", "0"})
 check.equal(run([[-e "x = 5" -e "error('boom')" -e "print('not reached')" -]])[1], "(command line):1: boom")
 check.equal(run([[-e "host.open('a') host.load() os.exit(7)"]]), {"7"})
 check.equal(run([[-i -e "x = 5"]], "print(x + 1)")[1]:match("%d+$"), "6")
-for _, wrong in ipairs({"", "--no-such-option", "--no-such-option -i -", "-e", "/no/such/script.lua"}) do
+-- Wrong usage: one line.
+local self = ("--trace %q %q"):format(arg[0], arg[0])
+for _, wrong in ipairs({"", "--no-such-option", "--no-such-option -i -", "-e", "/no/such/script.lua", "/", self}) do
   local lines = run(wrong)
-  check.equal(lines[#lines], "2", "exit status of kzhost " .. wrong)
-  assert(#lines > 1, "it says what is wrong")
+  check.equal({lines[1]:match("^kzhost: "), #lines, lines[2]}, {"kzhost: ", 2, "2"}, "kzhost " .. wrong)
 end
+
+-- What cannot be written is a failure. What scripts do to the globals, and to os.exit, ends nothing early.
+for _, full in ipairs({"--trace /dev/full -e ''", "-e 'print(1)' >/dev/full", "--help >/dev/full",
+  "-e 'os.exit()' --trace /dev/full"}) do
+  local lines = run(full)
+  check.equal(lines[#lines], "1", "kzhost " .. full)
+end
+local piped = [[bash -c '%s -e "for _ = 1, 1e5 do print(1) end" 2>/dev/null | head -1; echo ${PIPESTATUS[0]}']]
+check.equal(io.popen(piped:format(kzhost)):read("a"), "1\n1\n", "into a pipe that is closed")
+check.equal(run([[-e 'setmetatable(_G, {__index = error}) arg = nil' - a]], "print(...)"), {"a", "0"})
+check.equal(run([[-e 'print(pcall(os.exit, {}) or host.open("open").name)']]), {"open", "0"})
 
 -- A script that fails says where, and the host ends in order with all of this open.
 do
@@ -54,4 +66,5 @@ local function inside(what)
     host.idle()]]):format(what)), "\n")
 end
 assert(inside("error('boom')"):find('stdin:2: boom\nstack traceback:.*\nin the client "Door", stack traceback:'))
+assert(#run("-e 'x = ='") == 2, "a mistake of syntax has no traceback")
 assert(inside("os.execute('kill -SEGV $PPID')"):find('crashed in the client "Door"', 1, true))

@@ -44,6 +44,8 @@ local module, message = host.load("/nothing/there.hmx")
 check.equal(module, nil)
 assert(type(message) == "string" and message:find("there.hmx", 1, true), message)
 check.raises("host_mistakes.lua:", function() space:insert(nil) end)
+check.raises("document.name cannot be set", function() drawing.name = "other" end)
+check.raises(("x"):rep(60) .. '"...', function() host.advance(("x"):rep(1e6)) end)
 
 -- A list that pretends to have items runs no code of its own: it could close the document that goes with it.
 do

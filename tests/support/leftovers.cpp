@@ -1,7 +1,7 @@
 #include "tests/support/leftovers.h"
 
 #include "headless/inspection.h"
-#include "headless/mistakes.h"
+#include "headless/modules.h"
 #include "headless/session.h"
 
 std::string leftoversInHost() {
