@@ -28,11 +28,13 @@ the Lua language server.
 ```
 
 The exit status is 0 if everything is done, 1 if a script failed (`file:line: message` and a traceback are on standard
-error), and 2 after wrong usage. A script may end with documents open and modules loaded: the host unloads and closes
-them.
+error, or output could not be written), and 2 after wrong usage. `-i` does not change it, whatever happens at the prompt.
+With `-e` alone nothing is read from standard input. A script may end with documents open and modules loaded: the host
+unloads and closes them.
 
 The prompt completes names with the tab key and keeps its history in `kzhost/history` in the user's state folder
-(`$XDG_STATE_HOME`, else `~/.local/state`). Ctrl-C stops the line that runs, or clears the line being typed. On Windows
+(`$XDG_STATE_HOME`, else `~/.local/state`). Ctrl-C stops the Lua code that runs, also in
+coroutines and clients, or clears the line being typed; a second Ctrl-C ends a process that does not stop. On Windows
 `kzhost` runs scripts only.
 
 ## General rules

@@ -127,9 +127,9 @@ function host.load(path, resources) end
 function host.unload(module) end
 
 ---Creates a client callback: a plain C function without arguments and result that calls a Lua function. An error of the
----Lua function is kept until the module has returned, and is then raised in the script. Raises an error if all 1024
----clients are in use: a client is in use while the script refers to it, or while a document is open and a module loaded
----to which it is attached.
+---Lua function is kept until the module has returned, and is then raised in the script; if several clients fail, the
+---first error is raised and the others are printed. Raises an error if all 1024 clients are in use: a client is in use
+---while the script refers to it, or while a document is open and a module loaded to which it is attached.
 ---Example: `local caller = host.client(function() print("a door was changed") end, "Door")`
 ---@param fn fun() # the function to call
 ---@param name? string # the name of the client in traces and messages; by default the line of the function
