@@ -38,14 +38,18 @@ std::array<Slot, maxClients>& slots() {
     return slots;
 }
 
-template <std::size_t number>
-void callSlot() {
+void call(std::size_t number) {
     const int function = slots()[number].function;
     const std::string name = slots()[number].name; // a copy: the client may end
     const Headless::TraceScope trace([&]() -> Headless::TraceEvent {
         return {Headless::TraceCategory::clientCall, "client " + name, ""};
     });
     ScriptCall::callClient(function, name);
+}
+
+template <std::size_t number>
+void callSlot() {
+    call(number);
 }
 
 /// The plain function of each slot: they differ in their addresses alone.
