@@ -2,114 +2,233 @@
 
 #include "text/unicode.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <limits>
 #include <memory>
+#include <span>
 #include <utility>
+#include <vector>
 
 using nlohmann::json;
 
 namespace {
 
-// Recursive descent into the document: each step takes a value, where it stands and what is to be made of it.
-// It gives false when the value is not as wanted, and says why in `refusal`; the first refusal ends all.
-class TemplateMaker {
+// What a value is, by the place where it stands.
+enum class Kind { document, blocks, block, attributes, attribute, name, number };
+
+struct Field {
+    std::string_view key;
+    Kind kind;
+};
+
+std::span<const Field> fieldsOf(Kind object) {
+    static constexpr std::array document{Field{"header", Kind::number}, Field{"blocks", Kind::blocks}};
+    static constexpr std::array block{Field{"name", Kind::name}, Field{"flag", Kind::number},
+                                      Field{"attributes", Kind::attributes}};
+    static constexpr std::array attribute{Field{"name", Kind::name}, Field{"flag", Kind::number}};
+    switch (object) {
+    case Kind::document:
+        return document;
+    case Kind::block:
+        return block;
+    case Kind::attribute:
+        return attribute;
+    default:
+        return {};
+    }
+}
+
+const char* expectationOf(Kind kind) {
+    switch (kind) {
+    case Kind::name:
+        return "must be a string";
+    case Kind::number:
+        return "must be a whole number from -2147483648 to 2147483647";
+    case Kind::blocks:
+    case Kind::attributes:
+        return "must be an array";
+    default:
+        return "must be an object";
+    }
+}
+
+// Whether a key can stand behind a dot; any other stands in brackets and quotes.
+bool isPlain(std::string_view key) {
+    return !key.empty() &&
+           key.find_first_not_of("abcdefghijklmnopqrstuvwxyz"
+                                 "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") == std::string::npos;
+}
+
+std::string memberPath(const std::string& path, std::string_view key) {
+    return isPlain(key) ? path + '.' + std::string(key) : path + '[' + json(key).dump() + ']';
+}
+
+std::string elementPath(const std::string& path, std::size_t index) {
+    return path + '[' + std::to_string(index) + ']';
+}
+
+// A text that may quote the input, short enough for a line. Cut between characters.
+std::string cut(std::string text) {
+    constexpr std::size_t longest = 200;
+    if (text.size() <= longest) return text;
+    std::size_t size = longest;
+    while ((static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) --size;
+    return text.substr(0, size) + "...";
+}
+
+// SAX handler: makes the template while the text is parsed, and stops the parser at the first thing that is
+// not as wanted. Nothing is nested deeper than a template is, because each value is checked where it begins.
+class TemplateMaker : public nlohmann::json_sax<json> {
 public:
+    CEattMain made;
     std::optional<Refusal> refusal;
 
-    bool document(const json& from, CEattMain& to) {
-        const std::string path = "$";
-        if (!object(from, path, {"header", "blocks"})) return false;
-        return number(from["header"], memberPath(path, "header"), to.headerValue) &&
-               elements(from["blocks"], memberPath(path, "blocks"), [&](const json& block, const auto& at) {
-                   to.blocks.push_back(std::make_shared<CEattBlockInfo>());
-                   return blockInfo(block, at, *to.blocks.back());
-               });
+    bool null() override { return refuse(); }
+    bool boolean(bool /*unused*/) override { return refuse(); }
+    bool binary(binary_t& /*unused*/) override { return refuse(); }
+    // Also a whole number beyond 64 bits.
+    bool number_float(number_float_t /*unused*/, const string_t& /*unused*/) override { return refuse(); }
+    bool number_integer(number_integer_t value) override {
+        return value >= Limits::min() ? number(static_cast<std::int32_t>(value)) : refuse();
+    }
+    bool number_unsigned(number_unsigned_t value) override { // not negative
+        return value <= Limits::max() ? number(static_cast<std::int32_t>(value)) : refuse();
+    }
+
+    bool string(string_t& value) override {
+        auto text = Text::toUtf16(value);
+        if (next() != Kind::name || !text.has_value()) return refuse(); // the parser knows no invalid text
+        (level().kind == Kind::block ? made.blocks.back()->blockName : attributeName_) = std::move(*text);
+        return ended();
+    }
+
+    bool start_object(std::size_t /*unused*/) override {
+        const Kind kind = next();
+        if (fieldsOf(kind).empty()) return refuse();
+        if (kind == Kind::block) made.blocks.push_back(std::make_shared<CEattBlockInfo>());
+        levels_.push_back({.kind = kind});
+        return true;
+    }
+
+    bool key(string_t& name) override {
+        const auto fields = fieldsOf(level().kind);
+        const auto field = std::ranges::find(fields, name, &Field::key);
+        if (field == fields.end()) return refuse(memberPath(objectPath(), name), "the key is unknown");
+        auto& keys = level().keys;
+        const bool isRepeated = std::ranges::find(keys, name) != keys.end();
+        keys.push_back(field->key);
+        return !isRepeated || refuse(path(), "the key is repeated");
+    }
+
+    bool end_object() override {
+        for (const Field& field : fieldsOf(level().kind)) {
+            if (std::ranges::find(level().keys, field.key) == level().keys.end())
+                return refuse(memberPath(objectPath(), field.key), "is missing");
+        }
+        if (level().kind == Kind::attribute)
+            made.blocks.back()->attributes.append(attributeName_, attributeFlag_);
+        levels_.pop_back();
+        return ended();
+    }
+
+    bool start_array(std::size_t /*unused*/) override {
+        const Kind kind = next();
+        if (kind != Kind::blocks && kind != Kind::attributes) return refuse();
+        levels_.push_back({.kind = kind});
+        return true;
+    }
+
+    bool end_array() override {
+        const bool isOfAttributes = level().kind == Kind::attributes;
+        levels_.pop_back();
+        if (isOfAttributes) {
+            if (const auto repeated = made.blocks.back()->attributes.firstRepeated()) {
+                return refuse(elementPath(path(), *repeated) + ".name",
+                              "the block has an attribute of this name already");
+            }
+        }
+        return ended();
+    }
+
+    bool parse_error(std::size_t /*unused*/, const std::string& /*unused*/,
+                     const json::exception& error) override {
+        const std::string what = error.what();
+        const auto code = what.find("] "); // what() begins with the number of the error in brackets
+        return refuse(path(), code == std::string::npos ? what : what.substr(code + 2));
     }
 
 private:
-    bool refuse(const std::string& path, std::string reason) {
-        refusal = Refusal{path, std::move(reason)};
+    using Limits = std::numeric_limits<std::int32_t>;
+
+    // One for each object and array that is open, the outermost first.
+    struct Level {
+        Kind kind;
+        std::vector<std::string_view> keys = {}; // of an object: those that were read
+        std::size_t index = 0;                   // of an array: the element that comes next, or is open
+    };
+
+    Level& level() { return levels_.back(); }
+
+    // What the value that begins now has to be.
+    [[nodiscard]] Kind next() const {
+        if (levels_.empty()) return Kind::document;
+        const Level& level = levels_.back();
+        if (level.kind == Kind::blocks) return Kind::block;
+        if (level.kind == Kind::attributes) return Kind::attribute;
+        return std::ranges::find(fieldsOf(level.kind), level.keys.back(), &Field::key)->kind;
+    }
+
+    bool number(std::int32_t value) {
+        if (next() != Kind::number) return refuse();
+        if (level().kind == Kind::document) made.headerValue = value;
+        if (level().kind == Kind::block) made.blocks.back()->blockFlag = value;
+        if (level().kind == Kind::attribute) attributeFlag_ = value;
+        return ended();
+    }
+
+    // A value has ended. In an object the index means nothing.
+    bool ended() {
+        if (!levels_.empty()) ++level().index;
+        return true;
+    }
+
+    bool refuse() { return refuse(path(), expectationOf(next())); }
+    bool refuse(std::string path, std::string reason) {
+        refusal = Refusal{cut(std::move(path)), cut(std::move(reason))};
         return false;
     }
 
-    bool blockInfo(const json& from, const std::string& path, CEattBlockInfo& to) {
-        if (!object(from, path, {"name", "flag", "attributes"})) return false;
-        return text(from["name"], memberPath(path, "name"), to.blockName) &&
-               number(from["flag"], memberPath(path, "flag"), to.blockFlag) &&
-               elements(from["attributes"], memberPath(path, "attributes"),
-                        [&](const json& attribute, const auto& at) {
-                            return this->attribute(attribute, at, to.attributes);
-                        });
-    }
-
-    bool attribute(const json& from, const std::string& path, KzDxAttributeTable& to) {
-        std::u16string name;
-        std::int32_t flag = 0;
-        if (!object(from, path, {"name", "flag"})) return false;
-        if (!text(from["name"], memberPath(path, "name"), name)) return false;
-        if (!number(from["flag"], memberPath(path, "flag"), flag)) return false;
-        return to.add(name, flag) ||
-               refuse(memberPath(path, "name"), "the block has an attribute of this name already");
-    }
-
-    // An object with just these keys. An unknown one is told first: it is mostly a missing one, written
-    // wrong.
-    bool object(const json& from, const std::string& path, std::initializer_list<const char*> keys) {
-        if (!from.is_object()) return refuse(path, "must be an object");
-        for (const auto& member : from.items()) {
-            if (std::ranges::find(keys, member.key()) == keys.end())
-                return refuse(memberPath(path, member.key()), "the key is unknown");
+    // Of the innermost object, and of the value in it whose key was read last. In an array, of the element.
+    [[nodiscard]] std::string objectPath() const { return pathTo(levels_.size() - 1); }
+    [[nodiscard]] std::string path() const { return pathTo(levels_.size()); }
+    [[nodiscard]] std::string pathTo(std::size_t depth) const {
+        std::string result = "$";
+        for (const Level& level : std::span(levels_).first(depth)) {
+            if (fieldsOf(level.kind).empty()) {
+                result = elementPath(result, level.index);
+            } else if (!level.keys.empty()) {
+                result = memberPath(result, level.keys.back());
+            }
         }
-        for (const char* key : keys)
-            if (!from.contains(key)) return refuse(memberPath(path, key), "is missing");
-        return true;
+        return result;
     }
 
-    // Calls `each(element, path)` for the elements of an array, as long as it gives true.
-    bool elements(const json& from, const std::string& path, const auto& each) {
-        if (!from.is_array()) return refuse(path, "must be an array");
-        for (std::size_t i = 0; i < from.size(); ++i)
-            if (!each(from[i], elementPath(path, i))) return false;
-        return true;
-    }
-
-    bool text(const json& from, const std::string& path, std::u16string& to) {
-        if (!from.is_string()) return refuse(path, "must be a string");
-        auto converted = Text::toUtf16(from.get_ref<const std::string&>());
-        if (!converted.has_value()) return refuse(path, "must be text"); // the parser has refused it already
-        to = std::move(*converted);
-        return true;
-    }
-
-    // A whole number that fits the file. One that the parser takes for unsigned is not negative, and needs
-    // the other comparison.
-    bool number(const json& from, const std::string& path, std::int32_t& to) {
-        using Limits = std::numeric_limits<std::int32_t>;
-        // A whole number beyond 64 bits is a floating-point one to the parser.
-        const bool fits = from.is_number_unsigned()
-                              ? from.get<std::uint64_t>() <= Limits::max()
-                              : from.is_number_integer() && from.get<std::int64_t>() >= Limits::min();
-        if (!fits) return refuse(path, "must be a whole number from -2147483648 to 2147483647");
-        to = from.get<std::int32_t>();
-        return true;
-    }
+    std::vector<Level> levels_;
+    std::u16string attributeName_;
+    std::int32_t attributeFlag_ = 0;
 };
 
 } // namespace
 
 std::optional<Refusal> templateFromJson(std::string_view text, CEattMain& result) {
-    json document;
-    if (auto refusal = parseJson(text, document)) return refusal;
-
-    // Made apart, so that a refused text changes nothing.
-    CEattMain made;
     TemplateMaker maker;
-    if (!maker.document(document, made)) return maker.refusal;
-    // From here on nothing fails.
-    result.headerValue = made.headerValue;
-    result.blocks.swap(made.blocks);
+    if (!json::sax_parse(text, &maker)) return maker.refusal;
+    result.headerValue = maker.made.headerValue;
+    result.blocks.swap(maker.made.blocks);
     return std::nullopt;
 }
