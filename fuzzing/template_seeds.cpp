@@ -23,8 +23,8 @@ std::shared_ptr<CEattBlockInfo> block(std::u16string name, std::int32_t flag) {
 CEattMain example() {
     CEattMain result;
     result.blocks = {block(u"DOOR", 1), block(u"WIN", 0)};
-    result.blocks[0]->attributes.add(u"NOTE", 0);
-    result.blocks[0]->attributes.add(u"TAG", 1);
+    result.blocks[0]->attributes.append(u"NOTE", 0);
+    result.blocks[0]->attributes.append(u"TAG", 1);
     return result;
 }
 
@@ -34,7 +34,7 @@ CEattMain repeatsAndNulls() {
     result.blocks.push_back(result.blocks[0]);
     result.blocks.push_back(block(u"", -1));
     for (const char16_t* name : {u"b", u"B", u"a", u"A", u"\u00E9", u"\U0001F6AA"})
-        result.blocks.back()->attributes.add(name, 2);
+        result.blocks.back()->attributes.append(name, 2);
     return result;
 }
 

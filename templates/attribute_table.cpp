@@ -1,29 +1,20 @@
 #include "templates/attribute_table.h"
 
 #include "templates/limits.h"
+#include "templates/unique_names.h"
 
 #include <algorithm>
 #include <cassert>
 #include <utility>
 
-bool KzDxAttributeTable::add(std::u16string_view name, std::int32_t flag) {
-    const KzDxHashedName key(name);
-    auto& [names, rows, index] = contents();
-    // The index first, which knows whether the name is there. It asks for names of rows before this one only.
-    // When memory runs out below, it keeps a position without a row, and the table cannot be used any more:
-    // whoever reads a template throws all of it away then.
-    if (!index.add(key, rows.size(), nameAt())) return false;
+void KzDxAttributeTable::append(std::u16string_view name, std::int32_t flag) {
+    auto& [names, rows] = contents();
     // The first name tells how long the others are likely to be, and the rows how many were announced.
     if (names.empty()) {
         names.reserve(std::min(name.size(), KzDxTemplateLimits::reservedNameLength) * rows.capacity());
     }
     names += name;
-    rows.push_back({{nullptr, flag}, key.hash, names.size()});
-    return true;
-}
-
-std::size_t KzDxAttributeTable::find(std::u16string_view name) const {
-    return contents_ ? contents_->index.find(KzDxHashedName(name), nameAt()) : none;
+    rows.push_back({{nullptr, flag}, names.size()});
 }
 
 // A row knows where its name ends; it begins where the one before ends.
@@ -34,34 +25,51 @@ std::u16string_view KzDxAttributeTable::name(std::size_t position) const {
     return std::u16string_view(contents_->names).substr(begin, rows[position].nameEnd - begin);
 }
 
-KzDxHashedName KzDxAttributeTable::hashedName(std::size_t position) const {
-    return {name(position), contents_->rows[position].hash};
+std::vector<std::size_t> KzDxAttributeTable::repeated() const {
+    return kzdxRepeatedNames(size(), [this](std::size_t position) { return name(position); });
 }
 
-// Builds the table anew, since the positions change and with them the whole index. When all are selected
-// nothing is done.
-void KzDxAttributeTable::removeUnselected() {
-    if (!contents_) return;
-    auto& rows = contents_->rows;
-    const auto isSelected = [](const Row& row) { return row.entry.flag != 0; };
-    const auto count = static_cast<std::size_t>(std::ranges::count_if(rows, isSelected));
-    if (count == size()) return;
+std::optional<std::size_t> KzDxAttributeTable::firstRepeated() const {
+    const std::vector<std::size_t> positions = repeated();
+    return positions.empty() ? std::nullopt : std::optional(positions.front());
+}
 
-    KzDxAttributeTable selected;
-    selected.reserve(count);
-    for (std::size_t i = 0; i < size(); ++i) {
-        if (!isSelected(rows[i])) continue;
-        // Always new: no name stands in the table twice.
-        selected.add(name(i), 0);
-        selected.entry(selected.size() - 1) = std::move(entry(i));
+void KzDxAttributeTable::removeRepeated() {
+    const std::vector<std::size_t> positions = repeated();
+    if (positions.empty()) return;
+    removeIf([next = positions.begin(), end = positions.end()](std::size_t position) mutable {
+        const bool isRepeated = next != end && *next == position;
+        if (isRepeated) ++next;
+        return isRepeated;
+    });
+}
+
+void KzDxAttributeTable::removeUnselected() {
+    removeIf([this](std::size_t position) { return entry(position).flag == 0; });
+}
+
+// Asks for each position once, in order, before the row of that position is moved.
+void KzDxAttributeTable::removeIf(auto isRemoved) {
+    if (!contents_) return;
+    auto& [names, rows] = *contents_;
+    std::size_t kept = 0;
+    std::size_t begin = 0; // of the name at `position`
+    std::size_t keptEnd = 0;
+    for (std::size_t position = 0; position < rows.size(); ++position) {
+        const std::size_t end = rows[position].nameEnd;
+        if (!isRemoved(position)) {
+            std::copy(names.data() + begin, names.data() + end, names.data() + keptEnd);
+            keptEnd += end - begin;
+            rows[kept++] = {std::move(rows[position].entry), keptEnd};
+        }
+        begin = end;
     }
-    *this = std::move(selected);
+    names.resize(keptEnd);
+    rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(kept), rows.end());
 }
 
 void KzDxAttributeTable::reserve(std::size_t count) {
-    if (count == 0) return;
-    contents().rows.reserve(count);
-    contents().index.reserve(count);
+    if (count != 0) contents().rows.reserve(count);
 }
 
 // Made when something first goes in.

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "templates/name_index.h"
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,33 +17,33 @@ struct KzDxAttributeEntry {
     std::int32_t flag = 0; ///< non-zero: the attribute is selected
 };
 
-/// The attributes of one block: names that compare exactly (case-sensitive, NULs included), each once, with
-/// its entry. Their order is that in which they were added, which for a template that was read is the file's.
+/// The attributes of one block: names that compare exactly (case-sensitive, NULs included), with their
+/// entries, in the order in which they were appended, which for a template that was read is the file's.
 ///
-/// The names stand one behind the other in a single text: a template has a million of them. Names and entries
-/// that are given out are borrowed, until the table changes.
+/// The names are stored in one text, one after the other: a template has a million of them. References to
+/// names and entries are valid until the table changes.
 class KzDxAttributeTable {
 public:
-    static constexpr std::size_t none = KzDxNameIndex::none;
-
-    /// Adds an attribute with that flag, and gives true. Gives false and changes nothing when the name is
-    /// there.
-    bool add(std::u16string_view name, std::int32_t flag);
-
-    /// The position of the name, or none.
-    [[nodiscard]] std::size_t find(std::u16string_view name) const;
+    /// Appends an attribute with that flag. Its name may repeat an earlier one; `removeRepeated` restores
+    /// that each name is there once, as in every template.
+    void append(std::u16string_view name, std::int32_t flag);
 
     [[nodiscard]] std::size_t size() const { return contents_ ? contents_->rows.size() : 0; }
 
     /// REQUIRES: position < size()
     [[nodiscard]] std::u16string_view name(std::size_t position) const;
-    [[nodiscard]] KzDxHashedName hashedName(std::size_t position) const;
     [[nodiscard]] const KzDxAttributeEntry& entry(std::size_t position) const {
         return contents_->rows[position].entry;
     }
     [[nodiscard]] KzDxAttributeEntry& entry(std::size_t position) { return contents_->rows[position].entry; }
 
-    /// Removes every attribute whose flag is 0; the rest keep their order.
+    /// The first attribute whose name an earlier one has; none when all names differ.
+    [[nodiscard]] std::optional<std::size_t> firstRepeated() const;
+
+    /// Removes every attribute whose name an earlier one has. The rest keep their order.
+    void removeRepeated();
+
+    /// Removes every attribute whose flag is 0. The rest keep their order.
     void removeUnselected();
 
     /// Makes room for that many attributes in all.
@@ -52,21 +51,18 @@ public:
 
 private:
     struct Row {
-        [[no_unique_address]] KzDxAttributeEntry entry; // so that the hash fills its padding
-        std::uint32_t hash;
+        KzDxAttributeEntry entry;
         std::size_t nameEnd; // in names; the name begins where the previous one ends
     };
 
     struct Contents {
         std::u16string names;
         std::vector<Row> rows;
-        KzDxNameIndex index;
     };
 
     Contents& contents();
-    [[nodiscard]] auto nameAt() const {
-        return [this](std::size_t position) { return name(position); };
-    }
+    [[nodiscard]] std::vector<std::size_t> repeated() const;
+    void removeIf(auto isRemoved);
 
     std::unique_ptr<Contents> contents_; // null while empty, as in the many blocks without attributes
 };

@@ -7,6 +7,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
 
 bool CEattBlockInfo::load(KzDxArchiveReader& reader) {
     std::int32_t count = 0;
@@ -18,9 +21,9 @@ bool CEattBlockInfo::load(KzDxArchiveReader& reader) {
     std::int32_t flag = 0;
     for (; count > 0; --count) {
         if (!reader.string(name) || !reader.number(flag)) return false;
-        // A name that is there already keeps its first flag; the one read now is dropped.
-        attributes.add(name, flag);
+        attributes.append(name, flag);
     }
+    attributes.removeRepeated(); // the first attribute of a name counts
     return true;
 }
 
@@ -29,13 +32,10 @@ void CEattBlockInfo::store(KzDxArchiveWriter& writer) const {
     writer.number(blockFlag);
     writer.number(static_cast<std::int32_t>(attributes.size()));
 
-    std::vector<std::u16string> names;
-    names.reserve(attributes.size());
-    for (std::size_t i = 0; i < attributes.size(); ++i) names.emplace_back(attributes.name(i));
-    // Copies of the names are sorted, each of which then finds its flag: the table keeps its order.
-    CEattUtil::sortNames(names);
-    for (const auto& name : names) {
-        writer.string(name);
-        writer.number(attributes.entry(attributes.find(name)).flag);
+    std::vector<std::u16string_view> names(attributes.size());
+    for (std::size_t i = 0; i < names.size(); ++i) names[i] = attributes.name(i);
+    for (const std::size_t position : CEattUtil::sortedPositions(names)) {
+        writer.string(names[position]);
+        writer.number(attributes.entry(position).flag);
     }
 }

@@ -1,5 +1,6 @@
 #include "templates/eatt_util.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cwchar>
@@ -8,10 +9,10 @@
 
 namespace {
 
-// A name with its collation key, which is made once instead of at each comparison.
+// The collation key of a name, which is made once instead of at each comparison.
 struct KeyedName {
     std::wstring key;
-    std::u16string name;
+    std::size_t position;
 };
 
 // The code point that begins at `at`, which moves behind it. A surrogate without its partner is given as it
@@ -69,10 +70,10 @@ void sinkDown(std::vector<KeyedName>& names, std::size_t from, std::size_t gap) 
 
 } // namespace
 
-int CEattUtil::sortNames(std::vector<std::u16string>& names) {
+std::vector<std::size_t> CEattUtil::sortedPositions(std::span<const std::u16string_view> names) {
     std::vector<KeyedName> keyed;
     keyed.reserve(names.size());
-    for (auto& name : names) keyed.push_back({collationKey(name), name});
+    for (const auto name : names) keyed.push_back({collationKey(name), keyed.size()});
 
     // Not std::sort: the order of names that collate equal is part of what a file says, and comes of just
     // these steps.
@@ -80,7 +81,17 @@ int CEattUtil::sortNames(std::vector<std::u16string>& names) {
         for (std::size_t i = gap; i < keyed.size(); ++i) sinkDown(keyed, i, gap);
     }
 
-    for (std::size_t i = 0; i < keyed.size(); ++i) names[i] = std::move(keyed[i].name);
+    std::vector<std::size_t> positions(keyed.size());
+    std::ranges::transform(keyed, positions.begin(), &KeyedName::position);
+    return positions;
+}
+
+int CEattUtil::sortNames(std::vector<std::u16string>& names) {
+    std::vector<std::u16string> sorted;
+    sorted.reserve(names.size());
+    const std::vector<std::u16string_view> views(names.begin(), names.end());
+    for (const std::size_t position : sortedPositions(views)) sorted.push_back(std::move(names[position]));
+    names = std::move(sorted);
     return 1;
 }
 

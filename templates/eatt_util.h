@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +16,9 @@ public:
     /// A Shell sort with gaps n/2, n/4, ... 1. Names that collate equal are not swapped with each other, but
     /// may change places by what is swapped around them. Gives 1.
     static int sortNames(std::vector<std::u16string>& names);
+
+    /// The same, for names that stay in place: their positions, in sorted order.
+    [[nodiscard]] static std::vector<std::size_t> sortedPositions(std::span<const std::u16string_view> names);
 
     /// Negative, 0 or positive as `a` collates before, equal to or after `b`, without regard to case.
     [[nodiscard]] static int collateNoCase(std::u16string_view a, std::u16string_view b);

@@ -14,7 +14,4 @@ inline constexpr std::size_t reservedAttributes = 64;
 /// Characters for which each of them is given room. Names of one block are much alike, so the first tells.
 inline constexpr std::size_t reservedNameLength = 32;
 
-/// Slots of the smallest index of names. Most are small, and there may be a million of them.
-inline constexpr std::size_t smallestIndex = 2;
-
 } // namespace KzDxTemplateLimits

@@ -43,7 +43,9 @@ CEattMain randomTemplate(unsigned seed) {
         }
         result.blocks.push_back(block(randomName(random), static_cast<std::int32_t>(random())));
         for (auto i = random() % 12; i > 0; --i)
-            result.blocks.back()->attributes.add(randomName(random), static_cast<std::int32_t>(random() % 3));
+            result.blocks.back()->attributes.append(randomName(random),
+                                                    static_cast<std::int32_t>(random() % 3));
+        result.blocks.back()->attributes.removeRepeated();
     }
     return result;
 }
@@ -60,7 +62,7 @@ std::string contents(const CEattMain& eattMain) {
             copy = block(original->blockName, original->blockFlag);
             for (std::size_t i = 0; i < original->attributes.size(); ++i)
                 flags.emplace(original->attributes.name(i), original->attributes.entry(i).flag);
-            for (const auto& [name, flag] : flags) copy->attributes.add(name, flag);
+            for (const auto& [name, flag] : flags) copy->attributes.append(name, flag);
         }
         sorted.blocks.push_back(copy);
     }
@@ -83,8 +85,8 @@ std::vector<std::u16string> sortedStepByStep(std::vector<std::u16string> names) 
 TEST(TemplateWrite, ExampleByteForByte) {
     CEattMain eattMain;
     eattMain.blocks = {block(u"DOOR"), block(u"WIN", 0)};
-    eattMain.blocks[0]->attributes.add(u"TAG", 1);
-    eattMain.blocks[0]->attributes.add(u"NOTE", 0);
+    eattMain.blocks[0]->attributes.append(u"TAG", 1);
+    eattMain.blocks[0]->attributes.append(u"NOTE", 0);
     EXPECT_EQ(written(eattMain), exampleBytes().bytes);
     EXPECT_EQ(written(eattMain).size(), 96U);
     EXPECT_EQ(written(CEattMain()), TemplateBytes().start(0).bytes);
