@@ -46,6 +46,25 @@ compile() {
   fi
 }
 
+# apt_get ARGUMENT...: prints its output only when it fails. While another program has one of its locks, it waits.
+apt_get() {
+  local log second
+  log=$(mktemp)
+  for ((second = 0; second < 600; ++second)); do
+    if LC_ALL=C apt-get "$@" >"$log" 2>&1; then
+      rm -f "$log"
+      return
+    fi
+    grep -q 'Could not get lock' "$log" || break
+    [ "$second" -ne 0 ] || echo "waiting for another program that uses apt"
+    sleep 1
+  done
+  cat "$log" >&2
+  rm -f "$log"
+  echo "failed: apt-get $*" >&2
+  return 1
+}
+
 # need_packages PACKAGE...: installs the missing ones when root; otherwise says which they are and ends.
 need_packages() {
   local missing=() package
@@ -62,8 +81,8 @@ need_packages() {
   fi
   echo "installing ${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
-  apt-get update >/dev/null 2>&1 || true # an index that is there already may do
-  quietly "apt-get install ${missing[*]}" apt-get install -y --no-install-recommends "${missing[@]}"
+  apt_get update 2>/dev/null || true # an index that is there already may do
+  apt_get install -y --no-install-recommends "${missing[@]}"
 }
 
 packages_to_build=(g++ cmake ninja-build ccache pkg-config liblua5.4-dev libcli11-dev nlohmann-json3-dev libedit-dev
