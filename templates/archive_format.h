@@ -19,7 +19,7 @@
 ///       FFFF                     u16 schema, u16 length, class name; then the body of a new object of it
 ///
 ///     body:   string block name, i32 block flag, i32 M, M times (string attribute name, i32 attribute flag)
-///     string: FF FE FF, length, UTF-16 code units; or length, bytes in code page 1252
+///     string: FF FE FF, length, UTF-16 code units; or length, bytes in the system's code page
 ///     length: u8, or u8 FF + u16, or u8 FF + u16 FFFF + u32, or u8 FF + u16 FFFF + u32 FFFFFFFF + u64
 ///
 /// Classes and objects share one sequence of indices that starts at 1; index 0 stands for null. A class

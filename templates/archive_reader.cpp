@@ -1,6 +1,6 @@
 #include "templates/archive_reader.h"
 
-#include "templates/code_page_1252.h"
+#include "templates/native_text.h"
 
 #include <algorithm>
 #include <bit>
@@ -65,13 +65,15 @@ bool KzDxArchiveReader::string(std::u16string& result) {
     if (length > remaining() / unitSize || length > result.max_size()) {
         return refuse(KzDxArchiveError::stringTooLong, start);
     }
-    result.resize(length);
-
     if (!isUtf16) {
-        auto to = result.begin();
-        return pass(length,
-                    [&](auto part) { to = std::ranges::transform(part, to, kzdxFromCodePage1252).out; });
+        std::string text;
+        text.reserve(length);
+        if (!bytes(text, length)) return false;
+        result = kzdxFromSystemCodePage(text);
+        return true;
     }
+
+    result.resize(length);
     // UTF-16 in the order of the file is copied as it is, and turned round where the machine has the other
     // order.
     auto* to = reinterpret_cast<std::byte*>(result.data());

@@ -1,6 +1,6 @@
 #include "templates/eatt_main.h"
 
-#include "templates/native_path.h"
+#include "templates/native_text.h"
 
 #include "core/boundary.h"
 #include "templates/archive_writer.h"

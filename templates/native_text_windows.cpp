@@ -1,0 +1,35 @@
+#include "templates/native_text.h"
+
+#include <windows.h>
+
+#include <climits>
+#include <new>
+
+namespace {
+
+// The system's own, which a program may override for itself (kztemplate takes UTF-8): the files that it reads
+// were written by other programs. 0 where the system's locale has none.
+UINT systemCodePage() {
+    DWORD page = 0;
+    GetLocaleInfoEx(LOCALE_NAME_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                    reinterpret_cast<LPWSTR>(&page), sizeof page / sizeof(WCHAR));
+    return page == 0 ? CP_ACP : page;
+}
+
+} // namespace
+
+// File names are UTF-16 there, and half a surrogate pair is a legal name: nothing is converted.
+std::filesystem::path kzdxNativePath(const std::u16string& path) {
+    return std::wstring(path.begin(), path.end());
+}
+
+std::u16string kzdxFromSystemCodePage(std::string_view bytes) {
+    if (bytes.empty()) return {};
+    if (bytes.size() > INT_MAX) throw std::bad_alloc();
+    const UINT page = systemCodePage();
+    const int length = static_cast<int>(bytes.size());
+    std::wstring text(bytes.size(), L'\0'); // no page has more code units than bytes
+    text.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(page, 0, bytes.data(), length, text.data(), static_cast<int>(text.size()))));
+    return {text.begin(), text.end()};
+}
