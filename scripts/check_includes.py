@@ -23,7 +23,7 @@ ALLOWED = {
     "blocks": BASE | {"timers", "blocks"},
     "tables": BASE,
     "module": {"host"},
-    "text": {"text"},
+    "text": HOST | {"text"},
     "windows": {"host"},
     "headless": HOST | {"text", "headless"},
     "tools": HOST | {"text", "templates", "tools"},

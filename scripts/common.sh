@@ -86,7 +86,7 @@ need_packages() {
 }
 
 packages_to_build=(g++ cmake ninja-build ccache pkg-config liblua5.4-dev libcli11-dev nlohmann-json3-dev libedit-dev
-                   libutfcpp-dev help2man)
+                   help2man)
 packages_to_test=(googletest clang-format clang-tidy clang libclang-rt-14-dev python3 python3-jsonschema locales
                   dpkg-dev)
 packages_for_windows=(g++-mingw-w64-x86-64-posix wine wine64 patch xz-utils)

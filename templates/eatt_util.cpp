@@ -1,5 +1,7 @@
 #include "templates/eatt_util.h"
 
+#include "zelvane/names.h"
+
 #include <algorithm>
 #include <climits>
 #include <cstddef>
@@ -15,25 +17,16 @@ struct KeyedName {
     std::size_t position;
 };
 
-// The code point that begins at `at`, which moves behind it. A surrogate without its partner is given as it
-// is.
-char32_t nextCodePoint(std::u16string_view text, std::size_t& at) {
-    const char32_t first = text[at++];
-    if ((first & 0xFC00) != 0xD800 || at == text.size()) return first;
-    const char32_t second = text[at];
-    if ((second & 0xFC00) != 0xDC00) return first;
-    ++at;
-    return 0x10000 + ((first - 0xD800) << 10) + (second - 0xDC00);
-}
-
 // Lower case, by the locale, in the wide characters of the C library: code points, or UTF-16 where those have
-// 16 bits.
+// 16 bits. Half a surrogate pair becomes U+FFFD.
 std::wstring folded(std::u16string_view text) {
     std::wstring result;
-    for (std::size_t at = 0; at < text.size();) {
-        const char32_t codePoint = sizeof(wchar_t) == sizeof(char16_t) ? text[at++] : nextCodePoint(text, at);
-        result += static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(codePoint)));
+    if constexpr (sizeof(wchar_t) == sizeof(char16_t)) {
+        result.assign(text.begin(), text.end());
+    } else {
+        while (!text.empty()) result += static_cast<wchar_t>(Zelvane::detail::takeCodePoint(text));
     }
+    for (wchar_t& c : result) c = static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(c)));
     return result;
 }
 

@@ -1,47 +1,37 @@
 #include "text/unicode.h"
 
-#include <utf8.h>
+#include "zelvane/names.h"
+
+#include <algorithm>
 
 namespace Text {
 
 namespace {
 
-constexpr char16_t replacement = 0xFFFD;
-
-constexpr bool isLead(char16_t unit) {
-    return unit >= 0xD800 && unit < 0xDC00;
-}
-
-constexpr bool isTrail(char16_t unit) {
-    return unit >= 0xDC00 && unit < 0xE000;
-}
-
-// The library refuses a whole text for one of them.
-std::size_t replaceLoneSurrogates(std::u16string& text) {
+std::size_t countOf(std::string_view part, std::string_view text) {
     std::size_t count = 0;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (isLead(text[at]) && at + 1 < text.size() && isTrail(text[at + 1])) {
-            ++at;
-        } else if (isLead(text[at]) || isTrail(text[at])) {
-            text[at] = replacement;
-            ++count;
-        }
+    for (auto at = text.find(part); at != std::string_view::npos; at = text.find(part, at + part.size())) {
+        ++count;
     }
     return count;
 }
 
 } // namespace
 
+// What is not valid does not come back as it was.
 std::optional<std::u16string> toUtf16(std::string_view bytes) {
-    if (!utf8::is_valid(bytes.begin(), bytes.end())) return std::nullopt;
-    return utf8::utf8to16(bytes);
+    std::u16string text = Zelvane::utf16(bytes);
+    if (Zelvane::utf8(text) != bytes) return std::nullopt;
+    return text;
 }
 
 std::string toUtf8(std::u16string_view text, std::size_t* replaced) {
-    std::u16string paired(text);
-    const std::size_t count = replaceLoneSurrogates(paired);
-    if (replaced != nullptr) *replaced += count;
-    return utf8::utf16to8(paired);
+    std::string bytes = Zelvane::utf8(text);
+    if (replaced != nullptr) {
+        const auto replacements = static_cast<std::size_t>(std::ranges::count(text, u'\uFFFD'));
+        *replaced += countOf("\uFFFD", bytes) - replacements;
+    }
+    return bytes;
 }
 
 } // namespace Text
