@@ -115,6 +115,16 @@ refuses "$(in_block '[{"p": {}}]')" '$.blocks[0].attributes[1]: must be an objec
 printf '{"header": 1, "blocks": ["\xff"]}' >in.json
 ends 1 kztemplate build in.json target
 grep -qF 'in.json: $.blocks[0]: parse error at line 1' err || fault "wrong text gives: $(cat err)"
+# However deep or long the text is, it is read once, and a message is a line.
+printf '%0300000d' 0 | tr 0 '[' >deep.json
+ends 1 kztemplate build deep.json target
+says err 'kztemplate: deep.json: $: must be an object'
+{ printf '{"header": 1, "blocks": [{"name": ' && cat deep.json; } >deeper.json
+ends 1 kztemplate build deeper.json target
+says err 'kztemplate: deeper.json: $.blocks[0].name: must be a string'
+printf '{"%0300000d": 1}' 0 >long.json
+ends 1 kztemplate build long.json target
+[ "$(wc -c <err)" -lt 500 ] && grep -q 'the key is unknown' err || fault "a long key gives: $(head -c 500 err)"
 
 # The schemas take what is printed and refuse what build refuses.
 python3 - "$schemas" <<'END' || fault "the schemas and kztemplate differ"
@@ -162,6 +172,30 @@ files_follow_the_system() {
   (ulimit -f 0 && trap '' XFSZ && ! kztemplate build example.json $made/real.tpl 2>/dev/null) || fault "a full disk went unseen"
   cmp -s $made/real.tpl example.tpl || fault "a failed write harmed the file"
   says <(ls $made) $'link.tpl\nnew.tpl\nreal.tpl'
+  # Written where a link leads to, though nothing is there yet; names as long as they get; a folder that is none.
+  local longest=$made/$(printf '%0255d' 0)
+  ln -s later.tpl $made/dangling.tpl
+  for output in $made/dangling.tpl "$longest"; do ends 0 kztemplate build example.json "$output"; done
+  cmp -s $made/later.tpl example.tpl && [ -L $made/dangling.tpl ] || fault "a dangling link was not followed"
+  ln -s ring.tpl $made/ring.tpl
+  ends 1 kztemplate build example.json $made/ring.tpl
+  ends 1 kztemplate build example.json $made/none.tpl/
+  says err "kztemplate: $made/none.tpl/: Not a directory"
+  rm $made/{dangling,later,ring}.tpl "$longest"
+  # What may not be written stays, and whatever stops the program leaves nothing beside the file.
+  cp "${program[0]}" program
+  chmod a-w $made/real.tpl
+  local user=()
+  [ "$(id -u)" -ne 0 ] || { chmod -R a+rX . && chmod a+w $made && user=(setpriv --reuid 65534 --clear-groups); }
+  echo "$(block '')" >empty.json
+  ends 1 "${user[@]}" ./program build empty.json $made/real.tpl
+  says err "kztemplate: $made/real.tpl: Permission denied"
+  cmp -s $made/real.tpl example.tpl || fault "a write-protected file was replaced"
+  awk 'BEGIN { printf "{\"header\": 1, \"blocks\": ["
+               for (i = 0; i < 100000; ++i) printf "%s{\"name\": \"%d\", \"flag\": 1, \"attributes\": []}", i ? "," : "", i
+               print "]}" }' >many.json
+  for delay in 0.0{1..9} 0.1{0..9}; do timeout --signal INT $delay ./program build many.json $made/new.tpl; done
+  says <(ls -A $made) $'link.tpl\nnew.tpl\nreal.tpl'
   [ -w /dev/full ] || return 0
   for words in "dump example.tpl" "names example.tpl" "build example.json -"; do
     kztemplate $words >/dev/full 2>err && fault "$words: what was not written went unseen"

@@ -56,5 +56,6 @@ std::error_code writeOutput(const std::string& name, std::span<const std::byte> 
     // A device would not be written to: a file would take its name.
     if (fs::exists(status) && !fs::is_regular_file(status))
         return std::make_error_code(std::errc::invalid_argument);
+    if (!target.has_filename()) return std::make_error_code(std::errc::not_a_directory); // ends in a slash
     return replaceFile(target, bytes);
 }

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 
 namespace fs = std::filesystem;
@@ -27,13 +28,33 @@ std::error_code writeAll(int file, std::span<const std::byte> bytes) {
     return {};
 }
 
+// Scope guard: signals that end a program (Ctrl-C among them) wait until it is gone.
+class SignalsWait {
+public:
+    SignalsWait() {
+        sigset_t ending;
+        ::sigemptyset(&ending);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) ::sigaddset(&ending, signal);
+        ::sigprocmask(SIG_BLOCK, &ending, &before_);
+    }
+    SignalsWait(const SignalsWait&) = delete;
+    SignalsWait& operator=(const SignalsWait&) = delete;
+    ~SignalsWait() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+private:
+    sigset_t before_{};
+};
+
 // Scope guard, and the usual way to replace a file whole or not at all: a new file beside it, written to the
-// end, takes its name. In the same folder, because a name can only be taken within one file system. Removed
-// again unless it has taken the name.
+// end, takes its name. In the same folder, because a name can only be taken within one file system; with a
+// short name of its own, because the target's may be as long as names get. Removed again unless it has taken
+// the name.
 class Replacement {
 public:
     explicit Replacement(const fs::path& target)
-        : target_(target), name_(target.string() + ".XXXXXX"), file_(::mkstemp(name_.data())) {}
+        : target_(target),
+          name_((target.parent_path() / ".kztemplate.XXXXXX").string()),
+          file_(::mkstemp(name_.data())) {}
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
     ~Replacement() {
@@ -65,11 +86,27 @@ private:
         return 0666 & ~mask;
     }
 
+    SignalsWait signals_; // the first: it goes last
     fs::path target_;
     std::string name_;
     int file_;
     bool isDone_ = false;
 };
+
+// Where a chain of links ends; that file need not be there yet.
+fs::path withoutLinks(fs::path file, std::error_code& error) {
+    constexpr int longestChain = 40; // as in the system
+    for (int links = 0; links < longestChain; ++links) {
+        const fs::path next = fs::read_symlink(file, error);
+        if (error) { // it is no link
+            error.clear();
+            return file;
+        }
+        file = file.parent_path() / next;
+    }
+    error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
+    return {};
+}
 
 } // namespace
 
@@ -90,7 +127,9 @@ std::error_code writeStandardOutput(std::span<const std::byte> bytes) {
 
 std::error_code replaceFile(const fs::path& file, std::span<const std::byte> bytes) {
     std::error_code error;
-    // The file that a link leads to is replaced, not the link. It need not be there yet.
-    const fs::path target = fs::weakly_canonical(file, error);
-    return error ? error : Replacement(target).write(bytes);
+    const fs::path target = withoutLinks(file, error);
+    if (error) return error;
+    // The name could be taken away from a file that may not be written, too.
+    if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT) return lastError();
+    return Replacement(target).write(bytes);
 }

@@ -40,15 +40,15 @@ fs::path withoutLinks(const fs::path& file) {
 }
 
 // Scope guard, and the usual way to replace a file whole or not at all: a new file beside it, written to the
-// end, takes its name. Removed again unless it has taken the name.
+// end, takes its name. It has a short name of its own, because the target's may be as long as names get.
+// Removed again unless it has taken the name.
 class Replacement {
 public:
     explicit Replacement(const fs::path& target) : target_(target) {
         // Another process may be doing the same; a name that is taken is passed over.
         DWORD number = GetCurrentProcessId();
         do {
-            name_ = target;
-            name_ += L'.' + std::to_wstring(number++);
+            name_ = target.parent_path() / (L".kztemplate." + std::to_wstring(number++));
             file_ = CreateFileW(name_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL,
                                 nullptr);
         } while (file_ == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_EXISTS);
