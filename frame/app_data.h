@@ -4,6 +4,7 @@
 #include "core/scope_guard.h"
 #include "host/documents.h"
 #include "host/status.h"
+#include "zelvane/drawing.h"
 
 #include <map>
 #include <memory>
@@ -29,7 +30,7 @@ public:
 
     ~AppDataT() override {
         static_cast<void>(leaveDocManager());
-        destroyAll();
+        destroyAllBut(nullptr);
     }
 
     // What the host tells.
@@ -51,19 +52,15 @@ public:
     /// Whether an open document has this address, which is not touched: the current one, or one that the host
     /// lists. Yes as well when the host does not say which are open.
     [[nodiscard]] static bool isOpen(const KzApDocument* document) {
-        const KzApDocManager* const manager = kzDocManagerPtr();
-        if (manager == nullptr || manager->currentDocument() == document) return true;
-        const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
-        if (documents == nullptr) return true;
-        while (!documents->done() && documents->document() != document) documents->step();
-        return !documents->done();
+        return Zelvane::isOpen(document) || openDocuments() == nullptr;
     }
 
-    /// The data of a document. With `create`, they are made when there are none; attached to the document
-    /// manager from then on. Null for a null document, without data, or when the document has no drawing or
-    /// is not listed by the host.
+    /// The data of a document. With `create`, they are made when there are none. Attaches to the document
+    /// manager when that could not be done before. Null for a null document, without data, or when the
+    /// document has no drawing or is not listed by the host.
     virtual Data* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
+        if (!isAttached() && data_.contains(document)) static_cast<void>(setAttached(true));
         const auto known = data_.find(document);
         if (known != data_.end()) return known->second.get();
         return create ? makeData(document) : nullptr;
@@ -92,6 +89,8 @@ public:
         if (!attached_) {
             manager->addReactor(this);
             attached_ = true;
+            // What was made before: its documents may have closed unnoticed.
+            if (!data_.empty() && purge() != Orvo::ok) destroyAllBut(manager->currentDocument());
         }
         if (autoCreate()) static_cast<void>(createAll()); // attached is what counts; data also come on demand
         return Orvo::ok;
@@ -119,7 +118,7 @@ public:
 
     /// Destroys the data of every document.
     virtual Orvo::ErrorStatus deleteAll() {
-        destroyAll();
+        destroyAllBut(nullptr);
         return Orvo::ok;
     }
 
@@ -153,10 +152,12 @@ private:
 
     Data* makeData(KzApDocument* document) {
         if (document->database() == nullptr) return nullptr;
+        // Data without a document manager, or without a list of documents, are no worse for it. With
+        // `autoCreate`, attaching makes the data.
+        if (!isAttached()) static_cast<void>(setAttached(true));
+        if (data_.contains(document)) return docData(document, false);
         data_.emplace(document, std::make_unique<Data>(document));
         KzDxScopeGuard undo([&] { removeDocData(document); });
-        // Data without a document manager, or without a list of documents, are no worse for it.
-        if (!isAttached()) static_cast<void>(setAttached(true));
         static_cast<void>(purge());
         undo.dismiss();
         return docData(document, false); // null when the host does not list it: it has been purged
@@ -179,12 +180,13 @@ private:
         return Orvo::ok;
     }
 
-    /// Destroys all data in key order. Some may have outlived their document, when somebody asked for them
-    /// after this object had been told that the document goes; unless the host says which documents are open,
-    /// none of them is touched.
-    void destroyAll() {
+    /// Destroys all data but those of `kept`, in key order. Some may have outlived their document, when it
+    /// closed while this object was not attached, or when data were asked for after this object had been told
+    /// that the document goes; unless the host says which documents are open, none of them is touched.
+    void destroyAllBut(KzApDocument* kept) {
         const bool areDocumentsKnown = AppDataT::purge() == Orvo::ok;
         DataMap leaving = std::exchange(data_, {});
+        data_.insert(leaving.extract(kept));
         for (auto& [document, data] : leaving) {
             if (!areDocumentsKnown) data->forgetDocument();
             data.reset();

@@ -94,6 +94,32 @@ TEST_F(Application, WithoutADocumentManagerItAnswersFromWhatItHas) {
     Headless::refuse(Headless::HostCall::manager, false);
 }
 
+// The host has its document manager later than the module is loaded: it is attached to when data are asked
+// for, and data whose documents may have closed meanwhile go without touching them.
+TEST_F(Application, AttachesToALateDocumentManager) {
+    for (const bool isListing : {true, false}) {
+        ASSERT_EQ(unload(), KzRx::done);
+        Headless::refuse(Headless::Facility::manager, true);
+        ASSERT_EQ(load(), KzRx::done);
+        KzApDocument* const closed = Headless::openDocument(u"closed");
+        KzApDocument* const document = Headless::openDocument(u"document");
+        const KzDbObjectId block = Headless::makeBlock(document, u"A");
+        ASSERT_EQ(watch(closed, {Headless::modelSpace(closed)}, TestClients::client(0)), 1);
+        ASSERT_EQ(watch(document, {block}, TestClients::client(1)), 1);
+        Headless::refuse(Headless::Facility::manager, false);
+        Headless::refuse(Headless::Facility::iterator, !isListing);
+        Headless::closeDocument(closed);
+        kzdxBlockReferenceMonitorDetach(closed, TestClients::client(0));
+        EXPECT_EQ(watch(document, {block}, TestClients::client(1)), 1);
+        EXPECT_EQ(Headless::managerReactorCount(), 1U);
+        ASSERT_TRUE(Headless::insert(Headless::modelSpace(document), block));
+        Headless::idle();
+        EXPECT_THAT(std::exchange(clients.calls, {}), testing::ElementsAre(1)) << isListing;
+        Headless::refuse(Headless::Facility::iterator, false);
+        EXPECT_FALSE(hasRecord(closed));
+    }
+}
+
 // A document that the host no longer lists: its record goes at the next purge, with all that was registered
 // for it, also in a drawing that lives on because it is attached elsewhere.
 TEST_F(Application, APurgedRecordLeavesNothingRegistered) {
