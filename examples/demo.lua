@@ -93,9 +93,12 @@ end
 local function writeHierarchy(building, wideDesk, picture)
   if not dotFile then return end
   picture.representations = { [wideDesk] = building:find("Desk") }
-  local file = assert(io.open(dotFile, "w"))
-  file:write((hierarchy.dot(building, picture)))
-  file:close()
+  local file, problem = io.open(dotFile, "w")
+  local isWritten = file and file:write((hierarchy.dot(building, picture)))
+  if file and not file:close() or not isWritten then
+    io.stderr:write("demo.lua: ", problem or dotFile .. ": cannot be written", "\n")
+    os.exit(1)
+  end
 end
 
 -- ---- the steps

@@ -15,6 +15,7 @@
 --   before           hierarchy.of(document) from before the edits: tells which counts have changed
 --   changed          how called records changed: "itself", or "inside" for one that lies in a changed block
 --   representations  the enhanced block that a representation stands for, by representation
+--   plain            a list of records that are plain blocks, whatever their names
 --   below            a list of records: these, and what lies in them
 --   depth            so many levels down from there, from the edited blocks or from the layouts
 --   leaves = false   without the blocks that hold nothing
@@ -146,6 +147,9 @@ local function marked(document, options)
   if options.before then compare(graph, options.before) end
   for record, change in pairs(options.changed or {}) do
     if graph.byRecord[record] then graph.byRecord[record].change = change end
+  end
+  for _, record in ipairs(options.plain or {}) do
+    if graph.byRecord[record] then graph.byRecord[record].kind = "block" end
   end
   for record, original in pairs(options.representations or {}) do
     if graph.byRecord[record] then graph.byRecord[record].original = graph.byRecord[original] end

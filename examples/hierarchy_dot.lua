@@ -22,14 +22,21 @@ local changes = { { "itself", "called: changed" }, { "inside", "called: inside i
 local mostLabels = 60
 local mostLetters = 40 -- of a name
 
-local function quoted(text)
-  return '"' .. text:gsub('[\\"]', "\\%0") .. '"'
-end
-
 local entities = { ["&"] = "&amp;", ["<"] = "&lt;", [">"] = "&gt;", ['"'] = "&quot;" }
 
+-- No XML may have a control character, not even escaped: the sign that Unicode has for it stands in its place.
+local function withoutControls(text)
+  text = text:gsub("[\0-\x1F]", function(byte) return utf8.char(0x2400 + byte:byte()) end)
+  return (text:gsub("\xEF\xBF[\xBE\xBF]", "\u{FFFD}"))
+end
+
+-- In its texts Graphviz takes "&amp;" for "&", inside quotes too.
+local function quoted(text)
+  return '"' .. withoutControls(text):gsub("&", "&amp;"):gsub('[\\"]', "\\%0") .. '"'
+end
+
 local function escaped(text)
-  return (text:gsub('[&<>"]', entities))
+  return (withoutControls(text):gsub('[&<>"]', entities))
 end
 
 local function shortened(name)

@@ -26,7 +26,8 @@ return function(commandLine, hierarchy)
     local count = edits.verbs[verb]
     if not count then refuse("what is meant by " .. verb .. "?") end
     local names = {}
-    while words[1] and not edits.verbs[words[1]] and #names < count[2] do
+    -- A block may be called as a verb is; only a name that may be left out is not taken for one.
+    while words[1] and #names < count[2] and (#names < count[1] or not edits.verbs[words[1]]) do
       table.insert(names, table.remove(words, 1))
     end
     if #names < count[1] then refuse(verb .. " needs " .. count[1] .. " names") end
@@ -78,8 +79,9 @@ return function(commandLine, hierarchy)
     local model, refusal = ldraw.read(line.model, progress)
     endProgress()
     if not model then stop(refusal) end
-    local drawing = ldraw.draw(model, host.open(line.model), progress)
+    local isDrawn, drawing = pcall(ldraw.draw, model, host.open(ldraw.utf8(line.model)), progress)
     endProgress()
+    if not isDrawn then stop(drawing) end
     for _, edit in ipairs(line.edits) do
       edit.block = recordNamed(drawing, edit.names[1])
       edit.container = edit.names[2] and recordNamed(drawing, edit.names[2])
@@ -102,7 +104,7 @@ return function(commandLine, hierarchy)
   end
 
   local function viewOptions(line, drawing, changed, before)
-    return { edits = line.edits, changed = changed, before = before, all = line.all, depth = line.depth,
+    return { plain = drawing.blocks, edits = line.edits, changed = changed, before = before, all = line.all, depth = line.depth,
       below = line.below and recordsNamed(drawing, line.below), leaves = not line["no-leaves"] }
   end
 
@@ -159,7 +161,10 @@ return function(commandLine, hierarchy)
   function commands.tell(words)
     local line = read(words, tellUsage, tellOptions)
     if not line then return end
-    if line.blocks and #line.edits > 0 then refuse("--blocks goes without edits") end
+    if line.blocks and (#line.edits > 0 or line.tree or line.dot) then refuse("--blocks goes without the others") end
+    for _, name in ipairs({ "below", "depth", "no-leaves", "all" }) do
+      if line[name] and not (line.tree or line.dot) then refuse("--" .. name .. " needs --tree or --dot") end
+    end
     line.isDrawn = line.tree or line.dot
     local drawing, model = open(line)
     print(("%s: %d lines, %d sub-files, %d other parts, %d references"):format(line.model, model.lines,

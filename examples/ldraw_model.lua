@@ -15,7 +15,7 @@ function ldraw.key(name)
 end
 
 -- Old files are in one-byte encodings; a name that is not UTF-8 is taken byte by byte.
-local function asUtf8(name)
+function ldraw.utf8(name)
   if utf8.len(name) then return name end
   return (name:gsub("[\x80-\xFF]", function(byte) return utf8.char(byte:byte()) end))
 end
@@ -77,7 +77,7 @@ function Reader:refuse(line, what)
 end
 
 function Reader:begin(name, line)
-  name = asUtf8(name)
+  name = ldraw.utf8(name)
   local key = ldraw.key(name)
   local earlier = self.model.byKey[key]
   if earlier then
@@ -101,7 +101,7 @@ function Reader:place(line, text)
   self.section = section
   local name = placedFile(text)
   if not name then return self:refuse(line, "a placing line has a colour, 12 numbers and a file name") end
-  name = asUtf8(name)
+  name = ldraw.utf8(name)
   table.insert(section.placings, { key = ldraw.key(name), name = name, line = line })
 end
 
@@ -173,6 +173,7 @@ function ldraw.read(path, progress)
     if progress and number % 1000 == 0 then progress("lines read", number) end
     model.lines = number
   end
+  if reader.goodLines + reader.strayLines == 0 then return nil, path .. ": no LDraw model: the file is empty" end
   if reader.goodLines <= reader.strayLines then
     return nil, ("%s: no LDraw model: %d of its lines are in the format, %d are not"):format(path, reader.goodLines,
       reader.strayLines)
@@ -185,22 +186,24 @@ end
 
 -- Makes the drawing: a block definition for each section and for each part that is not in the file (those have no
 -- content), a reference for each placing line, and the main model once in model space. Gives the records by key,
--- the records in the order of the block table, and how many references were made.
+-- the records in the order of the block table, and how many references were made. Raises an error with the line of
+-- the model that the host refuses.
 function ldraw.draw(model, document, progress)
   local drawing = { document = document, byKey = {}, blocks = {}, placings = 0, parts = 0 }
-  local function define(key, name)
-    local record = document:block(name, { anonymous = false })
+  local function define(key, name, line)
+    local isMade, record = pcall(document.block, document, name, { anonymous = false })
+    if not isMade then error(("%s:%d: %s"):format(model.path, line, record), 0) end
     drawing.byKey[key] = record
     table.insert(drawing.blocks, record)
     return record
   end
-  for _, section in ipairs(model.sections) do define(section.key, section.name) end
+  for _, section in ipairs(model.sections) do define(section.key, section.name, section.line) end
   for _, section in ipairs(model.sections) do
     local container = drawing.byKey[section.key]
     for _, place in ipairs(section.placings) do
       local block = drawing.byKey[place.key]
       if not block then
-        block = define(place.key, place.name)
+        block = define(place.key, place.name, place.line)
         drawing.parts = drawing.parts + 1
       end
       container:insert(block)

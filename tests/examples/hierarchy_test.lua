@@ -80,6 +80,23 @@ equal(picture.edges["*U1>" .. doorName], "stands for", "the representation")
 equal(picture.edges["Site>Site|Tree"], "×3", "trees of the attached drawing")
 equal(picture.edges["Site|Grove>Site|Tree"], "×2", "trees of the attached grove")
 
+-- ---- names that mean something elsewhere
+
+local odd = host.open("odd \1\f & <")
+local plain = {}
+for _, name in ipairs({ "a&amp;b", "form\ffeed", "left|right", "left", "*U1" }) do
+  table.insert(plain, odd:block(name, { anonymous = false }))
+  odd:modelSpace():insert(plain[#plain])
+end
+picture = drawn(odd, { plain = plain })
+equal(sortedKeys(picture.nodes), "*Model_Space *U1 a&amp;b form␌feed left left|right", "odd names")
+for label, look in pairs(picture.nodes) do
+  assert(look:find(label == "*Model_Space" and "bold" or "rounded"), label .. " is drawn as " .. look)
+end
+local svg = assert(io.popen("dot -Tsvg | python3 -c 'import sys, xml.dom.minidom as xml; xml.parse(sys.stdin)'", "w"))
+svg:write((hierarchy.dot(odd, { plain = plain })))
+assert(svg:close(), "the picture is no XML")
+
 -- ---- what an edit did
 
 local before = hierarchy.of(house)

@@ -95,6 +95,7 @@ equal(refusal("0 FILE a.ldr\n" .. place .. "\n"),
 equal(refusal("# A title\n\n0 of them\n20 more\n"),
   "FILE: no LDraw model: 1 of its lines are in the format, 2 are not", "another kind of file")
 equal(placings(plain .. "a stray line\n\x1A"), drawn, "a stray line, and the end of a DOS file")
+equal(refusal(""), "FILE: no LDraw model: the file is empty", "an empty file")
 for seed = 1, 20 do -- what is in the format by chance is no model
   math.randomseed(seed)
   local bytes = {}
@@ -180,10 +181,27 @@ equal(output(kzhost .. " " .. script .. wagonPath .. " --tree insert coupling.ld
     └── coupling.ldr new [changed] (*)
 (*) unfolded above
 ]], "--tree")
-for _, wrong in ipairs({ "--bellow x", "nothing", "--depth x", "--dot", "erase board.dat" }) do
+for _, wrong in ipairs({ "--bellow x", "--depth 2", "--blocks --tree", "nothing", "--depth x", "--dot", "erase board.dat" }) do
   local text, status = output(kzhost .. " " .. script .. wagonPath .. " " .. wrong)
   assert(status == 2 and text:find("%-%-help says"), wrong .. ": " .. text)
 end
+withFile(text({ "main.ldr", "insert" }, { "*Model_Space" }), function(path)
+  equal(output(kzhost .. " " .. script .. path .. " --blocks"):match("^ldraw.lua: " .. path:gsub("%p", "%%%0") .. ":3: [^\n]*\n$")
+    and "told", "told", "a name that the host has taken")
+end)
+withFile(text({ "main.ldr", "insert" }), function(path)
+  equal(called(path, "insert insert main.ldr"), "insert", "a block that is called as an edit is")
+  local strange = path .. "\xE9"
+  assert(os.rename(path, strange))
+  equal(called(strange, "erase insert main.ldr"), "insert", "a path that is not UTF-8")
+  assert(os.rename(strange, path))
+end)
+local chain = {}
+for at = 1, 3000 do chain[at] = { "sub" .. at .. ".ldr", "sub" .. at + 1 .. ".ldr" } end
+withFile(text(table.unpack(chain)), function(path)
+  local tree = output(kzhost .. " " .. examples .. "/hierarchy.lua " .. path .. " --tree")
+  assert(#tree < 500000 and select(2, tree:gsub("sub3001%.ldr", "")) == 1, "a long chain gives " .. #tree .. " bytes")
+end)
 local typed = ("arg = nil for _, each in ipairs({ 'hierarchy', 'ldraw', 'demo' }) do dofile('%s/' .. each .. '.lua') end "
   .. "print(pcall(dofile('%s/ldraw.lua'), 'nowhere.mpd'))"):format(examples, examples)
 equal(output(("echo \"%s\" | %s -"):format(typed, kzhost)):match("[^\n]*\n$"),
