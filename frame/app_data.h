@@ -4,7 +4,6 @@
 #include "core/scope_guard.h"
 #include "host/documents.h"
 #include "host/status.h"
-#include "zelvane/drawing.h"
 
 #include <map>
 #include <memory>
@@ -52,7 +51,12 @@ public:
     /// Whether an open document has this address, which is not touched: the current one, or one that the host
     /// lists. Yes as well when the host does not say which are open.
     [[nodiscard]] static bool isOpen(const KzApDocument* document) {
-        return Zelvane::isOpen(document) || openDocuments() == nullptr;
+        const KzApDocManager* const manager = kzDocManagerPtr();
+        if (manager == nullptr || manager->currentDocument() == document) return true;
+        const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
+        if (documents == nullptr) return true;
+        while (!documents->done() && documents->document() != document) documents->step();
+        return !documents->done();
     }
 
     /// The data of a document. With `create`, they are made when there are none. Attaches to the document
