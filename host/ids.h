@@ -18,7 +18,7 @@ class KzDbDatabase;
 /// question below may be asked of any id at any time: a null, stale, foreign or made-up one is simply not
 /// valid.
 ///
-///     const KzDbObjectId door = Zelvane::blockNamed(drawing, "Door");
+///     const KzDbObjectId door = Zelvane::findBlock(drawing, "Door");
 ///     if (door.isValid() && !door.isErased()) doors.append(door);
 class KzDbObjectId {
 public:

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The container and the attributes of each reference, readable.
+/// The container and the attributes of each reference of a block, readable.
 using Texts = std::map<KzDbObjectId, std::string>;
 
 std::string textOf(const KzDbBlockReference& reference) {
@@ -29,13 +29,11 @@ std::string textOf(const KzDbBlockReference& reference) {
     return text;
 }
 
-Texts textsOf(const KzDbObjectIdArray& blocks) {
+Texts textsOf(KzDbObjectId block) {
     Texts texts;
-    for (const KzDbObjectId block : blocks) {
-        const std::string name = Zelvane::nameOf(block) + ": ";
-        for (const KzDbBlockReference& reference : Zelvane::references(block)) {
-            texts.emplace(reference.objectId(), name + textOf(reference));
-        }
+    const std::string name = Zelvane::nameOf(block) + ": ";
+    for (const KzDbBlockReference& reference : Zelvane::references(block)) {
+        texts.emplace(reference.objectId(), name + textOf(reference));
     }
     return texts;
 }
@@ -45,58 +43,57 @@ class Reporter : public Zelvane::ClientModule {
 public:
     bool load() override {
         KzApDocument* const document = Zelvane::currentDocument();
-        const KzDbDatabase* const drawing = Zelvane::drawingOf(document);
-        const KzDbObjectIdArray blocks = Zelvane::blockIds(drawing);
-        texts_ = textsOf(blocks);
-        const Zelvane::Status status = watch_.attach(
-            document, blocks, [=, this](const Zelvane::BlockChanges& changes) { report(*drawing, changes); });
-        if (status == Zelvane::Status::ok) {
-            std::cout << "BlockWatch: watching " << blocks.length() << " blocks\n";
-        } else {
+        const auto report = [this](const Zelvane::BlockChanges& changes) { this->report(changes); };
+        const Zelvane::Status status = watch_.attachAll(document, report, {.changedAncestors = true});
+        if (status != Zelvane::Status::ok) {
             std::cout << "BlockWatch: not loaded, " << Zelvane::describe(status) << '\n';
+            return false;
         }
-        return status == Zelvane::Status::ok;
+        const KzDbObjectIdArray blocks = watch_.blocks();
+        for (const KzDbObjectId block : blocks) texts_.emplace(block, textsOf(block));
+        std::cout << "BlockWatch: watching " << blocks.length() << " blocks\n";
+        return true;
     }
 
 private:
-    void report(const KzDbDatabase& drawing, const Zelvane::BlockChanges& changes) {
-        const KzDbObjectIdArray blocks = Zelvane::blockIds(&drawing);
-        const bool isChanged = reportTexts(textsOf(blocks));
+    void report(const Zelvane::BlockChanges& changes) {
+        bool isChanged = false;
+        for (const KzDbObjectId block : changes.affected()) isChanged |= reportTexts(block);
         for (const Zelvane::BlockChange& change : changes) {
-            for (const KzDbObjectId around : change.insideChanged) {
+            for (const KzDbObjectId ancestor : change.changedAncestors) {
                 std::cout << "BlockWatch: " << Zelvane::nameOf(change.block) << ": lies in "
-                          << Zelvane::nameOf(around) << '\n';
+                          << Zelvane::nameOf(ancestor) << '\n';
             }
         }
-        if (!isChanged) std::cout << "BlockWatch: edited, and all is as it was\n";
-        // Blocks that were defined meanwhile are watched from now on; all others are attached already.
-        static_cast<void>(watch_.attach(blocks));
+        if (!isChanged) std::cout << "BlockWatch: edited, and all texts are the same\n";
     }
 
-    /// Prints what is different now; false when nothing is.
-    bool reportTexts(Texts now) {
-        const Texts before = std::exchange(texts_, std::move(now));
+    /// Prints what is different now at a block; false if nothing is.
+    bool reportTexts(KzDbObjectId block) {
+        Texts now = textsOf(block);
         bool isChanged = false;
         const auto say = [&](auto... words) {
             isChanged = true;
             ((std::cout << "BlockWatch: ") << ... << words) << '\n';
         };
-        for (const auto& [reference, text] : texts_) {
+        Texts& before = texts_[block];
+        for (const auto& [reference, text] : now) {
             const auto old = before.find(reference);
             if (old == before.end()) {
-                say("came ", text);
+                say("added ", text);
             } else if (old->second != text) {
                 say(old->second, " -> ", text);
             }
         }
         for (const auto& [reference, text] : before) {
-            if (!texts_.contains(reference)) say("went ", text);
+            if (!now.contains(reference)) say("removed ", text);
         }
+        before = std::move(now);
         return isChanged;
     }
 
-    Texts texts_;
-    Zelvane::BlockWatch watch_; // goes before the texts that its function prints
+    std::map<KzDbObjectId, Texts> texts_; // by block
+    Zelvane::BlockWatch watch_;           // destroyed before the texts that its function prints
 };
 
 } // namespace

@@ -1,164 +1,157 @@
 #pragma once
 
 /// @file
-/// To be told which blocks changed, and how.
+/// Watching blocks: which of them changed, and how.
+///
+/// How it works. Zelvane calls plain functions without arguments, in ascending order of address, once for each
+/// round of changes. The kit has 508 of them for all watches, and gives each block of a document a
+/// superimposed code: four of these functions, under which it is attached (`superimposed_code.h`). A function
+/// with a higher address, under which all blocks are attached, is called last. By then it is known which
+/// functions were called, and a block can have changed only if all of its own were: a Bloom filter over
+/// callbacks. These few blocks are read: their lists are compared as memory with what is kept (two ids for
+/// each reference), and their references are asked for their owners. So a round costs what was edited, not
+/// what is watched. `document_client.h` does this for all watches of a document, `block_receiver.h` for one.
 
 #include "zelvane/block_changes.h"
-#include "zelvane/receiver.h"
+#include "zelvane/block_receiver.h"
 
-#include <algorithm>
+#include <concepts>
 #include <functional>
-#include <new>
+#include <initializer_list>
+#include <memory>
 #include <utility>
 
 namespace Zelvane {
 
 namespace detail {
 
-/// A watch while it is attached.
-class BlockReceiver final : public Receiver {
-public:
-    using Function = std::function<void(const BlockChanges&)>;
-
-    BlockReceiver(KzApDocument* document, Function function)
-        : Receiver(Kind::watch, document), function_(std::move(function)), last_(document->database(), {}) {}
-
-    /// Watches further blocks.
-    [[nodiscard]] Status attach(const KzDbObjectIdArray& blocks) {
-        if (blocks.isEmpty()) return Status::noBlocks;
-        if (!zelvane().areFound()) return Status::notLoaded;
-        if (!isOpen(document())) return Status::noDocument;
-        KzDbObjectIdArray all = blocks_;
-        Status status = Status::ok;
-        for (const KzDbObjectId block : blocks) {
-            const Status each = statusFor(block, all);
-            if (each == Status::ok) all.append(block);
-            if (each == Status::noSuchBlock || status == Status::ok) status = each;
-        }
-        return all.isEmpty() ? status : attachAll(std::move(all), status);
-    }
-
-    [[nodiscard]] const KzDbObjectIdArray& blocks() const { return blocks_; }
-
-private:
-    [[nodiscard]] Status statusFor(KzDbObjectId block, const KzDbObjectIdArray& present) const {
-        if (!block.isValid() || block.isErased() || block.database() != document()->database()) {
-            return Status::noSuchBlock;
-        }
-        // One that opens as nothing at all is a record that somebody holds open.
-        if (!Opened<KzDbBlockTableRecord>(block) && Opened<KzDbObject>(block)) return Status::noSuchBlock;
-        const bool isPresent = std::find(present.begin(), present.end(), block) != present.end();
-        return isPresent ? Status::alreadyAttached : Status::ok;
-    }
-
-    /// Attaches the old ones again, too: should Zelvane have been unloaded meanwhile, it has forgotten them.
-    [[nodiscard]] Status attachAll(KzDbObjectIdArray all, Status status) {
-        Placements now(document()->database(), all);
-        if (zelvane().kzdxBlockReferenceMonitorAttach(document(), &all, function()) != 1) {
-            return Status::refused;
-        }
-        blocks_ = std::move(all);
-        last_.add(std::move(now));
-        return status;
-    }
-
-    void detach() override {
-        if (!blocks_.isEmpty()) zelvane().kzdxBlockReferenceMonitorDetach(document(), function());
-    }
-
-    /// A function that runs the message loop is not called inside itself: what changes meanwhile is told when
-    /// it has returned.
-    void call() override {
-        isCalledFor_ = true;
-        if (isInsideItself()) return;
-        while (isCalledFor_ && !hasLeft() && isOpen(document())) {
-            isCalledFor_ = false;
-            tell();
-        }
-    }
-
-    /// No exception may leave a callback: one of the function ends there.
-    void tell() noexcept try { function_(changesSinceLast()); } catch (...) { // NOLINT(bugprone-empty-catch)
-    }
-
-    /// Without memory to look, all of it is said the next time.
-    [[nodiscard]] BlockChanges changesSinceLast() noexcept try {
-        Placements now(document()->database(), blocks_);
-        BlockChanges changes = last_.changesTo(now, blocks_);
-        last_ = std::move(now);
-        return changes;
-    } catch (const std::bad_alloc&) {
-        return {};
-    }
-
-    Function function_;
-    KzDbObjectIdArray blocks_;
-    Placements last_;
-    bool isCalledFor_ = false;
+/// Any range of ids: an array of the host, a vector, a set, a view; const or not.
+template <class Range>
+concept IdRange = requires(const Range& range) {
+    { *range.begin() } -> std::convertible_to<KzDbObjectId>;
+    range.end();
 };
 
 } // namespace detail
 
-/// Watches blocks of one document from `attach` until `detach` or its destruction, and tells a function
+/// Watches blocks of one document from `attach` until `detach` or its destruction, and reports to a function
 /// object what changed.
 ///
 ///     Zelvane::BlockWatch watch;
-///     const auto status = watch.attach(document, blocks, [](const Zelvane::BlockChanges& changes) {
-///         std::printf("%zu blocks\n", changes.size());
+///     const auto status = watch.attach(document, {door, window}, [](const Zelvane::BlockChanges& changes) {
+///         for (const KzDbObjectId block : changes.affected()) std::puts(Zelvane::nameOf(block).c_str());
 ///     });
 ///
-/// The function is called when `kzdxBlockReferenceMonitorAttach` calls a callback: once, at the idle check
-/// after edits, when a block changed or lies in one that changed. It is given what the drawing tells about
-/// that, since the last call or the attaching. What the edits of the function itself placed or took away is
-/// told by the next call.
+/// The function is called once, at the idle check after edits, if a block changed or lies in one that changed
+/// (see `kzdxBlockReferenceMonitorAttach`), and is given these blocks and what the drawing shows about them
+/// since the last call or the attaching. What the function itself adds, removes and moves is reported by the
+/// next call.
 ///
 /// The function may do anything: edit, attach and detach, close the document, destroy this watch or unload
-/// the client. The function object, and what it has captured, live until it returns. It is never called
-/// inside itself, also when it runs the message loop: what changes meanwhile is told right after it has
-/// returned. An exception that it throws ends there.
+/// the client. The function object and its captures live until it returns. It is never called inside itself:
+/// if it runs the message loop, what changes meanwhile is reported once right after it has returned. An
+/// exception that it throws ends there.
 ///
-/// A document that is closed ends its watches, a Zelvane that is unloaded ends their calls; both leave them
-/// safe to use and to destroy. There may be any number of watches, on the same blocks too. Beyond 128 in one
-/// module, some are also called, with empty changes, when others are meant.
+/// A document that is closed ends its watches. A Zelvane that is unloaded interrupts them: they go on when it
+/// is loaded again. Both leave them safe to use and to destroy. There may be any number of watches, on the
+/// same blocks too; ids of representations count as the enhanced block, once. Reading a call costs O(references
+/// of the affected blocks); a watch keeps 16 bytes for each reference of its blocks.
 class BlockWatch {
 public:
-    /// What is called.
-    using Function = detail::BlockReceiver::Function;
+    /// The functions that can be attached: all that can be called like this, also those that move but do not
+    /// copy.
+    using Function = std::function<void(const BlockChanges&)>;
 
-    /// Begins to watch. Ids that name no live block of the document are passed over, and the status says so;
-    /// see `Status`. A watch that is attached stays as it is: `alreadyAttached`.
-    Status attach(KzApDocument* document, const KzDbObjectIdArray& blocks, Function function) {
+    ZELVANE_OWN BlockWatch() = default;
+    ZELVANE_OWN BlockWatch(BlockWatch&&) noexcept = default;
+    ZELVANE_OWN BlockWatch& operator=(BlockWatch&&) noexcept = default;
+    ZELVANE_OWN ~BlockWatch() = default;
+
+    /// Begins to watch. `blocks` is any range of ids. Ids that name no block of the document are skipped:
+    /// `noSuchBlock`, and `unknownBlocks()` returns them; the others are watched. See `Status`.
+    template <detail::IdRange Ids, class F>
+    ZELVANE_OWN Status attach(KzApDocument* document, const Ids& blocks, F&& function,
+                              const WatchOptions& options = {}) {
+        unknownBlocks_.clear();
+        return begin(document, std::forward<F>(function), options, [&](kit::BlockReceiver& made) {
+            return made.attach(idArray(blocks), unknownBlocks_);
+        });
+    }
+    /// The same for a list in braces.
+    template <class F>
+    ZELVANE_OWN Status attach(KzApDocument* document, std::initializer_list<KzDbObjectId> blocks, F&& function,
+                              const WatchOptions& options = {}) {
+        return attach<std::initializer_list<KzDbObjectId>, F>(document, blocks, std::forward<F>(function),
+                                                              options);
+    }
+
+    /// Watches further blocks of the same document, from now on. Blocks that are watched already stay as they
+    /// are.
+    template <detail::IdRange Ids>
+    ZELVANE_OWN Status attach(const Ids& further) {
+        return detail::statusOf([&] {
+            detail::Attachment* const attachment = attachment_.get();
+            return attachment != nullptr ? attachment->attach(idArray(further), unknownBlocks_)
+                                         : Status::notAttached;
+        });
+    }
+    /// The same for a list in braces.
+    ZELVANE_OWN Status attach(std::initializer_list<KzDbObjectId> further) {
+        return attach<std::initializer_list<KzDbObjectId>>(further);
+    }
+
+    /// Begins to watch all blocks of a drawing, also those that are defined later; a drawing without blocks is
+    /// fine. When the block table was edited, the next call reads it, and reports the references of new blocks
+    /// as added. Zelvane makes no call for a new block alone: if nothing else changes, `update` finds it.
+    template <class F>
+    ZELVANE_OWN Status attachAll(KzApDocument* document, F&& function, const WatchOptions& options = {}) {
+        return begin(document, std::forward<F>(function), options,
+                     [](kit::BlockReceiver& made) { return made.attachAll(); });
+    }
+
+    /// Reports at once what no call has reported yet and can be read now: blocks that could not be read, and
+    /// with `attachAll` new ones. Calls the function only if there is something to report, and otherwise costs
+    /// nothing: for an `IdleTimer`, or before the client prints a result.
+    ZELVANE_OWN void update() {
+        if (detail::Attachment* const attachment = attachment_.get()) attachment->update();
+    }
+
+    /// Ends the watch: the function is not called any more. Has no effect if nothing is attached.
+    ZELVANE_OWN void detach() { attachment_.reset(); }
+
+    /// Whether the function is called when blocks change: false as well if the document is closed or Zelvane
+    /// is not loaded.
+    [[nodiscard]] ZELVANE_OWN bool isAttached() const { return attachment_.isAttached(); }
+    /// The blocks that are watched, in the order of attaching.
+    [[nodiscard]] ZELVANE_OWN KzDbObjectIdArray blocks() const {
+        const detail::Attachment* const attachment = attachment_.get();
+        return attachment != nullptr ? attachment->blocks() : KzDbObjectIdArray();
+    }
+    /// The ids that the last attaching skipped, because they name no block of the document or an erased one.
+    [[nodiscard]] ZELVANE_OWN const KzDbObjectIdArray& unknownBlocks() const { return unknownBlocks_; }
+
+private:
+    template <class F, class Work>
+    ZELVANE_OWN Status begin(KzApDocument* document, F&& function, const WatchOptions& options, Work work) {
         return detail::statusOf([&] {
             if (isAttached()) return Status::alreadyAttached;
-            if (!function) return Status::noFunction;
+            if (!detail::isCallable(function)) return Status::noFunction;
             if (!isOpen(document) || document->database() == nullptr) return Status::noDocument;
-            detail::ReceiverOwner<detail::BlockReceiver> made(
-                new detail::BlockReceiver(document, std::move(function)));
-            const Status status = made->attach(blocks);
-            if (!made->blocks().isEmpty()) receiver_ = std::move(made);
+            // Not std::make_shared, which brings in a symbol that keeps the library in memory.
+            const std::shared_ptr<kit::BlockReceiver> made(
+                new kit::BlockReceiver(kit::DocumentClient::of(document), options));
+            const Status status = work(*made);
+            const bool isPart = status == Status::noSuchBlock && !made->blocks().isEmpty();
+            if (status != Status::ok && !isPart) return status;
+            // Moved only now: after a failure the function is still whole.
+            made->setFunction(detail::storable<const BlockChanges&>(std::forward<F>(function)));
+            attachment_ = detail::AttachmentOwner(made);
             return status;
         });
     }
 
-    /// Watches further blocks of the same document. Attaching `blocks()` once more brings a watch back to
-    /// life after Zelvane was unloaded and loaded again.
-    Status attach(const KzDbObjectIdArray& further) {
-        return detail::statusOf(
-            [&] { return isAttached() ? receiver_->attach(further) : Status::noDocument; });
-    }
-
-    /// Ends it: the function is not called any more. Fine when nothing is attached.
-    void detach() { receiver_.reset(); }
-
-    /// Whether it watches blocks of a document that is open.
-    [[nodiscard]] bool isAttached() const { return receiver_ != nullptr && isOpen(receiver_->document()); }
-    /// The blocks that are watched, in the order of attaching.
-    [[nodiscard]] KzDbObjectIdArray blocks() const {
-        return isAttached() ? receiver_->blocks() : KzDbObjectIdArray();
-    }
-
-private:
-    detail::ReceiverOwner<detail::BlockReceiver> receiver_;
+    detail::AttachmentOwner attachment_;
+    KzDbObjectIdArray unknownBlocks_;
 };
 
 } // namespace Zelvane

@@ -10,7 +10,7 @@
 /// `client_module.h`, `block_watch.h` and `idle_timer.h` beside this are made of it, and do more.
 ///
 ///     KzDxExports zelvane;                  // in the answer to the load message
-///     if (!zelvane.areFound()) return KzRx::loadFailed;
+///     if (!zelvane.isAvailable()) return KzRx::loadFailed;
 ///     zelvane.kzdxDocTimerAttach(document, &save, 60000, 1);
 ///
 /// The functions are those of `zelvane/zelvane.h` under their own names, with the failure value as their
@@ -34,42 +34,44 @@ public:
     KzDxExports& operator=(const KzDxExports&) = delete;
 
     /// Whether the module was there with all its exports.
-    [[nodiscard]] bool areFound() const noexcept { return library_.isFound() && areAllFound_; }
+    [[nodiscard]] bool isAvailable() const noexcept { return library_.isFound() && hasAllFunctions_; }
+    /// Former name of `isAvailable`.
+    [[deprecated("use isAvailable")]] [[nodiscard]] bool areFound() const noexcept { return isAvailable(); }
 
     /// Has a function called while a document is idle, or no longer (`attach` 0); the interval in
     /// milliseconds holds for all callbacks of the document. `IdleTimer` calls a function object.
     std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClientCallback callback,
                                     std::uint32_t interval, std::int32_t attach) const noexcept {
-        return areFound() ? docTimerAttach_(document, callback, interval, attach) : 0;
+        return isAvailable() ? docTimerAttach_(document, callback, interval, attach) : 0;
     }
     /// Has a function called when one of the blocks, or a block around it, has changed. `BlockWatch` calls a
     /// function object and says what changed.
     std::int32_t kzdxBlockReferenceMonitorAttach(KzApDocument* document, const KzDbObjectIdArray* blocks,
                                                  KzDxClientCallback callback) const noexcept {
-        return areFound() ? monitorAttach_(document, blocks, callback) : 0;
+        return isAvailable() ? monitorAttach_(document, blocks, callback) : 0;
     }
     /// Ends that for all blocks of the document.
     void kzdxBlockReferenceMonitorDetach(KzApDocument* document, KzDxClientCallback callback) const noexcept {
-        if (areFound()) monitorDetach_(document, callback);
+        if (isAvailable()) monitorDetach_(document, callback);
     }
     /// Works edits off now instead of at the next idle check; with `notify` the callbacks are called before
     /// it returns.
     std::int32_t kzdxUpdateBlockGraph(KzApDocument* document, bool force, bool notify) const noexcept {
-        return areFound() ? updateBlockGraph_(document, force, notify) : 0;
+        return isAvailable() ? updateBlockGraph_(document, force, notify) : 0;
     }
     /// Appends the ids of the block records that belong to table objects.
     std::int32_t kzdxGetBlockRecordIdsOfKzDbTables(KzApDocument* document,
                                                    KzDbObjectIdArray* ids) const noexcept {
-        return areFound() ? tableRecordIds_(document, ids) : 0;
+        return isAvailable() ? tableRecordIds_(document, ids) : 0;
     }
     /// Appends the ids of the table objects.
     std::int32_t kzdxGetKzDbTableIds(KzApDocument* document, KzDbObjectIdArray* ids) const noexcept {
-        return areFound() ? tableIds_(document, ids) : 0;
+        return isAvailable() ? tableIds_(document, ids) : 0;
     }
     /// Replaces the two lists by the names that a template file selects; empty when it cannot be read.
     void kzdxReadLegacyBlkTemplate(const std::u16string& path, std::vector<std::u16string>& blocks,
                                    std::vector<std::u16string>& attributes) const noexcept {
-        if (areFound()) return readLegacyBlkTemplate_(path, blocks, attributes);
+        if (isAvailable()) return readLegacyBlkTemplate_(path, blocks, attributes);
         blocks.clear();
         attributes.clear();
     }
@@ -79,11 +81,11 @@ private:
     void find(Function*& function, const char* name) noexcept {
         if (!library_.isFound()) return;
         function = library_.function<Function>(name);
-        if (function == nullptr) areAllFound_ = false;
+        if (function == nullptr) hasAllFunctions_ = false;
     }
 
     KzDxLoadedLibrary library_;
-    bool areAllFound_ = true;
+    bool hasAllFunctions_ = true;
     decltype(&::kzdxDocTimerAttach) docTimerAttach_ = nullptr;
     decltype(&::kzdxBlockReferenceMonitorAttach) monitorAttach_ = nullptr;
     decltype(&::kzdxBlockReferenceMonitorDetach) monitorDetach_ = nullptr;

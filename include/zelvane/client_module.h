@@ -4,7 +4,7 @@
 /// A client module as one class.
 
 #include "host/module_interface.h"
-#include "zelvane/receiver.h"
+#include "zelvane/document_client.h"
 
 #include <cstdint>
 #include <memory>
@@ -20,7 +20,8 @@ namespace Zelvane {
 ///     };
 ///     ZELVANE_CLIENT_MODULE(Greeter)
 ///
-/// What it owns goes with it, watches and timers too; after that the exports are let go of.
+/// What it owns is destroyed with it. At the unload message all other watches and timers of the library are
+/// detached, too, static ones for instance; after that the exports are released.
 class ClientModule {
 public:
     ClientModule() = default;
@@ -28,7 +29,7 @@ public:
     ClientModule& operator=(const ClientModule&) = delete;
     virtual ~ClientModule() = default;
 
-    /// Begins to work. False refuses: the object is destroyed again, and the host drops the module.
+    /// Begins to work. False: the object is destroyed again, and the host closes the module.
     [[nodiscard]] virtual bool load() = 0;
 
 protected:
@@ -42,21 +43,27 @@ private:
 namespace detail {
 
 /// From the load message to the unload message.
-ZELVANE_OF_THIS_MODULE inline constinit ClientModule* loadedClient = nullptr;
+ZELVANE_OWN inline constinit ClientModule* loadedClient = nullptr;
+
+/// Loads a client of class Client. False if it does not want to be loaded or throws.
+template <class Client>
+[[nodiscard]] ZELVANE_OWN bool loadClient() noexcept try {
+    auto client = std::make_unique<Client>();
+    if (!client->load()) return false;
+    loadedClient = client.release();
+    return true;
+} catch (...) {
+    return false;
+}
 
 /// Answers the messages of the host with a client of class Client. No exception leaves it.
 template <class Client>
-std::int32_t answer(std::int32_t message) noexcept try {
-    if (message == KzRx::loadMessage && loadedClient == nullptr) {
-        auto client = std::make_unique<Client>();
-        if (!client->load()) return KzRx::loadFailed;
-        loadedClient = client.release();
-    } else if (message == KzRx::unloadMessage) {
-        delete std::exchange(loadedClient, nullptr);
-    }
-    return KzRx::done;
-} catch (...) {
-    return KzRx::loadFailed;
+[[nodiscard]] ZELVANE_OWN std::int32_t answer(std::int32_t message) noexcept {
+    const bool hasToLoad = message == KzRx::loadMessage && loadedClient == nullptr;
+    const bool isLoaded = !hasToLoad || loadClient<Client>();
+    if (message == KzRx::unloadMessage) delete std::exchange(loadedClient, nullptr);
+    if (message == KzRx::unloadMessage || !isLoaded) kit::DocumentClient::detachAll();
+    return isLoaded ? KzRx::done : KzRx::loadFailed;
 }
 
 } // namespace detail

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Looking into a drawing: what clients ask most, in a call each.
+/// Reading a drawing: the common questions, in one call each.
 
 #include "host/block_table.h"
 #include "host/documents.h"
@@ -15,7 +15,7 @@
 #include <string_view>
 #include <utility>
 
-/// Looking into a drawing. A null drawing is empty, and so is what does not open.
+/// Reading a drawing. A null drawing is empty, and so is an object that does not open.
 namespace Zelvane {
 
 /// The document that the user works in; null when there is none.
@@ -43,7 +43,7 @@ namespace Zelvane {
     return document != nullptr ? document->database() : nullptr;
 }
 
-/// An array of ids from any range of ids, as the exports take it: `idArray(std::set{door, window})`.
+/// An array of ids, as the exports take it, from any range of ids: `idArray(std::set{door, window})`.
 template <class Ids>
 [[nodiscard]] KzDbObjectIdArray idArray(const Ids& ids) {
     KzDbObjectIdArray array;
@@ -51,18 +51,45 @@ template <class Ids>
     return array;
 }
 
+namespace detail {
+
+/// Appends the ids of the block table records, layouts too. False when not all of them can be read now.
+[[nodiscard]] inline bool appendRecordIds(const KzDbDatabase& drawing, KzDbObjectIdArray& ids) {
+    const Opened<KzDbBlockTable> table(drawing.blockTableId());
+    KzDbBlockTableIterator* made = nullptr;
+    if (!table || table->newIterator(made, true, true) != Orvo::ok) return false;
+    const std::unique_ptr<KzDbBlockTableIterator> each(made);
+    bool isComplete = true;
+    for (each->start(true, true); !each->done(); each->step(true, true)) {
+        KzDbObjectId id;
+        if (each->getRecordId(id) == Orvo::ok) {
+            ids.append(id);
+        } else {
+            isComplete = false;
+        }
+    }
+    return isComplete;
+}
+
+/// Appends the ids of the block definitions: the records without the layouts. False when not all of them can
+/// be read now.
+[[nodiscard]] inline bool appendBlockIds(const KzDbDatabase& drawing, KzDbObjectIdArray& ids) {
+    KzDbObjectIdArray records;
+    bool isComplete = appendRecordIds(drawing, records);
+    for (const KzDbObjectId id : records) {
+        const Opened<KzDbBlockTableRecord> record(id);
+        if (record && !record->isLayout()) ids.append(id);
+        if (!record) isComplete = false;
+    }
+    return isComplete;
+}
+
+} // namespace detail
+
 /// The ids of the block table records, layouts too, in the order of the table.
 [[nodiscard]] inline KzDbObjectIdArray recordIds(const KzDbDatabase* drawing) {
     KzDbObjectIdArray ids;
-    if (drawing == nullptr) return ids;
-    const Opened<KzDbBlockTable> table(drawing->blockTableId());
-    KzDbBlockTableIterator* made = nullptr;
-    if (!table || table->newIterator(made, true, true) != Orvo::ok) return ids;
-    const std::unique_ptr<KzDbBlockTableIterator> each(made);
-    for (each->start(true, true); !each->done(); each->step(true, true)) {
-        KzDbObjectId id;
-        if (each->getRecordId(id) == Orvo::ok) ids.append(id);
-    }
+    if (drawing != nullptr) static_cast<void>(detail::appendRecordIds(*drawing, ids));
     return ids;
 }
 
@@ -74,19 +101,23 @@ template <class Ids>
 /// The ids of the block definitions: the records without the layouts.
 [[nodiscard]] inline KzDbObjectIdArray blockIds(const KzDbDatabase* drawing) {
     KzDbObjectIdArray ids;
-    for (const KzDbBlockTableRecord& record : records(drawing)) {
-        if (!record.isLayout()) ids.append(record.objectId());
-    }
+    if (drawing != nullptr) static_cast<void>(detail::appendBlockIds(*drawing, ids));
     return ids;
 }
 
 /// The record of that name (UTF-8), a block definition or a layout; null when there is none.
-[[nodiscard]] inline KzDbObjectId blockNamed(const KzDbDatabase* drawing, std::string_view name) {
+[[nodiscard]] inline KzDbObjectId findBlock(const KzDbDatabase* drawing, std::string_view name) {
     KzDbObjectId id;
     if (drawing == nullptr) return id;
     const Opened<KzDbBlockTable> table(drawing->blockTableId());
     if (table && table->getAt(utf16(name).c_str(), id, false) != Orvo::ok) id = KzDbObjectId();
     return id;
+}
+
+/// Former name of `findBlock`.
+[[deprecated("use findBlock")]] [[nodiscard]] inline KzDbObjectId blockNamed(const KzDbDatabase* drawing,
+                                                                              std::string_view name) {
+    return findBlock(drawing, name);
 }
 
 /// The model-space record of a drawing; null when there is none.
@@ -102,34 +133,67 @@ template <class Ids>
     return opened && opened->getName(name) == Orvo::ok ? utf8(name) : std::string();
 }
 
+namespace detail {
+
+/// The protocol of representations that an object or a class offers; null when it offers none.
+template <class Asked>
+[[nodiscard]] const KzDbBlockRepresentation* representationProtocol(const Asked& asked) {
+    const KzRxObject* const protocol = asked.queryX(KzDbBlockRepresentation::desc());
+    const bool isOne =
+        protocol != nullptr && protocol->isA()->isDerivedFrom(KzDbBlockRepresentation::desc());
+    return isOne ? static_cast<const KzDbBlockRepresentation*>(protocol) : nullptr;
+}
+
+/// Appends the live references that insert a record. False when they cannot be read now; a record that is
+/// erased or gone has none.
+[[nodiscard]] inline bool appendReferences(KzDbObjectId record, KzDbObjectIdArray& ids) {
+    const Opened<KzDbBlockTableRecord> opened(record);
+    if (!opened) return !record.isValid() || record.isErased();
+    return opened->getBlockReferenceIds(ids, true, true) == Orvo::ok;
+}
+
+/// Appends the records that represent a block. False when they cannot be read now.
+[[nodiscard]] inline bool appendRepresentations(KzDbObjectId block, KzDbObjectIdArray& ids) {
+    const KzDbBlockRepresentation* const protocol = representationProtocol(*KzDbBlockReference::desc());
+    if (protocol == nullptr) return false;
+    return protocol->getRepresentations(block, ids) == Orvo::ok || !block.isValid();
+}
+
+} // namespace detail
+
 /// The ids of the live references of a block, in order of creation. With the references of an enhanced
 /// block, those of its anonymous representations come after its own, representation by representation.
 [[nodiscard]] inline KzDbObjectIdArray referenceIds(KzDbObjectId block) {
-    KzDbObjectIdArray all;
-    all.append(block);
-    const KzRxObject* const protocol = KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc());
-    if (protocol != nullptr && protocol->isA()->isDerivedFrom(KzDbBlockRepresentation::desc())) {
-        const auto& representation = static_cast<const KzDbBlockRepresentation&>(*protocol);
-        static_cast<void>(representation.getRepresentations(block, all)); // failed: it has none
-    }
+    KzDbObjectIdArray records;
+    records.append(block);
     KzDbObjectIdArray ids;
-    for (const KzDbBlockTableRecord& record : OpenedEach<KzDbBlockTableRecord>(std::move(all))) {
-        static_cast<void>(record.getBlockReferenceIds(ids, true, true)); // failed: it has none
+    static_cast<void>(detail::appendRepresentations(block, records)); // failed: it has none
+    for (const KzDbObjectId record : records) {
+        static_cast<void>(detail::appendReferences(record, ids)); // failed: it has none
     }
     return ids;
 }
 
-/// The live references of a block, as `referenceIds` gives them, each open while the loop is at it.
+/// The live references of a block, as `referenceIds` returns them, each open while the loop is at it.
 [[nodiscard]] inline OpenedEach<KzDbBlockReference> references(KzDbObjectId block) {
     return OpenedEach<KzDbBlockReference>(referenceIds(block));
 }
 
-/// The enhanced block that a record represents; null for every other record.
+/// The enhanced block that a record represents; null for every other record. O(1) when the record has a live
+/// reference, which knows; otherwise the blocks of the drawing are asked for their representations.
 [[nodiscard]] inline KzDbObjectId enhancedBlockOf(KzDbObjectId record) {
-    for (const KzDbBlockReference& reference : references(record)) {
-        const KzRxObject* const protocol = reference.queryX(KzDbBlockRepresentation::desc());
-        if (protocol == nullptr || !protocol->isA()->isDerivedFrom(KzDbBlockRepresentation::desc())) continue;
-        return static_cast<const KzDbBlockRepresentation*>(protocol)->originalBlockTableRecord(&reference);
+    KzDbObjectIdArray own;
+    static_cast<void>(detail::appendReferences(record, own)); // failed: the blocks know, too
+    for (const KzDbBlockReference& reference : OpenedEach<KzDbBlockReference>(std::move(own))) {
+        const KzDbBlockRepresentation* const protocol = detail::representationProtocol(reference);
+        return protocol != nullptr ? protocol->originalBlockTableRecord(&reference) : KzDbObjectId();
+    }
+    for (const KzDbObjectId block : recordIds(record.database())) {
+        KzDbObjectIdArray representations;
+        if (!detail::appendRepresentations(block, representations)) continue;
+        for (const KzDbObjectId each : representations) {
+            if (each == record) return block;
+        }
     }
     return {};
 }

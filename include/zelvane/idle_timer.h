@@ -3,92 +3,121 @@
 /// @file
 /// To be called while a document is idle.
 
-#include "zelvane/receiver.h"
+#include "zelvane/attachment.h"
+#include "zelvane/document_client.h"
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <new>
 #include <utility>
 
 namespace Zelvane {
 
-namespace detail {
+namespace kit ZELVANE_OWN {
 
 /// A timer while it is attached.
-class IdleReceiver final : public Receiver {
+class IdleReceiver final : public TimerReceiver,
+                           public detail::Attachment,
+                           public std::enable_shared_from_this<IdleReceiver> {
 public:
-    using Function = std::function<void()>;
+    IdleReceiver(std::shared_ptr<DocumentClient> client, std::uint32_t interval)
+        : client_(std::move(client)), interval_(interval) {}
+    ~IdleReceiver() override { IdleReceiver::detach(); }
 
-    IdleReceiver(KzApDocument* document, std::uint32_t interval, Function function)
-        : Receiver(Kind::timer, document), interval_(interval), function_(std::move(function)) {}
+    [[nodiscard]] Status start() {
+        const Status status = client_->add(*this);
+        isAdded_ = status == Status::ok;
+        return status;
+    }
+    void setFunction(std::function<void()> function) { function_ = std::move(function); }
 
-    [[nodiscard]] Status attach() {
-        if (!zelvane().areFound()) return Status::notLoaded;
-        isAttached_ = zelvane().kzdxDocTimerAttach(document(), function(), interval_, 1) == 1;
-        return isAttached_ ? Status::ok : Status::refused;
+    [[nodiscard]] std::uint32_t remaining() const noexcept override {
+        const std::uint32_t elapsed = detail::tickCount() - start_;
+        return elapsed < interval_ && !isRunning_ ? interval_ - elapsed : isRunning_ ? interval_ : 0;
+    }
+    /// Skipped inside itself. No exception may leave a callback: one of the function ends here.
+    void call() noexcept override {
+        if (isRunning_ || remaining() != 0) return;
+        const auto keptAlive = shared_from_this();
+        isRunning_ = true;
+        try {
+            if (function_) function_();
+        } catch (...) { // NOLINT(bugprone-empty-catch)
+        }
+        isRunning_ = false;
+        start_ = detail::tickCount();
+    }
+
+    [[nodiscard]] bool isAttached() const noexcept override {
+        return client_ != nullptr && client_->isAttached();
+    }
+    void end() noexcept override { IdleReceiver::detach(); }
+    void detach() noexcept override {
+        const std::shared_ptr<DocumentClient> client = std::exchange(client_, nullptr);
+        if (client != nullptr && isAdded_) client->remove(*this);
     }
 
 private:
-    /// Whatever is passed here holds for all who stay.
-    void detach() override {
-        if (!isAttached_) return;
-        const auto* const other = static_cast<const IdleReceiver*>(latestOther());
-        const std::uint32_t interval = other != nullptr ? other->interval_ : interval_;
-        zelvane().kzdxDocTimerAttach(document(), function(), interval, 0);
-    }
-
-    /// No exception may leave a callback: one of the function ends there.
-    void call() noexcept override try {
-        if (!isInsideItself()) function_();
-    } catch (...) { // NOLINT(bugprone-empty-catch)
-    }
-
+    std::shared_ptr<DocumentClient> client_; ///< null when detached
     std::uint32_t interval_;
-    Function function_;
-    bool isAttached_ = false;
+    std::uint32_t start_ = detail::tickCount(); ///< of the interval that runs
+    std::function<void()> function_;
+    bool isAdded_ = false;
+    bool isRunning_ = false;
 };
 
-} // namespace detail
+} // namespace kit
 
 /// Calls a function object while a document is idle, from `attach` until `detach` or its destruction.
 ///
 ///     Zelvane::IdleTimer timer;
 ///     const Zelvane::Status status = timer.attach(document, 60000, [] { save(); });
 ///
-/// All timers of a document share one interval, those of other modules too: the one that was given last.
-/// When a timer is detached, the interval of the one attached last among the others of this module holds
-/// again.
+/// Each timer keeps its own interval. Zelvane has one interval for all callbacks of a document, those of other
+/// modules too: the one that was passed last. The kit passes the time until the next of its timers is due, so
+/// callbacks of other modules may be called more often than they asked for.
 ///
-/// What the function may do, and what ends the calls, is as with `BlockWatch`. It is not called inside
-/// itself: when it runs the message loop, it is passed over until it has returned.
+/// What the function may do, and what ends or interrupts the calls, is as with `BlockWatch`. It is not called
+/// inside itself: while it runs the message loop, it is skipped.
 class IdleTimer {
 public:
-    /// What is called.
-    using Function = detail::IdleReceiver::Function;
+    /// The functions that can be attached: all that can be called like this, also those that move but do not
+    /// copy.
+    using Function = std::function<void()>;
 
-    /// Calls `function` at idle checks at which at least `interval` milliseconds have passed since the last
-    /// calls ended, at first since the first timer of the document; 0: at every idle check. A timer that is
-    /// attached stays as it is: `alreadyAttached`.
-    Status attach(KzApDocument* document, std::uint32_t interval, Function function) {
+    ZELVANE_OWN IdleTimer() = default;
+    ZELVANE_OWN IdleTimer(IdleTimer&&) noexcept = default;
+    ZELVANE_OWN IdleTimer& operator=(IdleTimer&&) noexcept = default;
+    ZELVANE_OWN ~IdleTimer() = default;
+
+    /// Calls `function` at idle checks at which at least `interval` milliseconds have passed since it
+    /// returned, at first since it was attached; 0: at every idle check. See `Status`.
+    template <class F>
+    ZELVANE_OWN Status attach(KzApDocument* document, std::uint32_t interval, F&& function) {
         return detail::statusOf([&] {
             if (isAttached()) return Status::alreadyAttached;
-            if (!function) return Status::noFunction;
+            if (!detail::isCallable(function)) return Status::noFunction;
             if (!isOpen(document) || document->database() == nullptr) return Status::noDocument;
-            detail::ReceiverOwner<detail::IdleReceiver> made(
-                new detail::IdleReceiver(document, interval, std::move(function)));
-            const Status status = made->attach();
-            if (status == Status::ok) receiver_ = std::move(made);
+            // Not std::make_shared, which brings in a symbol that keeps the library in memory.
+            const std::shared_ptr<kit::IdleReceiver> made(
+                new kit::IdleReceiver(kit::DocumentClient::of(document), interval));
+            const Status status = made->start();
+            if (status != Status::ok) return status;
+            made->setFunction(detail::storable<>(std::forward<F>(function)));
+            attachment_ = detail::AttachmentOwner(made);
             return status;
         });
     }
 
-    /// Ends it: the function is not called any more. Fine when nothing is attached.
-    void detach() { receiver_.reset(); }
+    /// Ends the timer: the function is not called any more. Has no effect if nothing is attached.
+    ZELVANE_OWN void detach() { attachment_.reset(); }
 
-    /// Whether it runs for a document that is open.
-    [[nodiscard]] bool isAttached() const { return receiver_ != nullptr && isOpen(receiver_->document()); }
+    /// Whether the function is called: false as well if the document is closed or Zelvane is not loaded.
+    [[nodiscard]] ZELVANE_OWN bool isAttached() const { return attachment_.isAttached(); }
 
 private:
-    detail::ReceiverOwner<detail::IdleReceiver> receiver_;
+    detail::AttachmentOwner attachment_;
 };
 
 } // namespace Zelvane

@@ -1,7 +1,9 @@
 #pragma once
 
 /// @file
-/// How each system finds a library that the process has loaded already; for `zelvane/client.h`.
+/// What the client kit asks of the operating system, for each system.
+
+#include <cstdint>
 
 #if defined(_WIN32)
 #ifndef WIN32_LEAN_AND_MEAN
@@ -12,7 +14,10 @@
 #endif
 #include <windows.h>
 #else
+#include "host/platform.h"
+
 #include <dlfcn.h>
+#include <link.h>
 #endif
 
 /// A library of the process, kept in memory as long as this stands.
@@ -38,7 +43,39 @@ private:
 #endif
 };
 
+namespace Zelvane::detail {
+
+/// The clock by which the loaded Zelvane measures intervals: milliseconds, wrapping around.
+[[nodiscard]] inline std::uint32_t tickCount();
+
+/// A number that changes whenever a library was loaded or unloaded; always 0 where the system does not say.
+[[nodiscard]] inline std::uint64_t libraryChanges();
+
+/// Keeps the library of an address in memory until the process ends.
+inline void keepLibraryOf(const void* address) noexcept;
+
+} // namespace Zelvane::detail
+
 #if defined(_WIN32)
+
+/// The headless host, if it plays the host, has a clock of its own.
+inline std::uint32_t Zelvane::detail::tickCount() {
+    using TickCount = std::uint32_t();
+    const KzDxLoadedLibrary headlessHost("kzheadless.dll");
+    TickCount* const ticks =
+        headlessHost.isFound() ? headlessHost.function<TickCount>("_ZN10KzPlatform9tickCountEv") : nullptr;
+    return ticks != nullptr ? ticks() : GetTickCount();
+}
+
+inline std::uint64_t Zelvane::detail::libraryChanges() {
+    return 0;
+}
+
+inline void Zelvane::detail::keepLibraryOf(const void* address) noexcept {
+    HMODULE library = nullptr;
+    GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       static_cast<const char*>(address), &library);
+}
 
 inline KzDxLoadedLibrary::KzDxLoadedLibrary(const char* fileName) noexcept {
     GetModuleHandleExA(0, fileName, &handle_);
@@ -55,6 +92,26 @@ Function* KzDxLoadedLibrary::function(const char* name) const noexcept {
 }
 
 #else
+
+inline std::uint32_t Zelvane::detail::tickCount() {
+    return KzPlatform::tickCount();
+}
+
+inline std::uint64_t Zelvane::detail::libraryChanges() {
+    std::uint64_t changes = 0;
+    const auto readFirst = [](dl_phdr_info* info, std::size_t /*size*/, void* result) {
+        *static_cast<std::uint64_t*>(result) = info->dlpi_adds + info->dlpi_subs;
+        return 1; // the numbers are the same for all libraries
+    };
+    dl_iterate_phdr(readFirst, &changes);
+    return changes;
+}
+
+inline void Zelvane::detail::keepLibraryOf(const void* address) noexcept {
+    Dl_info library;
+    if (dladdr(address, &library) == 0) return;
+    static_cast<void>(dlopen(library.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE));
+}
 
 inline KzDxLoadedLibrary::KzDxLoadedLibrary(const char* fileName) noexcept
     : handle_(dlopen(fileName, RTLD_NOW | RTLD_NOLOAD)) {}

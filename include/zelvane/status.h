@@ -1,22 +1,25 @@
 #pragma once
 
 /// @file
-/// How attaching went.
+/// The result of attaching.
 
 namespace Zelvane {
 
-/// How an attaching of the client kit went. Only `ok` has attached all that was asked for; `noSuchBlock` and
-/// `alreadyAttached` have attached the rest, and every other one has changed nothing. What was attached
-/// before stays attached whatever the status is.
-enum class [[nodiscard]] Status{
+/// The result of attaching a watch or a timer. `ok` has attached all that was asked for, `noSuchBlock` all
+/// blocks but those that `BlockWatch::unknownBlocks` returns. Every other status has changed nothing: what was
+/// attached stays attached, and the function object that was passed can be used again.
+enum class [[nodiscard]] Status {
     ok,
     noFunction,      ///< the function object is empty
     noDocument,      ///< the document is null, not open, or has no drawing
     notLoaded,       ///< "Zelvane.hmx" is not loaded
     noBlocks,        ///< the list of blocks is empty
-    noSuchBlock,     ///< a block is erased, or its id names no block of the document; the others are watched
-    alreadyAttached, ///< it was attached before: the watch or timer as a whole, or one of the blocks
-    refused,         ///< Zelvane was unloaded, or it or the host lacked something, memory for instance
+    noSuchBlock,     ///< some ids name no block of the document, or an erased one
+    alreadyAttached, ///< the watch or timer is attached; detach it first
+    failed,          ///< Zelvane or the host failed, out of memory for instance
+    notAttached,     ///< the watch is not attached, so no blocks can be added to it
+    /// Former name of `failed`.
+    refused [[deprecated("use failed")]] = failed,
 };
 
 /// The status in words, to be put behind "not attached: ".
@@ -36,8 +39,10 @@ enum class [[nodiscard]] Status{
         return "a block is erased or not in the drawing";
     case Status::alreadyAttached:
         return "it is attached already";
-    case Status::refused:
-        return "Zelvane refused";
+    case Status::failed:
+        return "Zelvane or the host failed";
+    case Status::notAttached:
+        return "the watch is not attached";
     }
     return "unknown";
 }

@@ -71,7 +71,7 @@ ZELVANE_EXPORT std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClien
 /// drawing or without model space.
 ///
 ///     KzDbObjectIdArray doors;
-///     doors.append(Zelvane::blockNamed(document->database(), "Door"));
+///     doors.append(Zelvane::findBlock(document->database(), "Door"));
 ///     const std::int32_t done = zelvane.kzdxBlockReferenceMonitorAttach(document, &doors, &doorsChanged);
 ///     if (done != 1) std::puts("no drawing");
 ZELVANE_EXPORT std::int32_t kzdxBlockReferenceMonitorAttach(KzApDocument* document,

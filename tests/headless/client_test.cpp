@@ -23,7 +23,7 @@ std::vector<KzDbObjectId> listed(const KzDbObjectIdArray& ids) {
 
 TEST_F(DrawingTest, EachFunctionOfTheClientHeaderLeadsToItsExport) {
     calls = {};
-    EXPECT_FALSE(KzDxExports().areFound());
+    EXPECT_FALSE(KzDxExports().isAvailable());
     const std::string folder = PROBE_FOLDER;
     const ModuleId module = loadModule(folder + "/Zelvane.hmx", folder).module;
     ASSERT_NE(module, ModuleId::none);
@@ -31,7 +31,7 @@ TEST_F(DrawingTest, EachFunctionOfTheClientHeaderLeadsToItsExport) {
     const KzDbObjectId placed = insert(space, table);
     {
         const KzDxExports zelvane;
-        ASSERT_TRUE(zelvane.areFound());
+        ASSERT_TRUE(zelvane.isAvailable());
         KzDbObjectIdArray records;
         KzDbObjectIdArray tables;
         EXPECT_EQ(zelvane.kzdxGetBlockRecordIdsOfKzDbTables(document, &records), 1);

@@ -1,0 +1,458 @@
+#pragma once
+
+/// @file
+/// A watch while it is attached.
+
+#include "zelvane/attachment.h"
+#include "zelvane/containers.h"
+#include "zelvane/document_client.h"
+#include "zelvane/placements.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <new>
+#include <numeric>
+#include <span>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace Zelvane {
+
+/// What a watch reports beyond the minimum, at a price.
+struct WatchOptions {
+    /// Whether `BlockChange::changedAncestors` is found. The blocks around those that are watched are then
+    /// watched and kept, too.
+    bool changedAncestors = false;
+};
+
+namespace kit ZELVANE_OWN {
+
+/// A watch while it is attached: its blocks, where their references were placed when they were read last, and
+/// which of the blocks have to be read again.
+///
+/// After a round, only blocks that can have changed are read: the candidates of the superimposed code, and
+/// those that could not be read before. What is found replaces what is known only after all of it was read, so
+/// that nothing is lost when memory runs out.
+class BlockReceiver final : public WatchReceiver,
+                            public detail::Attachment,
+                            public std::enable_shared_from_this<BlockReceiver> {
+public:
+    using Function = std::function<void(const BlockChanges&)>;
+
+    BlockReceiver(std::shared_ptr<DocumentClient> client, const WatchOptions& options)
+        : client_(std::move(client)), options_(options) {
+        client_->add(*this);
+    }
+    ~BlockReceiver() override { BlockReceiver::detach(); }
+
+    void setFunction(Function function) { function_ = std::move(function); }
+
+    /// Watches further blocks from now on. Throws std::bad_alloc, with nothing changed.
+    [[nodiscard]] Status attach(const KzDbObjectIdArray& blocks, KzDbObjectIdArray& unknown) override {
+        unknown.clear();
+        if (blocks.isEmpty()) return Status::noBlocks;
+        if (client_ == nullptr || !client_->isAlive()) return Status::notAttached;
+        if (!blocks_.empty() && !client_->isAttached()) return Status::notLoaded;
+        std::vector<KzDbObjectId> found = resolve(blocks, unknown);
+        if (found.empty()) return Status::noSuchBlock;
+        const Status status = watch(std::move(found), Purpose::report);
+        if (status != Status::ok) return status;
+        return unknown.isEmpty() ? Status::ok : Status::noSuchBlock;
+    }
+
+    /// Watches all blocks of the drawing, also those that are defined later. Throws std::bad_alloc.
+    [[nodiscard]] Status attachAll() {
+        watchesAll_ = true;
+        const Status status = addNewBlocks(Baseline::now);
+        return status == Status::ok && blocks_.empty() ? client_->probe() : status;
+    }
+
+    void update() noexcept override { BlockReceiver::call(); }
+
+    [[nodiscard]] bool isAttached() const noexcept override {
+        return client_ != nullptr && client_->isAttached();
+    }
+    [[nodiscard]] KzDbObjectIdArray blocks() const override {
+        KzDbObjectIdArray ids;
+        for (const Block& each : blocks_) {
+            if (each.isReported) ids.append(each.id);
+        }
+        return ids;
+    }
+    void end() noexcept override { BlockReceiver::detach(); }
+
+    void detach() noexcept override {
+        if (client_ == nullptr) return;
+        const std::shared_ptr<DocumentClient> client = std::exchange(client_, nullptr);
+        client->remove(*this);
+    }
+
+    void mark(std::span<const Candidate> candidates) noexcept override {
+        const auto numberAt = [this](std::uint32_t position) { return blocks_[position].number; };
+        if (candidates.size() <= byNumber_.size()) {
+            auto from = byNumber_.begin();
+            for (const Candidate& each : candidates) {
+                from = std::ranges::lower_bound(from, byNumber_.end(), each.number, {}, numberAt);
+                if (from == byNumber_.end()) break;
+                if (numberAt(*from) == each.number) mark(*from, each.isCertain);
+            }
+        } else {
+            for (const std::uint32_t position : byNumber_) {
+                const auto at = std::ranges::lower_bound(candidates, numberAt(position), {}, &Candidate::number);
+                if (at != candidates.end() && at->number == numberAt(position)) mark(position, at->isCertain);
+            }
+        }
+    }
+
+    /// A function that runs the message loop is not called inside itself. What was marked meanwhile is
+    /// reported once after it has returned; what that call marks waits for the next round.
+    void call() noexcept override {
+        if (isRunning_ || client_ == nullptr || !(hasDue() || hasNewBlocks())) return;
+        const auto keptAlive = shared_from_this();
+        isRunning_ = true;
+        report();
+        if (isMarked_ && client_ != nullptr && client_->isAlive()) report();
+        isRunning_ = false;
+    }
+
+private:
+    /// Since when the references of a block count as known.
+    enum class Baseline {
+        now,   ///< as they are found
+        empty, ///< the block is new, and so are its references
+    };
+    enum class Purpose {
+        report,  ///< the client watches these blocks
+        contain, ///< they contain watched blocks
+    };
+
+    struct Block {
+        KzDbObjectId id;
+        std::uint32_t number = 0; ///< in the document
+        bool isReported = false;  ///< watched by the client, not only because it contains such a block
+        bool isKnown = false;     ///< it was readable at least once
+        bool isDue = false;       ///< it has to be read again
+        bool isCandidate = false; ///< because it may have changed
+        Placements placements;    ///< when it was read last
+    };
+
+    /// What was found about a block.
+    struct Update {
+        std::uint32_t position;
+        Placements now;
+        BlockChange change;
+    };
+
+    // ---- attaching
+
+    /// The blocks that ids name, each once; representations count as their block.
+    [[nodiscard]] std::vector<KzDbObjectId> resolve(const KzDbObjectIdArray& ids, KzDbObjectIdArray& unknown) {
+        std::vector<KzDbObjectId> blocks;
+        std::unordered_set<KzDbObjectId> isThere;
+        RepresentedBlocks representedBlocks(client_->drawing());
+        for (const KzDbObjectId id : ids) {
+            if (!isBlock(id)) {
+                unknown.append(id);
+                continue;
+            }
+            const KzDbObjectId block = representedBlocks.blockOf(id);
+            if (isThere.insert(block).second) blocks.push_back(block);
+        }
+        return blocks;
+    }
+
+    [[nodiscard]] bool isBlock(KzDbObjectId id) const {
+        if (!id.isValid() || id.isErased() || id.database() != client_->drawing()) return false;
+        // A record that is held open does not open as anything.
+        return Opened<KzDbBlockTableRecord>(id) || !Opened<KzDbObject>(id);
+    }
+
+    /// Adds blocks, and those around them if they are asked for.
+    [[nodiscard]] Status watch(std::vector<KzDbObjectId> ids, Purpose purpose,
+                               Baseline baseline = Baseline::now) {
+        Containers containers(client_->drawing());
+        while (!ids.empty()) {
+            std::vector<KzDbObjectId> around;
+            std::vector<Block> read;
+            for (const KzDbObjectId id : ids) {
+                const Block* const known = find(id);
+                if (known != nullptr && (known->isReported || purpose == Purpose::contain)) continue;
+                read.push_back(baseline == Baseline::now ? readBlock(id, purpose) : newBlock(id));
+                if (options_.changedAncestors) containers.append(read.back().placements, around);
+            }
+            const Status status = addAll(std::move(read));
+            if (status != Status::ok && purpose == Purpose::report) return status;
+            if (status != Status::ok) around_.insert(around_.end(), ids.begin(), ids.end()); // try again later
+            makeUnique(around);
+            ids = std::move(around);
+            purpose = Purpose::contain;
+            baseline = Baseline::now;
+        }
+        return Status::ok;
+    }
+
+    static void makeUnique(std::vector<KzDbObjectId>& ids) {
+        std::ranges::sort(ids);
+        const auto duplicates = std::ranges::unique(ids);
+        ids.erase(duplicates.begin(), duplicates.end());
+    }
+
+    [[nodiscard]] Block readBlock(KzDbObjectId id, Purpose purpose) {
+        Block block;
+        block.id = id;
+        block.isReported = purpose == Purpose::report;
+        block.isDue = !reader_.read(id);
+        block.isKnown = reader_.isListRead();
+        block.placements = std::move(reader_.now());
+        return block;
+    }
+
+    [[nodiscard]] static Block newBlock(KzDbObjectId id) {
+        Block block;
+        block.id = id;
+        block.isReported = block.isKnown = block.isDue = true;
+        return block;
+    }
+
+    [[nodiscard]] bool hasDue() const { return !due_.empty(); }
+    [[nodiscard]] bool hasNewBlocks() const {
+        return watchesAll_ && client_->tableChanges() != tableChanges_;
+    }
+
+    /// Reads the block table and watches what it has in addition. What could not be read is tried again.
+    [[nodiscard]] Status addNewBlocks(Baseline baseline) {
+        const std::uint64_t changes = client_->tableChanges();
+        KzDbObjectIdArray all;
+        const bool isComplete = detail::appendBlockIds(*client_->drawing(), all);
+        KzDbObjectIdArray added;
+        for (const KzDbObjectId id : all) {
+            const Block* const known = find(id);
+            if (known == nullptr || !known->isReported) added.append(id);
+        }
+        KzDbObjectIdArray unknown;
+        const Status status = watch(resolve(added, unknown), Purpose::report, baseline);
+        if (status == Status::ok && isComplete) tableChanges_ = changes;
+        return status;
+    }
+
+    /// All that allocates comes first.
+    [[nodiscard]] Status addAll(std::vector<Block> added) {
+        if (added.empty()) return Status::ok;
+        std::vector<KzDbObjectId> ids;
+        for (const Block& each : added) ids.push_back(each.id);
+        const std::size_t size = blocks_.size() + added.size();
+        // Exact for many blocks at once, and still linear when blocks are added one by one.
+        if (size > blocks_.capacity()) blocks_.reserve(std::max(size, blocks_.size() * 3 / 2));
+        byNumber_.reserve(blocks_.capacity());
+        due_.reserve(blocks_.capacity());
+        std::vector<std::uint32_t> numbers;
+        const Status status = client_->attach(ids, numbers);
+        if (status != Status::ok) return status;
+        const std::size_t known = byNumber_.size();
+        for (std::size_t at = 0; at < added.size(); ++at) add(std::move(added[at]), numbers[at]);
+        const auto number = [this](std::uint32_t position) { return blocks_[position].number; };
+        const auto middle = byNumber_.begin() + static_cast<std::ptrdiff_t>(known);
+        std::ranges::sort(middle, byNumber_.end(), {}, number);
+        const bool isInOrder = known == 0 || middle == byNumber_.end() || number(*(middle - 1)) < number(*middle);
+        if (!isInOrder) std::ranges::sort(byNumber_, {}, number);
+        return Status::ok;
+    }
+
+    /// A block that was known as a container of others is watched from now on.
+    void add(Block&& added, std::uint32_t number) noexcept {
+        added.number = number;
+        if (const Block* const known = find(added.id)) {
+            const auto position = static_cast<std::uint32_t>(known - blocks_.data());
+            if (added.isDue && !known->isDue) due_.push_back(position);
+            added.isDue = added.isDue || known->isDue;
+            blocks_[position] = std::move(added);
+            return;
+        }
+        const auto position = static_cast<std::uint32_t>(blocks_.size());
+        if (added.isDue) due_.push_back(position);
+        blocks_.push_back(std::move(added));
+        byNumber_.push_back(position);
+    }
+
+    [[nodiscard]] const Block* find(KzDbObjectId id) const {
+        const auto number = client_->numberOf(id);
+        if (!number.has_value()) return nullptr;
+        const auto numberAt = [this](std::uint32_t position) { return blocks_[position].number; };
+        const auto at = std::ranges::lower_bound(byNumber_, *number, {}, numberAt);
+        return at != byNumber_.end() && numberAt(*at) == *number ? &blocks_[*at] : nullptr;
+    }
+
+    // ---- reporting
+
+    void mark(std::uint32_t position, bool isCertain) noexcept {
+        Block& block = blocks_[position];
+        if (!block.isDue) due_.push_back(position); // there is room for all
+        block.isDue = true;
+        block.isCandidate = true;
+        isMarked_ = true;
+        isExact_ = isExact_ && isCertain;
+    }
+
+    /// No exception may leave a callback: one of the function ends here.
+    void report() noexcept try {
+        const BlockChanges changes = changesSinceLast();
+        const bool isWorthIt = !changes.isEmpty() || !changes.affected().empty() || isOutOfMemory_;
+        if (isWorthIt && function_) function_(changes);
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+    }
+
+    [[nodiscard]] BlockChanges changesSinceLast() noexcept try {
+        isOutOfMemory_ = false;
+        isMarked_ = false;
+        if (hasNewBlocks()) static_cast<void>(addNewBlocks(Baseline::empty)); // failed: the next time
+        std::ranges::sort(due_); // in order of attaching
+        std::vector<std::uint32_t> unread;
+        std::vector<Update> updates = readDue(unread);
+        Containers containers(client_->drawing());
+        BlockChanges changes = describe(updates, unread, containers);
+        if (options_.changedAncestors) {
+            for (const Update& each : updates) containers.append(each.now, around_);
+        }
+        store(updates, unread);
+        watchAround();
+        return changes;
+    } catch (const std::bad_alloc&) {
+        isOutOfMemory_ = true;
+        return BlockChanges::notRead();
+    }
+
+    [[nodiscard]] std::vector<Update> readDue(std::vector<std::uint32_t>& unread) {
+        std::vector<Update> updates;
+        unread.reserve(due_.size());
+        for (const std::uint32_t position : due_) {
+            const Block& block = blocks_[position];
+            if (!block.isKnown) {
+                // Its first reading: where its references are is how it has been.
+                if (!reader_.read(block.id)) unread.push_back(position);
+                if (reader_.isListRead()) updates.push_back({position, std::move(reader_.now()), {}});
+                continue;
+            }
+            const auto result = reader_.compare(block.id, block.placements);
+            if (!reader_.isComplete()) unread.push_back(position);
+            if (result == PlacementReader::Result::same) continue;
+            updates.push_back({position, std::move(reader_.now()), std::move(reader_.change())});
+        }
+        return updates;
+    }
+
+    [[nodiscard]] BlockChanges describe(std::span<const Update> updates, std::span<const std::uint32_t> unread,
+                                        Containers& containers) {
+        AncestorSearch ancestors = ancestorSearch(updates, containers);
+        std::vector<BlockChange> changes;
+        std::vector<KzDbObjectId> affected;
+        auto next = updates.begin();
+        // Any block can lie in a changed one, also where Zelvane does not tell: inside a representation.
+        for (const std::uint32_t position : ancestors.isNeeded() ? allPositions() : due_) {
+            const Block& block = blocks_[position];
+            const bool isUpdated = next != updates.end() && next->position == position;
+            const BlockChange* const found = isUpdated ? &next++->change : nullptr;
+            if (!block.isReported) continue;
+            BlockChange change = found != nullptr && found->isChanged() ? *found : unchanged(block);
+            change.changedAncestors = ancestors.changedAround(block.id);
+            const bool isTold = change.isChanged() || !change.changedAncestors.empty();
+            if (block.isCandidate || isTold) affected.push_back(block.id);
+            if (isTold) changes.push_back(std::move(change));
+        }
+        for (BlockChange& each : changes) fillFormerNames(each);
+        return BlockChanges(std::move(changes), std::move(affected), reportedIds(unread), isExact_);
+    }
+
+    [[nodiscard]] std::vector<std::uint32_t> allPositions() const {
+        std::vector<std::uint32_t> positions(blocks_.size());
+        std::iota(positions.begin(), positions.end(), 0U);
+        return positions;
+    }
+
+    [[nodiscard]] static BlockChange unchanged(const Block& block) {
+        BlockChange change;
+        change.block = block.id;
+        change.before = change.after = block.placements.references.size();
+        return change;
+    }
+
+    static void fillFormerNames(BlockChange& change) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+        change.came = change.added;
+        change.went = change.removed;
+        change.insideChanged = change.changedAncestors;
+#pragma GCC diagnostic pop
+    }
+
+    [[nodiscard]] std::vector<KzDbObjectId> reportedIds(std::span<const std::uint32_t> positions) const {
+        std::vector<KzDbObjectId> ids;
+        for (const std::uint32_t position : positions) {
+            if (blocks_[position].isReported) ids.push_back(blocks_[position].id);
+        }
+        return ids;
+    }
+
+    /// Nothing here fails: either all of what was read is stored and reported, or nothing is.
+    void store(std::vector<Update>& updates, std::span<const std::uint32_t> unread) noexcept {
+        for (const std::uint32_t position : due_) {
+            blocks_[position].isDue = false;
+            blocks_[position].isCandidate = false;
+        }
+        due_.assign(unread.begin(), unread.end()); // there is room for all
+        for (const std::uint32_t position : due_) blocks_[position].isDue = true;
+        for (Update& each : updates) {
+            blocks_[each.position].isKnown = true;
+            blocks_[each.position].placements = std::move(each.now);
+        }
+        isExact_ = true;
+    }
+
+    // ---- blocks around
+
+    [[nodiscard]] AncestorSearch ancestorSearch(std::span<const Update> updates, Containers& containers) const {
+        std::vector<KzDbObjectId> changed;
+        std::unordered_map<KzDbObjectId, const Placements*> now;
+        for (const Update& each : updates) {
+            if (!options_.changedAncestors) break;
+            const KzDbObjectId id = blocks_[each.position].id;
+            now.emplace(id, &each.now);
+            if (each.change.isChanged()) changed.push_back(id);
+        }
+        const auto placementsOf = [this, now = std::move(now)](KzDbObjectId id) -> const Placements* {
+            if (const auto updated = now.find(id); updated != now.end()) return updated->second;
+            const Block* const block = find(id);
+            return block != nullptr ? &block->placements : nullptr;
+        };
+        return AncestorSearch(containers, placementsOf, std::move(changed));
+    }
+
+    /// Watches what has come to lie around the blocks.
+    void watchAround() {
+        if (around_.empty()) return;
+        makeUnique(around_);
+        static_cast<void>(watch(std::exchange(around_, {}), Purpose::contain));
+    }
+
+    std::shared_ptr<DocumentClient> client_; ///< null when detached
+    WatchOptions options_;
+    bool watchesAll_ = false;
+    std::uint64_t tableChanges_ = 0; ///< when the block table was read last
+    Function function_;
+    std::vector<Block> blocks_;           ///< in order of attaching
+    std::vector<std::uint32_t> byNumber_; ///< their positions in ascending order of their numbers
+    std::vector<std::uint32_t> due_;      ///< positions of those to be read again; has room for all
+    std::vector<KzDbObjectId> around_;    ///< blocks that have come to lie around those, not yet watched
+    PlacementReader reader_;
+    bool isRunning_ = false;
+    bool isMarked_ = false; ///< since the last report
+    bool isExact_ = true;   ///< all candidates are certain
+    bool isOutOfMemory_ = false;
+};
+
+} // namespace kit
+} // namespace Zelvane

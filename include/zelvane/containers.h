@@ -1,0 +1,149 @@
+#pragma once
+
+/// @file
+/// In which blocks the references of a block lie.
+
+#include "zelvane/drawing.h"
+#include "zelvane/own_state.h"
+#include "zelvane/placements.h"
+
+#include <algorithm>
+#include <functional>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace Zelvane {
+namespace kit ZELVANE_OWN {
+
+/// Which block a representation counts as. Valid until the drawing is edited.
+class RepresentedBlocks {
+public:
+    explicit RepresentedBlocks(const KzDbDatabase* drawing) : drawing_(drawing) {}
+
+    /// The enhanced block that a record represents, otherwise the record itself.
+    [[nodiscard]] KzDbObjectId blockOf(KzDbObjectId record) {
+        KzDbObjectIdArray own;
+        static_cast<void>(detail::appendReferences(record, own)); // failed: the blocks know, too
+        for (const KzDbBlockReference& reference : OpenedEach<KzDbBlockReference>(std::move(own))) {
+            const auto* const protocol = detail::representationProtocol(reference);
+            const KzDbObjectId block =
+                protocol != nullptr ? protocol->originalBlockTableRecord(&reference) : KzDbObjectId();
+            return block.isNull() ? record : block;
+        }
+        // No reference knows. A representation is anonymous as a rule, so the blocks are asked for those only.
+        const Opened<KzDbBlockTableRecord> opened(record);
+        if (!opened || !opened->isAnonymous()) return record;
+        const auto found = blocks().find(record);
+        return found != blocks_.end() ? found->second : record;
+    }
+
+private:
+    /// By representation; read once.
+    [[nodiscard]] const std::unordered_map<KzDbObjectId, KzDbObjectId>& blocks() {
+        if (std::exchange(isRead_, true)) return blocks_;
+        KzDbObjectIdArray representations;
+        for (const KzDbObjectId block : recordIds(drawing_)) {
+            representations.clear();
+            static_cast<void>(detail::appendRepresentations(block, representations)); // failed: none known
+            for (const KzDbObjectId each : representations) blocks_.try_emplace(each, block);
+        }
+        return blocks_;
+    }
+
+    const KzDbDatabase* drawing_;
+    std::unordered_map<KzDbObjectId, KzDbObjectId> blocks_;
+    bool isRead_ = false;
+};
+
+/// Which block of the drawing a record belongs to. Valid until the drawing is edited.
+class Containers {
+public:
+    explicit Containers(const KzDbDatabase* drawing) : drawing_(drawing), representedBlocks_(drawing) {}
+
+    /// For a representation its enhanced block, for the model space of an attached drawing the record that
+    /// stands for that drawing, otherwise the record itself. Null for other records of attached drawings.
+    [[nodiscard]] KzDbObjectId blockOf(KzDbObjectId owner) {
+        const auto [entry, isNew] = blocks_.try_emplace(owner);
+        if (isNew) entry->second = read(owner);
+        return entry->second;
+    }
+
+    /// Appends the blocks in which references lie, each once in a row of equal ones.
+    void append(const Placements& placements, std::vector<KzDbObjectId>& blocks) {
+        KzDbObjectId last;
+        for (const KzDbObjectId owner : placements.owners) {
+            if (owner == last || owner.isNull()) continue;
+            last = owner;
+            const KzDbObjectId block = blockOf(owner);
+            if (!block.isNull()) blocks.push_back(block);
+        }
+    }
+
+private:
+    [[nodiscard]] KzDbObjectId read(KzDbObjectId owner) {
+        const KzDbDatabase* const home = owner.database();
+        if (home == drawing_) return representedBlocks_.blockOf(owner);
+        return home != nullptr && owner == modelSpaceId(home) ? attachmentOf(drawing_, home) : KzDbObjectId();
+    }
+
+    const KzDbDatabase* drawing_;
+    RepresentedBlocks representedBlocks_;
+    std::unordered_map<KzDbObjectId, KzDbObjectId> blocks_;
+};
+
+/// Finds the changed blocks inside which others lie, at any depth.
+class AncestorSearch {
+public:
+    /// Where the references of a block are now; null if that is not known.
+    using PlacementsOf = std::function<const Placements*(KzDbObjectId)>;
+
+    AncestorSearch(Containers& containers, PlacementsOf placementsOf, std::vector<KzDbObjectId> changed)
+        : containers_(containers), placementsOf_(std::move(placementsOf)), changed_(std::move(changed)) {
+        std::ranges::sort(changed_);
+    }
+
+    /// Whether there is anything to be found.
+    [[nodiscard]] bool isNeeded() const { return !changed_.empty(); }
+    /// The changed blocks around a block, without itself, in ascending order.
+    [[nodiscard]] std::vector<KzDbObjectId> changedAround(KzDbObjectId block) {
+        std::vector<KzDbObjectId> found;
+        if (changed_.empty()) return found;
+        std::unordered_set<KzDbObjectId> visited{block};
+        std::vector<KzDbObjectId> waiting{block};
+        while (!waiting.empty()) {
+            const KzDbObjectId next = waiting.back();
+            waiting.pop_back();
+            for (const KzDbObjectId container : containersOf(next)) {
+                if (!visited.insert(container).second) continue;
+                waiting.push_back(container);
+                if (std::ranges::binary_search(changed_, container)) found.push_back(container);
+            }
+        }
+        std::ranges::sort(found);
+        return found;
+    }
+
+private:
+    /// The blocks in which a block lies, each once.
+    [[nodiscard]] const std::vector<KzDbObjectId>& containersOf(KzDbObjectId block) {
+        const auto [entry, isNew] = containersOf_.try_emplace(block);
+        const Placements* const placements = isNew ? placementsOf_(block) : nullptr;
+        if (placements != nullptr) {
+            containers_.append(*placements, entry->second);
+            std::ranges::sort(entry->second);
+            const auto duplicates = std::ranges::unique(entry->second);
+            entry->second.erase(duplicates.begin(), duplicates.end());
+        }
+        return entry->second;
+    }
+
+    Containers& containers_;
+    PlacementsOf placementsOf_;
+    std::vector<KzDbObjectId> changed_;
+    std::unordered_map<KzDbObjectId, std::vector<KzDbObjectId>> containersOf_;
+};
+
+} // namespace kit
+} // namespace Zelvane
