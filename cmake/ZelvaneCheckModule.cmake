@@ -1,9 +1,10 @@
-# Checks that the host can load a module: it has both entry points, and calls no export of Zelvane by linkage.
+# Checks that the host can load and unload a module: it has both entry points, calls no export of Zelvane by linkage, and
+# has no unique symbols.
 #   cmake -D NM=... -D MODULE=... -P ZelvaneCheckModule.cmake
 execute_process(COMMAND ${NM} --dynamic --format=posix ${MODULE} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 
 function(refuse reason)
-  file(REMOVE ${MODULE}) # or the next build would take it for finished
+  file(REMOVE ${MODULE}) # or the next build would treat it as finished
   message(FATAL_ERROR "${MODULE}: ${reason}")
 endfunction()
 
@@ -14,4 +15,7 @@ foreach(entry kzrxEntryPoint kzrxGetApiVersion)
 endforeach()
 if(symbols MATCHES "(^|\n)(kzdx[A-Z][A-Za-z]*) U")
   refuse("no library offers ${CMAKE_MATCH_2} to be linked: call it through the class KzDxExports of zelvane/client.h")
+endif()
+if(symbols MATCHES "(^|\n)([^ \n]+) u")
+  refuse("the unique symbol ${CMAKE_MATCH_2} keeps it in memory after it was unloaded: compile all of it with -fno-gnu-unique")
 endif()

@@ -38,9 +38,9 @@ namespace kit ZELVANE_OWN {
 /// After a round, only blocks that can have changed are read: the candidates of the superimposed code, and
 /// those that could not be read before. What is found replaces what is known only after all of it was read, so
 /// that nothing is lost when memory runs out.
-class BlockReceiver final : public WatchReceiver,
-                            public detail::Attachment,
-                            public std::enable_shared_from_this<BlockReceiver> {
+class BlockReceiver : public WatchReceiver,
+                      public detail::Attachment,
+                      public std::enable_shared_from_this<BlockReceiver> {
 public:
     using Function = std::function<void(const BlockChanges&)>;
 

@@ -97,6 +97,9 @@ private:
 ///
 /// Zelvane removes a callback only from all blocks of a document at once. So a block keeps its number after
 /// its last watch was detached, until the document has no watch left.
+///
+/// Destructors of what touches the kit's state are virtual, and their classes are not final: smart pointers of
+/// the standard library can be merged across libraries, and must not call the destructor of another one.
 class DocumentClient : public std::enable_shared_from_this<DocumentClient> {
 public:
     /// The client of an open document that has a drawing, made if needed. Throws std::bad_alloc.
@@ -105,7 +108,7 @@ public:
     explicit DocumentClient(KzApDocument* document);
     DocumentClient(const DocumentClient&) = delete;
     DocumentClient& operator=(const DocumentClient&) = delete;
-    ~DocumentClient();
+    virtual ~DocumentClient();
 
     [[nodiscard]] KzApDocument* document() const { return document_; }
     [[nodiscard]] const KzDbDatabase* drawing() const { return drawing_; }

@@ -17,9 +17,9 @@ namespace Zelvane {
 namespace kit ZELVANE_OWN {
 
 /// A timer while it is attached.
-class IdleReceiver final : public TimerReceiver,
-                           public detail::Attachment,
-                           public std::enable_shared_from_this<IdleReceiver> {
+class IdleReceiver : public TimerReceiver,
+                     public detail::Attachment,
+                     public std::enable_shared_from_this<IdleReceiver> {
 public:
     IdleReceiver(std::shared_ptr<DocumentClient> client, std::uint32_t interval)
         : client_(std::move(client)), interval_(interval) {}
