@@ -1,11 +1,11 @@
--- Guards what an outside client lives through: it says what changed, and comes to no harm whatever of the module,
--- of its document or of itself goes first.
+-- Guards the example client: it prints what changed, and survives whichever of the module, its document and the client
+-- itself goes first.
 --
---   kzhost blockwatch_test.lua BLOCKWATCH.HMX [NUMBER]     NUMBER: only this work, and nothing is compared
+--   kzhost blockwatch_test.lua BLOCKWATCH.HMX [NUMBER]     NUMBER: only this case, and nothing is compared
 local watcher, only = arg[1], tonumber(arg[2])
 local number = 0
 
--- What is printed while a work is done in a host of its own.
+-- What is printed by a case in a host of its own.
 local function printed(work)
   local command = ('"%s" "%s" "%s" %d 2>&1'):format(arg[-1], arg[0], watcher, work)
   local isWindows = package.config:sub(1, 1) == "\\" -- whose shell takes the outermost quotes away
@@ -34,32 +34,35 @@ end
 
 prints(drawing .. 'assert(host.load(arg[1]) == nil)', "not loaded, Zelvane has to be loaded first")
 prints('host.load() assert(host.load(arg[1]) == nil)', "not loaded, there is no open document with a drawing")
-prints('host.load() host.open("empty") assert(host.load(arg[1]) == nil)', "not loaded, there are no blocks")
+prints([[
+  host.load() local empty = host.open("empty") assert(host.load(arg[1]))
+  empty:modelSpace():insert(empty:block("Door")) host.idle()
+]], "watching 0 blocks")
 
 prints(watching .. [[
   first:set("NUMBER", "2") host.idle()
   local second = room:insert(door, { NUMBER = "äöü 😀" }) first:erase() host.idle()
   second:touch() host.idle()
   host.idle()
-]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> Door: in Room, NUMBER=2", "came Door: in Room, NUMBER=äöü 😀",
-  "went Door: in Room, NUMBER=2", "edited, and all is as it was")
+]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> Door: in Room, NUMBER=2", "added Door: in Room, NUMBER=äöü 😀",
+  "removed Door: in Room, NUMBER=2", "edited, and all texts are the same")
 
 prints(watching .. [[
-  local key = house:block("Key") first:touch() host.idle()
-  house:modelSpace():insert(key) host.idle()
-]], "watching 2 blocks", "edited, and all is as it was", "came Key: in *Model_Space")
+  house:modelSpace():insert(house:block("Key")) first:touch() host.idle()
+]], "watching 2 blocks", "added Key: in *Model_Space")
 
-prints(watching .. 'house:modelSpace():insert(room) host.idle()', "watching 2 blocks", "came Room: in *Model_Space",
+prints(watching .. 'house:modelSpace():insert(room) host.idle()', "watching 2 blocks", "added Room: in *Model_Space",
   "Door: lies in Room")
 
--- Who goes first.
+-- What goes first.
 prints(watching .. 'host.unload(zelvane) first:touch() host.idle() assert(host.unload(watch) == 0)', "watching 2 blocks")
 prints(watching .. 'host.unload(watch) first:touch() host.idle() assert(host.unload(zelvane) == 0)', "watching 2 blocks")
 prints(watching .. 'house:close() host.idle() assert(host.unload(watch) == 0)', "watching 2 blocks")
 prints(watching .. [[
-  host.unload(zelvane) zelvane = host.load() first:touch() host.idle()
+  host.unload(zelvane) zelvane = host.load() host.idle() first:set("NUMBER", "2") host.idle()
   host.unload(watch) watch = assert(host.load(arg[1])) first:touch() host.idle()
-]], "watching 2 blocks", "watching 2 blocks", "edited, and all is as it was")
+]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> Door: in Room, NUMBER=2", "watching 2 blocks",
+  "edited, and all texts are the same")
 -- Gone when its turn comes: clients of scripts lie at lower addresses and are called first.
 prints(watching .. [[
   local early = host.client(function() host.unload(watch) end)

@@ -42,7 +42,8 @@ client_of_readme() {
 # run_client_of_readme KZHOST...: $work/Changed.hmx does what the README says, twice in one host: the copies share
 # nothing, although their inline symbols are visible.
 run_client_of_readme() {
-  local changed expected="Door: 0 -> 1 Door: 0 -> 1 Door: 1 -> 1 Room: 0 -> 1 something was modified in its place"
+  local changed expected="affected: Door Door: 0 -> 1 affected: Door Door: 0 -> 1"
+  expected+=" affected: Door affected: Room Room: 0 -> 1 affected: Door"
   cp "$work/Changed.hmx" "$work/Again.hmx"
   changed=$("$@" - "$work/Changed.hmx" "$work/Again.hmx" <<'END'
 local house = host.open("house")
