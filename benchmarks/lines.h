@@ -33,6 +33,7 @@ struct Line {
 [[nodiscard]] std::vector<Line> nestingLines();
 [[nodiscard]] std::vector<Line> overheadLines();
 [[nodiscard]] std::vector<Line> templateLines();
+[[nodiscard]] std::vector<Line> watchLines();
 
 inline constexpr std::size_t tenThousand = 10'000;
 inline constexpr std::size_t hundredThousand = 100'000;

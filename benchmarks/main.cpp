@@ -36,7 +36,7 @@ struct Result {
 
 std::vector<Line> allLines() {
     std::vector<Line> lines;
-    for (const auto group : {updateLines, nestingLines, overheadLines, templateLines}) {
+    for (const auto group : {updateLines, nestingLines, overheadLines, templateLines, watchLines}) {
         for (const Line& line : group()) lines.push_back(line);
     }
     return lines;

@@ -59,6 +59,82 @@ refused() {
 refused "" "the host needs kzrxGetApiVersion"
 refused -DWITH_VERSION "call it through the class KzDxExports"
 
+echo 'inline int a = 0; extern "C" int* kzrxEntryPoint() { return &a; } extern "C" void kzrxGetApiVersion() {}' |
+  g++ -shared -fPIC -x c++ - -o "$work/unique.hmx"
+if "$cmake" -D NM=nm -D MODULE="$work/unique.hmx" -P "$source/cmake/ZelvaneCheckModule.cmake" 2>"$work/refusal"; then
+  fail "a module with a unique symbol is built"
+fi
+
+# A client of two libraries, which share whatever symbols the compiler lets them share: each is called, both leave memory,
+# and a rebuilt one is loaded. A watch that nothing detaches leaves with its library.
+parts=$work/parts
+mkdir "$parts"
+cat >"$parts/counter.h" <<'END'
+#include "zelvane/block_watch.h"
+#include "zelvane/client_module.h"
+#include "zelvane/idle_timer.h"
+#include <cstdio>
+struct Counter {
+    Zelvane::BlockWatch watch;
+    Zelvane::IdleTimer timer;
+    explicit Counter(const char* name) {
+        KzApDocument* const document = Zelvane::currentDocument();
+        const auto print = [name](const auto& changes) { std::printf("%s %zu, ", name, changes.affected().size()); };
+        const bool isAttached = watch.attachAll(document, print) == Zelvane::Status::ok &&
+                                timer.attach(document, 0, [] {}) == Zelvane::Status::ok;
+        if (!isAttached) std::printf("%s is not attached, ", name);
+    }
+};
+END
+cat >"$parts/part.cpp" <<'END'
+#include "counter.h"
+static std::unique_ptr<Counter> counter;
+extern "C" void loadPart() { counter = std::make_unique<Counter>("part"); }
+extern "C" void unloadPart() { counter.reset(); }
+END
+cat >"$parts/main.cpp" <<'END'
+#include "counter.h"
+extern "C" void loadPart();
+extern "C" void unloadPart();
+static Zelvane::BlockWatch neverDetached;
+struct Main : Zelvane::ClientModule {
+    std::unique_ptr<Counter> counter;
+    bool load() override {
+        loadPart();
+        counter = std::make_unique<Counter>("main");
+        return neverDetached.attachAll(Zelvane::currentDocument(), [](const auto&) {}) == Zelvane::Status::ok;
+    }
+    ~Main() override {
+        unloadPart();
+        std::puts(VERSION);
+    }
+};
+ZELVANE_CLIENT_MODULE(Main)
+END
+for optimization in -O0 -O2; do
+  common=(-shared "${flags[@]}" -fno-gnu-unique "$optimization" "-Wl,-rpath,$parts")
+  g++ "${common[@]}" "$parts/part.cpp" -o "$parts/libpart.so"
+  for version in old new; do
+    g++ "${common[@]}" -DVERSION="\"$version\"" "$parts/main.cpp" "$parts/libpart.so" -o "$parts/$version.hmx"
+  done
+  said=$("$kzhost" - "$parts/old.hmx" "$parts/new.hmx" <<'END'
+local house = host.open("house")
+local door = house:block("Door")
+host.load()
+for _ = 1, 2 do
+  local client = assert(host.load(arg[1]))
+  house:modelSpace():insert(door)
+  host.idle()
+  host.unload(client)
+  house:modelSpace():insert(door)
+  host.idle()
+  os.rename(arg[2], arg[1])
+end
+END
+  )
+  [ "$(echo $said)" = "part 1, main 1, old part 1, main 1, new" ] || fail "two libraries with $optimization print: $said"
+done
+
 # Each public header stands alone.
 while read -r header; do
   echo "#include \"$header\"" | g++ -fsyntax-only "${flags[@]}" -x c++ - || fail "$header does not compile alone"
