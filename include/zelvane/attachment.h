@@ -73,7 +73,9 @@ template <class Function>
 [[nodiscard]] bool isCallable(const Function& function) {
     if constexpr (std::is_same_v<Function, std::nullptr_t>) {
         return false;
-    } else if constexpr (requires { { function == nullptr } -> std::convertible_to<bool>; }) {
+    } else if constexpr (requires {
+                             { function == nullptr } -> std::convertible_to<bool>;
+                         }) {
         return !(function == nullptr);
     } else {
         return true;

@@ -66,8 +66,11 @@ public:
     /// For tests of a client's own function.
     explicit BlockChanges(std::vector<BlockChange> all, std::vector<KzDbObjectId> affected = {},
                           std::vector<KzDbObjectId> unread = {}, bool isExact = true)
-        : all_(std::move(all)), affected_(std::move(affected)), unread_(std::move(unread)),
-          isExact_(isExact), isComplete_(unread_.empty()) {}
+        : all_(std::move(all)),
+          affected_(std::move(affected)),
+          unread_(std::move(unread)),
+          isExact_(isExact),
+          isComplete_(unread_.empty()) {}
     /// Nothing could be read, because memory ran out.
     [[nodiscard]] static BlockChanges notRead() {
         BlockChanges changes;

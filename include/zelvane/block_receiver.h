@@ -36,8 +36,8 @@ namespace kit ZELVANE_OWN {
 /// which of the blocks have to be read again.
 ///
 /// After a round, only blocks that can have changed are read: the candidates of the superimposed code, and
-/// those that could not be read before. What is found replaces what is known only after all of it was read, so
-/// that nothing is lost when memory runs out.
+/// those that could not be read before. What is found replaces what is known only after all of it was read,
+/// so that nothing is lost when memory runs out.
 class BlockReceiver : public WatchReceiver,
                       public detail::Attachment,
                       public std::enable_shared_from_this<BlockReceiver> {
@@ -103,9 +103,16 @@ public:
             }
         } else {
             for (const std::uint32_t position : byNumber_) {
-                const auto at = std::ranges::lower_bound(candidates, numberAt(position), {}, &Candidate::number);
+                const auto at =
+                    std::ranges::lower_bound(candidates, numberAt(position), {}, &Candidate::number);
                 if (at != candidates.end() && at->number == numberAt(position)) mark(position, at->isCertain);
             }
+        }
+    }
+
+    void markUnread(std::size_t firstNumber) noexcept override {
+        for (const std::uint32_t position : byNumber_) {
+            if (blocks_[position].number >= firstNumber) markDue(position);
         }
     }
 
@@ -151,7 +158,8 @@ private:
     // ---- attaching
 
     /// The blocks that ids name, each once; representations count as their block.
-    [[nodiscard]] std::vector<KzDbObjectId> resolve(const KzDbObjectIdArray& ids, KzDbObjectIdArray& unknown) {
+    [[nodiscard]] std::vector<KzDbObjectId> resolve(const KzDbObjectIdArray& ids,
+                                                    KzDbObjectIdArray& unknown) {
         std::vector<KzDbObjectId> blocks;
         std::unordered_set<KzDbObjectId> isThere;
         RepresentedBlocks representedBlocks(client_->drawing());
@@ -187,7 +195,8 @@ private:
             }
             const Status status = addAll(std::move(read));
             if (status != Status::ok && purpose == Purpose::report) return status;
-            if (status != Status::ok) around_.insert(around_.end(), ids.begin(), ids.end()); // try again later
+            if (status != Status::ok)
+                around_.insert(around_.end(), ids.begin(), ids.end()); // try again later
             makeUnique(around);
             ids = std::move(around);
             purpose = Purpose::contain;
@@ -258,7 +267,8 @@ private:
         const auto number = [this](std::uint32_t position) { return blocks_[position].number; };
         const auto middle = byNumber_.begin() + static_cast<std::ptrdiff_t>(known);
         std::ranges::sort(middle, byNumber_.end(), {}, number);
-        const bool isInOrder = known == 0 || middle == byNumber_.end() || number(*(middle - 1)) < number(*middle);
+        const bool isInOrder =
+            known == 0 || middle == byNumber_.end() || number(*(middle - 1)) < number(*middle);
         if (!isInOrder) std::ranges::sort(byNumber_, {}, number);
         return Status::ok;
     }
@@ -290,12 +300,13 @@ private:
     // ---- reporting
 
     void mark(std::uint32_t position, bool isCertain) noexcept {
-        Block& block = blocks_[position];
-        if (!block.isDue) due_.push_back(position); // there is room for all
-        block.isDue = true;
-        block.isCandidate = true;
+        markDue(position);
+        blocks_[position].isCandidate = true;
         isMarked_ = true;
         isExact_ = isExact_ && isCertain;
+    }
+    void markDue(std::uint32_t position) noexcept {
+        if (!std::exchange(blocks_[position].isDue, true)) due_.push_back(position); // there is room for all
     }
 
     /// No exception may leave a callback: one of the function ends here.
@@ -310,7 +321,7 @@ private:
         isOutOfMemory_ = false;
         isMarked_ = false;
         if (hasNewBlocks()) static_cast<void>(addNewBlocks(Baseline::empty)); // failed: the next time
-        std::ranges::sort(due_); // in order of attaching
+        std::ranges::sort(due_);                                              // in order of attaching
         std::vector<std::uint32_t> unread;
         std::vector<Update> updates = readDue(unread);
         Containers containers(client_->drawing());
@@ -345,8 +356,8 @@ private:
         return updates;
     }
 
-    [[nodiscard]] BlockChanges describe(std::span<const Update> updates, std::span<const std::uint32_t> unread,
-                                        Containers& containers) {
+    [[nodiscard]] BlockChanges describe(std::span<const Update> updates,
+                                        std::span<const std::uint32_t> unread, Containers& containers) {
         AncestorSearch ancestors = ancestorSearch(updates, containers);
         std::vector<BlockChange> changes;
         std::vector<KzDbObjectId> affected;
@@ -414,7 +425,8 @@ private:
 
     // ---- blocks around
 
-    [[nodiscard]] AncestorSearch ancestorSearch(std::span<const Update> updates, Containers& containers) const {
+    [[nodiscard]] AncestorSearch ancestorSearch(std::span<const Update> updates,
+                                                Containers& containers) const {
         std::vector<KzDbObjectId> changed;
         std::unordered_map<KzDbObjectId, const Placements*> now;
         for (const Update& each : updates) {
@@ -454,5 +466,5 @@ private:
     bool isOutOfMemory_ = false;
 };
 
-} // namespace kit
+} // namespace ZELVANE_OWN
 } // namespace Zelvane

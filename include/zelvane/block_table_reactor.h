@@ -75,5 +75,5 @@ struct RemoveBlockTableReactor {
 };
 using BlockTableReactorOwner = std::unique_ptr<BlockTableReactor, RemoveBlockTableReactor>;
 
-} // namespace kit
+} // namespace ZELVANE_OWN
 } // namespace Zelvane

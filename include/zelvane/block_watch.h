@@ -3,8 +3,8 @@
 /// @file
 /// Watching blocks: which of them changed, and how.
 ///
-/// How it works. Zelvane calls plain functions without arguments, in ascending order of address, once for each
-/// round of changes. The kit has 508 of them for all watches, and gives each block of a document a
+/// How it works. Zelvane calls plain functions without arguments, in ascending order of address, once for
+/// each round of changes. The kit has 508 of them for all watches, and gives each block of a document a
 /// superimposed code: four of these functions, under which it is attached (`superimposed_code.h`). A function
 /// with a higher address, under which all blocks are attached, is called last. By then it is known which
 /// functions were called, and a block can have changed only if all of its own were: a Bloom filter over
@@ -54,8 +54,8 @@ concept IdRange = requires(const Range& range) {
 ///
 /// A document that is closed ends its watches. A Zelvane that is unloaded interrupts them: they go on when it
 /// is loaded again. Both leave them safe to use and to destroy. There may be any number of watches, on the
-/// same blocks too; ids of representations count as the enhanced block, once. Reading a call costs O(references
-/// of the affected blocks); a watch keeps 16 bytes for each reference of its blocks.
+/// same blocks too; ids of representations count as the enhanced block, once. Reading a call costs
+/// O(references of the affected blocks); a watch keeps 16 bytes for each reference of its blocks.
 class BlockWatch {
 public:
     /// The functions that can be attached: all that can be called like this, also those that move but do not
@@ -73,14 +73,13 @@ public:
     ZELVANE_OWN Status attach(KzApDocument* document, const Ids& blocks, F&& function,
                               const WatchOptions& options = {}) {
         unknownBlocks_.clear();
-        return begin(document, std::forward<F>(function), options, [&](kit::BlockReceiver& made) {
-            return made.attach(idArray(blocks), unknownBlocks_);
-        });
+        return begin(document, std::forward<F>(function), options,
+                     [&](kit::BlockReceiver& made) { return made.attach(idArray(blocks), unknownBlocks_); });
     }
     /// The same for a list in braces.
     template <class F>
-    ZELVANE_OWN Status attach(KzApDocument* document, std::initializer_list<KzDbObjectId> blocks, F&& function,
-                              const WatchOptions& options = {}) {
+    ZELVANE_OWN Status attach(KzApDocument* document, std::initializer_list<KzDbObjectId> blocks,
+                              F&& function, const WatchOptions& options = {}) {
         return attach<std::initializer_list<KzDbObjectId>, F>(document, blocks, std::forward<F>(function),
                                                               options);
     }
@@ -100,9 +99,10 @@ public:
         return attach<std::initializer_list<KzDbObjectId>>(further);
     }
 
-    /// Begins to watch all blocks of a drawing, also those that are defined later; a drawing without blocks is
-    /// fine. When the block table was edited, the next call reads it, and reports the references of new blocks
-    /// as added. Zelvane makes no call for a new block alone: if nothing else changes, `update` finds it.
+    /// Begins to watch all blocks of a drawing, also those that are defined later; a drawing without blocks
+    /// is fine. When the block table was edited, the next call reads it, and reports the references of new
+    /// blocks as added. Zelvane makes no call for a new block alone: if nothing else changes, `update` finds
+    /// it.
     template <class F>
     ZELVANE_OWN Status attachAll(KzApDocument* document, F&& function, const WatchOptions& options = {}) {
         return begin(document, std::forward<F>(function), options,
@@ -110,8 +110,8 @@ public:
     }
 
     /// Reports at once what no call has reported yet and can be read now: blocks that could not be read, and
-    /// with `attachAll` new ones. Calls the function only if there is something to report, and otherwise costs
-    /// nothing: for an `IdleTimer`, or before the client prints a result.
+    /// with `attachAll` new ones. Calls the function only if there is something to report, and otherwise
+    /// costs nothing: for an `IdleTimer`, or before the client prints a result.
     ZELVANE_OWN void update() {
         if (detail::Attachment* const attachment = attachment_.get()) attachment->update();
     }

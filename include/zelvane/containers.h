@@ -32,7 +32,8 @@ public:
                 protocol != nullptr ? protocol->originalBlockTableRecord(&reference) : KzDbObjectId();
             return block.isNull() ? record : block;
         }
-        // No reference knows. A representation is anonymous as a rule, so the blocks are asked for those only.
+        // No reference knows. A representation is anonymous as a rule, so the blocks are asked for those
+        // only.
         const Opened<KzDbBlockTableRecord> opened(record);
         if (!opened || !opened->isAnonymous()) return record;
         const auto found = blocks().find(record);
@@ -145,5 +146,5 @@ private:
     std::unordered_map<KzDbObjectId, std::vector<KzDbObjectId>> containersOf_;
 };
 
-} // namespace kit
+} // namespace ZELVANE_OWN
 } // namespace Zelvane

@@ -41,6 +41,8 @@ public:
 
     /// Marks those of the candidates (in ascending order) that are watched. Does not allocate.
     virtual void mark(std::span<const Candidate> candidates) noexcept = 0;
+    /// Marks the blocks from a number on: they have to be read again. Does not allocate.
+    virtual void markUnread(std::size_t firstNumber) noexcept = 0;
     /// A round is over: reports what is marked. May do anything to watches and timers.
     virtual void call() noexcept = 0;
     /// Leaves its document.
@@ -98,8 +100,8 @@ private:
 /// Zelvane removes a callback only from all blocks of a document at once. So a block keeps its number after
 /// its last watch was detached, until the document has no watch left.
 ///
-/// Destructors of what touches the kit's state are virtual, and their classes are not final: smart pointers of
-/// the standard library can be merged across libraries, and must not call the destructor of another one.
+/// Destructors of what touches the kit's state are virtual, and their classes are not final: smart pointers
+/// of the standard library can be merged across libraries, and must not call the destructor of another one.
 class DocumentClient : public std::enable_shared_from_this<DocumentClient> {
 public:
     /// The client of an open document that has a drawing, made if needed. Throws std::bad_alloc.
@@ -141,8 +143,8 @@ public:
     // ---- calls from Zelvane
     static void closeRound(std::size_t slot) noexcept;
     static void callTimers(std::size_t slot) noexcept;
-    /// A command has ended: what Zelvane forgot, because it was unloaded, is attached again.
-    static void reviveAll(const KzApDocument* document) noexcept;
+    /// A command of the document has ended: attaches again what Zelvane does not know (any more).
+    static void endCommand(const KzApDocument* document) noexcept;
     /// Ends all watches and timers of this library, which may be closed next.
     static void detachAll() noexcept;
 
@@ -168,6 +170,7 @@ private:
     [[nodiscard]] Status failure() const;
     [[nodiscard]] bool attachBlocksFrom(std::size_t firstNumber);
     [[nodiscard]] bool attach(Role role, std::size_t number, const KzDbObjectIdArray& blocks);
+    void settle() noexcept;
     void detachBlocks() noexcept;
     void forgetBlocksFrom(std::size_t firstNumber) noexcept;
     void markCalled(const std::optional<SuperimposedCode::Called>& called) noexcept;
@@ -183,10 +186,12 @@ private:
     bool isDue_ = false;
     DocumentClient* next_; ///< in the list of all clients
 
-    std::vector<KzDbObjectId> blocks_; ///< by number
+    std::vector<KzDbObjectId> blocks_;    ///< by number
+    std::size_t settled_ = 0;             ///< from this number on, Zelvane may not know them
+    std::size_t commandsSinceAttach_ = 0; ///< counted while some block is not settled
     std::unordered_map<KzDbObjectId, std::uint32_t> numbers_;
     SuperimposedCode::Called usedCallbacks_; ///< those that some block is attached to
-    std::vector<Candidate> candidates_; ///< has room for all blocks, so that marking does not allocate
+    std::vector<Candidate> candidates_;      ///< has room for all blocks, so that marking does not allocate
     ReceiverList<WatchReceiver> watches_;
 
     BlockTableReactorOwner table_;
@@ -198,13 +203,13 @@ private:
 /// The list of all clients.
 inline constinit DocumentClient* firstClient = nullptr;
 
-/// Hears of the end of commands, after which documents become idle. In the document manager's list while there
-/// are clients.
+/// Hears of the end of commands, after which documents become idle. In the document manager's list while
+/// there are clients.
 class CommandReactor final : public KzApDocManagerReactor {
 public:
     void documentLockModeChanged(KzApDocument* document, KzAp::DocLockMode, KzAp::DocLockMode,
                                  KzAp::DocLockMode, const char16_t* command) override {
-        if (command != nullptr && *command == u'#') DocumentClient::reviveAll(document);
+        if (command != nullptr && *command == u'#') DocumentClient::endCommand(document);
     }
 
     /// Adds or removes the one reactor, as it is needed. False if the document manager cannot be reached.
@@ -243,7 +248,9 @@ inline std::shared_ptr<DocumentClient> DocumentClient::of(KzApDocument* document
 }
 
 inline DocumentClient::DocumentClient(KzApDocument* document)
-    : document_(document), drawing_(document->database()), slot_(freeSlot()),
+    : document_(document),
+      drawing_(document->database()),
+      slot_(freeSlot()),
       next_(std::exchange(firstClient, this)) {
     CommandReactor::update();
 }
@@ -277,10 +284,11 @@ inline bool DocumentClient::isAttached() noexcept try {
     if (generation_.isRegistered && !now.isRegistered) isLost_ = true;
     if (isLost_ && !now.isRegistered) return false;
     const bool hasTimers = !timers_.isEmpty();
-    const bool isDone = attachBlocksFrom(0) && (!hasTimers || schedule());
-    isLost_ = !isDone;
-    if (isDone) generation_ = now;
-    return isDone;
+    if (!attachBlocksFrom(0) || (hasTimers && !schedule())) return false;
+    if (isLost_) watches_.forEach([](WatchReceiver& watch) { watch.markUnread(0); }); // edited unnoticed
+    isLost_ = false;
+    generation_ = now;
+    return true;
 } catch (const std::bad_alloc&) {
     return false;
 }
@@ -318,6 +326,7 @@ inline Status DocumentClient::attach(std::span<const KzDbObjectId> blocks,
             numbers.push_back(at->second);
         }
         candidates_.reserve(blocks_.size());
+        commandsSinceAttach_ = 0;
         return attachBlocksFrom(known) ? Status::ok : undo();
     } catch (...) {
         static_cast<void>(undo());
@@ -352,12 +361,14 @@ inline bool DocumentClient::attach(Role role, std::size_t number, const KzDbObje
 inline void DocumentClient::forgetBlocksFrom(std::size_t firstNumber) noexcept {
     std::erase_if(numbers_, [&](const auto& entry) { return entry.second >= firstNumber; });
     blocks_.resize(std::min(firstNumber, blocks_.size()));
+    settled_ = std::min(settled_, blocks_.size());
     if (blocks_.empty()) detachBlocks();
 }
 
 inline void DocumentClient::detachBlocks() noexcept {
     blocks_.clear();
     numbers_.clear();
+    settled_ = 0;
     const auto detach = [&](Role role, std::size_t number) {
         exports_.kzdxBlockReferenceMonitorDetach(document_, callTable().function(role, number));
     };
@@ -467,10 +478,20 @@ inline void DocumentClient::callTimers(std::size_t slot) noexcept {
     });
 }
 
-inline void DocumentClient::reviveAll(const KzApDocument* document) noexcept {
+inline void DocumentClient::endCommand(const KzApDocument* document) noexcept {
     for (DocumentClient* each = firstClient; each != nullptr; each = each->next_) {
-        if (each->document_ == document) static_cast<void>(each->isAttached());
+        if (each->document_ == document && each->isAttached()) each->settle();
     }
+}
+
+/// Zelvane skips blocks that it does not know yet: those that were defined since its last update. After the
+/// next command it knows them.
+inline void DocumentClient::settle() noexcept try {
+    if (settled_ == blocks_.size() || ++commandsSinceAttach_ < 2) return;
+    if (!attachBlocksFrom(settled_)) return;
+    watches_.forEach([this](WatchReceiver& watch) { watch.markUnread(settled_); });
+    settled_ = blocks_.size();
+} catch (const std::bad_alloc&) { // the next command tries again
 }
 
 inline void DocumentClient::detachAll() noexcept {
@@ -501,5 +522,5 @@ inline void callSlot(std::size_t slot) noexcept {
     }
 }
 
-} // namespace kit
+} // namespace ZELVANE_OWN
 } // namespace Zelvane

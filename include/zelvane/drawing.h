@@ -116,7 +116,7 @@ namespace detail {
 
 /// Former name of `findBlock`.
 [[deprecated("use findBlock")]] [[nodiscard]] inline KzDbObjectId blockNamed(const KzDbDatabase* drawing,
-                                                                              std::string_view name) {
+                                                                             std::string_view name) {
     return findBlock(drawing, name);
 }
 
@@ -139,8 +139,7 @@ namespace detail {
 template <class Asked>
 [[nodiscard]] const KzDbBlockRepresentation* representationProtocol(const Asked& asked) {
     const KzRxObject* const protocol = asked.queryX(KzDbBlockRepresentation::desc());
-    const bool isOne =
-        protocol != nullptr && protocol->isA()->isDerivedFrom(KzDbBlockRepresentation::desc());
+    const bool isOne = protocol != nullptr && protocol->isA()->isDerivedFrom(KzDbBlockRepresentation::desc());
     return isOne ? static_cast<const KzDbBlockRepresentation*>(protocol) : nullptr;
 }
 

@@ -67,16 +67,16 @@ private:
     bool isRunning_ = false;
 };
 
-} // namespace kit
+} // namespace ZELVANE_OWN
 
 /// Calls a function object while a document is idle, from `attach` until `detach` or its destruction.
 ///
 ///     Zelvane::IdleTimer timer;
 ///     const Zelvane::Status status = timer.attach(document, 60000, [] { save(); });
 ///
-/// Each timer keeps its own interval. Zelvane has one interval for all callbacks of a document, those of other
-/// modules too: the one that was passed last. The kit passes the time until the next of its timers is due, so
-/// callbacks of other modules may be called more often than they asked for.
+/// Each timer keeps its own interval. Zelvane has one interval for all callbacks of a document, those of
+/// other modules too: the one that was passed last. The kit passes the time until the next of its timers is
+/// due, so callbacks of other modules may be called more often than they asked for.
 ///
 /// What the function may do, and what ends or interrupts the calls, is as with `BlockWatch`. It is not called
 /// inside itself: while it runs the message loop, it is skipped.

@@ -68,14 +68,14 @@ private:
     Orvo::ErrorStatus status_ = Orvo::ok;
 };
 
-/// Range: the objects of a list of ids, each open for reading while the loop is at it. Ids that do not open as
-/// a T (erased, or being edited) are skipped.
+/// Range: the objects of a list of ids, each open for reading while the loop is at it. Ids that do not open
+/// as a T (erased, or being edited) are skipped.
 ///
 ///     for (const KzDbBlockTableRecord& record : Zelvane::records(document->database())) ...
 ///     for (const auto& reference : Zelvane::references(door) | std::views::take(1)) ...
 ///
-/// The list is a copy: the loop may edit the drawing, except for the object that it is at. Each iterator holds
-/// one object open, so iterators move and do not copy: an input range.
+/// The list is a copy: the loop may edit the drawing, except for the object that it is at. Each iterator
+/// holds one object open, so iterators move and do not copy: an input range.
 template <class T>
 class OpenedEach {
 public:

@@ -193,5 +193,5 @@ private:
     bool isComplete_ = false;
 };
 
-} // namespace kit
+} // namespace ZELVANE_OWN
 } // namespace Zelvane

@@ -6,9 +6,9 @@
 namespace Zelvane {
 
 /// The result of attaching a watch or a timer. `ok` has attached all that was asked for, `noSuchBlock` all
-/// blocks but those that `BlockWatch::unknownBlocks` returns. Every other status has changed nothing: what was
-/// attached stays attached, and the function object that was passed can be used again.
-enum class [[nodiscard]] Status {
+/// blocks but those that `BlockWatch::unknownBlocks` returns. Every other status has changed nothing: what
+/// was attached stays attached, and the function object that was passed can be used again.
+enum class [[nodiscard]] Status{
     ok,
     noFunction,      ///< the function object is empty
     noDocument,      ///< the document is null, not open, or has no drawing

@@ -11,13 +11,15 @@
 /// Internals of the client kit. Clients use `BlockWatch` and `IdleTimer`.
 namespace Zelvane::detail {
 
-/// A superimposed code (Kautz and Singleton): which blocks changed is read off the callbacks that were called.
+/// A superimposed code (Kautz and Singleton): which blocks changed is read off the callbacks that were
+/// called.
 ///
-/// A callback carries no data, but it has an address. Block `number` is attached under one callback in each of
-/// four rows; the column in row r is a + r·b + r²·c modulo 127, where a, b and c are the digits of the number
-/// in base 127. A block can have changed only if all of its four callbacks were called, so the callbacks work
-/// like a Bloom filter: no changed block is missed, and the code bounds what is named in excess. Two such
-/// polynomials agree in at most as many rows as the degree of their difference. Hence the answer is
+/// A callback carries no data, but it has an address. Block `number` is attached under one callback in each
+/// of four rows; the column in row r is a + r·b + r²·c modulo 127, where a, b and c are the digits of the
+/// number in base 127. A block can have changed only if all of its four callbacks were called, so the
+/// callbacks work like a Bloom filter: no changed block is missed, and the code bounds what is named in
+/// excess. Two such polynomials agree in at most as many rows as the degree of their difference. Hence the
+/// answer is
 ///
 /// - exact for the first 127 blocks of a document: in row 0 each has a column of its own;
 /// - exact for the first 16,129 blocks when at most three changed, because c is 0 for them;

@@ -152,5 +152,5 @@ private:
 
 inline constinit CallRounds callRounds;
 
-} // namespace kit
+} // namespace ZELVANE_OWN
 } // namespace Zelvane

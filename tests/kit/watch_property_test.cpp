@@ -1,6 +1,6 @@
-// Guards what a watch reports, whatever is edited: it equals the difference of two readings by brute force, and
-// the blocks that it names are those whose callbacks Zelvane calls. Objects are held open and host calls fail
-// meanwhile.
+// Guards what a watch reports, whatever is edited: it equals the difference of two readings by brute force,
+// and the blocks that it names are those whose callbacks Zelvane calls. Objects are held open and host calls
+// fail meanwhile.
 
 #include "headless/edits.h"
 #include "headless/faults.h"
@@ -117,7 +117,8 @@ public:
     [[nodiscard]] Places placesOf(KzDbObjectId block) const {
         Places places;
         std::vector<KzDbObjectId> records{block};
-        if (block == blocks[0]) records.insert(records.end(), representations_.begin(), representations_.end());
+        if (block == blocks[0])
+            records.insert(records.end(), representations_.begin(), representations_.end());
         for (const KzDbObjectId record : records) {
             for (const KzDbObjectId each : references(record)) places.emplace(each, ownerOf(each));
         }
