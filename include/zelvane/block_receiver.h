@@ -30,7 +30,7 @@ struct WatchOptions {
     bool changedAncestors = false;
 };
 
-namespace kit ZELVANE_OWN {
+namespace Kit ZELVANE_OWN {
 
 /// A watch while it is attached: its blocks, where their references were placed when they were read last, and
 /// which of the blocks have to be read again.
@@ -72,7 +72,9 @@ public:
         return status == Status::ok && blocks_.empty() ? client_->probe() : status;
     }
 
-    void update() noexcept override { BlockReceiver::call(); }
+    void update() noexcept override {
+        if (client_ != nullptr && client_->isAlive()) call();
+    }
 
     [[nodiscard]] bool isAttached() const noexcept override {
         return client_ != nullptr && client_->isAttached();
@@ -195,8 +197,8 @@ private:
             }
             const Status status = addAll(std::move(read));
             if (status != Status::ok && purpose == Purpose::report) return status;
-            if (status != Status::ok)
-                around_.insert(around_.end(), ids.begin(), ids.end()); // try again later
+            const bool isMissing = status != Status::ok; // containers: tried again after the next round
+            if (isMissing) around_.insert(around_.end(), ids.begin(), ids.end());
             makeUnique(around);
             ids = std::move(around);
             purpose = Purpose::contain;
@@ -263,7 +265,10 @@ private:
         const Status status = client_->attach(ids, numbers);
         if (status != Status::ok) return status;
         const std::size_t known = byNumber_.size();
-        for (std::size_t at = 0; at < added.size(); ++at) add(std::move(added[at]), numbers[at]);
+        for (std::size_t at = 0; at < added.size(); ++at) {
+            added[at].number = numbers[at];
+            add(std::move(added[at]), known);
+        }
         const auto number = [this](std::uint32_t position) { return blocks_[position].number; };
         const auto middle = byNumber_.begin() + static_cast<std::ptrdiff_t>(known);
         std::ranges::sort(middle, byNumber_.end(), {}, number);
@@ -273,28 +278,32 @@ private:
         return Status::ok;
     }
 
-    /// A block that was known as a container of others is watched from now on.
-    void add(Block&& added, std::uint32_t number) noexcept {
-        added.number = number;
-        if (const Block* const known = find(added.id)) {
-            const auto position = static_cast<std::uint32_t>(known - blocks_.data());
-            if (added.isDue && !known->isDue) due_.push_back(position);
-            added.isDue = added.isDue || known->isDue;
+    /// A block that was known as a container of others is watched from now on. `sorted`: how many of
+    /// `byNumber_` are in order.
+    void add(Block&& added, std::size_t sorted) noexcept {
+        const bool isDue = std::exchange(added.isDue, false);
+        const Block* const known = find(added.number, sorted);
+        const auto position =
+            static_cast<std::uint32_t>(known != nullptr ? known - blocks_.data() : std::ssize(blocks_));
+        if (known != nullptr) {
+            added.isDue = known->isDue;
             blocks_[position] = std::move(added);
-            return;
+        } else {
+            blocks_.push_back(std::move(added));
+            byNumber_.push_back(position);
         }
-        const auto position = static_cast<std::uint32_t>(blocks_.size());
-        if (added.isDue) due_.push_back(position);
-        blocks_.push_back(std::move(added));
-        byNumber_.push_back(position);
+        if (isDue) markDue(position);
     }
 
+    [[nodiscard]] const Block* find(std::uint32_t number, std::size_t sorted) const {
+        const auto numberAt = [this](std::uint32_t position) { return blocks_[position].number; };
+        const auto end = byNumber_.begin() + static_cast<std::ptrdiff_t>(sorted);
+        const auto at = std::ranges::lower_bound(byNumber_.begin(), end, number, {}, numberAt);
+        return at != end && numberAt(*at) == number ? &blocks_[*at] : nullptr;
+    }
     [[nodiscard]] const Block* find(KzDbObjectId id) const {
         const auto number = client_->numberOf(id);
-        if (!number.has_value()) return nullptr;
-        const auto numberAt = [this](std::uint32_t position) { return blocks_[position].number; };
-        const auto at = std::ranges::lower_bound(byNumber_, *number, {}, numberAt);
-        return at != byNumber_.end() && numberAt(*at) == *number ? &blocks_[*at] : nullptr;
+        return number.has_value() ? find(*number, byNumber_.size()) : nullptr;
     }
 
     // ---- reporting
@@ -320,8 +329,9 @@ private:
     [[nodiscard]] BlockChanges changesSinceLast() noexcept try {
         isOutOfMemory_ = false;
         isMarked_ = false;
-        if (hasNewBlocks()) static_cast<void>(addNewBlocks(Baseline::empty)); // failed: the next time
-        std::ranges::sort(due_);                                              // in order of attaching
+        // What fails is tried again by the next call.
+        if (hasNewBlocks()) static_cast<void>(addNewBlocks(Baseline::empty));
+        std::ranges::sort(due_); // in order of attaching
         std::vector<std::uint32_t> unread;
         std::vector<Update> updates = readDue(unread);
         Containers containers(client_->drawing());

@@ -12,8 +12,8 @@
 #include <memory>
 #include <utility>
 
-namespace Zelvane {
-namespace kit ZELVANE_OWN {
+namespace Zelvane { // NOLINT(modernize-concat-nested-namespaces): only one of them has the attribute
+namespace Kit ZELVANE_OWN {
 
 /// Counts the edits of one block table, as its reactor.
 ///

@@ -74,7 +74,7 @@ public:
                               const WatchOptions& options = {}) {
         unknownBlocks_.clear();
         return begin(document, std::forward<F>(function), options,
-                     [&](kit::BlockReceiver& made) { return made.attach(idArray(blocks), unknownBlocks_); });
+                     [&](Kit::BlockReceiver& made) { return made.attach(idArray(blocks), unknownBlocks_); });
     }
     /// The same for a list in braces.
     template <class F>
@@ -106,7 +106,7 @@ public:
     template <class F>
     ZELVANE_OWN Status attachAll(KzApDocument* document, F&& function, const WatchOptions& options = {}) {
         return begin(document, std::forward<F>(function), options,
-                     [](kit::BlockReceiver& made) { return made.attachAll(); });
+                     [](Kit::BlockReceiver& made) { return made.attachAll(); });
     }
 
     /// Reports at once what no call has reported yet and can be read now: blocks that could not be read, and
@@ -138,8 +138,8 @@ private:
             if (!detail::isCallable(function)) return Status::noFunction;
             if (!isOpen(document) || document->database() == nullptr) return Status::noDocument;
             // Not std::make_shared, which brings in a symbol that keeps the library in memory.
-            const std::shared_ptr<kit::BlockReceiver> made(
-                new kit::BlockReceiver(kit::DocumentClient::of(document), options));
+            const std::shared_ptr<Kit::BlockReceiver> made(
+                new Kit::BlockReceiver(Kit::DocumentClient::of(document), options));
             const Status status = work(*made);
             const bool isPart = status == Status::noSuchBlock && !made->blocks().isEmpty();
             if (status != Status::ok && !isPart) return status;

@@ -62,7 +62,7 @@ template <class Client>
     const bool hasToLoad = message == KzRx::loadMessage && loadedClient == nullptr;
     const bool isLoaded = !hasToLoad || loadClient<Client>();
     if (message == KzRx::unloadMessage) delete std::exchange(loadedClient, nullptr);
-    if (message == KzRx::unloadMessage || !isLoaded) kit::DocumentClient::detachAll();
+    if (message == KzRx::unloadMessage || !isLoaded) Kit::DocumentClient::detachAll();
     return isLoaded ? KzRx::done : KzRx::loadFailed;
 }
 

@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
-namespace Zelvane {
-namespace kit ZELVANE_OWN {
+namespace Zelvane { // NOLINT(modernize-concat-nested-namespaces): only one of them has the attribute
+namespace Kit ZELVANE_OWN {
 
 /// Which block a representation counts as. Valid until the drawing is edited.
 class RepresentedBlocks {

@@ -22,8 +22,8 @@
 #include <utility>
 #include <vector>
 
-namespace Zelvane {
-namespace kit ZELVANE_OWN {
+namespace Zelvane { // NOLINT(modernize-concat-nested-namespaces): only one of them has the attribute
+namespace Kit ZELVANE_OWN {
 
 /// A block that may have changed.
 struct Candidate {
@@ -244,7 +244,8 @@ inline std::shared_ptr<DocumentClient> DocumentClient::of(KzApDocument* document
     for (DocumentClient* each = firstClient; each != nullptr; each = each->next_) {
         if (each->document_ == document && each->isAlive()) return each->shared_from_this();
     }
-    return std::shared_ptr<DocumentClient>(new DocumentClient(document));
+    // std::make_shared brings in a symbol that keeps the library in memory.
+    return std::shared_ptr<DocumentClient>(new DocumentClient(document)); // NOLINT(modernize-make-shared)
 }
 
 inline DocumentClient::DocumentClient(KzApDocument* document)

@@ -14,7 +14,7 @@
 
 namespace Zelvane {
 
-namespace kit ZELVANE_OWN {
+namespace Kit ZELVANE_OWN {
 
 /// A timer while it is attached.
 class IdleReceiver : public TimerReceiver,
@@ -33,8 +33,8 @@ public:
     void setFunction(std::function<void()> function) { function_ = std::move(function); }
 
     [[nodiscard]] std::uint32_t remaining() const noexcept override {
-        const std::uint32_t elapsed = detail::tickCount() - start_;
-        return elapsed < interval_ && !isRunning_ ? interval_ - elapsed : isRunning_ ? interval_ : 0;
+        const std::uint32_t elapsed = isRunning_ ? 0 : detail::tickCount() - start_;
+        return elapsed < interval_ ? interval_ - elapsed : 0;
     }
     /// Skipped inside itself. No exception may leave a callback: one of the function ends here.
     void call() noexcept override {
@@ -100,8 +100,8 @@ public:
             if (!detail::isCallable(function)) return Status::noFunction;
             if (!isOpen(document) || document->database() == nullptr) return Status::noDocument;
             // Not std::make_shared, which brings in a symbol that keeps the library in memory.
-            const std::shared_ptr<kit::IdleReceiver> made(
-                new kit::IdleReceiver(kit::DocumentClient::of(document), interval));
+            const std::shared_ptr<Kit::IdleReceiver> made(
+                new Kit::IdleReceiver(Kit::DocumentClient::of(document), interval));
             const Status status = made->start();
             if (status != Status::ok) return status;
             made->setFunction(detail::storable<>(std::forward<F>(function)));

@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
-namespace Zelvane {
-namespace kit ZELVANE_OWN {
+namespace Zelvane { // NOLINT(modernize-concat-nested-namespaces): only one of them has the attribute
+namespace Kit ZELVANE_OWN {
 
 /// Where the references of one block are placed: 16 bytes for each.
 struct Placements {
@@ -141,8 +141,8 @@ private:
             }
             return next != order.size() && idAt(order[next]) == reference;
         };
-        now_.references.reserve(list_size());
-        now_.owners.reserve(list_size());
+        now_.references.reserve(listSize());
+        now_.owners.reserve(listSize());
         for (const KzDbObjectId reference : list_) {
             const KzDbObjectId owner = ownerOf(reference);
             if (find(reference)) {
@@ -162,7 +162,7 @@ private:
         return Result::differs;
     }
 
-    [[nodiscard]] std::size_t list_size() const { return static_cast<std::size_t>(list_.length()); }
+    [[nodiscard]] std::size_t listSize() const { return static_cast<std::size_t>(list_.length()); }
 
     /// The places of a list in ascending order of its ids.
     [[nodiscard]] static std::vector<std::size_t> orderOf(Ids ids) {

@@ -40,13 +40,13 @@ struct SuperimposedCode {
     /// ascending order. O(callbacks called in row 0 * count / columns).
     template <class Use>
     static void forEachCovered(const Called& called, std::size_t count, Use use) {
-        std::array<std::size_t, columns> inFirstRow;
+        std::array<std::size_t, columns> inFirstRow{};
         std::size_t calledInFirstRow = 0;
         for (std::size_t column = 0; column < columns; ++column) {
             if (called[column]) inFirstRow[calledInFirstRow++] = column;
         }
         for (std::size_t base = 0; base < count; base += columns) {
-            std::array<std::size_t, rows> shifts;
+            std::array<std::size_t, rows> shifts{};
             for (std::size_t row = 0; row < rows; ++row) shifts[row] = shift(base / columns, row);
             const auto isCalled = [&](std::size_t column, std::size_t row) {
                 const std::size_t sum = column + shifts[row];

@@ -16,8 +16,8 @@
 #include <optional>
 #include <utility>
 
-namespace Zelvane {
-namespace kit ZELVANE_OWN {
+namespace Zelvane { // NOLINT(modernize-concat-nested-namespaces): only one of them has the attribute
+namespace Kit ZELVANE_OWN {
 
 using detail::SuperimposedCode;
 
@@ -53,7 +53,7 @@ class CallTable {
 public:
     CallTable() : inOrder_(trampolines(std::make_index_sequence<slotCount>())) {
         const auto functions = inOrder_;
-        std::array<std::uint16_t, slotCount> slots;
+        std::array<std::uint16_t, slotCount> slots{};
         std::iota(slots.begin(), slots.end(), std::uint16_t{0});
         std::ranges::sort(slots, std::less(), [&](std::uint16_t slot) { return functions[slot]; });
         for (std::size_t rank = 0; rank < slotCount; ++rank) {

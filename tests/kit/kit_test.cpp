@@ -169,19 +169,21 @@ TEST_F(Kit, AttachSaysWhatIsWrong) {
     auto count = [number = std::make_unique<int>(0)](const BlockChanges&) {
         ++*number;
     }; // moves, does not copy
-    EXPECT_EQ(watch.attach(nullptr, {door}, std::move(count)), Status::noDocument);
-    EXPECT_EQ(watch.attach(openDocument(u"bare", false), {door}, std::move(count)), Status::noDocument);
-    EXPECT_EQ(watch.attach(document, {}, std::move(count)), Status::noBlocks);
+    const auto attach = [&](KzApDocument* to, const std::vector<KzDbObjectId>& blocks) {
+        return watch.attach(to, blocks, std::move(count)); // a failure leaves the function usable
+    };
+    EXPECT_EQ(attach(nullptr, {door}), Status::noDocument);
+    EXPECT_EQ(attach(openDocument(u"bare", false), {door}), Status::noDocument);
+    EXPECT_EQ(attach(document, {}), Status::noBlocks);
     EXPECT_EQ(watch.attach(document, {door}, nullptr), Status::noFunction);
     EXPECT_EQ(watch.attach(document, {door}, BlockWatch::Function()), Status::noFunction);
     for (const KzDbObjectId bad : {gone, foreign, reference, KzDbObjectId(), KzDbObjectId(1U << 30U)}) {
-        EXPECT_EQ(watch.attach(document, {bad}, std::move(count)), Status::noSuchBlock) << bad.value();
+        EXPECT_EQ(attach(document, {bad}), Status::noSuchBlock) << bad.value();
         EXPECT_THAT(listed(watch.unknownBlocks()), ElementsAre(bad));
     }
     EXPECT_FALSE(watch.isAttached());
     EXPECT_EQ(watch.attach({door}), Status::notAttached);
-    EXPECT_EQ(watch.attach(document, {gone, door, door}, std::move(count)), Status::noSuchBlock)
-        << "a failed attach leaves the function usable";
+    EXPECT_EQ(attach(document, {gone, door, door}), Status::noSuchBlock);
     EXPECT_THAT(listed(watch.unknownBlocks()), ElementsAre(gone));
     const std::vector<KzDbObjectId> further{door, room};
     EXPECT_EQ(watch.attach(further), Status::ok);
@@ -426,9 +428,11 @@ TEST_F(Kit, LoopOverRecordsMayEditOthers) {
     }
     const auto all = Zelvane::references(door);
     EXPECT_EQ(std::ranges::distance(all), 1);
+#if !defined(__clang__) || __clang_major__ >= 16 // earlier ones cannot compile the library's views
     for (const auto& each : Zelvane::references(door) | std::views::take(1)) {
         EXPECT_EQ(each.ownerId(), space);
     }
+#endif
     EXPECT_THAT(names, ElementsAre("*Model_Space", "*Paper_Space", "Door", "Room"));
     EXPECT_EQ(openCountOf(document), 0U);
     EXPECT_EQ(Zelvane::findBlock(document->database(), "Room"), room);
