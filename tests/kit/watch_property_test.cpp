@@ -29,6 +29,10 @@ namespace {
 
 constexpr std::size_t blockCount = 12;
 
+/// The host calls by which blocks are read.
+constexpr std::array readings{HostCall::openObject, HostCall::references, HostCall::protocol,
+                              HostCall::representations};
+
 /// A plain callback for each block, beside the watch: what Zelvane itself tells.
 std::array<bool, blockCount> isCalled;
 template <std::size_t block>
@@ -185,7 +189,9 @@ protected:
             isCalled = {};
             believer.named.clear();
             believer.isExact = true;
-            if (round % 4 == 1) failHostCall(1 + drawing.below(30), FaultSpan::once);
+            if (round % 4 == 1) {
+                failHostCall(readings[drawing.below(readings.size())], 1 + drawing.below(8), FaultSpan::once);
+            }
             idle();
             const bool hasFailed = endFaults() != 0;
             if (!hasFailed) checkNames(drawing, believer);
