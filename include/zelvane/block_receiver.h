@@ -112,10 +112,8 @@ public:
         }
     }
 
-    void markUnread(std::size_t firstNumber) noexcept override {
-        for (const std::uint32_t position : byNumber_) {
-            if (blocks_[position].number >= firstNumber) markDue(position);
-        }
+    void markUnread() noexcept override {
+        for (const std::uint32_t position : byNumber_) markDue(position);
     }
 
     /// A function that runs the message loop is not called inside itself. What was marked meanwhile is

@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <new>
@@ -41,8 +42,8 @@ public:
 
     /// Marks those of the candidates (in ascending order) that are watched. Does not allocate.
     virtual void mark(std::span<const Candidate> candidates) noexcept = 0;
-    /// Marks the blocks from a number on: they have to be read again. Does not allocate.
-    virtual void markUnread(std::size_t firstNumber) noexcept = 0;
+    /// Marks all blocks: they have to be read again. Does not allocate.
+    virtual void markUnread() noexcept = 0;
     /// A round is over: reports what is marked. May do anything to watches and timers.
     virtual void call() noexcept = 0;
     /// Leaves its document.
@@ -230,17 +231,15 @@ public:
     }
 };
 
-/// Ends all receivers before the process ends: when objects with static storage are destroyed, the host may
-/// be gone already.
-struct EndOfProcess {
-    EndOfProcess() = default;
-    EndOfProcess(const EndOfProcess&) = delete;
-    EndOfProcess& operator=(const EndOfProcess&) = delete;
-    ~EndOfProcess() { DocumentClient::detachAll(); }
-};
+/// Lets all receivers end before the process does: when objects with static storage are destroyed, Zelvane
+/// and the host may be gone. What is registered last is called first, so this is done after Zelvane was
+/// loaded.
+inline void detachAllAtExit() {
+    static_cast<void>(std::atexit([] { DocumentClient::detachAll(); }));
+}
 
 inline std::shared_ptr<DocumentClient> DocumentClient::of(KzApDocument* document) {
-    static const EndOfProcess endOfProcess;
+    if (firstClient == nullptr) detachAllAtExit();
     for (DocumentClient* each = firstClient; each != nullptr; each = each->next_) {
         if (each->document_ == document && each->isAlive()) return each->shared_from_this();
     }
@@ -286,9 +285,10 @@ inline bool DocumentClient::isAttached() noexcept try {
     if (isLost_ && !now.isRegistered) return false;
     const bool hasTimers = !timers_.isEmpty();
     if (!attachBlocksFrom(0) || (hasTimers && !schedule())) return false;
-    if (isLost_) watches_.forEach([](WatchReceiver& watch) { watch.markUnread(0); }); // edited unnoticed
+    if (isLost_) watches_.forEach([](WatchReceiver& watch) { watch.markUnread(); }); // edited unnoticed
     isLost_ = false;
     generation_ = now;
+    detachAllAtExit();
     return true;
 } catch (const std::bad_alloc&) {
     return false;
@@ -489,9 +489,7 @@ inline void DocumentClient::endCommand(const KzApDocument* document) noexcept {
 /// next command it knows them.
 inline void DocumentClient::settle() noexcept try {
     if (settled_ == blocks_.size() || ++commandsSinceAttach_ < 2) return;
-    if (!attachBlocksFrom(settled_)) return;
-    watches_.forEach([this](WatchReceiver& watch) { watch.markUnread(settled_); });
-    settled_ = blocks_.size();
+    if (attachBlocksFrom(settled_)) settled_ = blocks_.size();
 } catch (const std::bad_alloc&) { // the next command tries again
 }
 

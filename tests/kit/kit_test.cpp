@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <memory>
 #include <random>
 #include <ranges>
@@ -381,6 +382,17 @@ TEST_F(Kit, WatchMayDestroyAllOthers) {
     idle();
     EXPECT_EQ(calls, 1);
 }
+
+#if GTEST_HAS_DEATH_TEST
+BlockWatch staticWatch;
+
+TEST_F(Kit, StaticWatchOutlivesHost) {
+    const auto attachAndExit = [this] {
+        std::exit(staticWatch.attachAll(document, log()) == Status::ok ? 0 : 1);
+    };
+    EXPECT_EXIT(attachAndExit(), testing::ExitedWithCode(0), "");
+}
+#endif
 
 TEST_F(Kit, TimersKeepTheirIntervals) {
     std::string fired;
