@@ -62,10 +62,13 @@ public:
     /// copy.
     using Function = std::function<void(const BlockChanges&)>;
 
+    /// Nothing is attached yet. A watch moves with what is attached; what the target had attached ends.
+    /// @{
     ZELVANE_OWN BlockWatch() = default;
     ZELVANE_OWN BlockWatch(BlockWatch&&) noexcept = default;
     ZELVANE_OWN BlockWatch& operator=(BlockWatch&&) noexcept = default;
     ZELVANE_OWN ~BlockWatch() = default;
+    /// @}
 
     /// Begins to watch. `blocks` is any range of ids. Ids that name no block of the document are skipped:
     /// `noSuchBlock`, and `unknownBlocks()` returns them; the others are watched. See `Status`.

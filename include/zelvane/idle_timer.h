@@ -86,10 +86,13 @@ public:
     /// copy.
     using Function = std::function<void()>;
 
+    /// Nothing is attached yet. A timer moves with what is attached; what the target had attached ends.
+    /// @{
     ZELVANE_OWN IdleTimer() = default;
     ZELVANE_OWN IdleTimer(IdleTimer&&) noexcept = default;
     ZELVANE_OWN IdleTimer& operator=(IdleTimer&&) noexcept = default;
     ZELVANE_OWN ~IdleTimer() = default;
+    /// @}
 
     /// Calls `function` at idle checks at which at least `interval` milliseconds have passed since it
     /// returned, at first since it was attached; 0: at every idle check. See `Status`.
