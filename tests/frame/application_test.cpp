@@ -99,15 +99,15 @@ TEST_F(Application, WithoutADocumentManagerItAnswersFromWhatItHas) {
 TEST_F(Application, AttachesToALateDocumentManager) {
     for (const bool isListing : {true, false}) {
         ASSERT_EQ(unload(), KzRx::done);
-        Headless::refuse(Headless::Facility::manager, true);
+        Headless::refuse(Headless::HostCall::manager, true);
         ASSERT_EQ(load(), KzRx::done);
         KzApDocument* const closed = Headless::openDocument(u"closed");
         KzApDocument* const document = Headless::openDocument(u"document");
         const KzDbObjectId block = Headless::makeBlock(document, u"A");
         ASSERT_EQ(watch(closed, {Headless::modelSpace(closed)}, TestClients::client(0)), 1);
         ASSERT_EQ(watch(document, {block}, TestClients::client(1)), 1);
-        Headless::refuse(Headless::Facility::manager, false);
-        Headless::refuse(Headless::Facility::iterator, !isListing);
+        Headless::refuse(Headless::HostCall::manager, false);
+        Headless::refuse(Headless::HostCall::documentIterator, !isListing);
         Headless::closeDocument(closed);
         kzdxBlockReferenceMonitorDetach(closed, TestClients::client(0));
         EXPECT_EQ(watch(document, {block}, TestClients::client(1)), 1);
@@ -115,7 +115,7 @@ TEST_F(Application, AttachesToALateDocumentManager) {
         ASSERT_TRUE(Headless::insert(Headless::modelSpace(document), block));
         Headless::idle();
         EXPECT_THAT(std::exchange(clients.calls, {}), testing::ElementsAre(1)) << isListing;
-        Headless::refuse(Headless::Facility::iterator, false);
+        Headless::refuse(Headless::HostCall::documentIterator, false);
         EXPECT_FALSE(hasRecord(closed));
     }
 }
