@@ -1,7 +1,6 @@
 #include "headless/faults.h"
 
 #include <bitset>
-#include <optional>
 
 namespace Headless {
 
@@ -12,20 +11,17 @@ std::optional<HostCall> countedKind; // nothing: every kind
 Orvo::ErrorStatus failure = Orvo::heldOpenForWrite;
 std::bitset<hostCallKinds> refused;
 
-void fail(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan span, Orvo::ErrorStatus status) {
+} // namespace
+
+void failHostCall(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan span,
+                  Orvo::ErrorStatus status) {
     countdown.begin(callNumber, span);
     countedKind = kind;
     failure = status;
 }
 
-} // namespace
-
 void failHostCall(std::size_t callNumber, FaultSpan span, Orvo::ErrorStatus status) {
-    fail(std::nullopt, callNumber, span, status);
-}
-
-void failHostCall(HostCall kind, std::size_t callNumber, FaultSpan span, Orvo::ErrorStatus status) {
-    fail(kind, callNumber, span, status);
+    failHostCall(std::nullopt, callNumber, span, status);
 }
 
 std::size_t endFaults() {

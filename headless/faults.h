@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 /// Makes host calls fail on demand, for tests of what a module does then.
 namespace Headless {
@@ -93,8 +94,8 @@ private:
 /// "headless/edits.h", neither counts nor fails.
 HEADLESS_API void failHostCall(std::size_t callNumber, FaultSpan span,
                                Orvo::ErrorStatus status = Orvo::heldOpenForWrite);
-/// The same, counting calls of one kind only; all others succeed.
-HEADLESS_API void failHostCall(HostCall kind, std::size_t callNumber, FaultSpan span,
+/// The same, counting calls of one kind only; all others succeed. Without a kind all count.
+HEADLESS_API void failHostCall(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan span,
                                Orvo::ErrorStatus status = Orvo::heldOpenForWrite);
 /// Ends `failHostCall`. Returns how many calls have failed because of it.
 HEADLESS_API std::size_t endFaults();

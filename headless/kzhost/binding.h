@@ -26,8 +26,8 @@ class Call;
 
 /// A function or a computed field that scripts reach; api.lua describes it under the same name.
 struct Function {
-    const char* name;             ///< "host.open", "document:block"; of a field "document.name"
-    int (*run)(const Call& call); ///< returns how many results it has pushed
+    const char* name = "";                  ///< "host.open", "document:block"; of a field "document.name"
+    int (*run)(const Call& call) = nullptr; ///< returns how many results it has pushed
     const char* traced = ""; ///< of an export: what a trace calls its arguments and, after "->", its results
 };
 

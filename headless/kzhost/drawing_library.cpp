@@ -48,6 +48,7 @@ struct Argument<std::vector<AttributeText>> {
                                                              Argument<std::u16string>::read(call, value)};
         });
         std::vector<AttributeText> attributes;
+        attributes.reserve(byTag.size());
         for (auto& [tag, attribute] : byTag) attributes.push_back(std::move(attribute));
         return attributes;
     }

@@ -84,6 +84,7 @@ struct Argument<std::vector<std::u16string>> {
 /// Ids go back as integers.
 static int push(const Call& call, const KzDbObjectIdArray& ids) {
     std::vector<std::uint64_t> numbers;
+    numbers.reserve(static_cast<std::size_t>(ids.length()));
     for (const KzDbObjectId id : ids) numbers.push_back(id.value());
     return push(call, numbers);
 }
@@ -128,7 +129,7 @@ std::int32_t docTimerAttach(const Call& call, DocumentOrNull document, const Cli
     return result;
 }
 
-std::int32_t monitorAttach(const Call& call, DocumentOrNull document, std::optional<Ids> ids,
+std::int32_t monitorAttach(const Call& call, DocumentOrNull document, const std::optional<Ids>& ids,
                            const ClientOrNull& client) {
     if (client.has_value()) client->keep({moduleOf(call), document, ClientUse::Purpose::monitor});
     return callExport<decltype(kzdxBlockReferenceMonitorAttach)>(
@@ -145,7 +146,8 @@ std::int32_t updateBlockGraph(const Call& call, DocumentOrNull document, Flag fo
 }
 
 /// Both table queries. The array goes in as it is, to show that what it contains stays.
-std::tuple<std::int32_t, Ids> tableQuery(const Call& call, DocumentOrNull document, std::optional<Ids> ids) {
+std::tuple<std::int32_t, Ids> tableQuery(const Call& call, DocumentOrNull document,
+                                         const std::optional<Ids>& ids) {
     Ids found = ids.value_or(Ids());
     const std::int32_t result = callExport<decltype(kzdxGetKzDbTableIds)>(call, document, &found);
     return {result, found};

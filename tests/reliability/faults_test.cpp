@@ -218,11 +218,7 @@ private:
         const Drawings drawings;
         if (stage == Stage::leaving) work(drawings);
         std::optional<KzDxUpdateCheck::Pause> pause(std::in_place);
-        if (kind) {
-            failHostCall(*kind, number, span);
-        } else {
-            failHostCall(number, span);
-        }
+        failHostCall(kind, number, span);
         if (stage == Stage::leaving) {
             leave(drawings);
         } else {
