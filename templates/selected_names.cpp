@@ -12,9 +12,14 @@ namespace {
 // Names, borrowed until all are known: a list of a million strings is then made in one go.
 using BorrowedNames = std::vector<std::u16string_view>;
 
+// A name that comes several times in a row is kept once: a million nameless blocks take no memory here.
+void add(std::u16string_view name, BorrowedNames& to) {
+    if (to.empty() || to.back() != name) to.push_back(name);
+}
+
 void addSelected(const KzDxAttributeTable& attributes, BorrowedNames& to) {
     for (std::size_t i = 0; i < attributes.size(); ++i) {
-        if (attributes.entry(i).flag != 0) to.push_back(attributes.name(i));
+        if (attributes.entry(i).flag != 0) add(attributes.name(i), to);
     }
 }
 
@@ -46,7 +51,7 @@ void kzdxGiveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string
     for (const auto& block : eattMain.blocks) {
         if (!block || block->blockFlag == 0) continue;
         if (block.use_count() > 1 && !seen.insert(block.get()).second) continue;
-        blockNames.emplace_back(block->blockName);
+        add(block->blockName, blockNames);
         addSelected(block->attributes, attributeNames);
     }
     appendUnique(blockNames, blocks);

@@ -11,7 +11,7 @@
 [[nodiscard]] std::vector<std::size_t> kzdxRepeatedNames(std::size_t count, const auto& nameAt) {
     struct Row {
         std::u16string_view name;
-        std::size_t position;
+        std::size_t position = 0;
         auto operator<=>(const Row&) const = default;
     };
     std::vector<std::size_t> repeated;

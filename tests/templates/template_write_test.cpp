@@ -42,10 +42,11 @@ CEattMain randomTemplate(unsigned seed) {
             continue;
         }
         result.blocks.push_back(block(randomName(random), static_cast<std::int32_t>(random())));
-        for (auto i = random() % 12; i > 0; --i)
-            result.blocks.back()->attributes.append(randomName(random),
-                                                    static_cast<std::int32_t>(random() % 3));
-        result.blocks.back()->attributes.removeRepeated();
+        KzDxAttributeTable& attributes = result.blocks.back()->attributes;
+        for (auto i = random() % 12; i > 0; --i) {
+            attributes.append(randomName(random), static_cast<std::int32_t>(random() % 3));
+        }
+        attributes.removeRepeated();
     }
     return result;
 }

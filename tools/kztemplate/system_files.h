@@ -15,7 +15,7 @@
 [[nodiscard]] std::error_code writeStandardOutput(std::span<const std::byte> bytes);
 
 /// Gives a file this content, whole or not at all: a new file in the same folder takes its name. One that was
-/// there keeps its permissions, and is left alone when it may not be written; a symbolic link is followed, also
-/// to a file that is not there yet.
+/// there keeps its permissions, and is left alone when it may not be written; a symbolic link is followed,
+/// also to a file that is not there yet.
 [[nodiscard]] std::error_code replaceFile(const std::filesystem::path& file,
                                           std::span<const std::byte> bytes);
