@@ -389,15 +389,15 @@ void DocumentClient::callEach(std::size_t slot, Call call) noexcept {
     for (DocumentClient* each = firstClient; each != nullptr; each = each->next_) {
         each->isDue_ = each->slot_ == slot;
     }
+    const auto callOne = [&](DocumentClient& client) {
+        const auto keptAlive = client.shared_from_this(); // until the call has returned, and no longer
+        call(client);
+    };
     DocumentClient* client = firstClient;
     while (client != nullptr) {
-        if (std::exchange(client->isDue_, false)) {
-            const auto keptAlive = client->shared_from_this();
-            call(*client);
-            client = firstClient;
-        } else {
-            client = client->next_;
-        }
+        const bool isDue = std::exchange(client->isDue_, false);
+        if (isDue) callOne(*client);
+        client = isDue ? firstClient : client->next_;
     }
 }
 

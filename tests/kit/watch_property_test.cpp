@@ -169,6 +169,15 @@ protected:
             ASSERT_EQ(crowd.attach(drawing.document, further, neverMeant), Status::ok);
         }
 
+        // Called before the other watch, which then reads what it can.
+        BlockWatch saboteur;
+        bool isFailing = false;
+        const auto failNext = [&](const BlockChanges&) {
+            const HostCall call = readings[drawing.below(readings.size())];
+            if (isFailing) failHostCall(call, 1 + drawing.below(8), FaultSpan::once);
+        };
+        ASSERT_EQ(saboteur.attach(drawing.document, drawing.blocks, failNext), Status::ok);
+
         Believer believer;
         BlockWatch watch;
         const auto hear = [&](const BlockChanges& changes) { believer.hear(changes); };
@@ -189,12 +198,10 @@ protected:
             isCalled = {};
             believer.named.clear();
             believer.isExact = true;
-            if (round % 4 == 1) {
-                failHostCall(readings[drawing.below(readings.size())], 1 + drawing.below(8), FaultSpan::once);
-            }
+            isFailing = round % 4 == 1;
             idle();
-            const bool hasFailed = endFaults() != 0;
-            if (!hasFailed) checkNames(drawing, believer);
+            endFaults();
+            checkNames(drawing, believer);
             drawing.letAllGo();
             touch(modelSpace(drawing.document)); // Zelvane reads all lists again
             idle();
@@ -208,6 +215,7 @@ protected:
             zelvane.kzdxBlockReferenceMonitorDetach(drawing.document, each);
         }
         watch.detach();
+        saboteur.detach();
         crowd.detach();
         ASSERT_EQ(reactorCountOf(drawing.document), 0U);
         closeDocument(drawing.document);
