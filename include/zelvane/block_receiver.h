@@ -207,8 +207,7 @@ private:
 
     static void makeUnique(std::vector<KzDbObjectId>& ids) {
         std::ranges::sort(ids);
-        const auto duplicates = std::ranges::unique(ids);
-        ids.erase(duplicates.begin(), duplicates.end());
+        ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
     }
 
     [[nodiscard]] Block readBlock(KzDbObjectId id, Purpose purpose) {

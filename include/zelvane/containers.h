@@ -134,8 +134,7 @@ private:
         if (placements != nullptr) {
             containers_.append(*placements, entry->second);
             std::ranges::sort(entry->second);
-            const auto duplicates = std::ranges::unique(entry->second);
-            entry->second.erase(duplicates.begin(), duplicates.end());
+            entry->second.erase(std::unique(entry->second.begin(), entry->second.end()), entry->second.end());
         }
         return entry->second;
     }
