@@ -251,8 +251,8 @@ private:
     /// All that allocates comes first.
     [[nodiscard]] Status addAll(std::vector<Block> added) {
         if (added.empty()) return Status::ok;
-        std::vector<KzDbObjectId> ids;
-        for (const Block& each : added) ids.push_back(each.id);
+        std::vector<KzDbObjectId> ids(added.size());
+        std::ranges::transform(added, ids.begin(), &Block::id);
         const std::size_t size = blocks_.size() + added.size();
         // Exact for many blocks at once, and still linear when blocks are added one by one.
         if (size > blocks_.capacity()) blocks_.reserve(std::max(size, blocks_.size() * 3 / 2));

@@ -155,12 +155,12 @@ protected:
     ~WatchProperty() override { reset(); }
 
     /// `others`: so many blocks are watched beside, and have the lower numbers of the code.
-    static void reportsWhatChanged(unsigned seed, int others) {
+    static void reportsWhatChanged(unsigned seed, std::size_t others) {
         RandomEdits drawing(seed);
         BlockWatch crowd;
-        std::vector<KzDbObjectId> further;
-        for (int at = 0; at < others; ++at) {
-            further.push_back(makeBlock(drawing.document, u"C" + Zelvane::utf16(std::to_string(at))));
+        std::vector<KzDbObjectId> further(others);
+        for (std::size_t at = 0; at < others; ++at) {
+            further[at] = makeBlock(drawing.document, u"C" + Zelvane::utf16(std::to_string(at)));
         }
         const auto neverMeant = [](const BlockChanges& changes) {
             EXPECT_TRUE(changes.isEmpty() && !changes.isExact()) << "none of these changed";
