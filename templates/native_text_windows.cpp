@@ -11,8 +11,8 @@ namespace {
 // were written by other programs. 0 where the system's locale has none.
 UINT systemCodePage() {
     DWORD page = 0;
-    GetLocaleInfoEx(LOCALE_NAME_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
-                    reinterpret_cast<LPWSTR>(&page), sizeof page / sizeof(WCHAR));
+    GetLocaleInfoW(LOCALE_SYSTEM_DEFAULT, LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                   reinterpret_cast<LPWSTR>(&page), sizeof page / sizeof(WCHAR));
     return page == 0 ? CP_ACP : page;
 }
 
