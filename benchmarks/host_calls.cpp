@@ -1,10 +1,13 @@
 #include "benchmarks/host_calls.h"
 
 #include "benchmarks/measuring.h"
+#include "core/block_table_walk.h"
+#include "core/opened.h"
 #include "headless/inspection.h"
 
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 #include <utility>
 
 namespace Bench {
@@ -13,55 +16,14 @@ namespace {
 
 using KzDb::OpenMode;
 
-/// Null when it cannot be opened.
-template <class T>
-T* opened(KzDbObjectId id, OpenMode mode, bool openErased) {
-    KzDbObject* object = nullptr;
-    kzdbOpenKzDbObject(object, id, mode, T::desc(), openErased);
-    return static_cast<T*>(object);
-}
-
-/// An object without an id would have to be deleted instead, so each client has to ask.
-void close(KzDbObject* object) {
-    require(!object->objectId().isNull(), "an opened object is in the drawing");
-    object->close();
-}
-
-void forEachRecord(KzDbObjectId tableId, auto visit) {
-    auto* const table = opened<KzDbBlockTable>(tableId, OpenMode::forRead, false);
-    KzDbBlockTableIterator* made = nullptr;
-    table->newIterator(made, true, true);
-    const std::unique_ptr<KzDbBlockTableIterator> records(made);
-    for (records->start(true, true); !records->done(); records->step(true, true)) {
-        KzDbObjectId id;
-        records->getRecordId(id);
-        visit(id);
-    }
-    close(table);
-}
-
-void readReference(KzDbObjectId id) {
-    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forRead, true);
-    static_cast<void>(reference->ownerId());
-    close(reference);
-}
-
-bool isUsable(KzDbObjectId id) {
-    return id.isValid() && !id.isErased() && !id.isEffectivelyErased();
-}
-
 template <class T>
 void registerReactor(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    if (!isUsable(id)) return;
-    auto* const object = opened<T>(id, OpenMode::forNotify, true);
-    object->addReactor(reactor);
-    close(object);
+    if (!id.isValid() || id.isErased() || id.isEffectivelyErased()) return;
+    KzDxOpened<T>(id, OpenMode::forNotify, true)->addReactor(reactor);
 }
 
 void unregisterReactor(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    auto* const object = opened<KzDbObject>(id, OpenMode::forNotify, true);
-    object->removeReactor(reactor);
-    close(object);
+    KzDxOpened<KzDbObject>(id, OpenMode::forNotify, true)->removeReactor(reactor);
 }
 
 void forEachAttribute(const KzDbBlockReference& reference, auto visit) {
@@ -72,18 +34,16 @@ void forEachAttribute(const KzDbBlockReference& reference, auto visit) {
 }
 
 void registerWithReference(KzDbObjectId id, KzDbObjectReactor* reactor, bool asksOwner) {
-    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forNotify, true);
+    const KzDxOpened<KzDbBlockReference> reference(id, OpenMode::forNotify, true);
     if (asksOwner) static_cast<void>(reference->ownerId());
     reference->addReactor(reactor);
-    forEachAttribute(*reference, [&](KzDbObjectId it) { registerReactor<KzDbAttribute>(it, reactor); });
-    close(reference);
+    forEachAttribute(*reference.get(), [&](KzDbObjectId it) { registerReactor<KzDbAttribute>(it, reactor); });
 }
 
 void unregisterFromReference(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    unregisterReactor(id, reactor);
-    auto* const reference = opened<KzDbBlockReference>(id, OpenMode::forRead, true);
-    forEachAttribute(*reference, [&](KzDbObjectId it) { unregisterReactor(it, reactor); });
-    close(reference);
+    const KzDxOpened<KzDbBlockReference> reference(id, OpenMode::forNotify, true);
+    reference->removeReactor(reactor);
+    forEachAttribute(*reference.get(), [&](KzDbObjectId it) { unregisterReactor(it, reactor); });
 }
 
 } // namespace
@@ -108,7 +68,12 @@ HostCalls::HostCalls(std::shared_ptr<const OpenDocument> document)
 }
 
 void HostCalls::readDrawing() {
-    readTable();
+    kzdxForEachRecordId(document_->drawing(), [](KzDbObjectId id) {
+        const KzDxOpened<KzDbBlockTableRecord> record(id);
+        static_cast<void>(record->isLayout());
+        static_cast<void>(record->isAnonymous());
+        return true;
+    });
     for (const Block& block : blocks_) readBlock(block);
 }
 
@@ -116,24 +81,14 @@ void HostCalls::readBlock(KzDbObjectId record) {
     readBlock(*std::ranges::lower_bound(blocks_, record, {}, &Block::record));
 }
 
-void HostCalls::readTable() const {
-    forEachRecord(table_, [](KzDbObjectId id) {
-        auto* const record = opened<KzDbBlockTableRecord>(id, OpenMode::forRead, false);
-        static_cast<void>(record->isLayout());
-        static_cast<void>(record->isAnonymous());
-        close(record);
-    });
-}
-
 void HostCalls::walkTable() const {
-    forEachRecord(table_, [](KzDbObjectId) {});
+    kzdxForEachRecordId(document_->drawing(), [](KzDbObjectId) { return true; });
 }
 
 void HostCalls::askForReferences(KzDbObjectId id) {
-    auto* const record = opened<KzDbBlockTableRecord>(id, OpenMode::forRead, false);
+    const KzDxOpened<KzDbBlockTableRecord> record(id);
     record->getBlockReferenceIds(references_, true, true);
     record->getErasedBlockReferenceIds(references_);
-    close(record);
 }
 
 void HostCalls::readBlock(const Block& block) {
@@ -144,23 +99,20 @@ void HostCalls::readBlock(const Block& block) {
         static_cast<void>(container.isValid());
         static_cast<void>(container.database());
     }
-    for (const KzDbObjectId reference : references_) readReference(reference);
+    for (const KzDbObjectId reference : references_) {
+        static_cast<void>(KzDxOpened<KzDbBlockReference>(reference, OpenMode::forRead, true)->ownerId());
+    }
 }
 
-void HostCalls::rememberReferences() {
+void HostCalls::listReferences(bool remembers) {
     references_.clear();
     for (const Block& block : blocks_) askForReferences(block.record);
-    copy_.assign(references_.begin(), references_.end());
-}
-
-void HostCalls::listReferences() {
-    references_.clear();
-    for (const Block& block : blocks_) askForReferences(block.record);
+    if (remembers) copy_.assign(references_.begin(), references_.end());
     require(std::ranges::equal(references_, copy_), "the lists of references are as before");
 }
 
 void HostCalls::registerReactors(bool asksOwners) {
-    auto* const table = opened<KzDbBlockTable>(table_, OpenMode::forNotify, false);
+    const KzDxOpened<KzDbBlockTable> table(table_, OpenMode::forNotify);
     table->addReactor(&tableReactor_);
     for (const Block& block : blocks_) {
         for (const KzDbObjectId reference : block.references) {
@@ -168,7 +120,6 @@ void HostCalls::registerReactors(bool asksOwners) {
         }
         registerReactor<KzDbBlockTableRecord>(block.record, block.reactor.get());
     }
-    close(table);
 }
 
 void HostCalls::unregisterReactors() {
@@ -182,9 +133,8 @@ void HostCalls::unregisterReactors() {
 }
 
 std::size_t HostCalls::placements() const {
-    std::size_t result = 0;
-    for (const Block& block : blocks_) result += block.containers.size();
-    return result;
+    const auto count = [](std::size_t sum, const Block& block) { return sum + block.containers.size(); };
+    return std::accumulate(blocks_.begin(), blocks_.end(), std::size_t{0}, count);
 }
 
 } // namespace Bench

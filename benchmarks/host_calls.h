@@ -26,13 +26,11 @@ public:
     /// Walks over the ids of the block table, and opens nothing else.
     void walkTable() const;
 
-    /// Asks every record for its references, into one array, and compares that with a copy.
-    void listReferences();
-    /// Makes the copy.
-    void rememberReferences();
+    /// Asks every record for its references, into one array, and compares that with a copy, which is made
+    /// before if `remembers`.
+    void listReferences(bool remembers = false);
 
-    /// Registers reactors with all that a graph watches: the block table and, with one reactor for each
-    /// block, its references, their attributes and its record.
+    /// Registers with the block table and, one reactor for each block, with all that a node watches.
     void registerReactors(bool asksOwners);
     void unregisterReactors();
 
@@ -51,7 +49,6 @@ public:
 private:
     void askForReferences(KzDbObjectId id);
     void readBlock(const Block& block);
-    void readTable() const;
 
     std::shared_ptr<const OpenDocument> document_;
     KzDbObjectId table_;

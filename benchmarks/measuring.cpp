@@ -1,5 +1,6 @@
 #include "benchmarks/measuring.h"
 
+#include <malloc.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -67,6 +68,11 @@ std::vector<Sample> measure(Comparison (*prepare)(std::size_t size), std::size_t
     waitpid(process, nullptr, 0);
     require(samples.size() == static_cast<std::size_t>(repetitions), "every repetition is measured");
     return samples;
+}
+
+double allocatedBytes() {
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<double>(info.uordblks) + static_cast<double>(info.hblkhd);
 }
 
 } // namespace Bench

@@ -61,6 +61,9 @@ struct Sample {
 [[nodiscard]] std::vector<Sample> measure(Comparison (*prepare)(std::size_t size), std::size_t size,
                                           int repetitions);
 
+/// All that the process has allocated, with the allocator's own share.
+[[nodiscard]] double allocatedBytes();
+
 struct Statistics {
     double median;
     double mean;

@@ -8,8 +8,6 @@
 #include "headless/session.h"
 #include "zelvane/zelvane.h"
 
-#include <malloc.h>
-
 #include <array>
 #include <memory>
 #include <string>
@@ -135,7 +133,7 @@ Comparison editOverFloor(std::size_t references) {
             },
         .baseline =
             [=] {
-                host->rememberReferences();
+                host->listReferences(true);
                 return secondsOf([&] { host->listReferences(); });
             },
     };
@@ -213,12 +211,6 @@ Comparison enhancedOverPlain(std::size_t references) {
         .measured = [=] { return secondsToUpdate(*enhanced); },
         .baseline = [=] { return secondsToUpdate(*plain); },
     };
-}
-
-/// All that the process has allocated, with the allocator's own share.
-double allocatedBytes() {
-    const struct mallinfo2 info = mallinfo2();
-    return static_cast<double>(info.uordblks) + static_cast<double>(info.hblkhd);
 }
 
 /// Bytes, instead of seconds, of an enabled graph. The host keeps a single reactor of an object inside the
