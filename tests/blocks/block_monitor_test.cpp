@@ -57,13 +57,6 @@ protected:
     const KzDbObjectId door = makeBlock(u"DOOR");
 };
 
-// Only the block table tells of it: nobody is registered on the record yet.
-TEST_F(BlockMonitor, AReferenceInsideANewRecordIsNoticed) {
-    attach(door, 0);
-    ASSERT_TRUE(Headless::insert(makeBlock(u"NEW"), door));
-    EXPECT_THAT(callsOfIdle(), ElementsAre(0));
-}
-
 TEST_F(BlockMonitor, OnlyTheAttachThatBeginsTheWatchingDropsWhatWasEditedBefore) {
     const KzDbObjectId reference = Headless::insert(space, door);
     attach(door, 0);
@@ -89,45 +82,6 @@ TEST_F(BlockMonitor, WhatACallbackEditsItselfIsNotReported) {
     EXPECT_THAT(callsOfForcedUpdate(), IsEmpty());
     clients.onCall[0] = [&] { EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1); };
     EXPECT_THAT(callsAfterTouching(reference), ElementsAre(0)) << "an update inside finds nothing new";
-}
-
-TEST_F(BlockMonitor, AfterAMoveTheNewContainerCountsInsteadOfTheOldOne) {
-    const KzDbObjectId inside = Headless::insert(frame, door);
-    const KzDbObjectId frameInSpace = Headless::insert(space, frame);
-    const KzDbObjectId deskInSpace = Headless::insert(space, desk);
-    attach(frame, 0);
-    attach(desk, 1);
-    attach(door, 2);
-    EXPECT_THAT(callsAfterTouching(frameInSpace), ElementsAre(0, 2));
-    EXPECT_THAT(callsAfterTouching(deskInSpace), ElementsAre(1));
-    ASSERT_TRUE(Headless::move(inside, desk));
-    EXPECT_THAT(callsOfIdle(), ElementsAre(2));
-    EXPECT_THAT(callsAfterTouching(frameInSpace), ElementsAre(0));
-    EXPECT_THAT(callsAfterTouching(deskInSpace), ElementsAre(1, 2));
-}
-
-// Without watching, only the containers themselves show that references have moved.
-TEST_F(BlockMonitor, AContainerThatAppearsOrVanishesIsAChange) {
-    const KzDbObjectId first = Headless::insert(frame, door);
-    const KzDbObjectId second = Headless::insert(frame, door);
-    const auto isChangeWhen = [&](const std::function<void()>& edit) {
-        edit();
-        EXPECT_EQ(graph().scanBlockTable(), Orvo::ok);
-        const bool isChanged = graph().node(door)->hasChanges();
-        EXPECT_EQ(graph().hasChanges(), isChanged);
-        graph().setHasChanges(false);
-        return isChanged;
-    };
-    EXPECT_FALSE(isChangeWhen([] {}));
-    EXPECT_TRUE(isChangeWhen([&] { EXPECT_TRUE(Headless::move(first, desk)); })) << "one more";
-    EXPECT_TRUE(isChangeWhen([&] { EXPECT_TRUE(Headless::move(second, desk)); })) << "one less";
-    EXPECT_TRUE(isChangeWhen([&] {
-        for (const KzDbObjectId each : {first, second}) {
-            EXPECT_TRUE(Headless::move(each, frame));
-        }
-    })) << "as many as before, but others";
-    EXPECT_TRUE(isChangeWhen([&] { EXPECT_TRUE(Headless::insert(desk, door)); })) << "one more";
-    EXPECT_FALSE(isChangeWhen([&] { EXPECT_TRUE(Headless::move(first, desk)); })) << "the same two";
 }
 
 // A copy that is gone again when the drawing is read.
@@ -156,23 +110,6 @@ TEST_F(BlockMonitor, AttributesThatDoNotShowAreNotWatched) {
     EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(live, u"ERASED")), 0U);
     EXPECT_EQ(Headless::reactorCount(erased), 1U);
     EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(erased, u"TAG")), 0U);
-}
-
-TEST_F(BlockMonitor, RepresentationsAreWatchedAndRecognised) {
-    ASSERT_TRUE(Headless::enhance(door));
-    const KzDbObjectId representation = Headless::represent(door);
-    const KzDbObjectId reference = Headless::insert(space, representation);
-    attach(door, 0);
-    ASSERT_TRUE(Headless::goodbye(reference));
-    EXPECT_THAT(callsAfterTouching(representation), ElementsAre(0)) << "its record alone tells of it";
-
-    const KzDbObjectId later = Headless::represent(door);
-    const KzDbObjectId held = Headless::insert(space, later);
-    ASSERT_TRUE(Headless::insert(space, later));
-    ASSERT_TRUE(Headless::holdOpen(held));
-    EXPECT_THAT(callsOfIdle(), ElementsAre(0));
-    EXPECT_EQ(graph().node(later), graph().node(door)) << "the second reference leads to the block";
-    ASSERT_TRUE(Headless::letGo(held));
 }
 
 // A reference shows which block its record represents; any edit may change that, and some are not heard.
@@ -245,22 +182,6 @@ TEST_F(BlockMonitor, EveryReadingLetsGoWhatCouldNotLeaveBefore) {
     graph().reset();
     EXPECT_EQ(Headless::endFaults(), 0U) << "what was left is not left again";
     EXPECT_FALSE(KzDxDeferredDeletion::hasPending()) << "only what cannot leave waits";
-}
-
-TEST_F(BlockMonitor, AReferenceThatIsGoneWhileHeldIsLeftLater) {
-    ASSERT_TRUE(Headless::enhance(desk));
-    const KzDbObjectId representation = Headless::represent(desk);
-    const KzDbObjectId going = Headless::insert(space, representation);
-    const KzDbObjectId staying = Headless::insert(space, desk);
-    attach(desk, 0);
-    ASSERT_TRUE(Headless::holdOpen(going));
-    ASSERT_TRUE(Headless::erase(representation)); // its references are the desk's no more
-    kzdxUpdateBlockGraph(document, false, false);
-    ASSERT_TRUE(Headless::letGo(going));
-    EXPECT_EQ(Headless::reactorCount(going), 1U);
-    ASSERT_TRUE(Headless::touch(staying));
-    kzdxUpdateBlockGraph(document, false, false);
-    EXPECT_EQ(Headless::reactorCount(going), 0U);
 }
 
 TEST_F(BlockMonitor, NodesReadOnRequest) {
@@ -387,30 +308,6 @@ TEST_F(BlockMonitor, TheClientsOfAGraphAreThoseOfItsNodes) {
     EXPECT_EQ(graph().getClients(found), Orvo::ok);
     EXPECT_THAT(std::vector(found.begin(), found.end()),
                 ElementsAre(TestClients::client(0), TestClients::client(1)));
-}
-
-// What adding a block to the graph leaves to the node: its registrations and its further keys.
-TEST_F(BlockMonitor, ANodeIsMadeReadyByItself) {
-    KzDxBlocks& blocks = graph();
-    const KzDbObjectId made = makeBlock(u"ENHANCED");
-    ASSERT_TRUE(Headless::enhance(made));
-    const KzDbObjectId representation = Headless::represent(made);
-    const KzDbObjectId reference = Headless::insert(space, representation, {{u"TAG", u"1"}});
-    const KzDxOpened<KzDbBlockTableRecord> record(made);
-    for (const bool isFollowing : {false, true}) {
-        ASSERT_EQ(blocks.setEnabled(isFollowing), Orvo::ok);
-        KzDxBlock* node = nullptr;
-        ASSERT_EQ(KzDxBlock::create(node, &blocks, record.get()), Orvo::ok);
-        ASSERT_EQ(node->refresh(), Orvo::ok);
-        EXPECT_EQ(node->isEnabled(), isFollowing);
-        EXPECT_EQ(blocks.node(representation), node);
-        for (const KzDbObjectId each :
-             {made, representation, reference, Headless::attributeOf(reference, u"TAG")})
-            EXPECT_EQ(Headless::reactorCount(each), isFollowing ? 1U : 0U);
-        blocks.forgetNode(*node);
-        KzDxDeferredDeletion::deleteWhenUnregistered(node);
-    }
-    blocks.setEnabled(false);
 }
 
 } // namespace

@@ -46,19 +46,6 @@ TEST_F(GraphProperty, UpdatesEqualReadingEverything) {
     }
 }
 
-TEST_F(GraphProperty, NothingIsCalledWithoutAnEdit) {
-    RandomDrawing drawing(7);
-    ASSERT_EQ(watch(drawing.document, Headless::records(drawing.document), TestClients::client(0)), 1);
-    for (int round = 0; round < 5; ++round) {
-        kzdxUpdateBlockGraph(drawing.document, true, true);
-        EXPECT_THAT(clients.takeCalls(), testing::IsEmpty());
-        drawing.edit(10);
-        drawing.letGo();
-        kzdxUpdateBlockGraph(drawing.document, true, true);
-        clients.takeCalls();
-    }
-}
-
 // What could not be left when the watching ended is watched like anything else when it begins again.
 TEST_F(GraphProperty, WhatWasHeldWhenTheWatchingEndedIsWatchedAgain) {
     KzApDocument* const document = Headless::openDocument(u"document");

@@ -59,7 +59,7 @@ prints(watching .. 'host.unload(zelvane) first:touch() host.idle() assert(host.u
 prints(watching .. 'host.unload(watch) first:touch() host.idle() assert(host.unload(zelvane) == 0)', "watching 2 blocks")
 prints(watching .. 'house:close() host.idle() assert(host.unload(watch) == 0)', "watching 2 blocks")
 prints(watching .. [[
-  host.unload(zelvane) zelvane = host.load() host.idle() first:set("NUMBER", "2") host.idle()
+  host.unload(zelvane) host.idle() zelvane = host.load() host.idle() first:set("NUMBER", "2") host.idle()
   host.unload(watch) watch = assert(host.load(arg[1])) first:touch() host.idle()
 ]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> Door: in Room, NUMBER=2", "watching 2 blocks",
   "edited, and all texts are the same")

@@ -219,7 +219,10 @@ TEST_F(Kit, ReloadedZelvaneGoesOnCalling) {
     EXPECT_EQ(fired, 0);
     insert(space, room);
     for (int time = 0; time < 2; ++time) {
-        load(); // the second time without an idle check since Zelvane was unloaded
+#ifdef _WIN32
+        idle(); // there, unloading is noticed only if a command ends before the next load
+#endif
+        load(); // elsewhere the second time without an idle check since Zelvane was unloaded
         idle();
         insert(space, door);
         if (time == 0) {

@@ -60,28 +60,3 @@ do
   check.equal(host.messages()[1].style, 16)
   expectNothing("after a failed load")
 end
-
--- The host refuses this and that; unloading leaves nothing all the same.
-for _, what in ipairs({"filter", "manager", "iterator", "window"}) do
-  local module = assert(host.load())
-  module.kzdxDocTimerAttach(drawing, host.client(function() end), 0, 1)
-  host.refuse(what, true)
-  module.kzdxUpdateBlockGraph(drawing, true, true)
-  module.kzdxDocTimerAttach(host.open("more"), host.client(function() end), 0, 1)
-  host.idle()
-  check.equal(host.unload(module), 0)
-  host.refuse(what, false)
-  expectNothing("after refusing the " .. what)
-end
-
--- From inside a callback, in the middle of several, and at once again.
-do
-  local module = assert(host.load())
-  local log = check.log()
-  local clients = log:clients(3, {[2] = function() host.unload(module) end})
-  for _, client in ipairs(clients) do module.kzdxDocTimerAttach(drawing, client, 0, 1) end
-  host.current(drawing)
-  host.idle()
-  check.equal(log:take(), {1, 2}, "calls up to the unloading")
-  expectNothing("after unloading from inside")
-end

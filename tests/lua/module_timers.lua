@@ -47,22 +47,6 @@ do
   check.equal(callsOfIdle(), {})
 end
 
--- The tick count wraps around in the middle of an interval.
-do
-  host.ticks(2 ^ 32 // 1 - 50 | 0)
-  local document = host.open("wrap")
-  local client = log:client("wrap")
-  attach(client, 100, document)
-  host.advance(99)
-  check.equal(host.ticks(), 49)
-  check.equal(callsOfIdle(), {})
-  host.advance(1)
-  check.equal(callsOfIdle(), {"wrap"})
-  document:close()
-  host.advance(1000)
-  check.equal(callsOfIdle(), {}, "a closed document")
-end
-
 -- The first interval is taken as it stands: 2^32-1 is never reached by a day or two.
 do
   local document = host.open("long")
@@ -143,24 +127,6 @@ do
   check.equal({host.pump()}, {1, 0}, "other numbers pass")
   check.equal(log:take(), {})
   detach(client)
-end
-
--- A filter that the host refused is registered by the next switching on.
-do
-  host.unload(module)
-  module = assert(host.load())
-  local client = log:client("refused")
-  host.refuse("filter", true)
-  attach(client)
-  check.equal(host.filters(), 0)
-  check.equal(callsOfIdle(), {}, "without a filter")
-  host.refuse("filter", false)
-  detach(client)
-  attach(client)
-  check.equal(host.filters(), 1)
-  check.equal(callsOfIdle(), {"refused"})
-  detach(client)
-  check.equal(host.filters(), 1, "stays until the last timer goes")
 end
 
 -- Bad arguments.

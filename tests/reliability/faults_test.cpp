@@ -91,78 +91,32 @@ struct Drawings {
     }
     /// Beyond the last object that a test makes.
     [[nodiscard]] KzDbObjectId end() const { return KzDbObjectId(first.value() + 150); }
-    [[nodiscard]] std::vector<KzDbObjectId> objects() const {
-        std::vector<KzDbObjectId> all;
-        for (std::uint64_t id = first.value(); id < end().value(); ++id) all.emplace_back(id);
-        return all;
-    }
 
     /// In both drawings together.
     [[nodiscard]] std::size_t openCount() const { return openCountOf(main) + openCountOf(other); }
     [[nodiscard]] std::size_t reactorCount() const { return reactorCountOf(main) + reactorCountOf(other); }
 };
 
-/// What the module knows of the drawings and where it is registered. Ids count from the first object, which
-/// makes drawings comparable that were made alike.
-struct Picture {
-    using Filing = std::map<std::uint64_t, std::vector<std::uint64_t>>;
-    std::map<std::uint64_t, Filing> containers;      // of each record
-    std::vector<std::vector<std::uint64_t>> layouts; // of each document
-    std::map<std::uint64_t, std::size_t> registrations;
-};
+/// How many reactors each object has, by its number from the first object, which makes drawings comparable
+/// that were made alike. Without representations: which node is registered with them depends on what has
+/// failed before.
+using Registrations = std::map<std::uint64_t, std::size_t>;
 
-class PictureTaker {
-public:
-    explicit PictureTaker(const Drawings& drawings) : drawings_(drawings) {}
+bool isRepresentation(KzDbObjectId record) {
+    return recordName(record).starts_with(u"*E") || recordName(record).starts_with(u"*U");
+}
 
-    void takeGraphs() {
-        for (KzApDocument* const document : {drawings_.main, drawings_.other}) {
-            const KzDxBlocks& graph = *KzDxApplication::instance()->docData(document, true)->blocks();
-            picture_.layouts.push_back(relative({graph.layoutIds().begin(), graph.layoutIds().end()}));
-            for (const auto& [record, node] : graph.blockMap()) {
-                if (!isRepresentation(record)) picture_.containers[relative(record)] = filingOf(*node);
-            }
+Registrations registrationsOf(const Drawings& drawings) {
+    Registrations found;
+    for (KzDbObjectId id = drawings.first; id < drawings.end(); id = KzDbObjectId(id.value() + 1)) {
+        const bool belongsToRepresentation =
+            isRepresentation(id) || isRepresentation(blockOf(id)) || isRepresentation(blockOf(ownerOf(id)));
+        if (id.isValid() && !belongsToRepresentation) {
+            found[id.value() - drawings.first.value()] = Headless::reactorCount(id);
         }
     }
-    void takeRegistrations() {
-        for (KzDbObjectId id = drawings_.first; id < drawings_.end(); id = KzDbObjectId(id.value() + 1)) {
-            if (!id.isValid() || belongsToRepresentation(id)) continue;
-            picture_.registrations[relative(id)] = Headless::reactorCount(id);
-        }
-    }
-    [[nodiscard]] const Picture& picture() const { return picture_; }
-
-private:
-    // A representation has a node of its own when its block had none at that moment, and that node stays. So
-    // what the module keeps of representations depends on what has failed before; what it keeps of their
-    // block does not.
-    static bool isRepresentation(KzDbObjectId record) {
-        return recordName(record).starts_with(u"*E") || recordName(record).starts_with(u"*U");
-    }
-    static bool belongsToRepresentation(KzDbObjectId object) {
-        return isRepresentation(object) || isRepresentation(blockOf(object)) ||
-               isRepresentation(blockOf(ownerOf(object)));
-    }
-
-    [[nodiscard]] std::uint64_t relative(KzDbObjectId id) const {
-        return id.value() - drawings_.first.value();
-    }
-    [[nodiscard]] std::vector<std::uint64_t> relative(const std::vector<KzDbObjectId>& ids) const {
-        std::vector<std::uint64_t> result(ids.size());
-        std::ranges::transform(ids, result.begin(), [this](KzDbObjectId id) { return relative(id); });
-        return result;
-    }
-    [[nodiscard]] Picture::Filing filingOf(const KzDxBlock& node) const {
-        Picture::Filing filing;
-        for (const KzDxContainers::Entry& entry : node.containers()) {
-            filing[relative(entry.container)] = relative(node.containers().referencesIn(entry.container));
-        }
-        return filing;
-    }
-
-    const Drawings& drawings_;
-    Picture picture_;
-};
+    return found;
+}
 
 class Faults : public ModuleTest {
 protected:
@@ -245,7 +199,7 @@ private:
             if (isSomethingLeft()) unload();
             EXPECT_FALSE(isSomethingLeft());
         }
-        expectUndisturbed(recovered(drawings));
+        EXPECT_EQ(recovered(drawings), undisturbed_);
         leave(drawings);
         EXPECT_FALSE(isSomethingLeft());
         EXPECT_EQ(drawings.reactorCount(), 0U);
@@ -261,12 +215,6 @@ private:
             data->blocks()->setNeedsScan(true);
             kzdxUpdateBlockGraph(document, false, false);
         }
-    }
-
-    void expectUndisturbed(const Picture& picture) const {
-        EXPECT_EQ(picture.containers, undisturbed_.containers);
-        EXPECT_EQ(picture.layouts, undisturbed_.layouts);
-        EXPECT_EQ(picture.registrations, undisturbed_.registrations);
     }
 
     static void work(const Drawings& drawings) {
@@ -304,15 +252,13 @@ private:
     }
 
     /// The same calls again, all of which succeed now; a forced update; then the graphs switched off and on.
-    static Picture recovered(const Drawings& drawings) {
+    static Registrations recovered(const Drawings& drawings) {
         EXPECT_EQ(KzDxApplication::instance() == nullptr ? load() : KzRx::done, KzRx::done);
-        PictureTaker taker(drawings);
         for (KzApDocument* const document : {drawings.main, drawings.other}) {
             EXPECT_EQ(kzdxDocTimerAttach(document, timerClient(), 0, 1), 1);
             EXPECT_EQ(watch(document, records(document), watcher()), 1);
             EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
         }
-        taker.takeGraphs();
         for (KzApDocument* const document : {drawings.main, drawings.other}) {
             kzdxBlockReferenceMonitorDetach(document, watcher());
         }
@@ -320,11 +266,10 @@ private:
         for (KzApDocument* const document : {drawings.main, drawings.other}) {
             EXPECT_EQ(watch(document, records(document), watcher()), 1);
         }
-        taker.takeRegistrations();
-        return taker.picture();
+        return registrationsOf(drawings);
     }
 
-    Picture undisturbed_; ///< after a run without faults
+    Registrations undisturbed_; ///< after a run without faults
 };
 
 TEST_F(Faults, AnyCallMayFailOnce) {
