@@ -68,9 +68,6 @@ private:
 #else
     explicit KzDxUpdateCheck(KzDxBlocks&) {}
     void compare() {}
-    class Pause {
-    public:
-        Pause() {}
-    };
+    class [[maybe_unused]] Pause {};
 #endif
 };

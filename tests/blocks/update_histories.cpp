@@ -177,8 +177,8 @@ constexpr std::array steps{
 
 /// What is done before and after the watching begins.
 struct Beginning {
-    const char* name;
-    void (*before)(Drawing&);
+    const char* name = nullptr;
+    void (*before)(Drawing&) = nullptr;
     void (*after)(Drawing&) = [](Drawing&) {};
 };
 

@@ -42,11 +42,6 @@ protected:
 constexpr Set::Next before = Set::Next::chosenBeforeCall;
 constexpr Set::Next after = Set::Next::chosenAfterCall;
 
-TEST_P(CallSetWalk, ClearingEndsTheWalk) {
-    EXPECT_THAT(calledWhen(3, [&] { set->clear(); }), ElementsAre(1, 3));
-    EXPECT_TRUE(survived);
-}
-
 TEST_P(CallSetWalk, DestroyingTheSetEndsEveryWalkUnderWay) {
     std::vector<int> inner;
     const auto walkAndDestroy = [&] {

@@ -2,14 +2,11 @@
 // open; and when the host works again, so does the module, as if nothing had happened.
 
 #include "blocks/block_graph.h"
-#include "blocks/block_node.h"
 #include "blocks/update_check.h"
 #include "frame/application.h"
 #include "tests/support/figures.h"
-#include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
 
-#include <algorithm>
 #include <map>
 #include <optional>
 

@@ -53,13 +53,15 @@ GraphSnapshot snapshotOf(KzDxBlocks& graph) {
 }
 
 std::string firstDifference(const GraphSnapshot& have, const GraphSnapshot& want) {
-    for (const auto& [what, text] : want) {
+    GraphSnapshot all = want;
+    for (const auto& entry : have) all.try_emplace(entry.first, " none");
+    for (const auto& [what, text] : all) {
         const auto at = have.find(what);
-        if (at == have.end()) return what + " is missing, expected:" + text;
-        if (at->second != text) return what + ":" + at->second + ", expected:" + text;
-    }
-    for (const auto& [what, text] : have) {
-        if (!want.contains(what)) return what + ":" + text + ", expected none";
+        std::string difference = what;
+        difference.append(at == have.end() ? " is missing" : ":" + at->second)
+            .append(", expected:")
+            .append(text);
+        if (at == have.end() || at->second != text) return difference;
     }
     return {};
 }
