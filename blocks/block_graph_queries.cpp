@@ -6,14 +6,14 @@ std::uint32_t KzDxBlocks::countReferences(KzDbObjectId block, KzDbObjectId conta
                                           KzDxIdSet& counted) {
     const KzDxBlock* const blockNode = node(block);
     if (blockNode == nullptr || node(container) == nullptr) return 0;
-    // Each block counts once in a question, however often it is asked about.
+    // A block that was counted before counts nothing.
     if (nested) return counted.insert(block) ? countNested(*blockNode, container, counted) : 0;
     const KzDxContainers::Entry* const entry = blockNode->containers().find(container);
     return entry == nullptr ? 0 : entry->count;
 }
 
-/// How often a block stands in `container` by way of the blocks that it is placed in, one level deep: each of
-/// its containers counts as often as it is itself placed in `container`.
+/// The number of references of a block in `container`, one level of nesting included: each of its containers
+/// counts as often as it is itself placed in `container`.
 std::uint32_t KzDxBlocks::countNested(const KzDxBlock& node, KzDbObjectId container, KzDxIdSet& counted) {
     std::uint32_t sum = 0;
     for (const KzDxContainers::Entry& entry : node.containers()) {

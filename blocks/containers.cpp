@@ -16,7 +16,7 @@ KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
         }
     }
     // Containers are kept in ascending order and without empty ones, so the numbers that came with the
-    // reading are exchanged for indexes into the kept ones.
+    // reading are replaced by indexes into the kept ones.
     entries_.reserve(containers.size());
     for (std::size_t at = 0; at < containers.size(); ++at) {
         if (counts[at] != 0) entries_.push_back({containers[at], counts[at]});

@@ -8,19 +8,18 @@
 #include <cstdint>
 #include <vector>
 
-/// Spreads ids over the 64-bit numbers, the upper bits best: ids that are neighbours lie far apart.
+/// Multiplicative hash of an id; the upper bits are distributed best.
 [[nodiscard]] constexpr std::uint64_t kzdxSpread(KzDbObjectId id) {
     return id.value() * 0x9E3779B97F4A7C15; // 2^64 over the golden ratio
 }
 
-/// A hash table from ids to 32-bit numbers that is emptied at no cost, for use again and again within one
-/// reading.
+/// Hash table from ids to 32-bit numbers that is cleared in O(1), for use once per node in a scan.
 ///
 /// Open addressing with linear probing in a power-of-two table, at most half full. An entry counts only in
 /// the round in which it was made; `clear` begins the next round.
 class KzDxIdIndex {
 public:
-    /// The number under `id`; when there is none, `number` is entered and returned.
+    /// The number of `id`; if there is none, `number` is inserted and returned.
     std::uint32_t findOrInsert(KzDbObjectId id, std::uint32_t number) {
         if (2 * (size_ + 1) > entries_.size()) grow();
         Entry& entry = entries_[slotOf(id)];
@@ -31,7 +30,7 @@ public:
         return entry.number;
     }
 
-    /// The number under `id`, or `otherwise`.
+    /// The number of `id`, or `otherwise`.
     [[nodiscard]] std::uint32_t find(KzDbObjectId id, std::uint32_t otherwise) const {
         if (entries_.empty()) return otherwise;
         const Entry& entry = entries_[slotOf(id)];
@@ -52,7 +51,7 @@ private:
         std::uint32_t number = 0;
     };
 
-    /// Where `id` stands, or the free place where it would.
+    /// The slot of `id`, or the free slot for it.
     [[nodiscard]] std::size_t slotOf(KzDbObjectId id) const {
         const std::size_t mask = entries_.size() - 1;
         std::size_t slot = kzdxSpread(id) >> (64 - std::countr_zero(entries_.size()));

@@ -7,11 +7,11 @@
 #include <span>
 #include <vector>
 
-/// Puts ids into ascending order and drops repeated ones. Linear for ids that are in order already or lie
-/// close together, as those of one drawing do.
+/// Puts ids into ascending order and drops repeated ones. Linear for ids that are in order already, or
+/// whose values are close to each other, as those of one drawing are.
 void kzdxSortUnique(std::vector<KzDbObjectId>& ids);
 
-/// The same in place: gives how many ids remain, at the front. What is behind them means nothing.
+/// The same in place: returns the number of ids, which are at the front; the rest is unspecified.
 [[nodiscard]] std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids);
 
 /// Whether two lists of ids are equal. Compares as memory: an update does this for every reference of a
@@ -21,7 +21,7 @@ void kzdxSortUnique(std::vector<KzDbObjectId>& ids);
 /// An ordered set of ids, kept as a sorted array.
 class KzDxIdSet {
 public:
-    /// Adds an id; false when it was there already. Cheap at the end, linear in the middle.
+    /// Adds an id; returns false if the set has it. Cheap at the end, linear in the middle.
     bool insert(KzDbObjectId id) {
         const auto at = ids_.empty() || ids_.back() < id ? ids_.end() : std::ranges::lower_bound(ids_, id);
         if (at != ids_.end() && *at == id) return false;

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The graph of a document, with its data made if needed; null when there is none to be had.
+/// The graph of a document, with its data created if necessary; null if it cannot be created.
 KzDxBlocks* graphOf(KzApDocument* document) {
     KzDxDocument* const data = kzdxDocDataOf(document);
     return data == nullptr ? nullptr : data->blocks();
@@ -15,8 +15,7 @@ KzDxBlocks* graphOf(KzApDocument* document) {
 std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzDxClientCallback callback) {
     KzDxDocument* const data = kzdxDocDataOf(document);
     if (data == nullptr) return 0;
-    // What this call switched on it switches off again when the client cannot be added; a graph that follows
-    // for others goes on.
+    // If the client cannot be added, a graph that this call has switched on is switched off again.
     const bool wasFollowing = data->hasBlocks() && data->blocks()->isEnabled();
     KzDxBlocks* const graph = data->followingBlocks();
     if (graph == nullptr) return 0;
@@ -34,7 +33,7 @@ void detach(KzApDocument* document, KzDxClientCallback callback) {
     KzDxBlocks* const graph = data == nullptr ? nullptr : data->blocks();
     if (graph == nullptr) return;
     graph->removeClient(callback);
-    // The last client takes the registrations along: a drawing that nobody watches is not slowed down.
+    // Without clients the graph is switched off, because registrations slow down edits.
     if (!graph->hasClients()) static_cast<void>(graph->setEnabled(false));
 }
 

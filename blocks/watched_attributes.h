@@ -6,11 +6,11 @@
 #include <cstddef>
 #include <vector>
 
-/// Which attributes of which references a node is reactor of.
+/// The attributes that a node is registered with, by reference.
 ///
-/// One array of pairs, sorted when it is asked after additions: sixteen bytes per attribute, nothing for
-/// references without attributes. Additions and removals in any number cost one sort in all, not one each.
-/// Only additions allocate.
+/// One array of pairs, sorted by the first query after additions: 16 bytes per attribute, nothing for
+/// references without attributes. Any number of additions and removals costs one sort. Only additions
+/// allocate.
 class KzDxWatchedAttributes {
 public:
     struct Pair {
@@ -19,23 +19,23 @@ public:
         friend auto operator<=>(const Pair&, const Pair&) = default;
     };
 
-    /// An attribute that is there already stays there once.
+    /// Adding an attribute again has no effect.
     void add(KzDbObjectId reference, KzDbObjectId attribute) { pairs_.push_back({reference, attribute}); }
 
-    /// Removes those attributes of one reference for which `hasLeft(attribute)` returns true, asked in
-    /// ascending order. Whether that was all of them.
-    template <class HasLeft>
-    bool removeOf(KzDbObjectId reference, HasLeft hasLeft) {
+    /// Removes those attributes of one reference for which `isUnregistered(attribute)` returns true, asked in
+    /// ascending order. Returns whether all were removed.
+    template <class IsUnregistered>
+    bool removeOf(KzDbObjectId reference, IsUnregistered isUnregistered) {
         sort();
         return remove(std::ranges::lower_bound(pairs_, reference, {}, &Pair::reference),
-                      std::ranges::upper_bound(pairs_, reference, {}, &Pair::reference), hasLeft);
+                      std::ranges::upper_bound(pairs_, reference, {}, &Pair::reference), isUnregistered);
     }
 
     /// The same for all attributes, in order of reference and attribute.
-    template <class HasLeft>
-    bool removeAll(HasLeft hasLeft) {
+    template <class IsUnregistered>
+    bool removeAll(IsUnregistered isUnregistered) {
         sort();
-        return remove(pairs_.begin(), pairs_.end(), hasLeft);
+        return remove(pairs_.begin(), pairs_.end(), isUnregistered);
     }
 
     /// Releases the storage if no attribute is left.
@@ -46,12 +46,12 @@ public:
 private:
     using Position = std::vector<Pair>::iterator;
 
-    template <class HasLeft>
-    bool remove(Position first, Position last, HasLeft hasLeft) {
+    template <class IsUnregistered>
+    bool remove(Position first, Position last, IsUnregistered isUnregistered) {
         bool areAllGone = true;
         for (auto pair = first; pair != last; ++pair) {
             if (pair->attribute.isNull()) continue;
-            if (hasLeft(pair->attribute)) {
+            if (isUnregistered(pair->attribute)) {
                 pair->attribute = KzDbObjectId();
                 ++removed_;
             } else {
