@@ -149,14 +149,14 @@ std::int32_t updateBlockGraph(const Call& call, DocumentOrNull document, Flag fo
 std::tuple<std::int32_t, Ids> tableQuery(const Call& call, DocumentOrNull document,
                                          const std::optional<Ids>& ids) {
     Ids found = ids.value_or(Ids());
-    const std::int32_t result = callExport<decltype(kzdxGetKzDbTableIds)>(call, document, &found);
-    return {result, found};
+    return {callExport<decltype(kzdxGetKzDbTableIds)>(call, document, &found), found}; // in this order
 }
 
-std::tuple<Names, Names> readTemplate(const Call& call, const std::u16string& path, Names blocks,
-                                      Names attributes) {
-    callExport<decltype(kzdxReadLegacyBlkTemplate)>(call, path, blocks, attributes);
-    return {blocks, attributes};
+std::tuple<Names, Names> readTemplate(const Call& call, const std::u16string& path, const Names& blocks,
+                                      const Names& attributes) {
+    std::tuple<Names, Names> lists(blocks, attributes);
+    callExport<decltype(kzdxReadLegacyBlkTemplate)>(call, path, std::get<0>(lists), std::get<1>(lists));
+    return lists;
 }
 
 std::string describe(lua_State* state, int index) {
