@@ -70,7 +70,7 @@ void BlockTable::rename(Record& record, std::u16string_view name) {
     noteModelSpace();
 }
 
-/// The model space is whichever record has its name, so any making and renaming may decide it anew.
+/// The model space is whichever record has its name, so every creation and renaming can change it.
 void BlockTable::noteModelSpace() {
     modelSpace_ = named(modelSpaceName);
 }

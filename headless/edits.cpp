@@ -98,7 +98,7 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
     for (const Mirror& each : mirrors) check.nameIsFree(drawing, each.name);
     if (check.isRefused()) return check.nothingMade();
 
-    const Drawing::Editing stays(*attached); // whoever is told cannot close it
+    const Drawing::Editing stays(*attached); // a reactor cannot close it
     const KzDbObjectId first = makeRecord(*drawing, name, {.attachedDrawing = attached}).id();
     for (const Mirror& each : mirrors) {
         makeRecord(*drawing, each.name, {.isDependent = true, .source = each.source});
@@ -220,9 +220,9 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     check.inOneDrawing(source, record);
     if (check.isRefused()) return check.nothingMade();
 
-    Edit edit("copy", {record}); // nobody else can change the record while the copying is told
-    // It belongs to nobody and stands in no list until it is placed. Meanwhile it is open for write, so that
-    // whoever is told of it can neither open it nor send it away.
+    Edit edit("copy", {record}); // the record stays open while reactors are notified
+    // It has no owner and is in no list until it is placed. Meanwhile it is open for write, so that reactors
+    // can neither open it nor remove it from memory.
     auto* const copy = new Reference(source->drawing(), KzDbObjectId(), source->block());
     copyAttributes(*source, *copy);
     copy->beginWriting();
@@ -265,7 +265,7 @@ Outcome setAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16
 
 namespace {
 
-/// Has the lists of the block that a reference inserts put in order when somebody next asks for them.
+/// Has the lists of the block that a reference inserts sorted by the next query for them.
 void refile(const Reference& reference) {
     if (auto* const block = findAs<Record>(reference.block())) block->references().changed();
 }
@@ -301,7 +301,7 @@ void unfile(const Object& object) {
 void leave(KzDbObjectId id) {
     Object* const object = objectTable.find(id);
     if (object == nullptr) return; // a reactor has sent it away before its turn
-    // Whoever is told can still open it and find it in the lists; sending it away again is refused, because
+    // A reactor can still open it and find it in the lists; removing it a second time is refused, because
     // it counts as open meanwhile.
     object->tell("goodbye", [object](KzDbObjectReactor* reactor) { reactor->goodbye(object->face()); });
     unfile(*object);
@@ -326,7 +326,7 @@ Outcome erase(KzDbObjectId id, bool isErasing) {
     if (object != nullptr && (object->kind() == Kind::table || object->kind() == Kind::graph)) {
         check.refuse(Refusal::wrongKind, id);
     }
-    // An object in that state already is no edit and no error, even while somebody holds it open.
+    // An object that is in that state already is not edited, and reports no error even while it is held open.
     if (check.isRefused() || object->isErased() == isErasing) return check.outcome();
     check.notOpen(object);
     if (check.isRefused()) return check.outcome();

@@ -11,11 +11,11 @@
 /// The edits that a user makes in drawings.
 ///
 /// Every edit opens what it changes for write, tells the reactors, changes, tells them again and closes. All
-/// that an edit needs is checked first: a refused one has changed nothing and told nobody. Objects are named
-/// by id; any id may be passed.
+/// that an edit needs is checked first: a refused edit changes nothing and notifies no reactor. Objects are
+/// named by id; any id may be passed.
 namespace Headless {
 
-/// Why an edit was refused. A refused edit has changed nothing and told nobody.
+/// Why an edit was refused. A refused edit changes nothing and notifies no reactor.
 enum class Refusal {
     none,
     documentClosed,        ///< null, never opened or closed already
@@ -23,7 +23,7 @@ enum class Refusal {
     notInMemory,           ///< the id is null, made up, or its object has gone
     wrongKind,             ///< the object is of another kind than the edit needs
     erased,                ///< an erased object cannot be edited, nor an erased block inserted
-    heldOpen,              ///< somebody has the object open
+    heldOpen,              ///< the object is open already
     otherDrawing,          ///< the objects lie in different drawings
     nameMissing,           ///< an empty name
     nameTaken,             ///< another record of the drawing, perhaps an erased one, has the name
