@@ -226,7 +226,8 @@ TEST_F(Application, DataGoInTheOrderOfTheirDocumentsAndForgetThoseThatAreNotTher
     expected[0].second = true;
     EXPECT_EQ(goneAfter(Headless::HostCall::addFilter, documents[4]), expected) << "one is not";
     std::ranges::transform(documents, expected.begin(), [](auto* each) { return std::pair(each, true); });
-    EXPECT_EQ(goneAfter(Headless::HostCall::documentIterator, nullptr), expected) << "the host lists no documents";
+    EXPECT_EQ(goneAfter(Headless::HostCall::documentIterator, nullptr), expected)
+        << "the host lists no documents";
 }
 
 TEST_F(Application, TheEntryPointTakesAnyCallInAnyOrder) {
