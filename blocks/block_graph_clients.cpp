@@ -8,7 +8,7 @@ Orvo::ErrorStatus KzDxBlocks::addClient(KzDxClientCallback callback, const KzDbO
     if (blocks.length() < 1) return Orvo::ok;
     // All blocks get the client or none does: what needs memory comes first.
     for (const KzDbObjectId id : blocks) {
-        if (KzDxBlock* const watched = node(id)) watched->makeRoomForClient();
+        if (KzDxBlock* const watched = node(id)) watched->reserveClient();
     }
     for (const KzDbObjectId id : blocks) {
         if (KzDxBlock* const watched = node(id)) watched->addClient(callback);

@@ -66,7 +66,7 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
     const Orvo::ErrorStatus status = reader.queryReferences(recordIds_);
     if (status != Orvo::ok) return status;
     for (const KzDbObjectId each : furtherRecords_) owner->addBlockAlias(each, this);
-    becomeStale();
+    markStale();
     static_cast<void>(setEnabled(owner->isEnabled())); // the references are registered with as they are read
     return Orvo::ok;
 }
@@ -91,7 +91,7 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     storeEnabled(enable);
     const Orvo::ErrorStatus status = enable ? registrations_.registerAll(recordIds_, containers_)
                                             : registrations_.unregisterAll(recordIds_, containers_);
-    if (mayMissNotifications()) becomeStale();
+    if (mayMissNotifications()) markStale();
     if (!areRecordsRegistered() && owner_ != nullptr) {
         owner_->updateState().raiseLevel(KzDxScanLevel::referenceLists);
     }
@@ -128,15 +128,15 @@ void KzDxBlock::objectEdited(const KzDbObject* object) {
     if (owner_ != nullptr) owner_->updateState().objectEdited(*this, object);
 }
 
-void KzDxBlock::becomeStale() noexcept {
-    if (owner_ != nullptr) owner_->updateState().nodeStale(*this, KzDxReadLevel::everything);
+void KzDxBlock::markStale() noexcept {
+    if (owner_ != nullptr) owner_->updateState().markStale(*this, KzDxReadLevel::everything);
 }
 
 void KzDxBlock::setNeedsScan(bool value) {
     if (value) {
         if (owner_ == nullptr) return; // deletion is pending
         owner_->setNeedsScan(true);
-        becomeStale();
+        markStale();
     }
     needsScan_ = value;
 }
@@ -145,7 +145,7 @@ void KzDxBlock::setHasChanges(bool value) {
     if (value) {
         if (owner_ == nullptr) return;
         owner_->setHasChanges(true);
-        owner_->updateState().nodeChanged(*this);
+        owner_->updateState().markChanged(*this);
     }
     hasChanges_ = value;
 }

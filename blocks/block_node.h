@@ -73,7 +73,7 @@ public:
 
     /// The callbacks of this block, not owned, in ascending order of address.
     [[nodiscard]] virtual const Clients& clients() const { return clients_; }
-    /// A null callback is ignored. Does not allocate right after `makeRoomForClient`.
+    /// A null callback is ignored. Does not allocate right after `reserveClient`.
     virtual void addClient(KzDxClientCallback callback);
     virtual void removeClient(KzDxClientCallback callback);
 
@@ -88,7 +88,7 @@ public:
     /// All records whose references make up the block, the own one first.
     [[nodiscard]] const KzDbObjectIdArray& recordIds() const { return recordIds_; }
 
-    void makeRoomForClient() { clients_.makeRoomForOne(); }
+    void reserveClient() { clients_.reserveOne(); }
 
     // For scans.
 
@@ -107,9 +107,9 @@ public:
         return registrations_.registeredRecords() == recordIds_.length();
     }
 
-    /// The number of the last scan in which some record led to the node.
-    [[nodiscard]] std::uint32_t lastSeenScan() const { return lastSeenScan_; }
-    void setLastSeenScan(std::uint32_t scan) { lastSeenScan_ = scan; }
+    /// Whether some record of the block table led to the node in the last scan.
+    [[nodiscard]] bool isReached() const { return isReached_; }
+    void setReached(bool value) { isReached_ = value; }
 
     // For `KzDxUpdateState`.
     void raiseReadLevel(KzDxReadLevel level) { readLevel_ = std::max(readLevel_, level); }
@@ -125,7 +125,7 @@ private:
     Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
     [[nodiscard]] bool tryUnregister() noexcept override;
     void objectEdited(const KzDbObject* object);
-    void becomeStale() noexcept;
+    void markStale() noexcept;
     [[nodiscard]] bool mayMissNotifications() const;
 
     // Reading (block_node_reading.cpp).
@@ -138,9 +138,9 @@ private:
     // First what a walk over all nodes looks at: it is in few cache lines.
     KzDxBlocks* owner_ = nullptr;
     KzDbObjectId id_;
-    std::uint32_t lastSeenScan_ = 0;
     std::uint8_t marks_ = 0; ///< a bit for each list of the graph that the node is in
     KzDxReadLevel readLevel_ = KzDxReadLevel::everything;
+    bool isReached_ = false;
     bool hasChanges_ = false;
     bool needsScan_ = true;
     KzDxContainers containers_;

@@ -6,8 +6,9 @@
 
 #include <algorithm>
 #include <cassert>
-#include <span>
+#include <iterator>
 #include <utility>
+#include <vector>
 
 /// How a reading differs from what was stored before. Lists are in ascending order.
 struct KzDxBlock::Differences {
@@ -16,28 +17,21 @@ struct KzDxBlock::Differences {
     std::vector<KzDbObjectId> unread; ///< had a container, and is still reported, but has no container now
 
     Differences(const KzDxContainers& before, const KzDxContainers& now) {
-        const std::span<const KzDbObjectId> old = before.references();
-        const std::span<const KzDbObjectId> fresh = now.references();
-        const auto wasPlaced = [&](std::size_t at) {
-            return before.numbers()[at] != KzDxContainers::noContainer;
-        };
-        const auto isPlaced = [&](std::size_t at) {
-            return now.numbers()[at] != KzDxContainers::noContainer;
-        };
-        std::size_t at = 0;
-        for (std::size_t next = 0; next < fresh.size(); ++next) {
-            for (; at < old.size() && old[at] < fresh[next]; ++at) {
-                if (wasPlaced(at)) gone.push_back(old[at]);
-            }
-            const bool isOld = at < old.size() && old[at] == fresh[next];
-            const bool wasOldPlaced = isOld && wasPlaced(at);
-            if (isPlaced(next) && !wasOldPlaced) hasAdded = true;
-            if (!isPlaced(next) && wasOldPlaced) unread.push_back(fresh[next]);
-            if (isOld) ++at;
-        }
-        for (; at < old.size(); ++at) {
-            if (wasPlaced(at)) gone.push_back(old[at]);
-        }
+        const std::vector<KzDbObjectId> old = placed(before);
+        const std::vector<KzDbObjectId> fresh = placed(now);
+        hasAdded = !std::ranges::includes(old, fresh);
+        std::vector<KzDbObjectId> lost;
+        std::ranges::set_difference(old, fresh, std::back_inserter(lost));
+        std::ranges::set_difference(lost, now.references(), std::back_inserter(gone));
+        std::ranges::set_intersection(lost, now.references(), std::back_inserter(unread));
+    }
+
+private:
+    static std::vector<KzDbObjectId> placed(const KzDxContainers& containers) {
+        std::vector<KzDbObjectId> all;
+        all.reserve(containers.references().size());
+        containers.forEachPlaced([&](KzDbObjectId reference) { all.push_back(reference); });
+        return all;
     }
 };
 
@@ -45,7 +39,7 @@ Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
     if (record.isNull()) return Orvo::invalidObjectId;
     addRecord(record);
-    becomeStale();
+    markStale();
     KzDxForeignDrawings foreign(*owner_); // as they are now, which the last scan does not know
     KzDxReferenceReader reader(owner_->database(), foreign);
     const Orvo::ErrorStatus status = readReferences(reader);
@@ -65,7 +59,7 @@ void KzDxBlock::addRecord(KzDbObjectId record) {
     owner_->addBlockAlias(record, this);
     recordIds_.append(record);
     furtherRecords_.insert(record);
-    owner_->updateState().nodeStale(*this, KzDxReadLevel::newReferences);
+    owner_->updateState().markStale(*this, KzDxReadLevel::newReferences);
 }
 
 bool KzDxBlock::read(KzDxReferenceReader& reader) {
@@ -79,12 +73,12 @@ bool KzDxBlock::read(KzDxReferenceReader& reader) {
 Orvo::ErrorStatus KzDxBlock::readReferences(KzDxReferenceReader& reader) {
     const Orvo::ErrorStatus status = reader.queryReferences(recordIds_);
     if (status != Orvo::ok) return status;
-    if (reader.hasForeign()) owner_->updateState().nodeForeign(*this);
+    if (reader.hasForeign()) owner_->updateState().markForeign(*this);
     if (readLevel_ == KzDxReadLevel::newReferences && reader.listsUnchanged(containers_)) return Orvo::ok;
     if (isEnabled()) registrations_.reserveUnplaced(reader.reportedCount());
     KzDxScopeGuard remember([&] { rememberRegistered(reader); });
     reader.resolveContainers(containers_, readLevel_, isEnabled() ? &registrations_ : nullptr);
-    if (reader.hasForeign()) owner_->updateState().nodeForeign(*this);
+    if (reader.hasForeign()) owner_->updateState().markForeign(*this);
     if (!reader.placementsUnchanged()) store(reader);
     remember.dismiss();
     registrations_.dropPlaced(containers_);

@@ -30,14 +30,3 @@ KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
         if (number != noContainer) number = counts[number];
     }
 }
-
-std::vector<KzDbObjectId> KzDxContainers::referencesIn(KzDbObjectId container) const {
-    const Entry* const entry = find(container);
-    if (entry == nullptr) return {};
-    std::vector<KzDbObjectId> found;
-    const auto number = static_cast<std::uint32_t>(entry - entries_.data());
-    for (std::size_t at = 0; at < references_.size(); ++at) {
-        if (numbers_[at] == number) found.push_back(references_[at]);
-    }
-    return found;
-}

@@ -37,7 +37,6 @@ public:
     }
 
     /// The entries, by ascending container; their indexes are the containers' numbers.
-    [[nodiscard]] std::size_t size() const { return entries_.size(); }
     [[nodiscard]] auto begin() const { return entries_.begin(); }
     [[nodiscard]] auto end() const { return entries_.end(); }
 
@@ -62,9 +61,6 @@ public:
             if (numbers_[at] != noContainer) visit(references_[at]);
         }
     }
-
-    /// The references stored under a container, ascending.
-    [[nodiscard]] std::vector<KzDbObjectId> referencesIn(KzDbObjectId container) const;
 
 private:
     std::vector<KzDbObjectId> references_;

@@ -71,9 +71,9 @@ KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLe
     if (record.node == nullptr) return record;
     KzDxUpdateState& state = graph_.updateState();
     if (level == KzDxScanLevel::full) {
-        state.nodeStale(*record.node, KzDxReadLevel::everything);
+        state.markStale(*record.node, KzDxReadLevel::everything);
     } else if (level == KzDxScanLevel::referenceLists && !isListUnchanged(*opened.get(), *record.node)) {
-        state.nodeStale(*record.node, KzDxReadLevel::newReferences);
+        state.markStale(*record.node, KzDxReadLevel::newReferences);
     }
     return record;
 }
@@ -139,20 +139,16 @@ KzDxBlock* KzDxDrawingScanner::knownNode(KzDbObjectId id) {
 /// Marks the nodes that records lead to. What is stored of any other node may become outdated, so it is read
 /// completely as soon as a record leads to it again.
 void KzDxDrawingScanner::markReached() {
-    ++scanNumber_;
     isReachNew_ = true;
     layoutIds_.clear();
+    for (const auto& node : graph_.nodes()) node->setReached(false);
     for (const Record& record : records_) {
         if (record.isLayout) layoutIds_.append(record.id);
-        if (record.node != nullptr) record.node->setLastSeenScan(scanNumber_);
+        if (record.node != nullptr) record.node->setReached(true);
     }
     for (const auto& node : graph_.nodes()) {
-        if (!isReached(*node)) graph_.updateState().nodeStale(*node, KzDxReadLevel::everything);
+        if (!node->isReached()) graph_.updateState().markStale(*node, KzDxReadLevel::everything);
     }
-}
-
-bool KzDxDrawingScanner::isReached(const KzDxBlock& node) const {
-    return node.lastSeenScan() == scanNumber_;
 }
 
 void KzDxDrawingScanner::refreshForeignDrawings() {
@@ -165,21 +161,21 @@ void KzDxDrawingScanner::refreshForeignDrawings() {
     }
     const bool isSame = foreign_.refresh(attaching);
     const KzDxReadLevel level = isSame ? KzDxReadLevel::newReferences : KzDxReadLevel::everything;
-    for (KzDxBlock* const node : state.foreign()) state.nodeStale(*node, level);
+    for (KzDxBlock* const node : state.foreign()) state.markStale(*node, level);
 }
 
 void KzDxDrawingScanner::readStaleNodes(const KzDbDatabase& drawing) {
     refreshForeignDrawings();
     KzDxReferenceReader reader(&drawing, foreign_);
     graph_.updateState().stale().removeIf(
-        [&](KzDxBlock& node) { return isReached(node) && node.read(reader); });
+        [&](KzDxBlock& node) { return node.isReached() && node.read(reader); });
     graph_.setNeedsScan(false);
 }
 
 void KzDxDrawingScanner::readUnreachedNodes(const KzDbDatabase& drawing) {
     KzDxReferenceReader reader(&drawing, foreign_);
     for (KzDxBlock* const node : graph_.updateState().stale()) {
-        if (isReached(*node)) continue;
+        if (node->isReached()) continue;
         static_cast<void>(node->read(reader));
         node->raiseReadLevel(KzDxReadLevel::everything);
     }
@@ -188,7 +184,7 @@ void KzDxDrawingScanner::readUnreachedNodes(const KzDbDatabase& drawing) {
 void KzDxDrawingScanner::settle() {
     KzDxUpdateState& state = graph_.updateState();
     const bool isAllRead =
-        std::ranges::none_of(state.stale(), [this](const KzDxBlock* node) { return isReached(*node); });
+        std::ranges::none_of(state.stale(), [](const KzDxBlock* node) { return node->isReached(); });
     if (std::exchange(isReachNew_, false)) {
         areRecordsRegistered_ = std::ranges::all_of(records_, [](const Record& record) {
             return record.node != nullptr && record.node->areRecordsRegistered();

@@ -6,7 +6,6 @@
 #include "host/id_array.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 class KzDxBlock;
@@ -73,7 +72,6 @@ private:
     [[nodiscard]] static Original originalOf(const KzDbBlockTableRecord& record);
     [[nodiscard]] KzDxBlock* knownNode(KzDbObjectId id);
     void markReached();
-    [[nodiscard]] bool isReached(const KzDxBlock& node) const;
     void refreshForeignDrawings();
 
     KzDxBlocks& graph_;
@@ -82,7 +80,6 @@ private:
     std::size_t hint_ = 0;        ///< where `knownNode` looks first in `records_`
     KzDbObjectIdArray layoutIds_;
     KzDbObjectIdArray reported_;        ///< storage of `isListUnchanged`
-    std::uint32_t scanNumber_ = 0;      ///< counts table phases that changed which nodes are reached
     bool areRecordsRegistered_ = false; ///< whether each record in the table notifies the node it leads to
     bool isReachNew_ = false;           ///< whether that has to be found out again
 };

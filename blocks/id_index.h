@@ -8,11 +8,6 @@
 #include <cstdint>
 #include <vector>
 
-/// Multiplicative hash of an id; the upper bits are distributed best.
-[[nodiscard]] constexpr std::uint64_t kzdxSpread(KzDbObjectId id) {
-    return id.value() * 0x9E3779B97F4A7C15; // 2^64 over the golden ratio
-}
-
 /// Hash table from ids to 32-bit numbers that is cleared in O(1), for use once per node in a scan.
 ///
 /// Open addressing with linear probing in a power-of-two table, at most half full. An entry counts only in
@@ -54,7 +49,9 @@ private:
     /// The slot of `id`, or the free slot for it.
     [[nodiscard]] std::size_t slotOf(KzDbObjectId id) const {
         const std::size_t mask = entries_.size() - 1;
-        std::size_t slot = kzdxSpread(id) >> (64 - std::countr_zero(entries_.size()));
+        const std::uint64_t hash = id.value() * 0x9E3779B97F4A7C15; // 2^64 over the golden ratio
+        std::size_t slot =
+            hash >> (64 - std::countr_zero(entries_.size())); // the upper bits are distributed best
         while (entries_[slot].round == round_ && entries_[slot].id != id) slot = (slot + 1) & mask;
         return slot;
     }

@@ -33,7 +33,7 @@ public:
     void insertAscending(std::span<const KzDbObjectId> ids);
 
     /// Has room for `count` more ids: that many insertions will not allocate.
-    void makeRoomFor(std::size_t count) { ids_.reserve(ids_.size() + count); }
+    void reserveMore(std::size_t count) { ids_.reserve(ids_.size() + count); }
 
     /// Removes the ids for which `isUnwanted` returns true, asked for each in ascending order.
     template <class Predicate>

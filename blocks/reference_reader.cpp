@@ -5,7 +5,6 @@
 #include "core/opened.h"
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 
 Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record, KzDbObjectIdArray& ids) {
@@ -49,9 +48,7 @@ void KzDxReferenceReader::beginResolving(const KzDxContainers& stored) {
     stored_ = &stored;
     containers_.clear();
     for (const KzDxContainers::Entry& entry : stored) containers_.push_back(entry.container);
-    recentOwners_.fill({});
     numberOfOwner_.clear();
-    numberOfNew_.clear();
     numbers_.resize(references_.size());
 }
 
@@ -84,14 +81,14 @@ bool KzDxReferenceReader::placementsUnchanged() const {
 /// The number of the container of a reference.
 std::uint32_t KzDxReferenceReader::numberOf(KzDbObjectId reference) {
     const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forRead, true);
-    return opened ? numberOf(*opened.get()) : noContainer;
+    return opened ? containerNumber(opened->ownerId()) : noContainer;
 }
 
 /// The same, and registers with the reference if it has a container.
 std::uint32_t KzDxReferenceReader::registeredNumberOf(KzDbObjectId reference,
                                                       KzDxRegistrations& registrations) {
     const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
-    const std::uint32_t number = opened ? numberOf(*opened.get()) : numberOf(reference);
+    const std::uint32_t number = opened ? containerNumber(opened->ownerId()) : numberOf(reference);
     if (number == noContainer) return noContainer;
     if (opened) {
         registrations.registerReference(*opened.get(), reference);
@@ -101,17 +98,6 @@ std::uint32_t KzDxReferenceReader::registeredNumberOf(KzDbObjectId reference,
     return number;
 }
 
-std::uint32_t KzDxReferenceReader::numberOf(const KzDbBlockReference& reference) {
-    const KzDbObjectId owner = reference.ownerId();
-    OwnerNumber& recent = recentSlot(owner);
-    if (recent.owner != owner) recent = {owner, containerNumber(owner)};
-    return recent.number;
-}
-
-KzDxReferenceReader::OwnerNumber& KzDxReferenceReader::recentSlot(KzDbObjectId owner) {
-    return recentOwners_[kzdxSpread(owner) >> (64 - std::bit_width(recentOwners_.size() - 1))];
-}
-
 /// The number of an owner's container, found out once per node: asking the host about each reference's owner
 /// would cost more than opening the reference.
 std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
@@ -119,14 +105,18 @@ std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
     const std::uint32_t known = numberOfOwner_.find(owner, unknown);
     if (known != unknown) return known;
     const KzDbObjectId container = containerOf(owner);
-    if (!container.isValid()) return numberOfOwner_.findOrInsert(owner, noContainer);
-    if (const KzDxContainers::Entry* const entry = stored_->find(container)) {
-        return numberOfOwner_.findOrInsert(owner, static_cast<std::uint32_t>(entry - &*stored_->begin()));
-    }
-    const auto next = static_cast<std::uint32_t>(containers_.size());
-    const std::uint32_t number = numberOfNew_.findOrInsert(container, next);
-    if (number == next) containers_.push_back(container);
+    // A record that represents another drawing can be an owner itself, and then has the same number.
+    const std::uint32_t number = container == owner ? newNumber(container) : containerNumber(container);
     return numberOfOwner_.findOrInsert(owner, number);
+}
+
+std::uint32_t KzDxReferenceReader::newNumber(KzDbObjectId container) {
+    if (!container.isValid()) return noContainer;
+    if (const KzDxContainers::Entry* const entry = stored_->find(container)) {
+        return static_cast<std::uint32_t>(entry - &*stored_->begin());
+    }
+    containers_.push_back(container);
+    return static_cast<std::uint32_t>(containers_.size() - 1);
 }
 
 KzDbObjectId KzDxReferenceReader::containerOf(KzDbObjectId owner) {

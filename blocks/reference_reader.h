@@ -6,7 +6,6 @@
 #include "blocks/update_state.h"
 #include "host/block_table.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -64,19 +63,12 @@ public:
 private:
     static constexpr std::uint32_t noContainer = KzDxContainers::noContainer;
 
-    /// A container's number under the owner as the host reports it.
-    struct OwnerNumber {
-        KzDbObjectId owner;
-        std::uint32_t number = noContainer;
-    };
-
     void sortReported();
     void beginResolving(const KzDxContainers& stored);
     [[nodiscard]] std::uint32_t numberOf(KzDbObjectId reference);
     [[nodiscard]] std::uint32_t registeredNumberOf(KzDbObjectId reference, KzDxRegistrations& registrations);
-    [[nodiscard]] std::uint32_t numberOf(const KzDbBlockReference& reference);
-    [[nodiscard]] OwnerNumber& recentSlot(KzDbObjectId owner);
     [[nodiscard]] std::uint32_t containerNumber(KzDbObjectId owner);
+    [[nodiscard]] std::uint32_t newNumber(KzDbObjectId container);
     [[nodiscard]] KzDbObjectId containerOf(KzDbObjectId owner);
 
     const KzDbDatabase* own_;
@@ -89,8 +81,5 @@ private:
     /// numbers then mean equal containers, before and now.
     std::vector<KzDbObjectId> containers_;
     bool hasForeign_ = false;
-    /// Cache of recent owners: a block's references cycle through a few. A null owner has no container.
-    std::array<OwnerNumber, 16> recentOwners_;
     KzDxIdIndex numberOfOwner_; ///< owner as the host reports it → container number, or `noContainer`
-    KzDxIdIndex numberOfNew_;   ///< container that was not stored before → its number
 };

@@ -46,7 +46,7 @@ public:
     void markUnregistered() { allReferencesRegistered_ = false; }
 
     /// Makes room to remember `count` more references, so that remembering them does not allocate.
-    void reserveUnplaced(std::size_t count) { unplaced_.makeRoomFor(count); }
+    void reserveUnplaced(std::size_t count) { unplaced_.reserveMore(count); }
     /// Remembers a reference that may be registered with, but has no container.
     void addUnplaced(KzDbObjectId reference) { unplaced_.insert(reference); }
     /// Forgets those that have a container, and releases unused room.

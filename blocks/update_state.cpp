@@ -22,12 +22,12 @@ void KzDxUpdateState::clear() noexcept {
 }
 
 void KzDxUpdateState::objectEdited(KzDxBlock& node, const KzDbObject* object) noexcept {
-    nodeStale(node, KzDxReadLevel::everything);
+    markStale(node, KzDxReadLevel::everything);
     const bool isAttribute = object->isA()->isDerivedFrom(KzDbAttribute::desc());
     if (!isAttribute) raiseLevel(KzDxScanLevel::referenceLists);
 }
 
-void KzDxUpdateState::nodeStale(KzDxBlock& node, KzDxReadLevel level) noexcept {
+void KzDxUpdateState::markStale(KzDxBlock& node, KzDxReadLevel level) noexcept {
     assert(level != KzDxReadLevel::nothing);
     node.raiseReadLevel(level);
     stale_.add(node);

@@ -62,11 +62,11 @@ public:
     void objectEdited(KzDxBlock& node, const KzDbObject* object) noexcept;
 
     /// The node must be read at that level or more.
-    void nodeStale(KzDxBlock& node, KzDxReadLevel level) noexcept;
+    void markStale(KzDxBlock& node, KzDxReadLevel level) noexcept;
     /// The node has changed; clients have not been notified of it.
-    void nodeChanged(KzDxBlock& node) noexcept { changed_.add(node); }
+    void markChanged(KzDxBlock& node) noexcept { changed_.add(node); }
     /// The node reports references of other drawings.
-    void nodeForeign(KzDxBlock& node) noexcept { foreign_.add(node); }
+    void markForeign(KzDxBlock& node) noexcept { foreign_.add(node); }
 
     [[nodiscard]] KzDxScanLevel level() const { return level_; }
     void raiseLevel(KzDxScanLevel level) noexcept;

@@ -37,7 +37,7 @@ public:
     };
 
     /// Has room for one more member: the next insertion will not allocate.
-    void makeRoomForOne() { members_.reserve(members_.size() + 1); }
+    void reserveOne() { members_.reserve(members_.size() + 1); }
 
     /// Adds a member; false when it was there already.
     bool insert(T member) {

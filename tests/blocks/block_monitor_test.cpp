@@ -191,13 +191,13 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
     ASSERT_FALSE(node.isStale());
     EXPECT_EQ(node.refresh(), Orvo::ok);
     EXPECT_TRUE(node.isStale()) << "the next update looks at it too";
-    EXPECT_THAT(node.containers().referencesIn(frame), ElementsAre(inFrame));
+    EXPECT_THAT(referencesIn(node.containers(), frame), ElementsAre(inFrame));
     const KzDbObjectId inDesk = Headless::insert(desk, frame);
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(node.evaluate(frame), Orvo::ok);
         EXPECT_EQ(node.recordIds().length(), 2) << "a record is taken in once";
     }
-    EXPECT_THAT(node.containers().referencesIn(desk), ElementsAre(inDesk));
+    EXPECT_THAT(referencesIn(node.containers(), desk), ElementsAre(inDesk));
     EXPECT_NE(blocks.node(frame), &node) << "the key led to another node already";
     EXPECT_EQ(node.evaluate(KzDbObjectId()), Orvo::invalidObjectId);
     const KzDbObjectId held = Headless::insert(space, desk);

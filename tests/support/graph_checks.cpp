@@ -22,12 +22,23 @@ std::string listed(const Ids& ids) {
 std::string placesOf(const KzDxContainers& containers) {
     std::string text;
     for (const KzDxContainers::Entry& entry : containers) {
-        text += " in " + nameOf(entry.container) + ':' + listed(containers.referencesIn(entry.container));
+        text += " in " + nameOf(entry.container) + ':' + listed(referencesIn(containers, entry.container));
     }
     return text;
 }
 
 } // namespace
+
+std::vector<KzDbObjectId> referencesIn(const KzDxContainers& containers, KzDbObjectId container) {
+    std::vector<KzDbObjectId> found;
+    const KzDxContainers::Entry* const entry = containers.find(container);
+    for (std::size_t at = 0; entry != nullptr && at < containers.references().size(); ++at) {
+        const bool isInside =
+            containers.numbers()[at] == static_cast<std::uint32_t>(entry - &*containers.begin());
+        if (isInside) found.push_back(containers.references()[at]);
+    }
+    return found;
+}
 
 KzDxBlocks& graphOf(KzApDocument* document) {
     return *KzDxApplication::instance()->docData(document, true)->blocks();

@@ -13,6 +13,10 @@
 /// The graph of an open document, with all that it needs created.
 [[nodiscard]] KzDxBlocks& graphOf(KzApDocument* document);
 
+/// The references stored under a container, ascending.
+[[nodiscard]] std::vector<KzDbObjectId> referencesIn(const KzDxContainers& containers,
+                                                     KzDbObjectId container);
+
 /// All that can be seen of a graph, as texts by what they tell of: layouts, marks, and for each key its node,
 /// records, places, mark and nested blocks.
 using GraphSnapshot = std::map<std::string, std::string>;
