@@ -1,12 +1,12 @@
 #pragma once
 
 /// @file
-/// What a drawing is made of: the block table, its records, references and attributes.
+/// The parts of a drawing: the block table, its records, references and attributes.
 
 #include "host/id_array.h"
 #include "host/objects.h"
 
-/// One drawing in memory. Known by its address. `zelvane/drawing.h` has what is asked of it most.
+/// One drawing in memory, identified by its address. `zelvane/drawing.h` has the most common queries.
 ///
 ///     const KzDbDatabase* const drawing = document->database();
 ///     const Zelvane::Opened<KzDbBlockTable> table(drawing->blockTableId());
@@ -21,7 +21,7 @@ public:
     [[nodiscard]] virtual KzDbObjectId blockTableId() const = 0;
 };
 
-/// Walks the records of a block table in table order. Deleted by whoever asked for it.
+/// Iterates over the records of a block table in table order. Deleted by the caller that obtained it.
 ///
 ///     for (each->start(true, true); !each->done(); each->step(true, true)) {
 ///         KzDbObjectId id;
@@ -38,7 +38,7 @@ public:
     virtual void start(bool, bool) = 0;
     /// Goes to the next record that is not erased. The module passes true for both flags.
     virtual void step(bool, bool) = 0;
-    /// Whether the walk has passed the end; there is no current record then.
+    /// Whether the iterator is past the end; there is no current record then.
     [[nodiscard]] virtual bool done() const = 0;
     /// The id of the current record. On failure `id` is null.
     virtual Orvo::ErrorStatus getRecordId(KzDbObjectId& id) const = 0;
@@ -52,7 +52,7 @@ class KzDbBlockTable : public KzDbObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
-    /// Finds a record by name; one that is not found leaves `id` null. The module passes false for the flag.
+    /// Finds a record by name; if none is found, `id` is null. The module passes false for the flag.
     virtual Orvo::ErrorStatus getAt(const char16_t* name, KzDbObjectId& id, bool) const = 0;
 
     /// Makes an iterator, which the caller deletes. It is valid while the table is open. The module passes
@@ -71,16 +71,16 @@ public:
 
     /// Whether the record is anonymous, as representations and the records of tables are.
     [[nodiscard]] virtual bool isAnonymous() const = 0;
-    /// Whether the record is a layout, model space for instance, and no block definition.
+    /// Whether the record is a layout, for example model space, and not a block definition.
     [[nodiscard]] virtual bool isLayout() const = 0;
     /// Whether the record depends on an attached drawing.
     [[nodiscard]] virtual bool isDependent() const = 0;
-    /// Whether the record stands for an attached drawing as a whole.
+    /// Whether the record represents an attached drawing as a whole.
     [[nodiscard]] virtual bool isFromExternalReference() const = 0;
-    /// The attached drawing; null when there is none. The module passes false.
+    /// The attached drawing; null if there is none. The module passes false.
     [[nodiscard]] virtual KzDbDatabase* xrefDatabase(bool) const = 0;
 
-    /// The record's name. It points into the record and is valid while that is open.
+    /// The record's name. It points into the record and is valid while the record is open.
     virtual Orvo::ErrorStatus getName(const char16_t*& name) const = 0;
 
     /// Appends the ids of the live references that insert this record, in order of creation. The module
@@ -90,7 +90,7 @@ public:
     virtual Orvo::ErrorStatus getErasedBlockReferenceIds(KzDbObjectIdArray& ids) const = 0;
 };
 
-/// Walks the ids of objects held by another one. Deleted by whoever asked for it.
+/// Iterates over the ids of the objects that another object owns. Deleted by the caller that obtained it.
 ///
 ///     const std::unique_ptr<KzDbObjectIterator> each(reference.attributeIterator());
 ///     for (; each != nullptr && !each->done(); each->step(false, true)) ids.append(each->objectId());
@@ -101,7 +101,7 @@ public:
     KzDbObjectIterator& operator=(const KzDbObjectIterator&) = delete;
     virtual ~KzDbObjectIterator() = default;
 
-    /// Whether the walk has passed the end; there is no current object then.
+    /// Whether the iterator is past the end; there is no current object then.
     [[nodiscard]] virtual bool done() const = 0;
     /// The current object.
     [[nodiscard]] virtual KzDbObjectId objectId() const = 0;
@@ -118,12 +118,12 @@ class KzDbBlockReference : public KzDbObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
-    /// The reference's attributes that are not erased; null when it has none. The caller deletes it.
+    /// An iterator over the attributes that are not erased; null if there are none. The caller deletes it.
     [[nodiscard]] virtual KzDbObjectIterator* attributeIterator() const = 0;
 };
 
-/// A text that belongs to one reference, under a tag. The module watches attributes without reading them; the
-/// two questions are for its neighbours.
+/// A text that belongs to one reference, under a tag. The module observes attributes without reading them;
+/// the two queries are for other modules.
 ///
 ///     const Zelvane::Opened<KzDbAttribute> attribute(id);
 ///     if (attribute) std::puts(Zelvane::utf8(attribute->value()).c_str());
@@ -131,7 +131,7 @@ class KzDbAttribute : public KzDbObject {
 public:
     [[nodiscard]] KZHOST_API static KzRxClass* desc(); ///< describes the class
 
-    /// What it is called, and its text. Both point into the attribute and are valid while that is open.
+    /// The tag and the text. Both point into the attribute and are valid while the attribute is open.
     /// @{
     [[nodiscard]] virtual const char16_t* tag() const = 0;
     [[nodiscard]] virtual const char16_t* value() const = 0;

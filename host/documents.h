@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The open documents, and who hears of them.
+/// The open documents, and reactors that are notified of changes to them.
 
 #include "host/platform_export.h"
 #include "host/runtime_class.h"
@@ -10,15 +10,15 @@
 
 class KzDbDatabase;
 
-/// What goes with documents.
+/// Constants of documents.
 namespace KzAp {
 
-/// The lock mode of a document. The module compares it with the values 0 and 2; no value has a name here.
+/// The lock mode of a document. The module compares it with 0 and 2; the values have no names here.
 enum class DocLockMode : std::int32_t {};
 
 } // namespace KzAp
 
-/// A document that is open in the host. Known by its address.
+/// A document that is open in the host, identified by its address.
 ///
 ///     KzApDocument* const document = Zelvane::currentDocument(); // of zelvane/drawing.h
 ///     if (document != nullptr && document->database() != nullptr) std::puts("there is a drawing");
@@ -29,7 +29,7 @@ public:
     KzApDocument& operator=(const KzApDocument&) = delete;
     virtual ~KzApDocument() = default;
 
-    /// The document's drawing; null when it has none.
+    /// The document's drawing; null if it has none.
     [[nodiscard]] virtual KzDbDatabase* database() const = 0;
     /// A yes/no state. The module runs a document's timers only while the answer is yes.
     [[nodiscard]] virtual bool isReady() const = 0;
@@ -37,7 +37,7 @@ public:
     [[nodiscard]] virtual KzAp::DocLockMode lockMode(bool) const = 0;
 };
 
-/// Walks the open documents in the order of opening. Deleted by whoever asked for it.
+/// Iterates over the open documents in the order of opening. Deleted by the caller that obtained it.
 ///
 ///     const std::unique_ptr<KzApDocumentIterator> each(kzDocManagerPtr()->newDocumentIterator());
 ///     for (; each != nullptr && !each->done(); each->step()) watch(each->document());
@@ -48,7 +48,7 @@ public:
     KzApDocumentIterator& operator=(const KzApDocumentIterator&) = delete;
     virtual ~KzApDocumentIterator() = default;
 
-    /// Whether the walk has passed the end; there is no current document then.
+    /// Whether the iterator is past the end; there is no current document then.
     [[nodiscard]] virtual bool done() const = 0;
     /// The current document.
     [[nodiscard]] virtual KzApDocument* document() const = 0;
@@ -56,35 +56,35 @@ public:
     virtual void step() = 0;
 };
 
-/// Hears what happens to the documents. The order of the operations is part of the host's interface; those
-/// that are said to keep their slot are overridden by no module that is known here.
+/// Observer of the documents. The order of the operations is part of the host's interface; reserved
+/// operations are not overridden by the module.
 ///
 ///     struct WatchNewDocuments : KzApDocManagerReactor {
 ///         void onDocumentAdded(KzApDocument* document) override { watch(document); }
 ///     };
 class KzApDocManagerReactor : public KzRxObject {
 public:
-    virtual void documentCreateStarted(KzApDocument*) {} ///< keeps its slot
-    /// The document has come into being and is among the open ones.
+    virtual void documentCreateStarted(KzApDocument*) {} ///< reserved
+    /// The document was created and is among the open documents.
     virtual void onDocumentAdded(KzApDocument*) {}
-    /// The document is about to go; it and its drawing are still whole.
+    /// The document is about to be destroyed; it and its drawing are still valid.
     virtual void onDocumentRemoving(KzApDocument*) {}
-    /// A document has gone; its file name is what is left of it.
+    /// A document was destroyed; only its file name is left.
     virtual void documentDestroyed(const char16_t* /*fileName*/) {}
     /// The document is discarded.
     virtual void onDocumentDiscarded(KzApDocument*) {}
-    /// Keep their slots.
+    /// Reserved.
     /// @{
     virtual void documentLockModeWillChange(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
                                             KzAp::DocLockMode, const char16_t* /*command*/) {}
     virtual void documentLockModeChangeVetoed(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
                                               KzAp::DocLockMode, const char16_t* /*command*/) {}
     /// @}
-    /// The document's lock mode has changed for a command, whose name may be null. The module looks at the
-    /// document and at the name, and at none of the three modes.
+    /// The document's lock mode has changed for a command, whose name may be null. The module uses the
+    /// document and the name, but none of the three modes.
     virtual void documentLockModeChanged(KzApDocument*, KzAp::DocLockMode, KzAp::DocLockMode,
                                          KzAp::DocLockMode, const char16_t* /*command*/) {}
-    /// Keep their slots.
+    /// Reserved.
     /// @{
     virtual void documentBecameCurrent(KzApDocument*) {}
     virtual void documentToBeActivated(KzApDocument*) {}
@@ -94,7 +94,7 @@ public:
     /// @}
 };
 
-/// Keeps the open documents. A client may ask it for them, and may add a reactor of its own, which it removes
+/// Owns the open documents. A client may query them, and may add a reactor of its own, which it removes
 /// before it is unloaded.
 ///
 ///     KzApDocManager* const manager = kzDocManagerPtr();
@@ -106,20 +106,20 @@ public:
     KzApDocManager& operator=(const KzApDocManager&) = delete;
     virtual ~KzApDocManager() = default;
 
-    /// Reactors are borrowed. One that is added again is there once; removing one that is not there is no
-    /// error.
+    /// Reactors are not owned. Adding a reactor again has no effect; neither has removing a reactor that is
+    /// not there.
     /// @{
     virtual void addReactor(KzApDocManagerReactor* reactor) = 0;
     virtual void removeReactor(KzApDocManagerReactor* reactor) = 0;
     /// @}
 
-    /// The document that the user works in; null when none is open.
+    /// The current document; null if none is open.
     [[nodiscard]] virtual KzApDocument* currentDocument() const = 0;
-    /// An iterator over the open documents, which the caller deletes; null when the host has none to give.
+    /// An iterator over the open documents, which the caller deletes; null if the host provides none.
     [[nodiscard]] virtual KzApDocumentIterator* newDocumentIterator() const = 0;
     /// A whole number about a document. The module runs the document's timers only while it is 0.
     [[nodiscard]] virtual std::int32_t busy(const KzApDocument* document) const = 0;
 };
 
-/// The document manager; null when there is none.
+/// The document manager; null if there is none.
 [[nodiscard]] KZHOST_API KzApDocManager* kzDocManagerPtr();

@@ -10,15 +10,16 @@
 #include "host/platform.h"
 #include "host/platform_export.h"
 
-/// Sees each queued message of the main thread before it is dispatched. Non-zero: the message was taken.
+/// Is called with each queued message of the main thread before it is dispatched. Returns non-zero if the
+/// message was handled.
 using KzEdMessageFilter = int (*)(const KzPlatform::Message* message);
 
-/// Registers a filter. Non-zero on success; 0 when the host refuses or the filter is null. A filter that is
-/// registered already stays registered once. Filters may register and remove filters while they run. A
-/// client may register one of its own, and removes it before it is unloaded.
+/// Registers a filter. Returns non-zero on success; 0 if the host refuses or the filter is null. A filter
+/// that is already registered stays registered once. Filters may register and remove filters while they run.
+/// A client may register a filter of its own, and removes it before it is unloaded.
 [[nodiscard]] KZHOST_API int kzedRegisterFilterWinMsg(KzEdMessageFilter filter);
 
-/// Removes a filter. Non-zero on success; 0 when the host refuses or the filter is not registered.
+/// Removes a filter. Returns non-zero on success; 0 if the host refuses or the filter is not registered.
 [[nodiscard]] KZHOST_API int kzedRemoveFilterWinMsg(KzEdMessageFilter filter);
 
 /// Non-zero while a command runs.

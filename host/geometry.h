@@ -3,7 +3,7 @@
 /// @file
 /// Scales.
 
-/// A scale in three dimensions, (1.0, 1.0, 1.0) unless said otherwise.
+/// A scale in three dimensions, by default (1.0, 1.0, 1.0).
 struct KzGeScale3d {
     double sx = 1.0; ///< along x
     double sy = 1.0; ///< along y

@@ -6,5 +6,5 @@
 #include "host/ids.h"
 #include "host/kz_array.h"
 
-/// A list of object ids, as the host and its modules hand it to each other.
+/// A list of object ids, as the host and its modules pass it to each other.
 using KzDbObjectIdArray = KzArray<KzDbObjectId>;

@@ -26,11 +26,11 @@ class KzArray {
 
 public:
     KzArray() = default;
-    /// An empty array with room for `physicalLength` elements. Throws std::bad_alloc, as copying does.
+    /// An empty array with room for `physicalLength` elements. Throws std::bad_alloc, as does copying.
     explicit KzArray(std::int32_t physicalLength, std::int32_t growLength = 8) : growLength_(growLength) {
         if (physicalLength > 0) reserve(physicalLength);
     }
-    /// A copy has the elements and the grow length; an array that was moved from is empty.
+    /// A copy has the elements and the grow length; a moved-from array is empty.
     /// @{
     KzArray(const KzArray& other) : growLength_(other.growLength_) { append(other); }
     KzArray(KzArray&& other) noexcept { swap(other); }
@@ -41,7 +41,7 @@ public:
     /// @}
     ~KzArray() { std::free(elements_); }
 
-    /// How many elements there are, for how many there is room, and by how many it grows at least.
+    /// The number of elements, the capacity, and by how many elements the array grows at least.
     /// @{
     [[nodiscard]] std::int32_t length() const { return logicalLength_; }
     [[nodiscard]] bool isEmpty() const { return logicalLength_ == 0; }
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] std::int32_t growLength() const { return growLength_; }
     /// @}
 
-    /// The elements, unchecked. Whatever makes room moves them.
+    /// The elements, unchecked. Growing invalidates pointers to them.
     /// @{
     [[nodiscard]] T& operator[](std::int32_t index) { return elements_[index]; }
     [[nodiscard]] const T& operator[](std::int32_t index) const { return elements_[index]; }
@@ -59,13 +59,13 @@ public:
     [[nodiscard]] const T* end() const { return elements_ + logicalLength_; }
     /// @}
 
-    /// Appends one element. Throws std::bad_alloc, with the array as it was.
+    /// Appends one element. If std::bad_alloc is thrown, the array is unchanged.
     void append(T value) {
         if (logicalLength_ == physicalLength_) reserve(grown(1));
         elements_[logicalLength_++] = value;
     }
 
-    /// Appends `count` elements, which lie outside this array, in one go. Throws like the other.
+    /// Appends `count` elements, which must be outside this array. Throws like the other.
     void append(const T* values, std::int32_t count) {
         if (count <= 0) return;
         if (physicalLength_ - logicalLength_ < count) reserve(grown(count));
@@ -75,7 +75,7 @@ public:
     /// Appends all elements of another array.
     void append(const KzArray& other) { append(other.elements_, other.logicalLength_); }
 
-    /// Makes room for `length` elements in all; never shrinks.
+    /// Reserves capacity for `length` elements in all; never shrinks.
     void reserve(std::int32_t length) {
         if (length <= physicalLength_) return;
         void* const storage = std::realloc(elements_, sizeof(T) * static_cast<std::size_t>(length));
@@ -84,10 +84,10 @@ public:
         physicalLength_ = length;
     }
 
-    /// Forgets all elements; the storage stays for the next ones.
+    /// Removes all elements and keeps the storage.
     void clear() { logicalLength_ = 0; }
 
-    /// Exchanges all, also the grow length.
+    /// Exchanges everything, including the grow length.
     void swap(KzArray& other) noexcept {
         std::swap(elements_, other.elements_);
         std::swap(physicalLength_, other.physicalLength_);

@@ -1,19 +1,19 @@
 #pragma once
 
 /// @file
-/// Who hears of objects.
+/// Observers of objects.
 
 #include "host/ids.h"
 #include "host/runtime_class.h"
 
 class KzDbObject;
 
-/// Hears what happens to the objects whose reactors it was added to. A client may derive reactors of its own,
+/// Observer of the objects whose reactors it was added to. A client may derive reactors of its own,
 /// and removes them before it is unloaded.
 ///
-/// A reactor may add and remove reactors of the object that it is told about; it opens no objects and changes
-/// no drawing. The order of the operations is part of the host's interface; those that are said to keep their
-/// slot are not sent.
+/// A reactor may add and remove reactors of the object that it is notified of; it opens no objects and
+/// changes no drawing. The order of the operations is part of the host's interface; reserved operations are
+/// not called.
 ///
 ///     struct CountEdits : KzDbObjectReactor {
 ///         void modified(const KzDbObject*) override { ++count; }
@@ -21,18 +21,19 @@ class KzDbObject;
 ///     };
 class KzDbObjectReactor : public KzRxObject {
 public:
-    virtual void cancelled(const KzDbObject*) {} ///< keeps its slot
-    /// `copy` was made of the object; it has no owner and no reactors yet.
+    virtual void cancelled(const KzDbObject*) {} ///< reserved
+    /// The object was copied. `copy` has no owner and no reactors yet.
     virtual void copied(const KzDbObject* /*object*/, const KzDbObject* /*copy*/) {}
-    /// The object was erased, or its erasure was taken back.
+    /// The object was erased or unerased.
     virtual void erased(const KzDbObject*, bool /*isErasing*/) {}
-    /// The object leaves memory: its id is not valid afterwards. The last chance to leave it.
+    /// The object is about to be destroyed; afterwards its id is not valid. The last chance to remove the
+    /// reactor.
     virtual void goodbye(const KzDbObject*) {}
-    /// An edit is about to change the object: once per edit, before the change.
+    /// An edit is about to change the object. Called once per edit, before the change.
     virtual void aboutToChange(const KzDbObject*) {}
     /// The object was changed.
     virtual void modified(const KzDbObject*) {}
-    /// Keep their slots.
+    /// Reserved.
     /// @{
     virtual void subObjModified(const KzDbObject*, const KzDbObject* /*subObject*/) {}
     virtual void modifyUndone(const KzDbObject*) {}
@@ -40,6 +41,6 @@ public:
     virtual void unappended(const KzDbObject*) {}
     virtual void reappended(const KzDbObject*) {}
     /// @}
-    /// The object was closed after somebody had opened it for write.
+    /// The object was closed after it had been open for write.
     virtual void objectClosed(KzDbObjectId) {}
 };

@@ -1,10 +1,10 @@
 #pragma once
 
 /// @file
-/// How each platform shows a function of one library to the others: the only place that knows the compilers'
-/// own words for it. And what level of the language all headers need.
+/// How a library exports functions on each platform: the only place that knows the compilers'
+/// keywords for it. And the language version that all headers need.
 
-// Some compilers that have C++20 say that they are on the way there.
+// Some compilers that support C++20 report a lower version.
 #if defined(_MSVC_LANG)
 #if _MSVC_LANG < 202002L
 #error "the headers of Zelvane and of the host need C++20: compile with /std:c++20 or later"
@@ -13,14 +13,14 @@
 #error "the headers of Zelvane and of the host need C++20: compile with -std=c++20 or later"
 #endif
 
-/// Other libraries find this function by its name.
+/// The function is exported by its name.
 #if defined(_WIN32)
 #define KZ_EXPORT __declspec(dllexport)
 #else
 #define KZ_EXPORT __attribute__((visibility("default")))
 #endif
 
-/// Each library has a function of its own by this name.
+/// The function is local: each library has its own function of this name.
 #if defined(_WIN32)
 #define KZ_HIDDEN
 #else
@@ -28,8 +28,8 @@
 #endif
 
 /// KZHOST_API: a function that the host offers to modules. KZHOST_BUILD is defined where the host itself is
-/// built. Only Windows tells the two sides apart: the same declaration would make whoever defines the
-/// function export it, and the module defines those of `host/platform.h` itself there.
+/// built. Only Windows distinguishes the two sides: there the same declaration would make a library that
+/// defines the function export it, and the module defines those of `host/platform.h` itself there.
 #if defined(_WIN32) && !defined(KZHOST_BUILD)
 #define KZHOST_API
 #else

@@ -7,12 +7,12 @@
 
 #include "host/platform_export.h"
 
-/// Enters a service under `name` in the service dictionary. True unless the name is null or taken.
+/// Adds a service under `name` to the service dictionary. Returns false if the name is null or taken.
 KZHOST_API bool kzrxRegisterService(const char16_t* name);
 
 /// Whether a service of that name is in the service dictionary.
 [[nodiscard]] KZHOST_API bool kzrxServiceIsRegistered(const char16_t* name);
 
-/// Declares a module MDI-aware. `moduleToken` is the packet that came with the module's load message. True
-/// unless the token is null.
+/// Declares a module MDI-aware. `moduleToken` is the packet of the module's load message. Returns false
+/// if the token is null.
 KZHOST_API bool kzrxRegisterAppMDIAware(void* moduleToken);

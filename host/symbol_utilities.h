@@ -1,11 +1,11 @@
 #pragma once
 
 /// @file
-/// Which record is a drawing's model space.
+/// Look-up of a drawing's model space.
 
 #include "host/block_table.h"
 
-/// The host's services object with the one question that the module asks of it.
+/// The host's services object, with the one query that the module uses.
 namespace KzDbSymbolUtilities {
 
 /// Answers questions about the records of a drawing.
@@ -18,7 +18,7 @@ public:
     Services& operator=(const Services&) = delete;
     virtual ~Services() = default;
 
-    /// The id that is taken as a drawing's model-space record; null for a null drawing or one that has none.
+    /// The id of a drawing's model-space record; null for a null drawing, or if there is none.
     [[nodiscard]] virtual KzDbObjectId modelSpaceRecordId(const KzDbDatabase* database) const = 0;
 };
 
