@@ -1,5 +1,5 @@
-// The resource library. The module loads it and reads nothing from it; its texts are for whoever inspects the
-// file.
+// The resource library. The module loads it and reads nothing from it; its texts are for people who inspect
+// the file.
 
 #include "host/platform_export.h"
 

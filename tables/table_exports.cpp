@@ -16,7 +16,7 @@ bool isTableBlock(const KzDbBlockTableRecord& record) {
     return name[0] != u'\0' && name[1] == u'T';
 }
 
-/// The ids of a document's table block records; nothing when its drawing is out of reach.
+/// The ids of a document's table block records; no value if its drawing is not accessible.
 std::optional<KzDbObjectIdArray> tableBlocks(KzApDocument* document) {
     const KzDxDocument* const documentRecord = kzdxDocDataOf(document);
     const KzDbDatabase* const drawing = documentRecord == nullptr ? nullptr : documentRecord->database();
@@ -30,7 +30,7 @@ std::optional<KzDbObjectIdArray> tableBlocks(KzApDocument* document) {
     return ids;
 }
 
-/// Appends the ids of the live references of one record; nothing when the host does not tell them.
+/// Appends the ids of the live references of one record; appends none if the host does not return them.
 void appendReferences(KzDbObjectId id, KzDbObjectIdArray& ids) {
     const KzDxOpened<KzDbBlockTableRecord> record(id);
     KzDbObjectIdArray references;
@@ -45,7 +45,7 @@ std::optional<KzDbObjectIdArray> tables(KzApDocument* document) {
     return ids;
 }
 
-/// Appends what `find` finds for the document, all of it or, when memory runs out, nothing.
+/// Appends what `find` returns for the document; if memory runs out, appends nothing.
 template <class Find>
 std::int32_t append(Find find, KzApDocument* document, KzDbObjectIdArray* ids) noexcept {
     if (ids == nullptr) return 0;

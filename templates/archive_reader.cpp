@@ -46,7 +46,7 @@ bool KzDxArchiveReader::number(std::int32_t& result) {
     return true;
 }
 
-// Counts escape as lengths do, but begin with 16 bits.
+// Counts use escapes like lengths, but begin with 16 bits.
 bool KzDxArchiveReader::count(std::uint64_t& result) {
     std::uint16_t short16 = 0;
     return number(short16) && wideNumber(short16, result);
@@ -54,14 +54,14 @@ bool KzDxArchiveReader::count(std::uint64_t& result) {
 
 bool KzDxArchiveReader::string(std::u16string& result) {
     assert(!failure_);
-    // Where the string begins: a length that is too long is told by its field, not by where it was noticed.
+    // The start of the string: a failure about the length reports the field, not where it was noticed.
     const auto start = offset();
     bool isUtf16 = false;
     std::uint64_t length = 0;
     if (!stringLength(isUtf16, length)) return false;
 
     const std::uint64_t unitSize = isUtf16 ? sizeof(char16_t) : 1;
-    // Divided rather than multiplied, which could overflow. Memory is taken only for what can be there.
+    // Division, because a product could overflow. Memory is allocated only for what the file can contain.
     if (length > remaining() / unitSize || length > result.max_size()) {
         return refuse(KzDxArchiveError::stringTooLong, start);
     }
@@ -74,7 +74,7 @@ bool KzDxArchiveReader::string(std::u16string& result) {
     }
 
     result.resize(length);
-    // UTF-16 in the order of the file is copied as it is, and turned round where the machine has the other
+    // UTF-16 is copied in the byte order of the file, and swapped if the machine has the other
     // order.
     auto* to = reinterpret_cast<std::byte*>(result.data());
     const auto copy = [&to](auto part) {
@@ -98,12 +98,12 @@ bool KzDxArchiveReader::refuse(KzDxArchiveError error, std::uint64_t offset) {
     return false;
 }
 
-// A file may have grown since its size was asked for: then more was read than there should be.
+// A file can grow after its size was queried: then more bytes were read than the size.
 std::uint64_t KzDxArchiveReader::remaining() const {
     return std::max(source_.size(), offset()) - offset();
 }
 
-// Makes `size` bytes stand together in the buffer; takes none when there are fewer.
+// Makes `size` contiguous bytes available in the buffer; consumes none if there are fewer.
 bool KzDxArchiveReader::hold(std::size_t size) {
     assert(!failure_);
     assert(size <= buffer_.size());
@@ -113,7 +113,7 @@ bool KzDxArchiveReader::hold(std::size_t size) {
     end_ -= at_;
     at_ = 0;
     while (end_ < size) {
-        // A source may give less than asked for; only nothing at all is its end.
+        // A source may return fewer bytes than requested; only 0 bytes mean its end.
         const auto count = source_.read(std::span(buffer_).subspan(end_));
         end_ += count;
         if (count != 0) continue;
@@ -123,8 +123,8 @@ bool KzDxArchiveReader::hold(std::size_t size) {
     return true;
 }
 
-// Reads what stands before the text: the form, left as it is when it is not UTF-16, and how many code units
-// or bytes follow.
+// Reads the string header: the form, which is unchanged if it is not UTF-16, and the number of code units
+// or bytes that follow.
 bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
     std::uint8_t short8 = 0;
     std::uint16_t next = 0;
@@ -135,14 +135,14 @@ bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
     if (!number(next)) return false;
     if (next != utf16Marker) return wideNumber(next, length);
 
-    // The length starts afresh; there is no second marker, so a utf16Marker here is an ordinary length.
+    // The length follows; there is no second marker, so a utf16Marker here is an ordinary length.
     isUtf16 = true;
     if (!number(short8)) return false;
     length = short8;
     return short8 < escape8 || (number(next) && wideNumber(next, length));
 }
 
-// A count or a length of which the first 16 bits are read. All ones at any width say that a wider number
+// A count or length whose first 16 bits were read. All ones at any width mean that a wider number
 // follows.
 bool KzDxArchiveReader::wideNumber(std::uint16_t start, std::uint64_t& result) {
     result = start;
@@ -153,7 +153,7 @@ bool KzDxArchiveReader::wideNumber(std::uint16_t start, std::uint64_t& result) {
     return long32 < escape32 || number(result);
 }
 
-// Gives the next `size` bytes to the sink, in as many parts as the buffer makes of them.
+// Passes the next `size` bytes to the sink, in parts of at most the buffer's size.
 bool KzDxArchiveReader::pass(std::uint64_t size, auto&& sink) {
     while (size > 0) {
         if (!hold(1)) return false;

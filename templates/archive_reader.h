@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string>
 
-/// Why an archive cannot be read.
+/// The kinds of read failures.
 enum class KzDxArchiveError {
     none,
     endsEarly,     ///< the bytes end inside a field
@@ -18,60 +18,60 @@ enum class KzDxArchiveError {
     stringTooLong, ///< a string's length exceeds the rest of the file
     unknownSchema,
     unknownClass,
-    noSuchClass,  ///< a tag asks for a class that was not defined
-    noSuchObject, ///< a tag asks for an object that was not read
+    noSuchClass,  ///< a tag refers to a class that was not defined
+    noSuchObject, ///< a tag refers to an object that was not read
     outOfMemory,
 };
 
-/// What is wrong, in words.
+/// A description of the failure.
 [[nodiscard]] const char* kzdxDescribe(KzDxArchiveError error);
 
-/// The first thing that went wrong, and where.
+/// The first failure, and where it occurred.
 struct KzDxArchiveFailure {
     KzDxArchiveError error = KzDxArchiveError::none;
     std::uint64_t offset = 0; ///< of the field
-    std::uint64_t entry = 0;  ///< the element of the list, counting from 1 and nulls too; 0: before the list
+    std::uint64_t entry = 0;  ///< the element of the list, from 1, nulls included; 0: before the list
 
-    /// True when something went wrong.
+    /// Whether there was a failure.
     explicit operator bool() const { return error != KzDxArchiveError::none; }
     bool operator==(const KzDxArchiveFailure&) const = default;
 };
 
-/// The whole of it: "entry 2, at byte 92: the file ends inside this field".
+/// The full message: "entry 2, at byte 92: the file ends inside this field".
 [[nodiscard]] std::string kzdxDescribe(const KzDxArchiveFailure& failure);
 
-/// Reads the numbers and strings of an archive, front to back, through a buffer of 4096 bytes.
+/// Reads the numbers and strings of an archive sequentially, through a buffer of 4096 bytes.
 ///
-/// Every operation gives false when it fails. The first failure is kept; after it nothing more may be read,
-/// which is asserted. A result is meaningful only when true was given. Memory is taken for bytes that the
-/// source says it has, never for a claim.
+/// Every operation returns false on failure. The first failure is kept; after it nothing more may be read,
+/// which is asserted. A result is meaningful only if true was returned. Memory is allocated for bytes that
+/// the source reports to have, never for a claimed length.
 class KzDxArchiveReader {
 public:
-    /// The source is borrowed, and read from where it stands: its start.
+    /// The source is not owned; it is read from its current position, the start.
     explicit KzDxArchiveReader(KzDxByteSource& source) : source_(source) {}
 
     [[nodiscard]] bool number(std::unsigned_integral auto& result);
     [[nodiscard]] bool number(std::int32_t& result);
 
-    /// The count of a list: 16 bits, or more behind an escape.
+    /// The count of a list: 16 bits, or more after an escape.
     [[nodiscard]] bool count(std::uint64_t& result);
 
     /// A string in either form.
     [[nodiscard]] bool string(std::u16string& result);
 
-    /// Appends `size` bytes as they are. For short, fixed texts.
+    /// Appends `size` raw bytes. For short, fixed texts.
     [[nodiscard]] bool bytes(std::string& result, std::size_t size);
 
-    /// How many bytes are left, as far as the source knows.
+    /// The number of remaining bytes, by the size that the source reported.
     [[nodiscard]] std::uint64_t remaining() const;
 
-    /// Says that the next element of the list begins, for failures to name it.
+    /// Starts the next element of the list, for the entry number of failures.
     void beginEntry() { ++entry_; }
 
-    /// The offset of the next byte, counted from the start of the source.
+    /// The offset of the next byte from the start of the source.
     [[nodiscard]] std::uint64_t offset() const { return consumed_ + at_; }
 
-    /// Keeps a failure, unless there is one already. Gives false, for `return refuse(...)`.
+    /// Stores a failure, unless there is one already. Returns false, for `return refuse(...)`.
     bool refuse(KzDxArchiveError error, std::uint64_t offset);
 
     [[nodiscard]] const KzDxArchiveFailure& failure() const { return failure_; }

@@ -4,13 +4,13 @@
 
 using namespace KzDxArchive;
 
-// A value that is all ones at a width is an escape there, and so takes the next width.
+// A value of all ones at a width is an escape there, so it needs the next width.
 void KzDxArchiveWriter::count(std::uint64_t value) {
     if (value < escape16) return number(static_cast<std::uint16_t>(value));
     wideNumber(value);
 }
 
-// Always in UTF-16, whatever the characters: the other form has none beyond its code page.
+// Always UTF-16, because the other form is limited to a code page.
 void KzDxArchiveWriter::string(std::u16string_view text) {
     number(escape8);
     number(utf16Marker);
@@ -23,7 +23,7 @@ void KzDxArchiveWriter::bytes(std::string_view text) {
     written_.insert(written_.end(), source.begin(), source.end());
 }
 
-// 65534 takes the long form because its short one would look like the marker of a UTF-16 string.
+// 65534 needs the long form, because its short form equals the marker of a UTF-16 string.
 void KzDxArchiveWriter::stringLength(std::uint64_t length) {
     if (length < escape8) return number(static_cast<std::uint8_t>(length));
     number(escape8);

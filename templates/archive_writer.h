@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-/// Writes the numbers and strings of an archive into memory, each in its shortest form.
+/// Writes the numbers and strings of an archive to memory, each in its shortest form.
 class KzDxArchiveWriter {
 public:
     void number(std::unsigned_integral auto value);
@@ -19,15 +19,15 @@ public:
     /// A string in UTF-16 form.
     void string(std::u16string_view text);
 
-    /// The text as it is, without a length.
+    /// The raw text, without a length.
     void bytes(std::string_view text);
 
-    /// All that was written so far; valid until more is written.
+    /// Everything written so far; valid until the next write.
     [[nodiscard]] std::span<const std::byte> written() const { return written_; }
 
 private:
     void stringLength(std::uint64_t length);
-    /// A count or a length that takes more than 16 bits.
+    /// A count or a length of more than 16 bits.
     void wideNumber(std::uint64_t value);
 
     std::vector<std::byte> written_;

@@ -9,7 +9,7 @@
 
 void KzDxAttributeTable::append(std::u16string_view name, std::int32_t flag) {
     auto& [names, rows] = contents();
-    // The first name tells how long the others are likely to be, and the rows how many were announced.
+    // The length of the first name predicts the others; the capacity of the rows is the expected number.
     if (names.empty()) {
         names.reserve(std::min(name.size(), KzDxTemplateLimits::reservedNameLength) * rows.capacity());
     }
@@ -17,7 +17,7 @@ void KzDxAttributeTable::append(std::u16string_view name, std::int32_t flag) {
     rows.push_back({{nullptr, flag}, names.size()});
 }
 
-// A row knows where its name ends; it begins where the one before ends.
+// A row stores where its name ends; the name begins where the previous one ends.
 std::u16string_view KzDxAttributeTable::name(std::size_t position) const {
     assert(position < size());
     const auto& rows = contents_->rows;
@@ -48,7 +48,7 @@ void KzDxAttributeTable::removeUnselected() {
     removeIf([this](std::size_t position) { return entry(position).flag == 0; });
 }
 
-// Asks for each position once, in order, before the row of that position is moved.
+// Calls the predicate for each position once, in order, before the row of that position is moved.
 void KzDxAttributeTable::removeIf(auto isRemoved) {
     if (!contents_) return;
     auto& [names, rows] = *contents_;
@@ -72,7 +72,7 @@ void KzDxAttributeTable::reserve(std::size_t count) {
     if (count != 0) contents().rows.reserve(count);
 }
 
-// Made when something first goes in.
+// Created when the first attribute is added.
 KzDxAttributeTable::Contents& KzDxAttributeTable::contents() {
     if (!contents_) contents_ = std::make_unique<Contents>();
     return *contents_;

@@ -9,23 +9,23 @@
 #include <string_view>
 #include <vector>
 
-/// What a template records about one attribute of a block.
+/// The entry of a template for one attribute of a block.
 struct KzDxAttributeEntry {
-    /// Two further strings, not stored; null stands for two empty ones, as in every entry that was read.
+    /// Two further strings, not stored; null means two empty strings, as in every entry that was read.
     std::unique_ptr<std::array<std::u16string, 2>> texts;
 
     std::int32_t flag = 0; ///< non-zero: the attribute is selected
 };
 
-/// The attributes of one block: names that compare exactly (case-sensitive, NULs included), with their
-/// entries, in the order in which they were appended, which for a template that was read is the file's.
+/// The attributes of one block: names, which compare exactly (case-sensitive, NULs included), with their
+/// entries, in the order in which they were appended: for a template that was read, the order of the file.
 ///
-/// The names are stored in one text, one after the other: a template has a million of them. References to
+/// The names are stored in one string, because a template can have a million of them. References to
 /// names and entries are valid until the table changes.
 class KzDxAttributeTable {
 public:
-    /// Appends an attribute with that flag. Its name may repeat an earlier one; `removeRepeated` restores
-    /// that each name is there once, as in every template.
+    /// Appends an attribute with that flag. Its name may repeat an earlier one; `removeRepeated` removes
+    /// repeated names, so that each name occurs once, as in every template.
     void append(std::u16string_view name, std::int32_t flag);
 
     [[nodiscard]] std::size_t size() const { return contents_ ? contents_->rows.size() : 0; }
@@ -37,16 +37,16 @@ public:
     }
     [[nodiscard]] KzDxAttributeEntry& entry(std::size_t position) { return contents_->rows[position].entry; }
 
-    /// The first attribute whose name an earlier one has; none when all names differ.
+    /// The first attribute whose name repeats an earlier one; none if all names differ.
     [[nodiscard]] std::optional<std::size_t> firstRepeated() const;
 
-    /// Removes every attribute whose name an earlier one has. The rest keep their order.
+    /// Removes every attribute whose name repeats an earlier one. The others keep their order.
     void removeRepeated();
 
-    /// Removes every attribute whose flag is 0. The rest keep their order.
+    /// Removes every attribute whose flag is 0. The others keep their order.
     void removeUnselected();
 
-    /// Makes room for that many attributes in all.
+    /// Reserves capacity for that many attributes in all.
     void reserve(std::size_t count);
 
 private:
@@ -64,5 +64,5 @@ private:
     [[nodiscard]] std::vector<std::size_t> repeated() const;
     void removeIf(auto isRemoved);
 
-    std::unique_ptr<Contents> contents_; // null while empty, as in the many blocks without attributes
+    std::unique_ptr<Contents> contents_; // null if empty: many blocks have no attributes
 };

@@ -16,10 +16,10 @@ using namespace KzDxArchive;
 
 namespace {
 
-// Reads the elements one by one, and knows what each index of the file stands for.
+// Reads the elements one by one, and keeps the class or object of each index.
 class BlockListReader {
 public:
-    // Room is made for what the rest of the file can hold, however many elements it claims.
+    // Reserves at most what the rest of the file can contain, regardless of the claimed count.
     BlockListReader(KzDxArchiveReader& reader, CEattBlockList& blocks, std::uint64_t count)
         : reader_(reader), blocks_(blocks) {
         const auto rest = reader.remaining();
@@ -32,14 +32,15 @@ public:
         start_ = reader_.offset();
         std::uint16_t tag = 0;
         if (!reader_.number(tag)) return false;
-        // The two tags that are no index first. Any other is that of a class or of an object, by its size.
+        // First the two tags that are not an index. Any other tag is that of a class or an object, by its
+        // value.
         if (tag == newClassTag) return classDefinition() && newBlock();
         if (tag == longTag) return longElement();
         return tag >= classTag ? blockOfClass(tag - classTag) : sameBlock(tag);
     }
 
 private:
-    // The index stands for the class and not for an object.
+    // The index is that of a class, not of an object.
     static constexpr std::size_t isClass = static_cast<std::size_t>(-1);
 
     [[nodiscard]] bool longElement() {
@@ -48,7 +49,7 @@ private:
         return index >= longClassTag ? blockOfClass(index - longClassTag) : sameBlock(index);
     }
 
-    // Only one class is known, but a file may define it more than once; each time it takes an index.
+    // Only one class is known, but a file may define it repeatedly; each definition gets an index.
     [[nodiscard]] bool classDefinition() {
         const auto schemaStart = reader_.offset();
         std::uint16_t schema = 0;
@@ -59,7 +60,7 @@ private:
         std::uint16_t length = 0;
         std::string name;
         if (!reader_.number(length)) return false;
-        // A name of another length is wrong whatever it says, and is not read.
+        // A name of another length cannot match, so it is not read.
         if (length == blockClassName.size() && !reader_.bytes(name, length)) return false;
         if (name != blockClassName) return reader_.refuse(KzDxArchiveError::unknownClass, nameStart);
         given_.push_back(isClass);
@@ -74,19 +75,19 @@ private:
     }
 
     [[nodiscard]] bool newBlock() {
-        // The object has its index before its body is read, as the writer gives it.
+        // The object gets its index before its body is read, in the order of the writer.
         given_.push_back(blocks_.size());
         blocks_.push_back(std::make_shared<CEattBlockInfo>());
         return blocks_.back()->load(reader_);
     }
 
-    // The same object once more: a shared one, not a copy.
+    // The same object again: shared, not copied.
     [[nodiscard]] bool sameBlock(std::uint32_t index) {
         if (index == 0) return true; // a null element
         if (index > given_.size() || given_[index - 1] == isClass) {
             return reader_.refuse(KzDxArchiveError::noSuchObject, start_);
         }
-        // A copy of the pointer, before the list may move.
+        // Copies the pointer before the list can be reallocated.
         auto block = blocks_[given_[index - 1]];
         blocks_.push_back(std::move(block));
         return true;
@@ -94,11 +95,11 @@ private:
 
     KzDxArchiveReader& reader_;
     CEattBlockList& blocks_;
-    std::vector<std::size_t> given_; // for index i + 1: where its object stands in the list, or isClass
+    std::vector<std::size_t> given_; // for index i + 1: the position of its object in the list, or isClass
     std::uint64_t start_ = 0;        // of the current element
 };
 
-// Writes the elements one by one, and remembers the index of each object by its address.
+// Writes the elements one by one, and stores the index of each object by its address.
 class BlockListWriter {
 public:
     explicit BlockListWriter(KzDxArchiveWriter& writer) : writer_(writer) {}
@@ -107,20 +108,20 @@ public:
         if (block == nullptr) return writer_.number(nullTag);
         if (const auto known = given_.find(block); known != given_.end()) return reference(known->second);
         classReference();
-        // After the definition, which takes its index before the first object.
+        // After the definition, which gets its index before the first object.
         given_.emplace(block, ++lastIndex_);
         block->store(writer_);
     }
 
 private:
-    // Indices that would look like another tag take the long form.
+    // Indices that would equal another tag need the long form.
     void reference(std::uint32_t index) {
         if (index < longTag) return writer_.number(static_cast<std::uint16_t>(index));
         writer_.number(longTag);
         writer_.number(index);
     }
 
-    // The definition is written before the first block and so takes index 1, which always fits a short tag.
+    // The definition is written before the first block, so its index is 1, which always fits a short tag.
     void classReference() {
         if (lastIndex_ != 0) return writer_.number(static_cast<std::uint16_t>(classTag + 1));
         lastIndex_ = 1;
@@ -141,7 +142,7 @@ bool kzdxLoadBlockList(KzDxArchiveReader& reader, CEattBlockList& blocks) {
     std::uint64_t count = 0;
     if (!reader.count(count)) return false;
     BlockListReader elements(reader, blocks, count);
-    // The count is only a claim: a file that holds less ends the loop with a failure.
+    // The count is only a claim: a shorter file ends the loop with a failure.
     for (; count > 0; --count) {
         if (!elements.element()) return false;
     }

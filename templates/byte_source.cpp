@@ -15,15 +15,15 @@ std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (error) return error;
-    // Before it is opened: opening a pipe would wait for a writer.
+    // Before it is opened, because opening a pipe would block until there is a writer.
     if (status.type() != std::filesystem::file_type::regular) {
         return std::make_error_code(std::errc::invalid_argument);
     }
     size_ = std::filesystem::file_size(path, error);
     if (error) return error;
 
-    file_.rdbuf()->pubsetbuf(nullptr, 0); // the archive reader has the buffer
-    // The stream does not say why it cannot open a file. The system does, if it was asked at all.
+    file_.rdbuf()->pubsetbuf(nullptr, 0); // the archive reader buffers
+    // The stream does not tell why it cannot open a file. errno does, if a system call was made.
     errno = 0;
     file_.open(path, std::ios::in | std::ios::binary);
     if (file_.is_open()) return {};
@@ -33,6 +33,6 @@ std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
 
 std::size_t KzDxFileSource::read(std::span<std::byte> to) {
     file_.read(reinterpret_cast<char*>(to.data()), static_cast<std::streamsize>(to.size()));
-    // The last part may be shorter, which the stream takes for a failure; what was read counts.
+    // The last part may be shorter, which the stream treats as a failure; the bytes that were read count.
     return static_cast<std::size_t>(file_.gcount());
 }

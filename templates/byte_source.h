@@ -7,7 +7,7 @@
 #include <span>
 #include <system_error>
 
-/// Where an archive reader takes its bytes from, front to back.
+/// Sequential source of bytes for an archive reader.
 class KzDxByteSource {
 public:
     KzDxByteSource() = default;
@@ -15,19 +15,19 @@ public:
     KzDxByteSource& operator=(const KzDxByteSource&) = delete;
     virtual ~KzDxByteSource() = default;
 
-    /// Bytes in the whole source as known at its start. A reader refuses a length that goes beyond it before
-    /// it allocates anything; the source itself may turn out to hold fewer bytes.
+    /// The size in bytes as known at the start. A reader rejects a length beyond it before
+    /// it allocates anything; the source may turn out to hold fewer bytes.
     [[nodiscard]] virtual std::uint64_t size() const = 0;
 
-    /// Copies the next bytes to `to`, at most as many as fit, and gives how many. 0: the end, or a read
+    /// Copies the next bytes to `to`, at most as many as fit, and returns how many. 0: the end, or a read
     /// error.
     [[nodiscard]] virtual std::size_t read(std::span<std::byte> to) = 0;
 
-    /// Whether the last read() ended in an error and not at the end.
+    /// Whether the last read() failed, as opposed to reaching the end.
     [[nodiscard]] virtual bool failed() const { return false; }
 };
 
-/// Bytes in memory, borrowed.
+/// Bytes in memory, not owned.
 class KzDxMemorySource : public KzDxByteSource {
 public:
     explicit KzDxMemorySource(std::span<const std::byte> bytes) : size_(bytes.size()), rest_(bytes) {}
@@ -40,11 +40,11 @@ private:
     std::span<const std::byte> rest_;
 };
 
-/// A regular file, read without a buffer of its own. Closed by the destructor.
+/// A regular file, read without its own buffer. Closed by the destructor.
 class KzDxFileSource : public KzDxByteSource {
 public:
-    /// Opens the file for reading. A directory, a device or a pipe is refused (std::errc::invalid_argument),
-    /// so that opening never waits and the size is known.
+    /// Opens the file for reading. A directory, a device or a pipe is rejected (std::errc::invalid_argument),
+    /// so that opening never blocks and the size is known.
     [[nodiscard]] std::error_code open(const std::filesystem::path& path);
 
     [[nodiscard]] std::uint64_t size() const override { return size_; }

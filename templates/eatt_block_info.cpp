@@ -14,8 +14,8 @@
 bool CEattBlockInfo::load(KzDxArchiveReader& reader) {
     std::int32_t count = 0;
     if (!reader.string(blockName) || !reader.number(blockFlag) || !reader.number(count)) return false;
-    count = std::max(count, 0); // a negative count is read as none
-    // It is only a claim, so room is made for a few.
+    count = std::max(count, 0); // a negative count is treated as 0
+    // The count is only a claim, so only a few are reserved.
     attributes.reserve(std::min(static_cast<std::size_t>(count), KzDxTemplateLimits::reservedAttributes));
     std::u16string name;
     std::int32_t flag = 0;

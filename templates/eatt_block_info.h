@@ -12,7 +12,7 @@
 class KzDxArchiveReader;
 class KzDxArchiveWriter;
 
-/// An object of the attribute-info list. Templates never hold one.
+/// An object of the attribute-info list. Templates never contain any.
 class CEattAttributeInfo {
 public:
     CEattAttributeInfo() = default;
@@ -21,7 +21,7 @@ public:
     virtual ~CEattAttributeInfo() = default;
 };
 
-/// What a block has besides, and no template stores.
+/// The members of a block that no template stores.
 struct KzDxUnstoredMembers {
     std::vector<std::unique_ptr<CEattAttributeInfo>> attributeInfos;
     std::u16string secondName;
@@ -33,25 +33,26 @@ struct KzDxUnstoredMembers {
     std::array<std::uint64_t, 4> moreValues{};
 };
 
-/// One block of a template: its name, whether it is selected, and its attributes. Only these three are
-/// stored. A file of a few megabytes may hold a million blocks, so what only few would use stands apart.
+/// One block of a template: its name, whether it is selected, and its attributes. Only these are
+/// stored. A file of a few megabytes can hold a million blocks, so rarely used members are allocated
+/// separately.
 class CEattBlockInfo {
 public:
     std::u16string blockName;
     KzDxAttributeTable attributes;
-    std::unique_ptr<KzDxUnstoredMembers> unstored; ///< null, as in every block that is read: start values
+    std::unique_ptr<KzDxUnstoredMembers> unstored; ///< null, as in every block that is read: initial values
     std::int32_t blockFlag = 1;                    ///< non-zero: the block is selected
     std::int32_t entryCounter = 0;                 ///< 1 in the blocks of CEattMain::LoadTemplate
-    std::int32_t secondEntryCounter = 0;           ///< likewise
+    std::int32_t secondEntryCounter = 0;           ///< the same
 
-    /// Reads the stored members into this block, which must be fresh. An attribute name that repeats is read
-    /// and dropped: the first one stays. False: the reader keeps why, and the block is to be thrown away.
+    /// Reads the stored members into this block, which must be new. An attribute with a repeated name is read
+    /// and dropped. If it returns false, the reader has the failure, and the block must be discarded.
     [[nodiscard]] bool load(KzDxArchiveReader& reader);
 
     /// Writes the stored members, the attributes in the order of CEattUtil.
     void store(KzDxArchiveWriter& writer) const;
 };
 
-/// The blocks of a template in the order of its file. Null elements are allowed; the same object may stand at
-/// several places and is stored once.
+/// The blocks of a template in the order of its file. Null elements are allowed; the same object may occur at
+/// several positions and is stored once.
 using CEattBlockList = std::vector<std::shared_ptr<CEattBlockInfo>>;

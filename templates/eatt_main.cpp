@@ -11,7 +11,8 @@
 
 namespace {
 
-// A list may hold a block a million times, so one that was taken over is told by its counters.
+// A list can contain a block a million times, so a block that was already processed is marked by its
+// counters.
 void takeOver(CEattBlockInfo& block) {
     if (block.entryCounter == 1) return;
     block.attributes.removeUnselected();
@@ -20,21 +21,21 @@ void takeOver(CEattBlockInfo& block) {
 }
 
 bool openFile(KzDxFileSource& source, const std::u16string& path) {
-    // A path that ends early at a NUL would name another file.
+    // A path that ends at an embedded NUL would name another file.
     return !path.empty() && path.find(u'\0') == std::u16string::npos && !source.open(kzdxNativePath(path));
 }
 
 } // namespace
 
 int CEattMain::LoadTemplate() noexcept {
-    // Thrown is that memory ran out, or a path that the system cannot express.
+    // Throws if memory runs out, or for a path that the system cannot express.
     return kzdxAtBoundary(0, [this] {
         KzDxFileSource source;
         CEattMain read;
         if (!openFile(source, templatePath) || kzdxReadTemplate(source, read)) return 0;
         for (const auto& block : read.blocks) takeOver(*block);
-        // The last step that may throw, and it leaves the list as it was when it does: so this object changes
-        // wholly or not at all.
+        // The last step that can throw, and then it leaves the list unchanged: so this object changes
+        // completely or not at all.
         blocks.insert(blocks.end(), std::make_move_iterator(read.blocks.begin()),
                       std::make_move_iterator(read.blocks.end()));
         headerValue = read.headerValue;
@@ -55,12 +56,12 @@ KzDxArchiveFailure kzdxReadTemplate(KzDxByteSource& source, CEattMain& result) n
     const bool isRead = kzdxAtBoundary(false, [&] {
         CEattMain read;
         if (!read.load(reader) || !kzdxLoadBlockList(reader, read.blocks)) return false;
-        // Only when all was read.
+        // Only if everything was read.
         result.headerValue = read.headerValue;
         result.blocks.swap(read.blocks);
         return true;
     });
-    // Has no effect on a file that is at fault, for the reader keeps what it found first: memory ran out.
+    // Out of memory. Has no effect if the file was invalid, because the reader keeps the first failure.
     if (!isRead) reader.refuse(KzDxArchiveError::outOfMemory, reader.offset());
     return reader.failure();
 }

@@ -11,14 +11,14 @@
 
 namespace {
 
-// The collation key of a name, which is made once instead of at each comparison.
+// The collation key of a name, computed once instead of at each comparison.
 struct KeyedName {
     std::wstring key;
     std::size_t position;
 };
 
-// Lower case, by the locale, in the wide characters of the C library: code points, or UTF-16 where those have
-// 16 bits. Half a surrogate pair becomes U+FFFD.
+// Converts to lower case by the locale, in wide characters of the C library: code points, or UTF-16 where
+// they have 16 bits. Half a surrogate pair becomes U+FFFD.
 std::wstring folded(std::u16string_view text) {
     std::wstring result;
     if constexpr (sizeof(wchar_t) == sizeof(char16_t)) {
@@ -32,15 +32,15 @@ std::wstring folded(std::u16string_view text) {
 
 std::wstring collationKey(const wchar_t* text) {
     const std::size_t size = std::wcsxfrm(nullptr, text, 0);
-    if (size >= INT_MAX) return text; // so Windows says that its locale has no place for it
+    if (size >= INT_MAX) return text; // the result on Windows if the locale cannot collate the text
     std::wstring key(size, L'\0');
-    // The null that it writes behind the key lands on the string's own.
+    // The null that it writes after the key overwrites the string's own.
     std::wcsxfrm(key.data(), text, key.size() + 1);
     return key;
 }
 
 // Keys compare, unit by unit, as their names collate. The C library stops at a NUL, so each part between NULs
-// is given its own key.
+// gets its own key.
 std::wstring collationKey(std::u16string_view name) {
     const std::wstring text = folded(name);
     std::wstring key = collationKey(text.c_str());
@@ -51,7 +51,7 @@ std::wstring collationKey(std::u16string_view name) {
     return key;
 }
 
-// The walk down may stop at the first pair in order: all pairs below it are in order since the rounds before.
+// Stops at the first pair in order: all pairs below it are in order since the previous rounds.
 void sinkDown(std::vector<KeyedName>& names, std::size_t from, std::size_t gap) {
     for (std::size_t upper = from; upper >= gap; upper -= gap) {
         auto& low = names[upper - gap];
@@ -68,8 +68,8 @@ std::vector<std::size_t> CEattUtil::sortedPositions(std::span<const std::u16stri
     keyed.reserve(names.size());
     for (const auto name : names) keyed.push_back({collationKey(name), keyed.size()});
 
-    // Not std::sort: the order of names that collate equal is part of what a file says, and comes of just
-    // these steps.
+    // Not std::sort: the order of names that collate equal is part of the file's content, and results from
+    // exactly these steps.
     for (std::size_t gap = keyed.size() / 2; gap >= 1; gap /= 2) {
         for (std::size_t i = gap; i < keyed.size(); ++i) sinkDown(keyed, i, gap);
     }

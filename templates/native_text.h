@@ -4,11 +4,11 @@
 #include <string>
 #include <string_view>
 
-/// Text whose encoding is the system's: one source for each system.
+/// Text in the system's encoding; implemented once per system.
 
-/// A path in the encoding of this system. Throws when the system cannot express it, or memory has run out.
+/// A path in the encoding of this system. Throws if the path cannot be expressed, or out of memory.
 [[nodiscard]] std::filesystem::path kzdxNativePath(const std::u16string& path);
 
-/// Text in the system's single-byte encoding as UTF-16: on Windows its ANSI code page, of which some take
-/// several bytes for a character; elsewhere code page 1252. Throws when memory has run out.
+/// Converts text in the system's single-byte encoding to UTF-16: on Windows its ANSI code page, some of which
+/// use several bytes per character; elsewhere code page 1252. Throws if out of memory.
 [[nodiscard]] std::u16string kzdxFromSystemCodePage(std::string_view bytes);

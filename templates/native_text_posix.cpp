@@ -4,8 +4,8 @@
 
 namespace {
 
-// The five bytes that the code page leaves undefined (81, 8D, 8F, 90, 9D) become the control character of the
-// same number.
+// The five bytes that the code page leaves undefined (81, 8D, 8F, 90, 9D) map to the control character of the
+// same value.
 char16_t fromCodePage1252(char byte) {
     constexpr char16_t from80[] = {
         0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
@@ -18,7 +18,7 @@ char16_t fromCodePage1252(char byte) {
 
 } // namespace
 
-// The library converts it to UTF-8, and throws for half a surrogate pair, which has none.
+// The library converts it to UTF-8, and throws for an unpaired surrogate, which has no UTF-8 form.
 std::filesystem::path kzdxNativePath(const std::u16string& path) {
     return path;
 }

@@ -9,10 +9,10 @@
 
 namespace {
 
-// Names, borrowed until all are known: a list of a million strings is then made in one go.
+// Names, not copied until all are known: a list of a million strings is then created in one allocation.
 using BorrowedNames = std::vector<std::u16string_view>;
 
-// A name that comes several times in a row is kept once: a million nameless blocks take no memory here.
+// A name that occurs several times in a row is kept once: a million nameless blocks need no memory here.
 void add(std::u16string_view name, BorrowedNames& to) {
     if (to.empty() || to.back() != name) to.push_back(name);
 }
@@ -23,7 +23,7 @@ void addSelected(const KzDxAttributeTable& attributes, BorrowedNames& to) {
     }
 }
 
-// Appends a copy of each name that differs from those before it.
+// Appends a copy of each name that differs from all before it.
 void appendUnique(const BorrowedNames& names, std::vector<std::u16string>& list) {
     const auto repeated = kzdxRepeatedNames(names.size(), [&](std::size_t at) { return names[at]; });
     list.reserve(list.size() + names.size() - repeated.size());
@@ -43,10 +43,10 @@ void kzdxGiveSelectedNames(const CEattMain& eattMain, std::vector<std::u16string
                            std::vector<std::u16string>& attributes) {
     BorrowedNames blockNames;
     BorrowedNames separateNames;
-    // For one list, one sequence of names; the separate one then stays empty.
+    // For a common list, one sequence of names; the separate one then stays empty.
     BorrowedNames& attributeNames = &blocks == &attributes ? blockNames : separateNames;
 
-    // The same block again has nothing new. Few stand in the list twice, and only those have two owners.
+    // A repeated block adds nothing. Few blocks occur twice in the list; only those have two owners.
     std::unordered_set<const CEattBlockInfo*> seen;
     for (const auto& block : eattMain.blocks) {
         if (!block || block->blockFlag == 0) continue;

@@ -8,14 +8,15 @@ void kzdxReadLegacyBlkTemplate(const std::u16string& path, std::vector<std::u16s
                                std::vector<std::u16string>& attributes) noexcept {
     const bool isThrough = kzdxAtBoundary(false, [&] {
         CEattMain eattMain;
-        eattMain.templatePath = path; // before the lists are emptied: the path may stand in one of them
+        eattMain.templatePath =
+            path; // before the lists are emptied: the path may be an element of one of them
         blocks.clear();
         attributes.clear();
-        // A file that cannot be read leaves both lists empty, and nothing tells why.
+        // If the file cannot be read, both lists are empty, without a reason.
         if (eattMain.LoadTemplate() == 1) kzdxGiveSelectedNames(eattMain, blocks, attributes);
         return true;
     });
     if (isThrough) return;
-    blocks.clear(); // memory ran out: all or nothing
+    blocks.clear(); // out of memory: all or nothing
     attributes.clear();
 }

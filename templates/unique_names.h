@@ -5,9 +5,9 @@
 #include <string_view>
 #include <vector>
 
-/// The positions of the names that repeat an earlier one, ascending. `nameAt(position)` gives the names. They
-/// are sorted, not hashed, because no file can be made that makes sorting slow: O(n log n) comparisons, and
-/// O(n) without an allocation for names in ascending order, as most blocks have them.
+/// The positions of the names that repeat an earlier one, ascending. `nameAt(position)` returns a name. The
+/// names are sorted, not hashed, so that no file can make it slow: O(n log n) comparisons, and O(n) without
+/// an allocation for names in ascending order, as in most blocks.
 [[nodiscard]] std::vector<std::size_t> kzdxRepeatedNames(std::size_t count, const auto& nameAt) {
     struct Row {
         std::u16string_view name;

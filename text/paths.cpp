@@ -7,7 +7,7 @@
 namespace Text {
 
 std::filesystem::path toPath(std::string_view name) {
-    return std::u8string(name.begin(), name.end()); // a std::string would be taken for the system's code page
+    return std::u8string(name.begin(), name.end()); // a std::string would be read in the system's code page
 }
 
 std::string fromPath(const std::filesystem::path& path) {

@@ -18,7 +18,7 @@ std::size_t countOf(std::string_view part, std::string_view text) {
 
 } // namespace
 
-// What is not valid does not come back as it was.
+// An invalid sequence does not convert back to itself.
 std::optional<std::u16string> toUtf16(std::string_view bytes) {
     std::u16string text = Zelvane::utf16(bytes);
     if (Zelvane::utf8(text) != bytes) return std::nullopt;

@@ -5,14 +5,15 @@
 #include <string>
 #include <string_view>
 
-/// Between the UTF-16 of the host's strings and the UTF-8 of scripts, files and terminals.
+/// Conversion between the UTF-16 of the host's strings and the UTF-8 of scripts, files and terminals.
 namespace Text {
 
-/// UTF-8 as UTF-16. Nothing when the bytes are not valid UTF-8 (overlong forms and surrogates are not).
+/// Converts UTF-8 to UTF-16. No value if the bytes are not valid UTF-8 (overlong forms and surrogates are
+/// not).
 [[nodiscard]] std::optional<std::u16string> toUtf16(std::string_view bytes);
 
-/// UTF-16 as UTF-8. A surrogate without its other half becomes U+FFFD; how many did is added to `replaced`,
-/// unless that is null.
+/// Converts UTF-16 to UTF-8. An unpaired surrogate becomes U+FFFD; their number is added to `replaced`,
+/// unless it is null.
 [[nodiscard]] std::string toUtf8(std::u16string_view text, std::size_t* replaced = nullptr);
 
 } // namespace Text
