@@ -121,11 +121,11 @@ void KzDxBlock::aboutToChange(const KzDbObject* object) {
 
 void KzDxBlock::goodbye(const KzDbObject* object) {
     object->removeReactor(this); // the object is being destroyed; its id stays stored until the next reading
-    objectEdited(object);        // sets no mark, so it causes no update; but the next update has to read it
+    objectEdited(object);        // sets no mark, so it causes no update
 }
 
 void KzDxBlock::objectEdited(const KzDbObject* object) {
-    if (owner_ != nullptr) owner_->updateState().objectEdited(*this, object);
+    if (owner_ != nullptr) owner_->updateState().objectEdited(object);
 }
 
 void KzDxBlock::markStale() noexcept {

@@ -21,8 +21,7 @@ void KzDxUpdateState::clear() noexcept {
     level_ = KzDxScanLevel::full;
 }
 
-void KzDxUpdateState::objectEdited(KzDxBlock& node, const KzDbObject* object) noexcept {
-    markStale(node, KzDxReadLevel::everything);
+void KzDxUpdateState::objectEdited(const KzDbObject* object) noexcept {
     const bool isAttribute = object->isA()->isDerivedFrom(KzDbAttribute::desc());
     if (!isAttribute) raiseLevel(KzDxScanLevel::referenceLists);
 }

@@ -27,8 +27,9 @@ enum class KzDxScanLevel : std::uint8_t {
 ///
 /// | what happens                                  | the node is read          | the next scan is at least |
 /// |-----------------------------------------------|---------------------------|---------------------------|
-/// | an attribute is to change, copied, destroyed  | everything                | `staleNodes`              |
-/// | any other object is: a reference or a record  | everything                | `referenceLists`          |
+/// | an attribute is about to change, or is copied | everything                | `staleNodes`              |
+/// | a reference or a record is                    | everything                | `referenceLists`          |
+/// | a reference or a record is destroyed          |                           | `referenceLists`          |
 /// | the block table is about to change            |                           | `referenceLists`          |
 /// | a node is created                             | everything                |                           |
 /// | a node gets a further record                  | new references            |                           |
@@ -58,8 +59,8 @@ public:
     void remove(KzDxBlock& node) noexcept;
     void clear() noexcept;
 
-    /// An object that `node` is registered with is about to change, was copied, or is about to be destroyed.
-    void objectEdited(KzDxBlock& node, const KzDbObject* object) noexcept;
+    /// An object that a node is registered with is about to change, was copied, or is about to be destroyed.
+    void objectEdited(const KzDbObject* object) noexcept;
 
     /// The node must be read at that level or more.
     void markStale(KzDxBlock& node, KzDxReadLevel level) noexcept;
