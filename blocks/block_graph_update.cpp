@@ -84,8 +84,7 @@ bool KzDxBlocks::tryUnregister() noexcept {
 // Updating.
 
 void KzDxBlocks::aboutToChange(const KzDbObject*) {
-    setNeedsScan(true);
-    state_.raiseLevel(KzDxScanLevel::referenceLists); // a record is added
+    setNeedsScan(true); // a record is added: the scan finds its id
 }
 
 void KzDxBlocks::timerElapsed() {
