@@ -1,9 +1,9 @@
--- The command lines of the scripts in this folder: options with their help, and how a script ends.
+-- Command lines of the scripts in this folder: options with their help, and error exits.
 --
 --   local commandLine = dofile(folder .. "command_line.lua")("ldraw.lua")
---   local line = commandLine.read(arg, "usage: ...", { { "--dot", value = "FILE", help = "what it is for" } })
+--   local line = commandLine.read(arg, "usage: ...", { { "--dot", value = "FILE", help = "the purpose" } })
 --
--- An option without a `value` is a switch; one with `many = true` may come again.
+-- An option without a `value` is a switch; an option with `many = true` is repeatable.
 local function helpText(usage, options)
   local lines = { usage, "" }
   for _, option in ipairs(options) do
@@ -16,10 +16,10 @@ return function(script)
   local source = debug.getinfo(2, "S").source
   local commandLine = {}
 
-  -- Whether the file that asks was started, and not read by another script or at a prompt.
+  -- Whether the calling file was started as a script, not read by another script or at a prompt.
   commandLine.isStarted = arg ~= nil and source == "@" .. tostring(arg[0])
 
-  -- Ends the script with what is wrong. At a prompt, which has to live on, that is an error like any other.
+  -- Ends the script with an error message. At a prompt, which must survive, raises an error instead.
   function commandLine.stop(text, status)
     text = script .. ": " .. text
     if not commandLine.isStarted then error(text, 0) end
@@ -27,8 +27,8 @@ return function(script)
     os.exit(status or 1)
   end
 
-  function commandLine.refuse(text)
-    commandLine.stop(text .. " (--help says what there is)", 2)
+  function commandLine.usageError(text)
+    commandLine.stop(text .. " (see --help)", 2)
   end
 
   local function put(line, option, value)
@@ -41,8 +41,8 @@ return function(script)
     end
   end
 
-  -- The values of the options by name, without dashes, and the other words from 1. nil when help was asked for; it
-  -- is printed then.
+  -- Returns the values of the options by name, without dashes, and the other words from 1. With --help, prints the help
+  -- and returns nil.
   function commandLine.read(words, usage, options)
     local byName, line, at = {}, {}, 1
     for _, option in ipairs(options) do byName[option[1]] = option end
@@ -50,10 +50,10 @@ return function(script)
       local word = words[at]
       local option = byName[word]
       if word == "--help" or word == "-h" then return print(helpText(usage, options)) end
-      if word:match("^%-") and not option then commandLine.refuse("there is no option " .. word) end
+      if word:match("^%-") and not option then commandLine.usageError("unknown option: " .. word) end
       if option and option.value then
         at = at + 1
-        put(line, option, words[at] or commandLine.refuse(word .. " needs " .. option.value))
+        put(line, option, words[at] or commandLine.usageError(word .. ": missing " .. option.value))
       elseif option then
         put(line, option, true)
       else

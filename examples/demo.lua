@@ -1,11 +1,10 @@
--- What the module does, shown on the drawing of an office building.
+-- Shows what the module does, on the drawing of an office building.
 --
 --   kzhost examples/demo.lua [TEMPLATE [DOT]]
 --
--- Each step prints the calls that it makes and what came of them, and ends the script with an error when
--- something else came than what the text says. TEMPLATE is the file made of doors.json, whose step is left out without
--- it; DOT receives the hierarchy of the blocks for Graphviz, as it was changed in step 5. At a prompt,
--- dofile("examples/demo.lua") leaves the drawings open to look at.
+-- Each step prints its calls and their results. An unexpected result ends the script with an error. TEMPLATE is the
+-- file made from doors.json; without it, the template step is skipped. DOT is written for Graphviz: the block
+-- hierarchy, with the changes of step 5. At a prompt, dofile("examples/demo.lua") leaves the drawings open.
 local source = debug.getinfo(1, "S").source
 local hierarchy = dofile((source:match("^@(.*/)") or "./") .. "hierarchy.lua")
 local isStarted = arg ~= nil and source == "@" .. tostring(arg[0])
@@ -15,7 +14,7 @@ if isStarted and (#arg > 2 or tostring(template):match("^%-")) then
   os.exit(template:match("^%-%-help$") and 0 or 2)
 end
 
--- ---- telling and checking
+-- ---- output and checks
 
 local stepNumber = 0
 
@@ -26,9 +25,9 @@ end
 
 local function shown(code) print("   > " .. code) end
 
-local function told(isSo, text)
+local function report(isTrue, text)
   print("   " .. text)
-  if not isSo then error("this is not so: " .. text, 2) end
+  if not isTrue then error("check failed: " .. text, 2) end
 end
 
 local called = {} -- names of the blocks whose clients were called, in order
@@ -39,14 +38,15 @@ local function takeCalled()
   return names
 end
 
--- Tells who was called and why. `reasons` is a list of pairs: name, reason. Nobody else may have been called.
-local function calledAre(reasons)
+-- Prints which clients were called and why. `reasons` is a list of pairs: name, reason. No other client may have been
+-- called.
+local function reportCalled(reasons)
   local names, isCalled = takeCalled(), {}
   for _, name in ipairs(names) do isCalled[name] = true end
   for _, each in ipairs(reasons) do
-    told(isCalled[each[1]], ("called: %-13s %s"):format(each[1], each[2]))
+    report(isCalled[each[1]], ("called: %-13s %s"):format(each[1], each[2]))
   end
-  told(#names == #reasons, #reasons == 0 and "Nobody was called." or "Nobody else was called, and each once.")
+  report(#names == #reasons, "No other callback was called, and none twice.")
 end
 
 -- ---- the drawings
@@ -109,15 +109,15 @@ print("kzhost, which keeps drawings in memory and is driven by this script.")
 step("The host loads the module")
 shown("zelvane = host.load()")
 local zelvane = assert(host.load())
-told(zelvane.apiVersion == 0x130000 and host.services()[1] == "Zelvane",
-  "It speaks version 0x130000 of the host's interface and is registered as \"Zelvane\".")
+report(zelvane.apiVersion == 0x130000 and host.services()[1] == "Zelvane",
+  "It uses version 0x130000 of the host's interface and is registered as the service \"Zelvane\".")
 
 step("A drawing: an office building")
 local site = drawSite()
 local building, wideDesk = drawBuilding(site)
-told(#building:find("Floor"):references() == 3, "Model space: a ground floor, 3 floors, and the attached drawing of the site.")
-told(#building:find("Room"):references() == 4, "Floor: 4 rooms and a meeting room. Room: a door, 2 windows, a desk. Door: 2 handles.")
-told(#wideDesk:references() == 4, "The desk is an enhanced block; " .. wideDesk.name .. " is its wide form, 4 times in the meeting room.")
+report(#building:find("Floor"):references() == 3, "Model space contains a ground floor, 3 floors, and the attached drawing of the site.")
+report(#building:find("Room"):references() == 4, "A floor contains 4 rooms and a meeting room; a room a door, 2 windows and a desk; a door 2 handles.")
+report(#wideDesk:references() == 4, "The desk is an enhanced block. Its wide representation, " .. wideDesk.name .. ", is placed 4 times in the meeting room.")
 
 step("Clients attach to blocks")
 local watched = { "Floor", "Room", "Meeting room", "Door", "Handle", "Window", "Desk", "Site|Tree" }
@@ -128,23 +128,23 @@ for _, name in ipairs(watched) do
   clients[name] = host.client(function() table.insert(called, name) end)
   accepted = accepted + zelvane.kzdxBlockReferenceMonitorAttach(building, { building:find(name) }, clients[name])
 end
-told(accepted == 8, "and likewise for 7 more: " .. table.concat(watched, ", ", 1, 3) .. ", Handle, Window, Desk, Site|Tree.")
+report(accepted == 8, "The same for 7 more blocks: " .. table.concat(watched, ", ", 1, 3) .. ", Handle, Window, Desk, Site|Tree.")
 
 step("A door gets another number")
 shown('building:find("Door"):references()[1]:set("NUMBER", "1.17")')
 building:find("Door"):references()[1]:set("NUMBER", "1.17")
-told(#called == 0, "During the edit nobody is called. The host comes to rest:")
+report(#called == 0, "During the edit, no callback is called. Then the host is idle:")
 shown("host.idle()")
 host.idle()
-calledAre({
-  { "Door", "one of its references was changed" },
-  { "Handle", "lies inside Door" },
+reportCalled({
+  { "Door", "one of its references changed" },
+  { "Handle", "nested in Door" },
 })
 shown("host.idle()")
 host.idle()
-told(#called == 0, "Nothing was edited since, and nobody was called.")
+report(#called == 0, "No edit since then: no callback was called.")
 
-step("The building grows by a floor")
+step("A fourth floor is inserted")
 shown('building:modelSpace():insert(building:find("Floor"), { LEVEL = "4" })   host.idle()')
 local before = hierarchy.of(building)
 building:modelSpace():insert(building:find("Floor"), { LEVEL = "4" })
@@ -157,33 +157,33 @@ changes[wideDesk] = "inside"
 writeHierarchy(building, wideDesk, { changed = changes, before = before, all = true, edits = {
   { block = building:find("Floor"), container = building:modelSpace(), text = "a fourth floor is inserted" },
 } })
-calledAre({
-  { "Floor", "it has one reference more" },
-  { "Room", "lies inside Floor" },
-  { "Meeting room", "lies inside Floor" },
-  { "Door", "lies inside Room and Meeting room" },
-  { "Window", "lies inside Room and Meeting room" },
-  { "Desk", "lies inside Room, and as " .. wideDesk.name .. " inside Meeting room" },
-  { "Handle", "lies inside Door" },
+reportCalled({
+  { "Floor", "has one more reference" },
+  { "Room", "nested in Floor" },
+  { "Meeting room", "nested in Floor" },
+  { "Door", "nested in Room and Meeting room" },
+  { "Window", "nested in Room and Meeting room" },
+  { "Desk", "nested in Room, and as " .. wideDesk.name .. " in Meeting room" },
+  { "Handle", "nested in Door" },
 })
 
-step("A wide desk is thrown out, and a tree of the site is replanted")
+step("A wide desk is erased, and a tree of the site is edited")
 shown('building:find("*U1"):references()[1]:erase()   host.idle()')
 wideDesk:references()[1]:erase()
 host.idle()
-calledAre({ { "Desk", wideDesk.name .. " stands for it" } })
+reportCalled({ { "Desk", "its representation " .. wideDesk.name .. " changed" } })
 shown('site:find("Tree"):references()[2]:set("SPECIES", "oak")   host.idle()')
 site:find("Tree"):references()[2]:set("SPECIES", "oak")
 host.idle()
-calledAre({ { "Site|Tree", "the attached drawing is watched as well" } })
+reportCalled({ { "Site|Tree", "attached drawings are watched too" } })
 
-step("A client that cannot wait for the host to come to rest")
+step("An update without waiting for an idle check")
 shown('building:find("Window"):references()[1]:erase()   zelvane.kzdxUpdateBlockGraph(building, false, true)')
 building:find("Window"):references()[1]:erase()
 zelvane.kzdxUpdateBlockGraph(building, false, true)
-calledAre({ { "Window", "before kzdxUpdateBlockGraph returned" } })
+reportCalled({ { "Window", "before kzdxUpdateBlockGraph returned" } })
 
-step("A callback for idle times, at most once in a second")
+step("An idle timer: at most one call per second")
 local ticks = 0
 local tick = host.client(function() ticks = ticks + 1 end)
 shown("zelvane.kzdxDocTimerAttach(building, tick, 1000, 1)")
@@ -194,35 +194,35 @@ local function ticksAfter(ms)
   host.idle()
   return ticks
 end
-told(ticksAfter(400) == 0, "at rest after  400 ms: not called, it is too early")
-told(ticksAfter(700) == 1, "at rest after 1100 ms: called once")
+report(ticksAfter(400) == 0, "idle after  400 ms:    not called, too early")
+report(ticksAfter(700) == 1, "idle after 1100 ms:    called once")
 host.input(true)
-told(ticksAfter(5000) == 0, "input is waiting:      not called, the host is not at rest")
+report(ticksAfter(5000) == 0, "input is waiting:      not called, the host is not idle")
 host.input(false)
-told(ticksAfter(0) == 1, "at rest again:         called once, however long it was")
+report(ticksAfter(0) == 1, "idle again:            called once, although several intervals passed")
 zelvane.kzdxDocTimerAttach(building, tick, 1000, 0)
-told(ticksAfter(5000) == 0, "detached:              not called any more")
+report(ticksAfter(5000) == 0, "detached:              no longer called")
 
-step("Where are the tables?")
+step("The tables of the drawing")
 shown("zelvane.kzdxGetBlockRecordIdsOfKzDbTables(building)   zelvane.kzdxGetKzDbTableIds(building)")
 local _, records = zelvane.kzdxGetBlockRecordIdsOfKzDbTables(building)
 local _, tables = zelvane.kzdxGetKzDbTableIds(building)
 local record, placed = building:object(records[1]), building:object(tables[1])
-told(#records == 1 and record.name == "*T1", ("One block belongs to a table: id %d, %s."):format(record.id, record.name))
-told(#tables == 1 and placed.block == record and placed.owner.name == "*Paper_Space",
+report(#records == 1 and record.name == "*T1", ("One block belongs to a table: id %d, %s."):format(record.id, record.name))
+report(#tables == 1 and placed.block == record and placed.owner.name == "*Paper_Space",
   ("One table: id %d, placed in %s."):format(placed.id, placed.owner.name))
 
 if template then
-  step("Which blocks and attributes did an old template select?")
+  step("The selection of a legacy template")
   shown("zelvane.kzdxReadLegacyBlkTemplate(" .. ("%q"):format(template:match("[^/]*$")) .. ")")
   local blocks, attributes = zelvane.kzdxReadLegacyBlkTemplate(template)
-  told(table.concat(blocks, ", ") == "Door, Window", "blocks:     " .. table.concat(blocks, ", "))
-  told(table.concat(attributes, ", ") == "FIRE, NUMBER, GLASS", "attributes: " .. table.concat(attributes, ", "))
+  report(table.concat(blocks, ", ") == "Door, Window", "blocks:     " .. table.concat(blocks, ", "))
+  report(table.concat(attributes, ", ") == "FIRE, NUMBER, GLASS", "attributes: " .. table.concat(attributes, ", "))
 end
 
-step("The clients leave, and so does the module")
+step("The clients are detached, and the module is unloaded")
 shown("zelvane.kzdxBlockReferenceMonitorDetach(building, client)   host.unload()")
 for _, name in ipairs(watched) do zelvane.kzdxBlockReferenceMonitorDetach(building, clients[name]) end
-told(building:find("Door"):reactors() == 0, "With the last client the module stops watching the drawing.")
-told(host.unload() == 0 and #host.services() == 0 and host.filters() == 0 and host.reactors() == 0,
-  "It has left no service, no filter and no reactor in the host.")
+report(building:find("Door"):reactors() == 0, "With the last client, the module stops watching the drawing.")
+report(host.unload() == 0 and #host.services() == 0 and host.filters() == 0 and host.reactors() == 0,
+  "The module left no service, no filter and no reactor in the host.")

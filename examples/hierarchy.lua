@@ -1,25 +1,25 @@
--- Which blocks of a drawing lie in which, as a picture (text for Graphviz) or as a tree of text.
+-- The block hierarchy of a drawing, as a picture (for Graphviz) or as a text tree.
 --
 --   kzhost examples/hierarchy.lua MODEL [OPTION]... [EDIT]... | dot -Tsvg -o model.svg
 --   kzhost examples/hierarchy.lua MODEL --tree
 --
--- MODEL and EDITs are those of ldraw.lua; --help says what the options are. In another script, or at a prompt:
+-- MODEL and EDITs are those of ldraw.lua; --help lists the options. In another script, or at a prompt:
 --
 --   hierarchy = dofile("examples/hierarchy.lua")
 --   print(hierarchy.tree(document))
---   file:write(hierarchy.dot(document, { edits = { { block = door, container = room, text = "a door more" } } }))
+--   file:write(hierarchy.dot(document, { edits = { { block = door, container = room, text = "a door is inserted" } } }))
 --
--- The options of hierarchy.dot and hierarchy.tree, all of them optional:
---   edits            a list of what was edited: the block, the container of the edited reference if it was one, and
---                    a text for the title. With edits, only what they concern is drawn
---   before           hierarchy.of(document) from before the edits: tells which counts have changed
---   changed          how called records changed: "itself", or "inside" for one that lies in a changed block
---   representations  the enhanced block that a representation stands for, by representation
---   plain            a list of records that are plain blocks, whatever their names
---   below            a list of records: these, and what lies in them
---   depth            so many levels down from there, from the edited blocks or from the layouts
---   leaves = false   without the blocks that hold nothing
---   all              everything, whatever was edited and however much it is
+-- Options of hierarchy.dot and hierarchy.tree, all optional:
+--   edits            list of edits: the block, the container if a reference was edited, and a text for the title. With
+--                    edits, only the blocks that they concern are shown
+--   before           hierarchy.of(document) from before the edits: to show changed counts
+--   changed          how records changed: "itself", or "inside" if nested in a changed block
+--   representations  the enhanced block of each representation, by representation
+--   plain            list of records that are plain blocks, whatever their names are
+--   below            list of records: only these and the blocks nested in them are shown
+--   depth            maximum number of levels, from there, from the edited blocks or from the layouts
+--   leaves = false   omit empty blocks
+--   all              show everything, whatever was edited and however large the drawing is
 local folder = debug.getinfo(1, "S").source:match("^@(.*/)") or "./"
 local writeDot, writeTree = dofile(folder .. "hierarchy_dot.lua"), dofile(folder .. "hierarchy_tree.lua")
 local hierarchy = {}
@@ -29,12 +29,12 @@ local hierarchy = {}
 local Edge = {}
 Edge.__index = Edge
 
--- Whether an edit made, took away or changed references of this block in this container.
+-- Whether an edit added, removed or changed references of this block in this container.
 function Edge:isMarked()
   return self.isEdited or self.before ~= nil and self.before ~= self.count
 end
 
--- What stands at the edge: nil when a single reference is placed, as it was before.
+-- The label of the edge; nil for a single, unchanged reference.
 function Edge:text()
   local before, times = self.before or self.count, self.count > 1 and "×" .. self.count or nil
   if before ~= self.count then
@@ -45,7 +45,7 @@ function Edge:text()
   return times
 end
 
--- ---- who lies in whom
+-- ---- nodes
 
 local Node = {}
 Node.__index = Node
@@ -56,12 +56,12 @@ local function sumOf(edges)
   return sum
 end
 
--- How many references insert the block, and how many it holds.
+-- The numbers of references that insert the block and that it contains.
 function Node:placed() return sumOf(self.outer) end
-function Node:holds() return sumOf(self.inner) end
+function Node:contains() return sumOf(self.inner) end
 
--- Scripts do not see what a record is, but the names of the host tell: layouts and representations are named by
--- it, and "SITE|TREE" came with the attached drawing SITE.
+-- Scripts cannot query the kind of a record, but its name tells: the host names layouts and representations, and
+-- "SITE|TREE" is a block of the attached drawing SITE.
 local function kindOf(record, names)
   local name = record.name
   if name:match("^%*Model_Space") or name:match("^%*Paper_Space") then return "layout" end
@@ -80,8 +80,8 @@ local function namesOf(records)
   return names
 end
 
--- The record of this drawing that shows where a reference is placed. What lies in an attached drawing is seen
--- through the records that came with it; nil when none of them shows it.
+-- The record of this drawing in which a reference is placed. For a reference inside an attached drawing, this is the
+-- dependent record of its owner, or the record of the attached drawing; nil if there is neither.
 local function containerOf(reference, block, names, byRecord)
   local owner = reference.owner
   if byRecord[owner] then return owner end
@@ -90,7 +90,7 @@ local function containerOf(reference, block, names, byRecord)
   return names.record[drawing .. "|" .. owner.name] or names.record[drawing]
 end
 
--- The edge "block in container", made when it is not there yet.
+-- The edge "block in container", created on demand.
 local function edgeOf(container, block)
   local edge = block.edgeFrom[container]
   if edge then return edge end
@@ -101,8 +101,8 @@ local function edgeOf(container, block)
   return edge
 end
 
--- A graph of the drawing as it is now. A node for each record, in table order: its record, name and kind, and its
--- edges `inner` (what it holds) and `outer` (where it is placed), each with the number of references.
+-- Returns a graph of the current drawing: a node for each record, in table order, with its record, name and kind, and
+-- its edges `inner` (to its content) and `outer` (to its containers), each with the number of references.
 function hierarchy.of(document)
   local graph = { name = document.name, nodes = {}, byRecord = {} }
   local records = document:records()
@@ -125,9 +125,9 @@ function hierarchy.of(document)
   return graph
 end
 
--- ---- what was edited
+-- ---- edits
 
--- Gives every edge the count that it had; those that are gone come back with the count 0.
+-- Sets `before`, the earlier count, of every edge. Edges that no longer exist are added with the count 0.
 local function compare(graph, before)
   for _, node in ipairs(before.nodes) do
     for _, edge in ipairs(node.outer) do
@@ -140,8 +140,8 @@ local function compare(graph, before)
   end
 end
 
--- The graph with all that the options tell of edits: on nodes `change`, `isEdited` and, of containers of edited
--- references, `holdsEdited`; on edges `before` and `isEdited`.
+-- The graph with the edits of the options: nodes have `change`, `isEdited` and, if they contain edited references,
+-- `containsEdited`; edges have `before` and `isEdited`.
 local function marked(document, options)
   local graph = hierarchy.of(document)
   if options.before then compare(graph, options.before) end
@@ -157,15 +157,15 @@ local function marked(document, options)
   for _, edit in ipairs(options.edits or {}) do
     local block, container = graph.byRecord[edit.block], graph.byRecord[edit.container]
     if block then block.isEdited = true end
-    if container then container.holdsEdited = true end
+    if container then container.containsEdited = true end
     if block and container then edgeOf(container, block).isEdited = true end
   end
   return graph
 end
 
--- ---- what of it is shown
+-- ---- selection
 
--- How far each node is from the nearest of `starts`, along `inner` or `outer` edges.
+-- The distance of each node from the nearest of `starts`, along `inner` or `outer` edges.
 local function distances(starts, direction, most)
   local distance, queue = {}, {}
   for _, node in ipairs(starts) do
@@ -194,10 +194,11 @@ local function nodesThat(graph, isWanted)
   return found
 end
 
--- What the edits concern: the edited, what contains them, the called, and what lies between edited and called.
+-- Selects the blocks that the edits concern: edited blocks and their ancestors, changed blocks, and the blocks between
+-- edited and changed ones.
 local function concerned(graph, most)
   local edited = nodesThat(graph, function(node) return node.isEdited end)
-  local touched = nodesThat(graph, function(node) return node.isEdited or node.holdsEdited end)
+  local touched = nodesThat(graph, function(node) return node.isEdited or node.containsEdited end)
   local called = nodesThat(graph, function(node) return node.change ~= nil end)
   local above, below = distances(touched, "outer", math.huge), distances(edited, "inner", math.huge)
   local leadsToCalled = distances(called, "outer", math.huge)
@@ -207,7 +208,7 @@ local function concerned(graph, most)
   end
 end
 
--- Whether a node is among what the options ask for.
+-- Returns a predicate: whether the options select a node.
 local function selection(graph, options)
   local most = options.depth or math.huge
   if not options.below and options.edits and #options.edits > 0 and not options.all then
@@ -222,15 +223,15 @@ local function selection(graph, options)
 end
 
 local function isLeaf(node)
-  local isTouched = node.isEdited or node.holdsEdited or node.change == "itself"
+  local isTouched = node.isEdited or node.containsEdited or node.change == "itself"
   return #node.inner == 0 and not isTouched and node.kind ~= "layout"
 end
 
--- A large picture is hard to read and takes long to lay out, and most of a model are leaves.
+-- A large picture is hard to read and slow to lay out, and most blocks of a model are leaves.
 local mostWithLeaves = 60
 
--- A view: the graph, how many nodes it has without empty layouts, which are never shown, the shown nodes in table
--- order and as a set, and how many leaves were left out.
+-- A view: the graph, the number of its nodes without empty layouts (which are never shown), the shown nodes in table
+-- order and as a set, and the number of omitted leaves.
 local function viewOf(document, options, isPicture)
   local graph = marked(document, options)
   local isAsked = selection(graph, options)
@@ -261,12 +262,11 @@ end
 -- ---- the command line
 
 hierarchy.commandLine = {
-  { "--tree", help = "a tree of text in place of a picture" },
-  { "--below", value = "BLOCK", many = true, help = "this block and what lies in it; may come again" },
-  { "--depth", value = "N", help = "N levels down from there, from the edited blocks or from the layouts" },
-  { "--no-leaves", help = "without the blocks that hold nothing, as pictures of more than " .. mostWithLeaves
-    .. " blocks are anyway" },
-  { "--all", help = "everything, whatever the edits concern and however much it is" },
+  { "--tree", help = "print a text tree instead of a picture" },
+  { "--below", value = "BLOCK", many = true, help = "show only this block and the blocks nested in it (repeatable)" },
+  { "--depth", value = "N", help = "show at most N levels, from there, from the edited blocks or from the layouts" },
+  { "--no-leaves", help = "omit empty blocks (default for pictures of more than " .. mostWithLeaves .. " blocks)" },
+  { "--all", help = "show everything, whatever was edited and however large the model is" },
 }
 
 local commandLine = dofile(folder .. "command_line.lua")("hierarchy.lua")

@@ -7,30 +7,30 @@ local shapes = {
   representation = 'shape=box, style="rounded,filled,dotted", penwidth=1.6',
 }
 local colours = { itself = "#f4a259", inside = "#fbe3b5" } -- of changed blocks; the others are white
-local markColour = "#b3261e" -- of what an edit did to references
+local markColour = "#b3261e" -- of edges whose references were edited
 
--- The kinds of nodes and arrows that the key explains when they occur.
+-- The kinds of nodes and edges that the key explains if they occur.
 local kinds = {
   { "layout", "layout" },
   { "external", "attached drawing" },
-  { "dependent", "its block" },
+  { "dependent", "dependent block" },
   { "representation", "representation" },
 }
-local changes = { { "itself", "called: changed" }, { "inside", "called: inside it" } }
+local changes = { { "itself", "called: changed" }, { "inside", "called: nested in it" } }
 
--- With more arrows than this, counts are tooltips: labels would make the layout slow and wide.
+-- With more edges than this, counts are tooltips: labels would make the layout slow and wide.
 local mostLabels = 60
 local mostLetters = 40 -- of a name
 
 local entities = { ["&"] = "&amp;", ["<"] = "&lt;", [">"] = "&gt;", ['"'] = "&quot;" }
 
--- No XML may have a control character, not even escaped: the sign that Unicode has for it stands in its place.
+-- XML allows no control characters, not even escaped: they are replaced by their Unicode symbols.
 local function withoutControls(text)
   text = text:gsub("[\0-\x1F]", function(byte) return utf8.char(0x2400 + byte:byte()) end)
   return (text:gsub("\xEF\xBF[\xBE\xBF]", "\u{FFFD}"))
 end
 
--- In its texts Graphviz takes "&amp;" for "&", inside quotes too.
+-- Graphviz reads "&amp;" as "&", inside quotes too.
 local function quoted(text)
   return '"' .. withoutControls(text):gsub("&", "&amp;"):gsub('[\\"]', "\\%0") .. '"'
 end
@@ -51,8 +51,8 @@ end
 -- ---- nodes
 
 local function nodeTooltip(node)
-  return ("%s: placed %s, holds %s"):format(node.name, plural(node:placed(), "time", "times"),
-    plural(node:holds(), "reference", "references"))
+  return ("%s: placed %s, contains %s"):format(node.name, plural(node:placed(), "time", "times"),
+    plural(node:contains(), "reference", "references"))
 end
 
 local function nodeText(id, label, kind, change, tooltip)
@@ -60,7 +60,7 @@ local function nodeText(id, label, kind, change, tooltip)
     quoted(colours[change] or "white"))
 end
 
--- ---- arrows
+-- ---- edges
 
 local function edgesOf(view)
   local edges = {}
@@ -86,13 +86,13 @@ local function edgeText(edge, hasLabel)
 end
 
 local function representationText(node)
-  return ('  r%d -> r%d [style=dotted, arrowhead=none, label=" stands for "];\n'):format(node.record.id,
+  return ('  r%d -> r%d [style=dotted, arrowhead=none, label=" represents "];\n'):format(node.record.id,
     node.original.record.id)
 end
 
 -- ---- title and key
 
--- What was edited: the first few texts.
+-- The texts of the first three edits.
 local function editsText(edits)
   local texts = {}
   for at, edit in ipairs(edits or {}) do
@@ -109,7 +109,7 @@ local function sizeText(view)
   local all, shown = view.size, #view.nodes
   local text = shown == all and plural(all, "block", "blocks") or ("%d of %d blocks"):format(shown, all)
   if view.leavesOut == 0 then return text end
-  return text .. (", without %d that hold nothing"):format(view.leavesOut)
+  return text .. (", %d empty blocks omitted"):format(view.leavesOut)
 end
 
 local function title(view)
@@ -120,7 +120,7 @@ local function title(view)
   return "<" .. table.concat(lines, '<BR ALIGN="LEFT"/>') .. '<BR ALIGN="LEFT"/>>'
 end
 
--- The entries of the key for what occurs: texts of nodes, each with its name.
+-- The entries of the key, for the kinds that occur: node texts.
 local function keyEntries(view, edges)
   local occurs, entries = {}, {}
   for _, node in ipairs(view.nodes) do
@@ -134,13 +134,13 @@ local function keyEntries(view, edges)
   for _, each in ipairs(kinds) do add(each[1], each[1], nil, each[2]) end
   for _, each in ipairs(changes) do add(each[1], "block", each[1], each[2]) end
   if occurs.mark then
-    table.insert(entries, ('  key%d [label="arrow: edited", shape=plain, fontcolor=%q];\n'):format(#entries + 1,
+    table.insert(entries, ('  key%d [label="edited references", shape=plain, fontcolor=%q];\n'):format(#entries + 1,
       markColour))
   end
   return entries
 end
 
--- The key, in two rows. A single entry would be a layout, which its name explains.
+-- Writes the key, in two rows. A single entry would be a layout, which its name explains.
 local function putKey(put, view, edges)
   local entries = keyEntries(view, edges)
   if #entries < 2 then return end

@@ -1,18 +1,19 @@
--- Writes a view of a hierarchy as a tree of text, each block below what holds it:
+-- Writes a view of a hierarchy as a text tree, each block below its container:
 --
 --   *Model_Space
 --   └── wagon.mpd
 --       ├── bogie.ldr ×2
 --       └── frame.ldr
 --
--- A block that holds something is unfolded where it comes first; "(*)" marks it where it comes again. Far to the
--- right, "(...)" marks a block that is unfolded below, at the left again.
+-- The content of a block is printed at its first occurrence; "(*)" marks the others. At the maximum depth, "(...)" marks
+-- a block whose content is printed further down, as a root.
 local mostLevels = 40
-local changes = { itself = " [changed]", inside = " [inside a changed block]" }
+local changes = { itself = " [changed]", inside = " [nested in a changed block]" }
 
 local Tree = {}
 Tree.__index = Tree
 
+-- The edges to shown content of a node.
 function Tree:shownIn(node)
   local shown = {}
   for _, edge in ipairs(node.inner) do
@@ -21,10 +22,10 @@ function Tree:shownIn(node)
   return shown
 end
 
--- A line for a node, reached by an edge when it is not a root, and the lines of what it holds.
+-- Adds the line of a node and the lines of its content. `edge` leads to the node; nil for a root.
 function Tree:put(node, edge, level, first, rest)
   local inner = self:shownIn(node)
-  local isAgain = self.isUnfolded[node] and #inner > 0
+  local isAgain = self.isPrinted[node] and #inner > 0
   local isLater = not isAgain and level == mostLevels and #inner > 0
   local count = edge and edge:text()
   table.insert(self.lines, table.concat({ first, node.name, count and " " .. count or "",
@@ -33,20 +34,20 @@ function Tree:put(node, edge, level, first, rest)
   self.hasRepeated = self.hasRepeated or isAgain
   if isLater then table.insert(self.later, node) end
   if isAgain or isLater then return end
-  self.isUnfolded[node] = true
+  self.isPrinted[node] = true
   for at, each in ipairs(inner) do
     local isLast = at == #inner
     self:put(each.to, each, level + 1, rest .. (isLast and "└── " or "├── "), rest .. (isLast and "    " or "│   "))
   end
 end
 
--- A root with all below it, also what is too far to the right for its place.
+-- Adds a root with its content, then the blocks that were too deep.
 function Tree:putRoot(node)
-  if self.isUnfolded[node] then return end
+  if self.isPrinted[node] then return end
   self:put(node, nil, 0, "", "")
   local at = 1
   while self.later[at] do -- grows while it is walked
-    if not self.isUnfolded[self.later[at]] then self:put(self.later[at], nil, 0, "", "") end
+    if not self.isPrinted[self.later[at]] then self:put(self.later[at], nil, 0, "", "") end
     at = at + 1
   end
   self.hasLater = self.hasLater or at > 1
@@ -60,17 +61,17 @@ local function isPlacedInShown(view, node)
   return false
 end
 
--- The tree as text. Blocks that hold each other in a ring have no root: the first of them serves as one.
+-- Returns the tree as text. A cycle of blocks has no root: its first block is printed as a root.
 return function(view)
-  local tree = setmetatable({ view = view, lines = {}, isUnfolded = {}, later = {} }, Tree)
+  local tree = setmetatable({ view = view, lines = {}, isPrinted = {}, later = {} }, Tree)
   for _, node in ipairs(view.nodes) do
     if not isPlacedInShown(view, node) then tree:putRoot(node) end
   end
   for _, node in ipairs(view.nodes) do tree:putRoot(node) end
   if view.leavesOut > 0 then
-    table.insert(tree.lines, ("without %d blocks that hold nothing"):format(view.leavesOut))
+    table.insert(tree.lines, ("%d empty blocks omitted"):format(view.leavesOut))
   end
-  if tree.hasRepeated then table.insert(tree.lines, "(*) unfolded above") end
-  if tree.hasLater then table.insert(tree.lines, "(...) unfolded below") end
+  if tree.hasRepeated then table.insert(tree.lines, "(*) printed above") end
+  if tree.hasLater then table.insert(tree.lines, "(...) printed below") end
   return table.concat(tree.lines, "\n") .. "\n"
 end

@@ -1,4 +1,4 @@
--- Opens an LDraw model as a drawing, edits it, and tells which blocks' clients were called.
+-- Opens an LDraw model as a drawing, edits it, and reports the blocks whose clients were called.
 --
 --   kzhost examples/ldraw.lua MODEL --blocks
 --   kzhost examples/ldraw.lua MODEL [OPTION]... [EDIT]...
@@ -12,5 +12,5 @@ local folder = debug.getinfo(1, "S").source:match("^@(.*/)") or "./"
 local commandLine = dofile(folder .. "command_line.lua")("ldraw.lua")
 local commands = dofile(folder .. "ldraw_commands.lua")(commandLine, dofile(folder .. "hierarchy.lua"))
 
-if commandLine.isStarted then commands.tell(arg) end
-return function(...) commands.tell({ ... }) end
+if commandLine.isStarted then commands.report(arg) end
+return function(...) commands.report({ ... }) end

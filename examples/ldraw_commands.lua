@@ -1,53 +1,53 @@
--- What ldraw.lua and hierarchy.lua have in common: a model, options and edits as words, and what comes of them.
+-- The commands of ldraw.lua and hierarchy.lua: command lines with a model, options and edits, and their output.
 local folder = debug.getinfo(1, "S").source:match("^@(.*/)") or "./"
 local ldraw = dofile(folder .. "ldraw_model.lua")
 local edits = dofile(folder .. "ldraw_edits.lua")
 
 local editsHelp = [[
 An EDIT is one of
-  insert BLOCK CONTAINER   one more reference of BLOCK in CONTAINER
-  erase BLOCK CONTAINER    the first reference of BLOCK in CONTAINER
-  touch BLOCK              opens the definition for write and closes it, which moves no reference
-  touch BLOCK CONTAINER    does the same with the first reference of BLOCK in CONTAINER
-Blocks are named as in the model, in any letter case; "*Model_Space" is a container too.]]
+  insert BLOCK CONTAINER   insert a reference of BLOCK in CONTAINER
+  erase BLOCK CONTAINER    erase the first reference of BLOCK in CONTAINER
+  touch BLOCK              open the block definition for write and close it
+  touch BLOCK CONTAINER    the same with the first reference of BLOCK in CONTAINER
+Block names are those of the model; case is ignored. "*Model_Space" is a container too.]]
 
 local watch = { "--watch", value = "BLOCK", many = true,
-  help = "a client for this block; may come again; without it every block has one" }
+  help = "attach a client to this block (repeatable); by default every block has a client" }
 
 return function(commandLine, hierarchy)
-  local stop, refuse = commandLine.stop, commandLine.refuse
+  local stop, usageError = commandLine.stop, commandLine.usageError
   local commands = {}
 
-  -- ---- words
+  -- ---- the command line
 
-  -- Takes an edit from the front of the words.
+  -- Removes an edit from the front of the words and returns it.
   local function takeEdit(words)
     local verb = table.remove(words, 1)
     local count = edits.verbs[verb]
-    if not count then refuse("what is meant by " .. verb .. "?") end
+    if not count then usageError("unknown edit: " .. verb) end
     local names = {}
-    -- A block may be called as a verb is; only a name that may be left out is not taken for one.
+    -- A block may have the name of a verb. Only where a name is optional, such a word begins the next edit.
     while words[1] and #names < count[2] and (#names < count[1] or not edits.verbs[words[1]]) do
       table.insert(names, table.remove(words, 1))
     end
-    if #names < count[1] then refuse(verb .. " needs " .. count[1] .. " names") end
+    if #names < count[1] then usageError(verb .. ": missing block name") end
     return { verb = verb, names = names, text = verb .. " " .. table.concat(names, " in ") }
   end
 
-  -- The options, `model` and `edits`; nil when help was asked for.
+  -- Returns the options, `model` and `edits`; nil with --help.
   local function read(words, usage, options)
     local line = commandLine.read(words, usage .. "\n\n" .. editsHelp, options)
     if not line then return nil end
-    line.model = table.remove(line, 1) or refuse("a MODEL is missing")
+    line.model = table.remove(line, 1) or usageError("missing MODEL")
     line.edits = {}
     while line[1] do table.insert(line.edits, takeEdit(line)) end
     local depth = line.depth and math.tointeger(tonumber(line.depth))
-    if line.depth and (not depth or depth < 0) then refuse("--depth needs a number of levels") end
+    if line.depth and (not depth or depth < 0) then usageError("--depth: not a number of levels: " .. line.depth) end
     line.depth = depth
     return line
   end
 
-  -- ---- progress, for a person who waits
+  -- ---- progress, on a terminal
 
   local isTerminal = os.execute("test -t 2")
 
@@ -62,7 +62,7 @@ return function(commandLine, hierarchy)
   -- ---- the model and its edits
 
   local function recordNamed(drawing, name)
-    return drawing.byKey[ldraw.key(name)] or stop("the model has no block " .. name .. " (--blocks lists them)")
+    return drawing.byKey[ldraw.key(name)] or stop("no such block: " .. name .. " (list them with --blocks)")
   end
 
   local function recordsNamed(drawing, names)
@@ -76,9 +76,9 @@ return function(commandLine, hierarchy)
   end
 
   local function open(line)
-    local model, refusal = ldraw.read(line.model, progress)
+    local model, problem = ldraw.read(line.model, progress)
     endProgress()
-    if not model then stop(refusal) end
+    if not model then stop(problem) end
     local isDrawn, drawing = pcall(ldraw.draw, model, host.open(ldraw.utf8(line.model)), progress)
     endProgress()
     if not isDrawn then stop(drawing) end
@@ -89,7 +89,8 @@ return function(commandLine, hierarchy)
     return drawing, model
   end
 
-  -- Makes the edits. Gives the called blocks, how each of them changed, and what a picture needs to know of that.
+  -- Makes the edits. Returns the blocks whose clients were called, how each of them changed, and, if a picture is drawn,
+  -- the hierarchy before the edits.
   local function edit(line, drawing)
     local watched = line.watch and recordsNamed(drawing, line.watch) or drawing.blocks
     local before = line.isDrawn and hierarchy.of(drawing.document)
@@ -111,7 +112,7 @@ return function(commandLine, hierarchy)
   -- ---- hierarchy.lua
 
   local drawUsage = "usage: kzhost examples/hierarchy.lua MODEL [OPTION]... [EDIT]...\n"
-    .. "Writes which blocks of an LDraw model lie in which, for Graphviz. With edits, only what they concern is drawn."
+    .. "Writes the block hierarchy of an LDraw model for Graphviz. With edits, only the blocks that they concern are drawn."
 
   function commands.draw(words)
     local options = table.move(hierarchy.commandLine, 1, #hierarchy.commandLine, 1, {})
@@ -127,27 +128,27 @@ return function(commandLine, hierarchy)
 
   -- ---- ldraw.lua
 
-  local tellUsage = "usage: kzhost examples/ldraw.lua MODEL [OPTION]... [EDIT]...\n"
-    .. "Opens an LDraw model as a drawing, edits it, and tells which blocks' clients were called."
+  local reportUsage = "usage: kzhost examples/ldraw.lua MODEL [OPTION]... [EDIT]...\n"
+    .. "Opens an LDraw model as a drawing, edits it, and lists the blocks whose clients were called."
 
-  local tellOptions = { { "--blocks", help = "lists the blocks of the model instead" }, watch,
-    { "--dot", value = "FILE", help = "writes what the edits concern for Graphviz, with the called blocks coloured" } }
-  table.move(hierarchy.commandLine, 1, #hierarchy.commandLine, #tellOptions + 1, tellOptions)
+  local reportOptions = { { "--blocks", help = "list the blocks of the model instead" }, watch,
+    { "--dot", value = "FILE", help = "write a picture of what the edits concern, for Graphviz" } }
+  table.move(hierarchy.commandLine, 1, #hierarchy.commandLine, #reportOptions + 1, reportOptions)
 
   local function listBlocks(document)
-    print(("%-40s %8s %8s"):format("block", "placed", "holds"))
+    print(("%-40s %8s %8s"):format("block", "placed", "contains"))
     for _, node in ipairs(hierarchy.of(document).nodes) do
-      print(("%-40s %8d %8d"):format(node.name, node:placed(), node:holds()))
+      print(("%-40s %8d %8d"):format(node.name, node:placed(), node:contains()))
     end
   end
 
-  local function report(line, called, changed, graph)
+  local function printCalled(line, called, changed, graph)
     for _, each in ipairs(line.edits) do print("edit: " .. each.text) end
     print("clients called: " .. (#called == 0 and "none" or #called))
-    local inside = edits.insideOf(line.edits, graph)
+    local edited = edits.editedAncestors(line.edits, graph)
     for _, block in ipairs(called) do
       print(("  %-24s %s"):format(block.name, changed[block] == "itself" and "changed"
-        or "lies inside " .. (inside[block] and inside[block].name or "a changed block")))
+        or "nested in " .. (edited[block] and edited[block].name or "a changed block")))
     end
   end
 
@@ -158,12 +159,14 @@ return function(commandLine, hierarchy)
     file:close()
   end
 
-  function commands.tell(words)
-    local line = read(words, tellUsage, tellOptions)
+  function commands.report(words)
+    local line = read(words, reportUsage, reportOptions)
     if not line then return end
-    if line.blocks and (#line.edits > 0 or line.tree or line.dot) then refuse("--blocks goes without the others") end
+    if line.blocks and (#line.edits > 0 or line.tree or line.dot) then
+      usageError("--blocks: not with edits, --tree or --dot")
+    end
     for _, name in ipairs({ "below", "depth", "no-leaves", "all" }) do
-      if line[name] and not (line.tree or line.dot) then refuse("--" .. name .. " needs --tree or --dot") end
+      if line[name] and not (line.tree or line.dot) then usageError("--" .. name .. ": only with --tree or --dot") end
     end
     line.isDrawn = line.tree or line.dot
     local drawing, model = open(line)
@@ -171,7 +174,7 @@ return function(commandLine, hierarchy)
       #model.sections, drawing.parts, drawing.placings))
     if line.blocks then return listBlocks(drawing.document) end
     local called, changed, before = edit(line, drawing)
-    report(line, called, changed, hierarchy.of(drawing.document))
+    printCalled(line, called, changed, hierarchy.of(drawing.document))
     local options = viewOptions(line, drawing, changed, before)
     if line.tree then io.write("\n", (hierarchy.tree(drawing.document, options))) end
     if line.dot then writeFile(line.dot, (hierarchy.dot(drawing.document, options))) end

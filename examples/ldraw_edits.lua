@@ -1,4 +1,4 @@
--- Edits of a drawing that can be taken back and made again, and whose clients they call.
+-- Edits of a drawing that can be undone and repeated, and the clients that they call.
 --
 --   local edits = dofile(folder .. "ldraw_edits.lua")
 --   local called = edits.findCalled(document, blocks, { { verb = "insert", block = door, container = room } })
@@ -11,7 +11,7 @@ local function firstReference(block, container)
   error(("%s has no reference in %s"):format(block.name, container.name), 0)
 end
 
--- Each makes an edit and gives what takes it back.
+-- Each function makes an edit and returns a function that undoes it.
 local make = {}
 
 function make.insert(block, container)
@@ -31,10 +31,10 @@ function make.touch(block, container)
   return function() end
 end
 
--- How many blocks each verb names, at least and at most.
+-- The number of block names of each verb: minimum and maximum.
 edits.verbs = { insert = { 2, 2 }, erase = { 2, 2 }, touch = { 1, 2 } }
 
--- Makes all edits; gives what takes them back, the last one first.
+-- Makes all edits; returns a function that undoes them in reverse order.
 local function makeAll(list)
   local undos = {}
   for _, edit in ipairs(list) do table.insert(undos, 1, make[edit.verb](edit.block, edit.container)) end
@@ -43,8 +43,8 @@ local function makeAll(list)
   end
 end
 
--- One client for each group of blocks, a fresh module, the edits, an idle check. Gives the blocks of the groups
--- whose clients were called.
+-- Loads the module, attaches one client to each group of blocks, makes the edits and runs an idle check. Returns the
+-- blocks of the groups whose clients were called, and a function that undoes the edits.
 local function runOnce(document, groups, clients, list)
   local called = {}
   local module = assert(host.load())
@@ -68,7 +68,7 @@ local function makeClients(wanted)
     each.client = client
     table.insert(clients, each)
   end
-  assert(#clients > 0, "the host has no client to give")
+  assert(#clients > 0, "all clients of the host are in use")
   return clients
 end
 
@@ -79,9 +79,10 @@ local function split(list, count)
   return groups
 end
 
--- Makes the edits of the list; gives the blocks among `watched` whose clients they call, by id. The host has only so
--- many clients: when there are more blocks, whole groups are watched first, and the blocks of those that were called
--- one by one after that. Every round begins with the edits taken back, and the last one leaves them made.
+-- Makes the edits of the list; returns the blocks among `watched` whose clients they call, in ascending order of ids.
+-- The number of clients is limited: if there are more blocks, groups of blocks share a client first, and then each
+-- block of the groups that were called has a client of its own. Every round but the first begins by undoing the edits;
+-- after the last round the edits are made.
 function edits.findCalled(document, watched, list)
   local clients = makeClients(#watched)
   local candidates, undo = watched, nil
@@ -100,22 +101,22 @@ function edits.findCalled(document, watched, list)
   return called
 end
 
--- The edited block that each block lies in, by block, of those that lie in one. `graph` is hierarchy.of(document).
-function edits.insideOf(list, graph)
-  local inside = {}
+-- An edited block that contains a block, for each block that is nested in one. `graph` is hierarchy.of(document).
+function edits.editedAncestors(list, graph)
+  local ancestors = {}
   for _, edit in ipairs(list) do
     local open = { graph.byRecord[edit.block] }
     while #open > 0 do
       for _, edge in ipairs(table.remove(open).inner) do
         local block = edge.to.record
-        if not inside[block] then
-          inside[block] = edit.block
+        if not ancestors[block] then
+          ancestors[block] = edit.block
           table.insert(open, edge.to)
         end
       end
     end
   end
-  return inside
+  return ancestors
 end
 
 return edits

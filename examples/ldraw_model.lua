@@ -1,26 +1,26 @@
--- Reads models in the LDraw format and makes drawings of them.
+-- Reads models in the LDraw format and creates drawings from them.
 --
--- A line that begins with 1 places another file: colour, position, a 3 x 3 matrix, name. A file of several
--- sections (.mpd) begins each with "0 FILE name"; the first one is the main model. Lines that begin with another digit
--- up to 5 are comments or draw something, and do not matter here. Stray lines happen; a file with more of them than of
--- the others is no model, and neither is one with bytes that no text has.
+-- A line that begins with 1 places another file: colour, position, a 3 x 3 matrix, name. In a file with several
+-- sections (.mpd), each section begins with "0 FILE name"; the first section is the main model. Lines that begin with
+-- another digit up to 5 are comments or primitives, and are ignored. Other lines are tolerated, unless they are the
+-- majority; a file that contains control characters is rejected.
 --
---   local model, refusal = ldraw.read("wagon.mpd")    -- refusal: "wagon.mpd:12: what is wrong"
+--   local model, problem = ldraw.read("wagon.mpd")    -- problem: "wagon.mpd:12: what is wrong"
 --   local drawing = ldraw.draw(model, host.open("wagon"))
 local ldraw = {}
 
--- Sub-files are found whatever the letter case and the direction of slashes.
+-- The key of a sub-file name: letter case and the direction of slashes are ignored.
 function ldraw.key(name)
   return (name:gsub("\\", "/"):lower())
 end
 
--- Old files are in one-byte encodings; a name that is not UTF-8 is taken byte by byte.
+-- Old files use single-byte encodings: a name that is not valid UTF-8 is read as Latin-1.
 function ldraw.utf8(name)
   if utf8.len(name) then return name end
   return (name:gsub("[\x80-\xFF]", function(byte) return utf8.char(byte:byte()) end))
 end
 
--- Numbers and texts of the lines, whether they end in LF, CR LF or CR.
+-- Iterates over line numbers and lines; a line ends in LF, CR LF or CR.
 local function lines(text)
   local at, number = 1, 0
   return function()
@@ -43,9 +43,9 @@ local function readFile(path)
   return (text:gsub("^\xEF\xBB\xBF", ""))
 end
 
--- The name of the section that a comment line begins; "" when it only ends one; nil for other comments.
--- "0 FILE" is a keyword in capitals. In other letters it may as well begin a title ("0 File cabinet"), so there
--- the name has to look like one.
+-- The name of the section that a comment line begins; "" if the line only ends a section; nil for other comments.
+-- "0 FILE" is a keyword in upper case. In other letter cases it may also begin a title ("0 File cabinet"), so the name
+-- must have an extension.
 local function sectionName(line)
   local keyword, name = line:match("^%s*0%s+(%S+)%s*(.-)%s*$")
   if not keyword then return nil end
@@ -58,7 +58,7 @@ end
 
 local placing = "^%s*1%s+" .. ("(%S+)%s+"):rep(13) .. "(.-)%s*$"
 
--- The file name of a placing line; nil when the line is not complete.
+-- The file name of a placing line; nil if the line is incomplete.
 local function placedFile(line)
   local fields = { line:match(placing) }
   local name = table.remove(fields)
@@ -71,8 +71,8 @@ end
 local Reader = {}
 Reader.__index = Reader
 
-function Reader:refuse(line, what)
-  self.refusal = self.refusal or ("%s:%d: %s"):format(self.path, line, what)
+function Reader:fail(line, what)
+  self.problem = self.problem or ("%s:%d: %s"):format(self.path, line, what)
   return nil
 end
 
@@ -81,7 +81,7 @@ function Reader:begin(name, line)
   local key = ldraw.key(name)
   local earlier = self.model.byKey[key]
   if earlier then
-    return self:refuse(line, ('"%s" is there already, since line %d'):format(name, earlier.line))
+    return self:fail(line, ('duplicate section "%s" (first in line %d)'):format(name, earlier.line))
   end
   local section = { name = name, key = key, line = line, placings = {} }
   table.insert(self.model.sections, section)
@@ -89,7 +89,7 @@ function Reader:begin(name, line)
   return section
 end
 
--- What stands before the first section is a section of the file's own name.
+-- Lines before the first section form a section with the name of the file.
 function Reader:ownSection(line)
   if #self.model.sections > 0 then return nil end
   return self:begin(self.path:match("[^/]*$"), line)
@@ -97,21 +97,21 @@ end
 
 function Reader:place(line, text)
   local section = self.section or self:ownSection(line)
-  if not section then return end -- between sections: nobody's
+  if not section then return end -- after the end of a section: ignored
   self.section = section
   local name = placedFile(text)
-  if not name then return self:refuse(line, "a placing line has a colour, 12 numbers and a file name") end
+  if not name then return self:fail(line, "invalid placing line (expected: a colour, 12 numbers and a file name)") end
   name = ldraw.utf8(name)
   table.insert(section.placings, { key = ldraw.key(name), name = name, line = line })
 end
 
--- DOS files may end in Ctrl-Z.
-local foreign = "[^\t\f\x1A\x20-\xFF]"
+-- Ctrl-Z (1A) is allowed: DOS files may end in it.
+local controls = "[^\t\f\x1A\x20-\xFF]"
 
 function Reader:line(number, text)
-  local strange = text:match(foreign)
-  if strange then
-    return self:refuse(number, ("no LDraw model: no text has the byte %02X"):format(strange:byte()))
+  local control = text:match(controls)
+  if control then
+    return self:fail(number, ("not an LDraw model: control character %02X"):format(control:byte()))
   end
   local first = text:match("^%s*([0-5])%f[%s\0]")
   if not first then
@@ -122,13 +122,13 @@ function Reader:line(number, text)
   if first == "1" then return self:place(number, text) end
   local name = first == "0" and sectionName(text)
   if not name then return end
-  if name == "" and text:upper():match("^%s*0%s+FILE") then return self:refuse(number, "FILE without a name") end
+  if name == "" and text:upper():match("^%s*0%s+FILE") then return self:fail(number, "missing name after FILE") end
   self.section = name ~= "" and self:begin(name, number) or nil
 end
 
--- Refuses sections that contain themselves. A walk with its own stack, for models of any depth.
-function Reader:refuseRecursion()
-  local state = {} -- of a section: nil not seen, "open" on the stack, "done"
+-- Rejects sections that contain themselves. Depth-first search with an explicit stack: models may be deeply nested.
+function Reader:rejectRecursion()
+  local state = {} -- of a section: nil (not visited), "open" (on the stack) or "done"
   for _, start in ipairs(self.model.sections) do
     local stack = state[start] and {} or { { section = start, next = 1 } }
     state[start] = state[start] or "open"
@@ -140,7 +140,7 @@ function Reader:refuseRecursion()
       if not place then
         state[table.remove(stack).section] = "done"
       elseif inner and state[inner] == "open" then
-        return self:refuse(place.line, ('"%s" contains itself: %s'):format(inner.name, self.cycle(stack, inner)))
+        return self:fail(place.line, ('"%s" contains itself: %s'):format(inner.name, self.cycle(stack, inner)))
       elseif inner and not state[inner] then
         state[inner] = "open"
         table.insert(stack, { section = inner, next = 1 })
@@ -160,8 +160,8 @@ function Reader.cycle(stack, again)
   return table.concat(names, " > ")
 end
 
--- Reads a model: its sections, each with what it places. nil and the refusal when there is a fault in it.
--- `progress(what, count)` is called now and then.
+-- Reads a model: its sections, each with its placings. Returns nil and an error message if the file is invalid.
+-- `progress(what, count)` is called every 1000 lines.
 function ldraw.read(path, progress)
   local text, problem = readFile(path)
   if not text then return nil, problem end
@@ -169,25 +169,25 @@ function ldraw.read(path, progress)
   local reader = setmetatable({ path = path, model = model, goodLines = 0, strayLines = 0 }, Reader)
   for number, line in lines(text) do
     reader:line(number, line)
-    if reader.refusal then return nil, reader.refusal end
+    if reader.problem then return nil, reader.problem end
     if progress and number % 1000 == 0 then progress("lines read", number) end
     model.lines = number
   end
-  if reader.goodLines + reader.strayLines == 0 then return nil, path .. ": no LDraw model: the file is empty" end
+  if reader.goodLines + reader.strayLines == 0 then return nil, path .. ": not an LDraw model: empty file" end
   if reader.goodLines <= reader.strayLines then
-    return nil, ("%s: no LDraw model: %d of its lines are in the format, %d are not"):format(path, reader.goodLines,
-      reader.strayLines)
+    return nil, ("%s: not an LDraw model: most lines are invalid (%d of %d)"):format(path, reader.strayLines,
+      reader.goodLines + reader.strayLines)
   end
   reader:ownSection(1)
-  reader:refuseRecursion()
-  if reader.refusal then return nil, reader.refusal end
+  reader:rejectRecursion()
+  if reader.problem then return nil, reader.problem end
   return model
 end
 
--- Makes the drawing: a block definition for each section and for each part that is not in the file (those have no
--- content), a reference for each placing line, and the main model once in model space. Gives the records by key,
--- the records in the order of the block table, and how many references were made. Raises an error with the line of
--- the model that the host refuses.
+-- Creates the drawing: a block definition for each section and for each part that is not in the file (these are empty),
+-- a reference for each placing line, and a reference of the main model in model space. Returns the records by key, the
+-- records in the order of the block table, and the number of references. If the host rejects a block name, raises an
+-- error with the line of the model.
 function ldraw.draw(model, document, progress)
   local drawing = { document = document, byKey = {}, blocks = {}, placings = 0, parts = 0 }
   local function define(key, name, line)

@@ -1,7 +1,7 @@
 // "BlockWatch.hmx": prints what changes in the document that is current when it is loaded, with the
 // attributes of the references.
 //
-//     host.load()                   -- Zelvane first: its exports do the watching
+//     host.load()                   -- Zelvane first: the client uses its exports
 //     host.load("BlockWatch.hmx")
 
 #include "zelvane/block_watch.h"
@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The container and the attributes of each reference of a block, readable.
+/// The container and the attributes of each reference of a block, as text.
 using Texts = std::map<KzDbObjectId, std::string>;
 
 std::string textOf(const KzDbBlockReference& reference) {
@@ -38,7 +38,7 @@ Texts textsOf(KzDbObjectId block) {
     return texts;
 }
 
-/// From the load message to the unload message.
+/// Exists from the load message to the unload message.
 class Reporter : public Zelvane::ClientModule {
 public:
     bool load() override {
@@ -46,7 +46,7 @@ public:
         const auto report = [this](const Zelvane::BlockChanges& changes) { this->report(changes); };
         const Zelvane::Status status = watch_.attachAll(document, report, {.changedAncestors = true});
         if (status != Zelvane::Status::ok) {
-            std::cout << "BlockWatch: not loaded, " << Zelvane::describe(status) << '\n';
+            std::cout << "BlockWatch: not loaded: " << Zelvane::describe(status) << '\n';
             return false;
         }
         const KzDbObjectIdArray blocks = watch_.blocks();
@@ -61,14 +61,14 @@ private:
         for (const KzDbObjectId block : changes.affected()) isChanged |= reportTexts(block);
         for (const Zelvane::BlockChange& change : changes) {
             for (const KzDbObjectId ancestor : change.changedAncestors) {
-                std::cout << "BlockWatch: " << Zelvane::nameOf(change.block) << ": lies in "
+                std::cout << "BlockWatch: " << Zelvane::nameOf(change.block) << ": nested in "
                           << Zelvane::nameOf(ancestor) << '\n';
             }
         }
-        if (!isChanged) std::cout << "BlockWatch: edited, and all texts are the same\n";
+        if (!isChanged) std::cout << "BlockWatch: edited, but nothing printed here changed\n";
     }
 
-    /// Prints what is different now at a block; false if nothing is.
+    /// Prints the differences at a block; returns whether there are any.
     bool reportTexts(KzDbObjectId block) {
         Texts now = textsOf(block);
         bool isChanged = false;

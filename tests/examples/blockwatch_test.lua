@@ -1,5 +1,5 @@
--- Guards the example client: it prints what changed, and survives whichever of the module, its document and the client
--- itself goes first.
+-- Guards the example client: it prints what changed, and handles the end of the module, the document and the client in
+-- any order.
 --
 --   kzhost blockwatch_test.lua BLOCKWATCH.HMX [NUMBER]     NUMBER: only this case, and nothing is compared
 local watcher, only = arg[1], tonumber(arg[2])
@@ -32,8 +32,8 @@ local function prints(work, ...)
   if got ~= wanted then error(("%s\ngot:\n%swanted:\n%s"):format(work, got, wanted), 2) end
 end
 
-prints(drawing .. 'assert(host.load(arg[1]) == nil)', "not loaded, Zelvane has to be loaded first")
-prints('host.load() assert(host.load(arg[1]) == nil)', "not loaded, there is no open document with a drawing")
+prints(drawing .. 'assert(host.load(arg[1]) == nil)', "not loaded: Zelvane has to be loaded first")
+prints('host.load() assert(host.load(arg[1]) == nil)', "not loaded: there is no open document with a drawing")
 prints([[
   host.load() local empty = host.open("empty") assert(host.load(arg[1]))
   empty:modelSpace():insert(empty:block("Door")) host.idle()
@@ -45,14 +45,14 @@ prints(watching .. [[
   second:touch() host.idle()
   host.idle()
 ]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> Door: in Room, NUMBER=2", "added Door: in Room, NUMBER=äöü 😀",
-  "removed Door: in Room, NUMBER=2", "edited, and all texts are the same")
+  "removed Door: in Room, NUMBER=2", "edited, but nothing printed here changed")
 
 prints(watching .. [[
   house:modelSpace():insert(house:block("Key")) first:touch() host.idle()
 ]], "watching 2 blocks", "added Key: in *Model_Space")
 
 prints(watching .. 'house:modelSpace():insert(room) host.idle()', "watching 2 blocks", "added Room: in *Model_Space",
-  "Door: lies in Room")
+  "Door: nested in Room")
 
 -- What goes first.
 prints(watching .. 'host.unload(zelvane) first:touch() host.idle() assert(host.unload(watch) == 0)', "watching 2 blocks")
@@ -62,7 +62,7 @@ prints(watching .. [[
   host.unload(zelvane) host.idle() zelvane = host.load() host.idle() first:set("NUMBER", "2") host.idle()
   host.unload(watch) watch = assert(host.load(arg[1])) first:touch() host.idle()
 ]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> Door: in Room, NUMBER=2", "watching 2 blocks",
-  "edited, and all texts are the same")
+  "edited, but nothing printed here changed")
 -- Gone when its turn comes: clients of scripts lie at lower addresses and are called first.
 prints(watching .. [[
   local early = host.client(function() host.unload(watch) end)

@@ -76,7 +76,7 @@ local doorName = 'Do\\or "A"'
 equal(picture.edges["*Model_Space>" .. doorName], "×2", "two doors")
 equal(picture.edges["*Model_Space>*U1"], "", "one wide door")
 equal(picture.edges["*U1>Bolt"], nil, "an erased reference")
-equal(picture.edges["*U1>" .. doorName], "stands for", "the representation")
+equal(picture.edges["*U1>" .. doorName], "represents", "the representation")
 equal(picture.edges["Site>Site|Tree"], "×3", "trees of the attached drawing")
 equal(picture.edges["Site|Grove>Site|Tree"], "×2", "trees of the attached grove")
 
@@ -110,7 +110,7 @@ local options = {
 }
 picture = drawn(house, options)
 equal(sortedKeys(picture.nodes),
-  '*Model_Space Bolt Do\\or "A" Hinge Lock key: arrow: edited key: called: changed key: called: inside it key: layout',
+  '*Model_Space Bolt Do\\or "A" Hinge Lock key: called: changed key: called: nested in it key: edited references key: layout',
   "only what the edits concern")
 equal(picture.edges["*Model_Space>" .. doorName], "×2 → 3", "a count that grew")
 equal(picture.edges[doorName .. ">Bolt"], "new", "a new placement")
@@ -134,7 +134,7 @@ picture = drawn(large, { all = true, edits = options.edits, before = before })
 assert(picture.nodes.part70 and picture.edges["frame>part70"], "--all leaves something out")
 equal(picture.edges["main>frame"], "", "a count among many")
 equal(picture.edges["main>part7"], "new", "an edit among many")
-equal(sortedKeys(drawn(large, options).nodes), "*Model_Space frame key: arrow: edited key: layout main part7",
+equal(sortedKeys(drawn(large, options).nodes), "*Model_Space frame key: edited references key: layout main part7",
   "what one edit concerns")
 
 equal(hierarchy.tree(large, options), [[
@@ -155,7 +155,7 @@ equal(hierarchy.tree(large, { leaves = false }), [[
         └── ring (*)
 other
 └── frame
-without 70 blocks that hold nothing
-(*) unfolded above
+70 empty blocks omitted
+(*) printed above
 ]], "blocks that come again")
 equal(hierarchy.tree(large, { below = { main }, depth = 0 }), "main\n", "depth below a block")

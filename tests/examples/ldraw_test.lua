@@ -1,5 +1,5 @@
--- Guards the opening of LDraw models, with the difficulties that models in the wild have, and the answer of
--- ldraw.lua to "whom does this edit call?", against one that is worked out here from the text of the model.
+-- Guards the reading of LDraw models, with the irregularities of real files, and the clients that ldraw.lua reports as
+-- called by an edit, compared with those computed here from the text of the model.
 --
 --   kzhost ldraw_test.lua EXAMPLES
 local examples = arg[1]
@@ -85,25 +85,25 @@ equal(refusal((text({ "a.ldr", "x.dat", "a.ldr" }):gsub("\n", "\r\n"))),
   'FILE:3: "a.ldr" contains itself: a.ldr > a.ldr', "lines are counted whatever they end in")
 equal(refusal(text({ "m.ldr", "c.ldr" }, { "a.ldr", "b.ldr" }, { "b.ldr", "x.dat", "c.ldr" }, { "c.ldr", "a.ldr" })),
   'FILE:7: "c.ldr" contains itself: c.ldr > a.ldr > b.ldr > c.ldr', "a ring away from the main model")
-equal(refusal(text({ "a.ldr" }, { "b.ldr" }, { "A.ldr" })), 'FILE:3: "A.ldr" is there already, since line 1', "twice")
+equal(refusal(text({ "a.ldr" }, { "b.ldr" }, { "A.ldr" })), 'FILE:3: duplicate section "A.ldr" (first in line 1)', "twice")
 equal(refusal("0 title\n1 16 0 0 0 1 0 0 0 1 0 0 0 part.dat\n"),
-  "FILE:2: a placing line has a colour, 12 numbers and a file name", "a number is missing")
+  "FILE:2: invalid placing line (expected: a colour, 12 numbers and a file name)", "a number is missing")
 equal(refusal("1 16 0 0 zero 1 0 0 0 1 0 0 0 1 part.dat\n"),
-  "FILE:1: a placing line has a colour, 12 numbers and a file name", "a word in place of a number")
+  "FILE:1: invalid placing line (expected: a colour, 12 numbers and a file name)", "a word in place of a number")
 equal(refusal("0 FILE a.ldr\n" .. place .. "\n"),
-  "FILE:2: a placing line has a colour, 12 numbers and a file name", "the name is missing")
+  "FILE:2: invalid placing line (expected: a colour, 12 numbers and a file name)", "the name is missing")
 equal(refusal("# A title\n\n0 of them\n20 more\n"),
-  "FILE: no LDraw model: 1 of its lines are in the format, 2 are not", "another kind of file")
+  "FILE: not an LDraw model: most lines are invalid (2 of 3)", "another kind of file")
 equal(placings(plain .. "a stray line\n\x1A"), drawn, "a stray line, and the end of a DOS file")
-equal(refusal(""), "FILE: no LDraw model: the file is empty", "an empty file")
-for seed = 1, 20 do -- what is in the format by chance is no model
+equal(refusal(""), "FILE: not an LDraw model: empty file", "an empty file")
+for seed = 1, 20 do -- random bytes are rejected, even if lines are valid by chance
   math.randomseed(seed)
   local bytes = {}
   for at = 1, 10000 do bytes[at] = string.char(math.random(0, 255)) end
-  assert(refusal(table.concat(bytes)):find("no text has the byte"), "random bytes are taken for a model")
+  assert(refusal(table.concat(bytes)):find("control character"), "random bytes are accepted as a model")
 end
 
--- ---- whom an edit calls
+-- ---- clients called by an edit
 
 -- Everything that lies in a block, from the lines alone.
 local function insideOf(content, block)
@@ -177,13 +177,13 @@ equal(output(kzhost .. " " .. script .. wagonPath .. " --tree insert coupling.ld
 └── wagon.mpd
     ├── bogie.ldr ×2
     │   └── coupling.ldr [changed]
-    │       └── hook.dat ×2 [inside a changed block]
+    │       └── hook.dat ×2 [nested in a changed block]
     └── coupling.ldr new [changed] (*)
-(*) unfolded above
+(*) printed above
 ]], "--tree")
 for _, wrong in ipairs({ "--bellow x", "--depth 2", "--blocks --tree", "nothing", "--depth x", "--dot", "erase board.dat" }) do
   local text, status = output(kzhost .. " " .. script .. wagonPath .. " " .. wrong)
-  assert(status == 2 and text:find("%-%-help says"), wrong .. ": " .. text)
+  assert(status == 2 and text:find("%(see %-%-help%)"), wrong .. ": " .. text)
 end
 withFile(text({ "main.ldr", "insert" }, { "*Model_Space" }), function(path)
   equal(output(kzhost .. " " .. script .. path .. " --blocks"):match("^ldraw.lua: " .. path:gsub("%p", "%%%0") .. ":3: [^\n]*\n$")
