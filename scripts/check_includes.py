@@ -1,9 +1,9 @@
-"""Checks that the folders know each other in one direction only.
+"""Checks that dependencies between folders point in one direction.
 
 Usage: check_includes.py FILE...   (paths from the root of the tree)
 
-Every folder lists the folders it may include from. The exports and the idle check stand in the rooms of their
-subjects, but are built on top of all rooms: they ask the application object for the data of a document.
+Each folder lists the folders that it may include. The entry points (the exports and the idle check) are in the folders of
+their subjects, but may include all folders of the module: they query the application object for the data of a document.
 """
 
 import re
@@ -32,15 +32,15 @@ ALLOWED = {
     "benchmarks": MODULE | {"headless", "templates", "benchmarks"},
     "tests": MODULE | {"text", "headless", "templates", "tools", "tests"},
 }
-WAYS_IN = {
+ENTRY_POINTS = {
     "timers/idle_check.cpp",
     "timers/timer_export.cpp",
     "blocks/monitor_exports.cpp",
     "tables/table_exports.cpp",
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
-# An outside author's client: it includes its own files by name, and of ours what is installed.
-STANDS_ALONE = Path("examples/blockwatch")
+# A client as an external author writes it: includes its own files by bare name, and installed headers.
+EXTERNAL_CLIENT = Path("examples/blockwatch")
 
 
 def included(path):
@@ -50,21 +50,21 @@ def included(path):
             continue
         quote, target = found.groups()
         is_ours = target.split("/")[0] in set(ALLOWED) | HOST
-        if is_ours or (quote == '"' and STANDS_ALONE not in path.parents):
+        if is_ours or (quote == '"' and EXTERNAL_CLIENT not in path.parents):
             yield number, target
 
 
-def complaints(name):
+def violations(name):
     path = Path(name)
-    room = path.parts[0]
-    allowed = MODULE if name in WAYS_IN else ALLOWED[room]
+    folder = path.parts[0]
+    allowed = MODULE if name in ENTRY_POINTS else ALLOWED[folder]
     for number, target in included(path):
         if target.split("/")[0] not in allowed:
-            yield f"{name}:{number}: {room} must not include {target}"
+            yield f"{name}:{number}: {folder} must not include {target}"
 
 
 def main(names):
-    found = [text for name in names for text in complaints(name)]
+    found = [text for name in names for text in violations(name)]
     print("\n".join(found), file=sys.stderr, end="\n" if found else "")
     return 1 if found else 0
 

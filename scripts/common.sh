@@ -1,4 +1,4 @@
-# What ./demo, ./test, ./bench and ./fuzz share: packages, quiet steps, builds. To be sourced from the root.
+# Shared by ./demo, ./test, ./bench and ./fuzz: packages, quiet steps, builds. Source it from the root of the tree.
 
 set -euo pipefail
 
@@ -7,9 +7,9 @@ print_help() {
   (cd "$OLDPWD" && sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$0")
 }
 
-# refuse WHAT: ends with what is wrong about the arguments.
-refuse() {
-  echo "${0##*/}: $1 (--help says what there is)" >&2
+# fail_usage MESSAGE: reports a wrong argument and ends the script.
+fail_usage() {
+  echo "${0##*/}: $1 (see --help)" >&2
   exit 2
 }
 
@@ -17,7 +17,7 @@ is_terminal() {
   [ -t 1 ] && [ "${TERM:-dumb}" != dumb ]
 }
 
-# quietly TITLE COMMAND...: shows the output of a step only when it fails; on a terminal, its title while it runs.
+# quietly TITLE COMMAND...: prints the output of a step only if it fails; on a terminal, shows the title during the step.
 quietly() {
   local title=$1 log
   shift
@@ -34,7 +34,7 @@ quietly() {
   rm -f "$log"
 }
 
-# compile TITLE ARGUMENT...: cmake --build; on a terminal with Ninja's own line of progress, otherwise quietly.
+# compile TITLE ARGUMENT...: cmake --build; on a terminal with Ninja's line of progress, otherwise quietly.
 compile() {
   local title=$1
   shift
@@ -46,7 +46,7 @@ compile() {
   fi
 }
 
-# apt_get ARGUMENT...: prints its output only when it fails. While another program has one of its locks, it waits.
+# apt_get ARGUMENT...: prints its output only if it fails. Waits while another program holds a lock of apt.
 apt_get() {
   local log second
   log=$(mktemp)
@@ -56,7 +56,7 @@ apt_get() {
       return
     fi
     grep -q 'Could not get lock' "$log" || break
-    [ "$second" -ne 0 ] || echo "waiting for another program that uses apt"
+    [ "$second" -ne 0 ] || echo "waiting for the apt lock"
     sleep 1
   done
   cat "$log" >&2
@@ -65,7 +65,7 @@ apt_get() {
   return 1
 }
 
-# need_packages PACKAGE...: installs the missing ones when root; otherwise says which they are and ends.
+# need_packages PACKAGE...: installs missing packages as root; otherwise lists them and ends the script.
 need_packages() {
   local missing=() package
   for package in "$@"; do
@@ -75,13 +75,13 @@ need_packages() {
   done
   [ ${#missing[@]} -eq 0 ] && return
   if [ "$(id -u)" -ne 0 ]; then
-    echo "These Debian packages are missing; install them with:" >&2
+    echo "${0##*/}: missing Debian packages; install them with:" >&2
     echo "  sudo apt-get install ${missing[*]}" >&2
     exit 1
   fi
   echo "installing ${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
-  apt_get update 2>/dev/null || true # an index that is there already may do
+  apt_get update 2>/dev/null || true # an existing index may be sufficient
   apt_get install -y --no-install-recommends "${missing[@]}"
 }
 
@@ -92,7 +92,7 @@ packages_to_test=(googletest clang-format clang-tidy clang libclang-rt-14-dev py
 packages_for_windows=(g++-mingw-w64-x86-64-posix wine wine64 patch xz-utils)
 packages_to_draw=(graphviz fonts-liberation)
 
-# build PRESET [CMAKE ARGUMENT...]: configures and builds, quietly unless that fails.
+# build PRESET [CMAKE ARGUMENT...]: configures and builds; prints output only on failure.
 build() {
   local preset=$1
   shift

@@ -1,6 +1,6 @@
-"""Lists the units that changed since a commit, themselves or in a header that they include.
+"""Lists the translation units that changed since a commit, directly or in a header that they include.
 
-Usage: units_to_check.py COMPILE_COMMANDS BASE   (an empty BASE lists all units; run at the root of the tree)
+Usage: units_to_check.py COMPILE_COMMANDS BASE   (an empty BASE lists all units; run it in the root of the tree)
 """
 
 import json
@@ -17,7 +17,7 @@ def git(*words):
 
 
 def includes(path):
-    """The files of the tree that a file includes, directly or not."""
+    """The files of the tree that a file includes, directly or indirectly."""
     found, pending = set(), [path]
     while pending:
         for name in INCLUDE.findall(pending.pop().read_text(encoding="utf-8")):

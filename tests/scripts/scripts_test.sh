@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The scripts of the root: what they refuse, before they build anything, and that they wait for apt.
+# The scripts of the root: wrong arguments are rejected before anything is built, and they wait for the lock of apt.
 #   scripts_test.sh ROOT
 set -u
 cd "$1" || exit 1
@@ -11,24 +11,24 @@ fault() {
   faults=$((faults + 1))
 }
 
-refuses() {
+rejects() {
   timeout 5 "$@" >"$folder/out" 2>"$folder/err"
-  [ $? = 2 ] && [ ! -s "$folder/out" ] || fault "$* is not refused: $(cat "$folder/out")"
+  [ $? = 2 ] && [ ! -s "$folder/out" ] || fault "$* is not rejected: $(cat "$folder/out")"
 }
-refuses ./fuzz 99999999999999999999
-refuses ./fuzz 000
-refuses ./fuzz 6x
-refuses ./reference a b
-refuses ./demo x
-refuses ./bench --what
+rejects ./fuzz 99999999999999999999
+rejects ./fuzz 000
+rejects ./fuzz 6x
+rejects ./reference a b
+rejects ./demo x
+rejects ./bench --what
 
-# An apt that has its lock at the second try.
+# A replacement of apt-get that gets the lock at the second attempt.
 cat >"$folder/apt-get" <<'END'
 #!/usr/bin/env bash
 [ -e "$0.tried" ] || { touch "$0.tried"; echo "E: Could not get lock /var/lib/dpkg/lock-frontend" >&2; exit 100; }
 END
 chmod +x "$folder/apt-get"
 waited=$(PATH=$folder:$PATH bash -c "source '$root/scripts/common.sh' && apt_get install nothing")
-[ $? = 0 ] && [ "$waited" = "waiting for another program that uses apt" ] || fault "no waiting for apt: $waited"
+[ $? = 0 ] && [ "$waited" = "waiting for the apt lock" ] || fault "does not wait for the apt lock: $waited"
 
-[ "$faults" = 0 ] && echo "the scripts behave"
+[ "$faults" = 0 ] && echo "all checks passed"
