@@ -1,17 +1,17 @@
 ---@meta
 
--- The Lua interface of kzhost, in the annotations of the Lua language server. `kzhost --declarations` prints this
--- file, `help` prints its comments, and docs/kzhost.md is made of it. One annotation is one line; a function's
--- example is the last line before its annotations.
+-- The Lua interface of kzhost, annotated for the Lua language server. `kzhost --declarations` prints this file, `help`
+-- prints its comments, and docs/kzhost.md is generated from it. Each annotation is one line; the example of a function
+-- is the last line before its annotations.
 
 -- ## Help
 
----Prints the available functions, or what one function, table or value does.
+---Prints the available functions, or the description of a function, table or value.
 ---Example: `help(host.idle)`
 ---@param thing? any # a function, a table or a value of the host, or a name in quotes
 function help(thing) end
 
----Prints where the last error at the prompt came from: the active calls, also those inside clients.
+---Prints a traceback of the last error at the prompt, including the calls in clients.
 ---Example: `traceback()`
 function traceback() end
 
@@ -49,8 +49,8 @@ function host.current(document) end
 ---not dispatch messages. Raises an error if no document is open.
 ---Example: `host.command("ERASE", function() placed:erase() end)`
 ---@param name string # the name of the command
----@param fn fun() # what the command does
----@return any ... # what the function returns
+---@param fn fun() # the action of the command
+---@return any ... # the results of the function
 function host.command(name, fn) end
 
 ---Reports one lock-mode change of a document for a command, and does nothing else.
@@ -61,31 +61,31 @@ function host.lock(document, name) end
 
 -- ## Messages and the clock
 
----Reports a lock-mode change of the current document for `#idle`, then does what `host.pump` does: one pause of the
----host.
+---Makes the host idle: reports a lock-mode change of the current document for `#idle`, then dispatches messages as
+---`host.pump` does.
 ---Example: `host.idle()`
----@return integer messages # how many messages were dispatched
----@return integer taken # how many of them a filter took
+---@return integer messages # number of dispatched messages
+---@return integer taken # number of messages that a filter took
 function host.idle() end
 
----Dispatches queued messages until the queue is empty, including those that are posted meanwhile. Works from inside a
----callback too.
+---Dispatches queued messages until the queue is empty, including messages that are posted meanwhile. May be called in a
+---callback.
 ---Example: `host.pump()`
----@return integer messages # how many messages were dispatched
----@return integer taken # how many of them a filter took
+---@return integer messages # number of dispatched messages
+---@return integer taken # number of messages that a filter took
 function host.pump() end
 
----Queues a message to the main window.
+---Posts a message to the main window.
 ---Example: `host.post(host.registerMessage("hello"), house, 0)`
 ---@param number integer # the message, modulo 2^32
----@param first? integer|document # its first parameter, 0 by default; a document means its address
----@param second? integer|document # its second parameter, the same way
+---@param first? integer|document # the first parameter; default 0; for a document, its address
+---@param second? integer|document # the second parameter; default 0; for a document, its address
 function host.post(number, first, second) end
 
 ---Returns the number of a registered message. Registers the name if necessary.
 ---Example: `print(host.registerMessage("hello"))`
 ---@param name string # the name of the message
----@return integer number # the same for the same name as long as the process runs
+---@return integer number # the number; constant for a name in this process
 function host.registerMessage(name) end
 
 ---Returns the tick count: an unsigned 32-bit number of milliseconds. The tick count is virtual: it starts at 0 and
@@ -97,13 +97,13 @@ function host.ticks(value) end
 
 ---Moves the tick count forward, with wrap-around.
 ---Example: `host.advance(1000)`
----@param ms integer # how many milliseconds
+---@param ms integer # milliseconds
 function host.advance(ms) end
 
----Returns whether keyboard or mouse input is waiting; false at first.
+---Returns whether keyboard or mouse input is waiting; initially false.
 ---Example: `host.input(true)`
 ---@param waiting? boolean # the new state
----@return boolean waiting # the state
+---@return boolean waiting # the current state
 function host.input(waiting) end
 
 -- ## Loading of modules
@@ -112,31 +112,31 @@ function host.input(waiting) end
 ---its entry point with message 1. A module that does not return 0 is closed again at once. Several modules can be
 ---loaded. If loading fails, one line on standard error says why.
 ---Example: `local zelvane = assert(host.load())`
----@param path? string # the library; by default what `--module` says, or `Zelvane.hmx` beside `kzhost` or in the folder of installed modules. A bare file name is looked up in the working folder, then in the folder of the default module
----@param resources? string # the folder in which libraries loaded by bare name are looked up first; by default the folder of the default module
+---@param path? string # the library; default: that of `--module`, or `Zelvane.hmx` beside `kzhost` or in the folder of installed modules. A bare file name is looked up in the working folder, then in the folder of the default module
+---@param resources? string # the folder in which libraries loaded by bare name are looked up first; default: the folder of the default module
 ---@return module? module # nil if loading failed
----@return integer|string? result # what the module returned, or why it was not called
+---@return integer|string? result # the result of the module, or the reason why it was not called
 function host.load(path, resources) end
 
 ---Calls the entry point of a module with message 2 and closes the library. From inside a call into a module, the
 ---library is closed when the last such call has returned. A filter that the module left registered is removed first.
 ---Raises an error and unloads nothing while an object is held open.
 ---Example: `print(host.unload())`
----@param module? module # the module; by default the one loaded last
----@return integer result # what the module returned; 0 if it was not loaded
+---@param module? module # the module; default: the module loaded last
+---@return integer result # the result of the module; 0 if it was not loaded
 function host.unload(module) end
 
 ---Creates a client callback: a plain C function without arguments and result that calls a Lua function. An error of the
----Lua function is kept until the module has returned, and is then raised in the script; if several clients fail, the
----first error is raised and the others are printed. Raises an error if all 1024 clients are in use: a client is in use
+---Lua function is raised in the script after the module has returned; if several clients fail, the first error is raised
+---and the others are printed. Raises an error if all 1024 clients are in use: a client is in use
 ---while the script refers to it, or while a document is open and a module loaded to which it is attached.
 ---Example: `local caller = host.client(function() print("a door was changed") end, "Door")`
 ---@param fn fun() # the function to call
----@param name? string # the name of the client in traces and messages; by default the line of the function
----@return client client # what the exports of a module take
+---@param name? string # the name of the client in traces and messages; default: the line of the function
+---@return client client # the client, for the exports of a module
 function host.client(fn, name) end
 
--- ## Observations, refusals and traces
+-- ## Queries, failures and traces
 
 ---Lists the message boxes shown so far.
 ---Example: `for _, box in ipairs(host.messages()) do print(box.text) end`
@@ -150,24 +150,23 @@ function host.services() end
 
 ---Counts the registered message filters.
 ---Example: `print(host.filters())`
----@return integer filters # how many there are
+---@return integer filters # the number
 function host.filters() end
 
 ---Counts the reactors of the document manager.
 ---Example: `print(host.reactors())`
----@return integer reactors # how many there are
+---@return integer reactors # the number
 function host.reactors() end
 
----Makes the host refuse something to modules, or offer it again: `"filter"` (registering and removing message filters
----returns 0), `"manager"` (there is no document manager; registered reactors are still notified), `"iterator"` (there
+---Makes host calls of modules fail, or succeed again: `"filter"` (registering and removing message filters returns 0), `"manager"` (there is no document manager; registered reactors are still notified), `"iterator"` (there
 ---is no document iterator) or `"window"` (there is no main window).
 ---Example: `host.refuse("window", true)`
----@param what "filter"|"manager"|"iterator"|"window" # what is refused
----@param refused boolean # whether it is refused
+---@param what "filter"|"manager"|"iterator"|"window" # the calls that fail
+---@param refused boolean # whether they fail
 function host.refuse(what, refused) end
 
----Traces everything that happens from now on, in order and indented by nesting: edits and their ends, notifications and
----how many reactors they reach, lock-mode changes, messages, calls into modules and out of them. The option `--trace`
+---Traces all events from now on, in order and indented by nesting: edits and their ends, notifications with the number of
+---reactors, lock-mode changes, messages, calls into and out of modules. The option `--trace`
 ---traces a whole run. docs/tracing.md explains an example.
 ---Example: `host.trace(true) door:touch() host.trace(false)`
 ---@param to? boolean|string # true (default): lines on standard error; a path: a file of trace events; false: ends the trace
@@ -175,8 +174,8 @@ function host.trace(to) end
 
 -- ## Modules and their exports
 
----What `host.load` returns. The exports are those of `Zelvane.hmx` and are called with a dot. Documents, records, ids and
----clients are passed as the values of this interface; nil is a null pointer.
+---A module, as returned by `host.load`. The exports are those of `Zelvane.hmx` and are called with a dot. Documents,
+---records, ids and clients are passed as values of this interface; nil is a null pointer.
 ---@class module
 ---@field apiVersion integer # the version of the interface that the module was built for
 ---@field path string # the file that the module was loaded from
@@ -192,8 +191,8 @@ local module = {}
 ---@return integer result # 1; 0 for nil or a document without a drawing
 function module.kzdxDocTimerAttach(document, client, interval, attach) end
 
----Calls the client once, when the document is idle after edits, if one of the blocks was changed or is nested, at any
----depth, in a block that was.
+---Calls the client once, when the document is idle after edits, if one of the blocks changed or is nested, at any depth,
+---in a block that changed.
 ---Example: `zelvane.kzdxBlockReferenceMonitorAttach(house, {door}, client)`
 ---@param document document? # the document
 ---@param ids (integer|object)[]? # the blocks
@@ -210,7 +209,7 @@ function module.kzdxBlockReferenceMonitorDetach(document, client) end
 ---Processes edits now instead of when the document is idle.
 ---Example: `zelvane.kzdxUpdateBlockGraph(house, false, true)`
 ---@param document document? # the document
----@param force boolean|integer # whether to update although nothing was edited
+---@param force boolean|integer # whether to update without edits
 ---@param notify boolean|integer # whether to call the clients
 ---@return integer result # 1 if the document has a block graph, else 0
 function module.kzdxUpdateBlockGraph(document, force, notify) end
@@ -218,56 +217,56 @@ function module.kzdxUpdateBlockGraph(document, force, notify) end
 ---Finds the block records that belong to tables.
 ---Example: `print(zelvane.kzdxGetBlockRecordIdsOfKzDbTables(house))`
 ---@param document document? # the document
----@param ids? (integer|object)[] # what the array contains before; it stays in front
+---@param ids? (integer|object)[] # the content of the array before the call
 ---@return integer result # 1; 0 for nil or a document without a drawing
----@return integer[] ids # what the array contains after
+---@return integer[] ids # the content of the array after the call
 function module.kzdxGetBlockRecordIdsOfKzDbTables(document, ids) end
 
 ---Finds the tables: the references of the records that belong to tables.
 ---Example: `print(zelvane.kzdxGetKzDbTableIds(house))`
 ---@param document document? # the document
----@param ids? (integer|object)[] # what the array contains before; it stays in front
+---@param ids? (integer|object)[] # the content of the array before the call
 ---@return integer result # 1; 0 for nil or a document without a drawing
----@return integer[] ids # what the array contains after
+---@return integer[] ids # the content of the array after the call
 function module.kzdxGetKzDbTableIds(document, ids) end
 
 ---Reads the names that a legacy template file selects. The lists are returned empty if the file cannot be read.
 ---Example: `print(zelvane.kzdxReadLegacyBlkTemplate("doors.tpl"))`
 ---@param path string # the file
----@param blocks? string[] # what the list of blocks contains before
----@param attributes? string[] # what the list of attributes contains before
+---@param blocks? string[] # the content of the list of blocks before the call
+---@param attributes? string[] # the content of the list of attributes before the call
 ---@return string[] blocks # names of the selected blocks
 ---@return string[] attributes # names of the attributes selected in them
 function module.kzdxReadLegacyBlkTemplate(path, blocks, attributes) end
 
 -- ## Documents
 
----What `host.open` returns. All members except `name`, `close`, `ready`, `busy` and `lockMode` require a document with a
+---A document, as returned by `host.open`. All members except `name`, `close`, `ready`, `busy` and `lockMode` require a document with a
 ---drawing.
 ---@class document
----@field name string # the name that it was opened with
+---@field name string # the name given to `host.open`
 local document = {}
 
----Closes the document. The document manager's reactors are notified that it is about to be closed, then every object of
----its drawing says goodbye, in order of creation, then the reactors are notified that the document was destroyed. If it
----was the current document, the one opened last among the others becomes current. Raises an error if the document is
+---Closes the document. The reactors of the document manager are notified that it is about to be closed; then the reactors
+---of every object of its drawing are notified by `goodbye`, in order of creation; then those of the document manager are
+---notified that the document was destroyed. If it was the current document, the most recently opened one becomes current. Raises an error if the document is
 ---being edited or closed already.
 ---Example: `house:close()`
 function document:close() end
 
----Returns the yes/no state that modules can query; true at first.
+---Returns the readiness that modules can query; initially true.
 ---Example: `house:ready(false)`
 ---@param readiness? boolean # the new state
 ---@return boolean readiness # the state
 function document:ready(readiness) end
 
----Returns the whole number that modules can query; 0 at first.
+---Returns the busy number that modules can query; initially 0.
 ---Example: `house:busy(1)`
 ---@param number? integer # the new number
 ---@return integer number # the number
 function document:busy(number) end
 
----Returns the lock mode that modules can query; 0 at first. Setting it notifies nothing; `host.lock` does that.
+---Returns the lock mode that modules can query; initially 0. Setting it sends no notification; `host.lock` sends one.
 ---Example: `house:lockMode(2)`
 ---@param mode? integer # the new mode
 ---@return integer mode # the mode
@@ -299,8 +298,8 @@ function document:modelSpace() end
 function document:records() end
 
 ---Attaches the drawing of another open document: creates a record from an external reference and, for each record B of
----`other` that is not a layout, a dependent record `name|B`, which reports the references of B, live and erased, and
----after them those that insert it here. Erased records of `other`, and those that come from drawings attached to it, are
+---`other` that is not a layout, a dependent record `name|B`, which reports the references of B, live and erased, followed
+---by those that insert the dependent record here. Erased records of `other`, and records of drawings attached to it, are
 ---skipped. A drawing can be attached more than once, under other names. Raises an error if a name is taken, and if a
 ---drawing is attached to itself.
 ---Example: `house:attach(host.open("garden"), "Garden")`
@@ -311,16 +310,16 @@ function document:attach(other, name) end
 
 ---Finds an object of the drawing by its id.
 ---Example: `print(house:object(door.id))`
----@param id integer # what `object.id` returns
+---@param id integer # the id
 ---@return object? object # nil if the drawing has no such object in memory
 function document:object(id) end
 
 -- ## Objects
 
----What records, references and attributes have in common. An edit of an erased object, or across drawings, raises an
+---The common members of records, references and attributes. An edit of an erased object, or across drawings, raises an
 ---error.
 ---@class object
----@field id integer # the number that names the object: unique in the process, ascending in the order of creation, never used again. It stays readable when the object no longer exists
+---@field id integer # the id: unique in the process, ascending in the order of creation, never reused. Available even if the object no longer exists
 local object = {}
 
 ---Opens the object for write and closes it: an edit that changes nothing. Raises an error if the object is erased or
@@ -335,18 +334,18 @@ function object:touch() end
 ---@param erasing? boolean # false unerases
 function object:erase(erasing) end
 
----Returns whether the object itself is erased. An object that no longer exists is not.
+---Returns whether the object itself is erased; false for an object that no longer exists.
 ---Example: `print(door:erased())`
----@return boolean erased # whether it is
+---@return boolean erased # whether the object is erased
 function object:erased() end
 
----Counts the reactors of the object. A reactor that was added twice counts once.
+---Counts the reactors of the object. A reactor that was added twice is counted once.
 ---Example: `print(door:reactors())`
----@return integer reactors # how many there are
+---@return integer reactors # the number
 function object:reactors() end
 
----Opens the object for write and holds it open, as a user in the middle of an edit does. Its reactors are notified at
----once that it is about to change. Until `object:close`, every other open of the object fails, and so does an edit.
+---Opens the object for write and holds it open, as during an edit by a user. Its reactors are notified immediately that
+---it is about to change. Until `object:close`, every other open of the object fails, and so does an edit.
 ---Raises an error if the object is erased or open already.
 ---Example: `door:open()`
 function object:open() end
@@ -376,20 +375,20 @@ function record:insert(block, attributes) end
 ---@return reference[] references # the list
 function record:references(erased) end
 
----Makes the record an enhanced block: gives it an evaluation graph under the host's key for enhanced blocks. A record
----that has one keeps it, which is an edit all the same.
+---Makes the record an enhanced block: adds an evaluation graph under the host's key for enhanced blocks. A record that
+---has one keeps it; this is an edit too.
 ---Example: `door:enhance()`
 function record:enhance() end
 
----Makes a record a representation of this enhanced block. All references that insert it, whenever they were created,
----lead back to this record. The representation stays anonymous or not. Raises an error if this record is not enhanced,
----or the other one already represents a block.
+---Makes a record a representation of this enhanced block. All references that insert the representation, whenever they
+---were created, refer to this record. Whether it is anonymous does not change. Raises an error if this record is not
+---enhanced, or the other record already represents a block.
 ---Example: `door:enhance() door:represent()`
----@param record? record # the representation; by default a new anonymous record, named `*U1`, `*U2` and so on
+---@param record? record # the representation; default: a new anonymous record, named `*U1`, `*U2` and so on
 ---@return record representation # the representation
 function record:represent(record) end
 
----Renames the record. The record stays anonymous or not. Raises an error if another record of the drawing has the name,
+---Renames the record. Whether it is anonymous does not change. Raises an error if another record of the drawing has the name,
 ---also an erased one.
 ---Example: `door:rename("Gate")`
 ---@param name string # the new name
@@ -426,11 +425,10 @@ function reference:add(tag, text) end
 ---Returns an attribute as an object.
 ---Example: `placed:attribute("NUMBER"):touch()`
 ---@param tag string # the tag of the attribute
----@return attribute? attribute # the first live one with the tag, else the first erased one
+---@return attribute? attribute # the first live attribute with the tag, otherwise the first erased one
 function reference:attribute(tag) end
 
----Moves the reference into another record: an edit of the reference, of the record that it leaves and of the record
----that it enters. Raises an error if they belong to different drawings.
+---Moves the reference to another record: an edit of the reference, of its old owner and of its new owner. Raises an error if they belong to different drawings.
 ---Example: `placed:move(house:modelSpace())`
 ---@param record record # the new owner
 function reference:move(record) end
@@ -438,12 +436,12 @@ function reference:move(record) end
 ---Copies the reference and its attributes that are not erased. The reactors of the reference are notified of the copy
 ---before it is placed, which edits the record that takes it.
 ---Example: `placed:copy()`
----@param record? record # the owner of the copy; by default the same record
+---@param record? record # the owner of the copy; default: the same record
 ---@return reference copy # the copy, which has no reactors
 function reference:copy(record) end
 
----Removes the reference from memory, its attributes before it. Their reactors are notified by `goodbye`. Its id is no
----longer valid then, and no list reports it.
+---Removes the attributes and the reference from memory. Their reactors are notified by `goodbye`. Then the id is no longer
+---valid, and no list reports the reference.
 ---Example: `placed:goodbye()`
 function reference:goodbye() end
 
@@ -455,13 +453,13 @@ function reference:goodbye() end
 ---@field text string # its text
 local attribute = {}
 
----Removes the attribute from memory. Its reactors are notified by `goodbye`, and its id is no longer valid then.
+---Removes the attribute from memory. Its reactors are notified by `goodbye`. Then its id is no longer valid.
 ---Example: `number:goodbye()`
 function attribute:goodbye() end
 
 -- ## Clients
 
----What `host.client` returns.
+---A client, as returned by `host.client`.
 ---@class client
----@field address integer # the address of the C function. Modules call their clients in ascending order of addresses
+---@field address integer # the address of the C function. Modules call clients in ascending order of addresses
 local client = {}
