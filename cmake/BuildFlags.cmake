@@ -6,8 +6,8 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
-# Where MSVC compiles: what is allocated on one side of an export is freed on the other, so host, module and clients
-# share one run-time library, also in debug builds.
+# With MSVC: memory that is allocated on one side of an export is freed on the other side, so the host, the module and
+# clients share one run-time library, also in debug builds.
 set(CMAKE_MSVC_RUNTIME_LIBRARY MultiThreadedDLL)
 
 find_program(CCACHE_PROGRAM ccache)
@@ -21,14 +21,14 @@ endif()
 
 if(ZELVANE_SANITIZE)
   # The vptr check compares type descriptions across libraries, which hidden visibility makes distinct.
-  # Optimised little and with line numbers only: it compiles in half the time and runs as fast.
+  # -Og and -g1 halve the compile time; the tests run as fast.
   add_compile_options(-Og -g1 -fno-omit-frame-pointer -fsanitize=address,undefined -fno-sanitize=vptr
                       -fno-sanitize-recover=all)
   add_link_options(-fsanitize=address,undefined)
   add_compile_definitions(_GLIBCXX_DEBUG)
 endif()
 
-# Our own code is held to more than the compiler's default; libraries built beside it are not.
+# Warnings for our own code; not for libraries that are built with it.
 if(MSVC)
   set(warnings /W4 $<$<BOOL:${ZELVANE_WERROR}>:/WX>)
   set(may_drop_statuses /wd4834)
@@ -41,7 +41,7 @@ else()
 endif()
 add_library(zelvane_warnings INTERFACE)
 target_compile_options(zelvane_warnings INTERFACE ${warnings})
-# For tests and benchmarks: they look at what came of a call. The module itself drops no status without saying why.
-# One list, because for clang a later -Wall brings back what an earlier option has taken away.
+# For tests and benchmarks, which check the effects of calls and may ignore a status. In the module, an ignored status
+# needs a comment. One list, because in clang a later -Wall enables a warning that an earlier option disabled.
 add_library(zelvane_test_warnings INTERFACE)
 target_compile_options(zelvane_test_warnings INTERFACE ${warnings} ${may_drop_statuses})

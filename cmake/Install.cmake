@@ -1,9 +1,9 @@
-# What is installed, where, and in which package: "run" has what modules are run with, "develop" what the author of a
-# client needs besides. Whatever leads from one file to another starts from where it stands, so the tree can be moved.
+# The installed files and their packages: "run" contains programs and modules, "develop" the files for authors of clients.
+# Paths between installed files are relative, so the tree is relocatable.
 include(CMakePackageConfigHelpers)
 include(ManPages)
 
-# A folder of its own, because "host" is too common a name for the top of an include path.
+# A separate folder, because "host" is too common a name for the top of an include path.
 set(ZELVANE_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/zelvane-${PROJECT_VERSION_MAJOR})
 set(ZELVANE_PACKAGE ${CMAKE_INSTALL_LIBDIR}/cmake/Zelvane)
 set(ZELVANE_DOCS ${CMAKE_INSTALL_DATAROOTDIR}/doc/zelvane)
@@ -12,16 +12,16 @@ set(ZELVANE_DOCS ${CMAKE_INSTALL_DATAROOTDIR}/doc/zelvane)
 install(TARGETS kzhost kztemplate EXPORT ZelvaneTargets RUNTIME COMPONENT run)
 install(TARGETS zelvane_module EXPORT ZelvaneTargets LIBRARY DESTINATION ${ZELVANE_MODULES} COMPONENT run)
 install(TARGETS zelvane_resources LIBRARY DESTINATION ${ZELVANE_MODULES} COMPONENT run)
-# Only kzhost links it, so there is no link without a version.
+# Only kzhost links the library, so no link without a version is installed.
 install(TARGETS zelvane_headless LIBRARY COMPONENT run NAMELINK_SKIP RUNTIME COMPONENT run ARCHIVE EXCLUDE_FROM_ALL)
 if(WIN32)
-  # What the CAD host loads. The module in the folder above is the one for kzhost, with a clock that scripts set.
+  # The module for the CAD host. The module in the folder above is for kzhost, whose clock is set by scripts.
   install(TARGETS zelvane_shipped zelvane_resources LIBRARY DESTINATION ${ZELVANE_MODULES}/shipped COMPONENT run)
 endif()
 if(MINGW)
-  # The host's libraries: stand-ins beside kzhost, and what a module is linked with.
+  # The host's libraries: stand-ins in the folder of kzhost, and import libraries for modules.
   install(TARGETS ${ZELVANE_HOST_LIBRARIES} EXPORT ZelvaneTargets RUNTIME COMPONENT run ARCHIVE COMPONENT develop)
-  # By their paths, because a linker that is told -static looks for none by name.
+  # Full paths, because with -static the linker does not find import libraries by name.
   list(TRANSFORM ZELVANE_HOST_LIBRARIES REPLACE "(.+)"
     "\${prefix}/${CMAKE_INSTALL_LIBDIR}/${CMAKE_IMPORT_LIBRARY_PREFIX}\\1${CMAKE_IMPORT_LIBRARY_SUFFIX}"
     OUTPUT_VARIABLE ZELVANE_LINK)
@@ -44,7 +44,7 @@ set_target_properties(zelvane_host PROPERTIES EXPORT_NAME host)
 set_target_properties(zelvane_module PROPERTIES EXPORT_NAME Module)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/ZelvaneConfig.cmake.in ZelvaneConfig.cmake
   INSTALL_DESTINATION ${ZELVANE_PACKAGE} PATH_VARS CMAKE_INSTALL_BINDIR ZELVANE_MODULES)
-if(NOT WIN32) # headers suit every processor, import libraries do not
+if(NOT WIN32) # headers are independent of the processor, import libraries are not
   set(any_processor ARCH_INDEPENDENT)
 endif()
 write_basic_package_version_file(ZelvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion ${any_processor})
@@ -61,6 +61,6 @@ string(REGEX REPLACE "/$" "" from_pc_to_prefix ${from_pc_to_prefix})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zelvane.pc.in zelvane.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zelvane.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT develop)
 
-# ---- and taken away again, by the list that installing writes
+# ---- uninstall, by the manifest of the installation
 add_custom_target(uninstall VERBATIM COMMAND ${CMAKE_COMMAND}
   -D MANIFEST=${CMAKE_BINARY_DIR}/install_manifest.txt -P ${CMAKE_CURRENT_LIST_DIR}/Uninstall.cmake)

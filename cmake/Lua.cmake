@@ -6,15 +6,15 @@ if(NOT WIN32)
   return()
 endif()
 
-# For Windows there is no package of it: it is built from its source, as scripts/fetch_lua_source fetches it.
+# For Windows there is no package: Lua is built from the source that scripts/fetch_lua_source downloads.
 set(ZELVANE_LUA_SOURCE ${PROJECT_SOURCE_DIR}/build/lua CACHE PATH "The source of Lua 5.4")
 file(GLOB lua_sources ${ZELVANE_LUA_SOURCE}/src/*.c)
 if(NOT lua_sources)
-  message(FATAL_ERROR "No source of Lua in ${ZELVANE_LUA_SOURCE}; run scripts/fetch_lua_source ${ZELVANE_LUA_SOURCE}")
+  message(FATAL_ERROR "${ZELVANE_LUA_SOURCE}: no Lua source (run scripts/fetch_lua_source ${ZELVANE_LUA_SOURCE})")
 endif()
 list(FILTER lua_sources EXCLUDE REGEX "/luac?\\.c$")
 set_source_files_properties(${lua_sources} PROPERTIES LANGUAGE CXX)
-# Its own header for C++ expects functions of C.
+# Lua's own lua.hpp declares the functions as extern "C".
 file(CONFIGURE OUTPUT lua/lua.hpp CONTENT "#include \"lua.h\"\n#include \"lualib.h\"\n#include \"lauxlib.h\"\n")
 add_library(zelvane_lua STATIC ${lua_sources})
 target_include_directories(zelvane_lua SYSTEM PUBLIC ${CMAKE_CURRENT_BINARY_DIR}/lua ${ZELVANE_LUA_SOURCE}/src)

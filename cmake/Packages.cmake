@@ -1,4 +1,5 @@
-# cpack, in the build folder: a .deb and a .tar.gz of each component, for Windows a .zip. `cpack --config CPackSourceConfig.cmake`: the sources.
+# `cpack` in the build folder creates a .deb and a .tar.gz of each component; for Windows, a .zip.
+# `cpack --config CPackSourceConfig.cmake` packs the sources.
 set(CPACK_PACKAGE_NAME zelvane)
 set(CPACK_PACKAGE_VENDOR "The Zelvane maintainers")
 set(CPACK_PACKAGE_CONTACT "The Zelvane maintainers <maintainers@zelvane.example>")
@@ -11,7 +12,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 
 set(CPACK_COMPONENTS_ALL run develop)
-set(CPACK_COMPONENT_RUN_DESCRIPTION "Zelvane.hmx, and kzhost and kztemplate, the programs to try it with.")
+set(CPACK_COMPONENT_RUN_DESCRIPTION "Zelvane.hmx, and the programs kzhost and kztemplate.")
 set(CPACK_COMPONENT_DEVELOP_DESCRIPTION "Headers, documentation and examples for authors of modules that use Zelvane.")
 set(CPACK_COMPONENT_DEVELOP_DEPENDS run)
 
@@ -30,7 +31,7 @@ set(CPACK_DEBIAN_RUN_PACKAGE_SECTION misc)
 set(CPACK_DEBIAN_DEVELOP_PACKAGE_NAME zelvane-dev)
 set(CPACK_DEBIAN_DEVELOP_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOP_PACKAGE_DEPENDS "zelvane (= ${PROJECT_VERSION})")
-# Which packages hold the libraries that ours need; ours lie in one package.
+# The dependencies of the package: those of its binaries, except the libraries that the package itself contains.
 find_program(DPKG_SHLIBDEPS dpkg-shlibdeps)
 if(DPKG_SHLIBDEPS)
   set(CPACK_DEBIAN_RUN_PACKAGE_SHLIBDEPS ON)

@@ -1,7 +1,7 @@
-# Removes what the last `cmake --install` has installed, and those folders of our own that are empty then.
+# Removes the files of the last `cmake --install`, and the folders named for Zelvane that are empty then.
 #   cmake -D MANIFEST=.../install_manifest.txt -P Uninstall.cmake
 if(NOT EXISTS ${MANIFEST})
-  message(FATAL_ERROR "nothing was installed from here: ${MANIFEST} is missing")
+  message(FATAL_ERROR "${MANIFEST}: not found (nothing was installed from this build folder)")
 endif()
 file(STRINGS ${MANIFEST} files)
 

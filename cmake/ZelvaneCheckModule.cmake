@@ -1,10 +1,10 @@
-# Checks that the host can load and unload a module: it has both entry points, calls no export of Zelvane by linkage, and
+# Checks that the host can load and unload a module: it exports the two functions of a module, links no export of Zelvane, and
 # has no unique symbols.
 #   cmake -D NM=... -D MODULE=... -P ZelvaneCheckModule.cmake
 execute_process(COMMAND ${NM} --dynamic --format=posix ${MODULE} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 
 function(refuse reason)
-  file(REMOVE ${MODULE}) # or the next build would treat it as finished
+  file(REMOVE ${MODULE}) # otherwise the next build would treat it as up to date
   message(FATAL_ERROR "${MODULE}: ${reason}")
 endfunction()
 

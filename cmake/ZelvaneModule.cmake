@@ -1,13 +1,13 @@
-# zelvane_add_module(NAME [SOURCES] SOURCE...): an extension module of the host, NAME.hmx, that may call the exports of
-# Zelvane. It shows nothing but what is marked with ZELVANE_EXPORT, is compiled as C++20 or as whatever later language
-# its project asks for, has no unique symbols, which would keep it in memory after it was unloaded, and fails to build
-# when the host could not load or unload it.
+# zelvane_add_module(NAME [SOURCES] SOURCE...): builds NAME.hmx, an extension module of the host that may call the exports
+# of Zelvane. The module exports only functions marked with ZELVANE_EXPORT. It is compiled as C++20, or a later standard if
+# the project sets one, and without unique symbols, which would keep it in memory after unloading. The build fails if the
+# host could not load or unload the module.
 #
-# Part of what is installed: find_package(Zelvane) and add_subdirectory() bring it alike.
+# Installed: available through find_package(Zelvane) and add_subdirectory().
 function(zelvane_add_module name)
   cmake_parse_arguments(PARSE_ARGV 1 module "" "" SOURCES)
   add_library(${name} MODULE ${module_UNPARSED_ARGUMENTS} ${module_SOURCES})
-  # The host offers its functions when it loads the module, so nothing else is linked.
+  # The host provides its functions when it loads the module, so nothing else is linked.
   target_link_libraries(${name} PRIVATE Zelvane::Zelvane)
   set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX .hmx
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)

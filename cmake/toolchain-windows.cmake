@@ -1,18 +1,18 @@
-# Builds for Windows on Debian, with the MinGW-w64 compilers; what is built runs in Wine.
+# Cross-builds for Windows on Debian, with the MinGW-w64 compilers; Wine runs the binaries.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
-# By name the ones with POSIX threads: GoogleTest does not compile with the others.
+# The compilers with POSIX threads: GoogleTest does not compile with the others.
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-# The run-time library goes into every file: what ships needs no library of the compiler's. No date of the build in it.
+# The run-time library is linked statically, so that the release needs no library of the compiler. No build date.
 foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")
 endforeach()
 
-# Programs are those of the building machine; libraries, headers and packages never are.
+# Find programs on the build machine, but no libraries, headers or packages.
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -1,19 +1,20 @@
-// The GNU run-time library is linked into the module. It expects to begin and end with the process; here it
-// comes and goes with the module.
+// The GNU run-time library is linked into the module. It assumes that it is loaded for the whole process;
+// here it is loaded and unloaded with the module.
 
 #include <exception>
 
 namespace __gnu_cxx {
-void __freeres(); // NOLINT: of the run-time library, for memory checkers, and declared in none of its headers
+void __freeres(); // NOLINT: a function of the run-time library for memory checkers, not declared in its
+                  // headers
 }
 
 namespace {
 
-/// What throwing needs of the thread is allocated when it is first asked for. That must not be when memory
-/// has run out: the run-time library ends the process then.
+/// Allocates the data that the thread needs for exceptions. Otherwise the first exception would allocate it,
+/// and the run-time library ends the process if memory has run out.
 struct ExceptionsOfThread {
     ExceptionsOfThread() { static_cast<void>(std::uncaught_exceptions()); }
-    ~ExceptionsOfThread() { __gnu_cxx::__freeres(); } // the reserve for throwing without memory
+    ~ExceptionsOfThread() { __gnu_cxx::__freeres(); } // releases the reserve for exceptions without memory
 } const exceptionsOfThread;
 
 } // namespace

@@ -1,5 +1,4 @@
-// The operating system as the module asks for it, on the host's own platform: one call of the system a
-// function.
+// The operating system calls of the module on Windows: one system call per function.
 
 #include "host/platform.h"
 
@@ -11,7 +10,7 @@ namespace {
 
 using KzPlatform::Message;
 
-// The filter gets the system's own records.
+// The filter receives the records of the system.
 static_assert(sizeof(Message) == sizeof(MSG));
 static_assert(offsetof(Message, window) == offsetof(MSG, hwnd));
 static_assert(offsetof(Message, number) == offsetof(MSG, message));
@@ -20,7 +19,7 @@ static_assert(offsetof(Message, second) == offsetof(MSG, lParam));
 static_assert(offsetof(Message, time) == offsetof(MSG, time));
 static_assert(offsetof(Message, cursorX) == offsetof(MSG, pt));
 
-/// The system's strings are UTF-16 under another name.
+/// The strings of the system are UTF-16 of another type.
 const wchar_t* wide(const char16_t* text) {
     static_assert(sizeof(wchar_t) == sizeof(char16_t));
     return reinterpret_cast<const wchar_t*>(text);
@@ -30,7 +29,7 @@ HWND asSystemWindow(KzPlatform::Window window) {
     return static_cast<HWND>(window);
 }
 
-/// Ends the walk through the windows of a thread at one that may be the main window.
+/// Stops the enumeration of the windows of a thread at the main window.
 BOOL CALLBACK takeMainWindow(HWND window, LPARAM result) {
     const bool isMain = IsWindowVisible(window) != 0 && GetWindow(window, GW_OWNER) == nullptr;
     if (isMain) *reinterpret_cast<HWND*>(result) = window;
@@ -57,7 +56,7 @@ std::uint32_t registerWindowMessage(const char16_t* name) {
     return RegisterWindowMessageW(wide(name));
 }
 
-/// The first visible top-level window of the thread that has no owner: dialogs and tool windows have one.
+/// The first visible top-level window of the thread without an owner: dialogs and tool windows have an owner.
 Window mainWindow() {
     HWND result = nullptr;
     EnumThreadWindows(GetCurrentThreadId(), takeMainWindow, reinterpret_cast<LPARAM>(&result));

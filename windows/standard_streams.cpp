@@ -1,4 +1,4 @@
-// Linked into our programs: their standard streams pass on the bytes that they get, as on every other system.
+// Linked into our programs: sets their standard streams to binary mode, so that bytes are not translated.
 
 #include <fcntl.h>
 #include <io.h>

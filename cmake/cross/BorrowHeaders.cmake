@@ -1,5 +1,5 @@
-# zelvane_borrow_headers(TARGET FOLDER): an imported target for a library that is headers alone, as the building machine
-# has them. Copied, because /usr/include as a whole would bring that machine's C library with them.
+# zelvane_borrow_headers(TARGET FOLDER): an imported target for a header-only library of the build machine. The headers are
+# copied, because /usr/include also contains the C library of the build machine.
 function(zelvane_borrow_headers target folder)
   if(TARGET ${target})
     return()
