@@ -94,12 +94,12 @@ grep -qF '"A'$'\xef\xbf\xbd''B"' out || fault "half a pair gives: $(cat out)"
 says err "kztemplate: note: 1 unpaired surrogates are shown as U+FFFD"
 
 # What is refused, and where.
-number="must be a whole number from -2147483648 to 2147483647"
+number="must be an integer from -2147483648 to 2147483647"
 refuses '[]' '$: must be an object'
-refuses '{"header": 1}' '$.blocks: is missing'
-refuses '{"header": 1, "blocks": [], "title": ""}' '$.title: the key is unknown'
+refuses '{"header": 1}' '$.blocks: missing key'
+refuses '{"header": 1, "blocks": [], "title": ""}' '$.title: unknown key'
 refuses '{"header": 1, "blocks": {}}' '$.blocks: must be an array'
-refuses_unlike_the_schema '{"header": 1, "header": 1, "blocks": []}' '$.header: the key is repeated'
+refuses_unlike_the_schema '{"header": 1, "header": 1, "blocks": []}' '$.header: duplicate key'
 for bad in 2147483648 -2147483649 99999999999999999999 -99999999999999999999 1.5 true '"1"' null; do
   refuses "{\"header\": $bad, \"blocks\": []}" "\$.header: $number"
 done
@@ -108,9 +108,9 @@ good='{"name": "A", "flag": 1, "attributes": []}'
 refuses "$(block "$good, {\"name\": 5, \"flag\": 1, \"attributes\": []}")" '$.blocks[1].name: must be a string'
 attribute='{"name": "x", "flag": 1}'
 in_block() { block "{\"name\": \"A\", \"flag\": 1, \"attributes\": [$attribute, $1]}"; }
-refuses_unlike_the_schema "$(in_block "$attribute")" '$.blocks[0].attributes[1].name: the block has an attribute of this name already'
-refuses "$(in_block '{"name": "y", "flag": 1, "a b": 1}')" '$.blocks[0].attributes[1]["a b"]: the key is unknown'
-refuses_unlike_the_schema "$(in_block '{"name": "y", "flag": 1, "flag": 1}')" '$.blocks[0].attributes[1].flag: the key is repeated'
+refuses_unlike_the_schema "$(in_block "$attribute")" '$.blocks[0].attributes[1].name: duplicate attribute name in the block'
+refuses "$(in_block '{"name": "y", "flag": 1, "a b": 1}')" '$.blocks[0].attributes[1]["a b"]: unknown key'
+refuses_unlike_the_schema "$(in_block '{"name": "y", "flag": 1, "flag": 1}')" '$.blocks[0].attributes[1].flag: duplicate key'
 refuses "$(in_block '[{"p": {}}]')" '$.blocks[0].attributes[1]: must be an object'
 printf '{"header": 1, "blocks": ["\xff"]}' >in.json
 ends 1 kztemplate build in.json target
@@ -124,7 +124,7 @@ ends 1 kztemplate build deeper.json target
 says err 'kztemplate: deeper.json: $.blocks[0].name: must be a string'
 printf '{"%0300000d": 1}' 0 >long.json
 ends 1 kztemplate build long.json target
-[ "$(wc -c <err)" -lt 500 ] && grep -q 'the key is unknown' err || fault "a long key gives: $(head -c 500 err)"
+[ "$(wc -c <err)" -lt 500 ] && grep -q 'unknown key' err || fault "a long key gives: $(head -c 500 err)"
 
 # The schemas take what is printed and refuse what build refuses.
 python3 - "$schemas" <<'END' || fault "the schemas and kztemplate differ"

@@ -11,8 +11,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A source that owns what it reads. The order of the members matters: the source borrows the bytes, which
-// neither move nor change after.
+// A source that owns its bytes. The order of the members matters: the source borrows the bytes, which do
+// not move or change afterwards.
 class OwnedBytes : public KzDxByteSource {
 public:
     explicit OwnedBytes(std::string bytes)
@@ -30,7 +30,7 @@ private:
 
 std::unique_ptr<KzDxByteSource> openInput(const std::string& name, std::error_code& error) {
     if (name == "-") {
-        // Read to its end at once: a source has to know its size.
+        // Read completely, because a source must know its size.
         std::string bytes;
         error = readStandardInput(bytes);
         return error ? nullptr : std::make_unique<OwnedBytes>(std::move(bytes));
@@ -42,7 +42,7 @@ std::unique_ptr<KzDxByteSource> openInput(const std::string& name, std::error_co
 
 std::error_code readAll(KzDxByteSource& source, std::string& result) {
     std::array<std::byte, 65536> part{};
-    // Nothing more means the end or an error, which is asked for then.
+    // 0 bytes mean the end or an error, which is checked next.
     while (const auto count = source.read(part))
         result.append(reinterpret_cast<const char*>(part.data()), count);
     return source.failed() ? std::make_error_code(std::errc::io_error) : std::error_code{};
@@ -51,9 +51,9 @@ std::error_code readAll(KzDxByteSource& source, std::string& result) {
 std::error_code writeOutput(const std::string& name, std::span<const std::byte> bytes) {
     if (name == "-") return writeStandardOutput(bytes);
     const fs::path target = Text::toPath(name);
-    std::error_code ignored; // replaceFile says what is wrong with a name that cannot be looked at
+    std::error_code ignored; // replaceFile reports names that cannot be queried
     const auto status = fs::status(target, ignored);
-    // A device would not be written to: a file would take its name.
+    // A device must not be replaced by a file.
     if (fs::exists(status) && !fs::is_regular_file(status))
         return std::make_error_code(std::errc::invalid_argument);
     if (!target.has_filename()) return std::make_error_code(std::errc::not_a_directory); // ends in a slash

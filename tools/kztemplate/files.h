@@ -8,13 +8,14 @@
 #include <string>
 #include <system_error>
 
-/// Opens a file for reading; "-" is standard input, which is read to its end at once. Null: `error` says why.
+/// Opens a file for reading; "-" is standard input, which is read completely. Returns null on failure, with
+/// the reason in `error`.
 [[nodiscard]] std::unique_ptr<KzDxByteSource> openInput(const std::string& name, std::error_code& error);
 
-/// Everything that is left in the source.
+/// The remaining bytes of the source.
 [[nodiscard]] std::error_code readAll(KzDxByteSource& source, std::string& result);
 
-/// Writes the bytes to a file; "-" is standard output. The file is written whole or not at all: into a new
-/// file in the same folder, which then takes the name. A file that was there keeps its permissions; a
-/// symbolic link is followed; what is not a regular file is refused.
+/// Writes the bytes to a file; "-" is standard output. The file is written atomically: a new file in the
+/// same folder is renamed. An existing file keeps its permissions; a symbolic link is followed; only
+/// regular files are written.
 [[nodiscard]] std::error_code writeOutput(const std::string& name, std::span<const std::byte> bytes);

@@ -17,7 +17,7 @@ std::error_code lastError() {
     return {errno, std::generic_category()};
 }
 
-// The system may write a part, or be interrupted by a signal before it writes anything.
+// The system may write only a part, or be interrupted by a signal before it writes anything.
 std::error_code writeAll(int file, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
         const auto count = ::write(file, bytes.data(), bytes.size());
@@ -28,7 +28,7 @@ std::error_code writeAll(int file, std::span<const std::byte> bytes) {
     return {};
 }
 
-// Scope guard: signals that end a program (Ctrl-C among them) wait until it is gone.
+// Scope guard: blocks signals that end the program (including Ctrl-C).
 class SignalsWait {
 public:
     SignalsWait() {
@@ -45,10 +45,9 @@ private:
     sigset_t before_{};
 };
 
-// Scope guard, and the usual way to replace a file whole or not at all: a new file beside it, written to the
-// end, takes its name. In the same folder, because a name can only be taken within one file system; with a
-// short name of its own, because the target's may be as long as names get. Removed again unless it has taken
-// the name.
+// Scope guard for atomic replacement of a file: a new file is written completely, then renamed. It is in
+// the same folder, because renaming works only within a file system; it has a short name, because the name
+// of the target may have the maximum length. Removed again unless it was renamed.
 class Replacement {
 public:
     explicit Replacement(const fs::path& target)
@@ -64,11 +63,11 @@ public:
     }
 
     [[nodiscard]] std::error_code write(std::span<const std::byte> bytes) {
-        // That of the constructor: nothing was called since.
+        // The error of the constructor: no other call was made since.
         if (file_ < 0) return lastError();
         if (auto error = writeAll(file_, bytes)) return error;
-        // The bytes have to be on the disk before the name leads to them. What closing could still tell was
-        // told here.
+        // The bytes must be on the disk before the file is renamed. Errors of close are already reported
+        // here.
         if (::fchmod(file_, mode()) != 0 || ::fsync(file_) != 0) return lastError();
         if (::rename(name_.c_str(), target_.c_str()) != 0) return lastError();
         isDone_ = true;
@@ -76,29 +75,30 @@ public:
     }
 
 private:
-    // The permissions of the old file, or those that a new one would get: it was made with the user's alone.
+    // The permissions of the old file, or those of a new file: it was created with permissions for the user
+    // only.
     [[nodiscard]] mode_t mode() const {
         struct stat old {};
         if (::stat(target_.c_str(), &old) == 0) return old.st_mode & 07777;
-        // The mask can only be read by setting it.
+        // The mask can be read only by setting it.
         const mode_t mask = ::umask(0);
         ::umask(mask);
         return 0666 & ~mask;
     }
 
-    SignalsWait signals_; // the first: it goes last
+    SignalsWait signals_; // the first member: destroyed last
     fs::path target_;
     std::string name_;
     int file_;
     bool isDone_ = false;
 };
 
-// Where a chain of links ends; that file need not be there yet.
+// The end of a chain of links; the file need not exist.
 fs::path withoutLinks(fs::path file, std::error_code& error) {
     constexpr int longestChain = 40; // as in the system
     for (int links = 0; links < longestChain; ++links) {
         const fs::path next = fs::read_symlink(file, error);
-        if (error) { // it is no link
+        if (error) { // not a link
             error.clear();
             return file;
         }
@@ -129,7 +129,7 @@ std::error_code replaceFile(const fs::path& file, std::span<const std::byte> byt
     std::error_code error;
     const fs::path target = withoutLinks(file, error);
     if (error) return error;
-    // The name could be taken away from a file that may not be written, too.
+    // Renaming would replace a write-protected file too.
     if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0 && errno != ENOENT) return lastError();
     return Replacement(target).write(bytes);
 }

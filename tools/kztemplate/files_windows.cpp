@@ -16,7 +16,7 @@ std::error_code lastError() {
 
 std::error_code writeAll(HANDLE file, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
-        // The system counts in 32 bits.
+        // The system uses 32-bit sizes.
         const auto part = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 1U << 30U));
         DWORD count = 0;
         if (WriteFile(file, bytes.data(), part, &count, nullptr) == 0) return lastError();
@@ -25,27 +25,26 @@ std::error_code writeAll(HANDLE file, std::span<const std::byte> bytes) {
     return {};
 }
 
-// The whole path of the file that a link leads to. A file that cannot be opened, or is not there yet, is its
-// own.
+// The full path of the target of a link. If the file cannot be opened or does not exist, its own path.
 fs::path withoutLinks(const fs::path& file) {
     std::wstring name;
     constexpr DWORD everyone = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE opened = CreateFileW(file.c_str(), 0, everyone, nullptr, OPEN_EXISTING, 0, nullptr);
     if (opened != INVALID_HANDLE_VALUE) {
-        name.resize(32768); // as long as paths get there
+        name.resize(32768); // the maximum length of paths on Windows
         name.resize(GetFinalPathNameByHandleW(opened, name.data(), static_cast<DWORD>(name.size()), 0));
         CloseHandle(opened);
     }
     return name.empty() ? fs::absolute(file) : fs::path(name);
 }
 
-// Scope guard, and the usual way to replace a file whole or not at all: a new file beside it, written to the
-// end, takes its name. It has a short name of its own, because the target's may be as long as names get.
-// Removed again unless it has taken the name.
+// Scope guard for atomic replacement of a file: a new file in the same folder is written completely, then
+// renamed. It has a short name, because the name of the target may have the maximum length. Removed again
+// unless it was renamed.
 class Replacement {
 public:
     explicit Replacement(const fs::path& target) : target_(target) {
-        // Another process may be doing the same; a name that is taken is passed over.
+        // Another process may do the same; existing names are skipped.
         DWORD number = GetCurrentProcessId();
         do {
             name_ = target.parent_path() / (L".kztemplate." + std::to_wstring(number++));
@@ -64,9 +63,9 @@ public:
     [[nodiscard]] std::error_code write(std::span<const std::byte> bytes) {
         if (!isMade_) return lastError();
         if (auto error = writeAll(file_, bytes)) return error;
-        // The bytes have to be on the disk before the name leads to them.
+        // The bytes must be on the disk before the file is renamed.
         if (FlushFileBuffers(file_) == 0) return lastError();
-        close(); // an open file keeps its name
+        close(); // an open file cannot be renamed
         if (!takeName()) return lastError();
         isMade_ = false;
         return {};
@@ -78,7 +77,7 @@ private:
         file_ = INVALID_HANDLE_VALUE;
     }
 
-    /// Whoever had rights to the old file has them to the new one.
+    /// Renames the new file. An existing target keeps its permissions.
     [[nodiscard]] bool takeName() const {
         if (ReplaceFileW(target_.c_str(), name_.c_str(), nullptr, 0, nullptr, nullptr) != 0) return true;
         if (GetLastError() != ERROR_FILE_NOT_FOUND) return false;
@@ -100,7 +99,7 @@ std::error_code readStandardInput(std::string& result) {
         if (count == 0) return {};
         result.append(part.data(), count);
     }
-    // So a pipe ends whose writer has gone: no failure.
+    // The end of a pipe whose writer has closed it: not an error.
     const bool isEndOfPipe = GetLastError() == ERROR_BROKEN_PIPE;
     return isEndOfPipe ? std::error_code{} : lastError();
 }

@@ -22,24 +22,24 @@ constexpr int wrongUsage = 2;
 
 constexpr const char* standardOutputFailed = "standard output: cannot be written";
 
-// How messages call an input.
+// The name of an input in messages.
 std::string shown(const std::string& file) {
     return file == "-" ? "standard input" : file;
 }
 
-// Every error is one line, with the program before it.
+// Prints an error as one line, with the name of the program.
 int fail(const std::string& what) {
     std::cerr << "kztemplate: " << what << '\n';
     return failed;
 }
 
-// An invalid argument is what the sources give for a folder, a device or a pipe, and reads better in words.
+// The sources return invalid_argument for a folder, a device or a pipe; this gets a clearer message.
 int cannotOpen(const std::string& file, const std::error_code& error) {
     const bool isNoFile = error == std::errc::invalid_argument;
     return fail(shown(file) + ": " + (isNoFile ? "not a regular file" : error.message()));
 }
 
-// Gives done, or tells what is wrong.
+// Returns done, or reports the error.
 int readFile(const std::string& file, CEattMain& eattMain) {
     std::error_code error;
     const auto source = openInput(file, error);
@@ -49,8 +49,8 @@ int readFile(const std::string& file, CEattMain& eattMain) {
     return fail(shown(file) + ": " + kzdxDescribe(failure));
 }
 
-// Ends a command that has printed. Flushed here, because a full disk is noticed only then. The note goes
-// beside the output, which a program may read.
+// Ends a command that has printed. Flushes, because a full disk is noticed only then. The note goes to
+// standard error, because a program may read the output.
 int finishOutput(std::size_t replaced) {
     if (!std::cout.flush()) return fail(standardOutputFailed);
     if (replaced != 0)
@@ -75,7 +75,7 @@ int names(const std::string& file, bool isJson) {
     return finishOutput(replaced + writeNames("Attributes", attributes, std::cout));
 }
 
-// The input is read and checked whole before the output is touched.
+// The input is read and checked completely before the output is opened.
 int build(const std::string& file, const std::string& output) {
     std::error_code error;
     std::string text;
@@ -93,18 +93,18 @@ int build(const std::string& file, const std::string& output) {
     return done;
 }
 
-// Everything that the command line can ask for. `run` does it once the line is parsed. `app` comes first: the
-// commands are made in it. The options refer to the members, so this must not move.
+// The command line. `run` executes it after parsing. `app` is the first member, because the commands are
+// created in it. The options refer to the members, so the object must not move.
 struct CommandLine {
     CLI::App app{
-        "Shows and makes legacy block templates: files that select blocks of a drawing, and attributes of "
+        "Prints and writes legacy block templates: files that select blocks of a drawing, and attributes of "
         "each.",
         "kztemplate"};
-    CLI::App* dumpCommand = addCommand("dump", "Prints everything that a template stores, as JSON.");
+    CLI::App* dumpCommand = addCommand("dump", "Prints the content of a template as JSON.");
     CLI::App* namesCommand = addCommand(
         "names",
-        "Prints the names of the selected blocks and of the attributes selected in them, each once.");
-    CLI::App* buildCommand = addCommand("build", "Makes a template of the JSON that dump prints.");
+        "Prints the names of the selected blocks and of the attributes selected in them, each name once.");
+    CLI::App* buildCommand = addCommand("build", "Writes a template from JSON as dump prints it.");
     std::string file;
     std::string output;
     bool isJson = false;
@@ -113,9 +113,9 @@ struct CommandLine {
         app.require_subcommand(1)->allow_windows_style_options(false);
         app.set_version_flag("--version", "kztemplate " KZTEMPLATE_VERSION, "Print the version and exit");
         app.footer(
-            "Names are UTF-8. kztemplate COMMAND --help tells more about a command.\n"
-            "An error is one line on standard error: the file, where in it, and what is wrong there.\n"
-            "Exit status: 0 done, 1 the input or output is at fault, 2 wrong usage.\n"
+            "Names are UTF-8. For details of a command: kztemplate COMMAND --help\n"
+            "An error is one line on standard error: the file, the position and the reason.\n"
+            "Exit status: 0 success, 1 error in the input or output, 2 wrong usage.\n"
             "Example: kztemplate dump doors.tpl | sed 's/\"TAG\"/\"MARK\"/' | kztemplate build - marks.tpl");
         describeDump();
         describeNames();
@@ -127,21 +127,21 @@ struct CommandLine {
         if (namesCommand->parsed()) return names(file, isJson);
         return build(file, output);
     } catch (const std::bad_alloc&) {
-        return fail(shown(file) + ": memory ran out");
+        return fail(shown(file) + ": out of memory");
     } catch (const std::exception& error) {
         return fail(shown(file) + ": " + error.what());
     }
 
 private:
     CLI::App* addCommand(const char* name, const char* description) {
-        // A word that begins with a slash may be a file on every system.
+        // An argument that begins with a slash may be a file on every system.
         return app.add_subcommand(name, description)->allow_windows_style_options(false);
     }
 
     void describeDump() {
         dumpCommand->add_option("FILE", file, "The template; - is standard input")->required();
-        dumpCommand->footer("A null element is left out; an object that stands in the list again is printed "
-                            "again.\nExample: kztemplate dump doors.tpl > doors.json");
+        dumpCommand->footer("Null elements are skipped; an object that is listed several times is printed "
+                            "each time.\nExample: kztemplate dump doors.tpl > doors.json");
     }
 
     void describeNames() {
@@ -154,14 +154,13 @@ private:
     void describeBuild() {
         buildCommand->add_option("FILE.json", file, "The JSON text in UTF-8; - is standard input")
             ->required();
-        buildCommand
-            ->add_option("OUT", output, "The template to write, whole or not at all; - is standard output")
+        buildCommand->add_option("OUT", output, "The template to write (atomically); - is standard output")
             ->required();
         buildCommand->footer(
-            "The text: {\"header\": 1, \"blocks\": [{\"name\": \"DOOR\", \"flag\": 1,\n"
+            "Format: {\"header\": 1, \"blocks\": [{\"name\": \"DOOR\", \"flag\": 1,\n"
             "           \"attributes\": [{\"name\": \"NOTE\", \"flag\": 0}, {\"name\": \"TAG\", \"flag\": "
             "1}]}]}\n"
-            "A flag other than 0 selects. Attributes are written in the alphabetical order of the locale "
+            "A flag other than 0 means selected. Attributes are written in the order of the locale "
             "(LC_ALL, LC_COLLATE).\n"
             "Example: kztemplate build doors.json doors.tpl");
     }
@@ -170,16 +169,16 @@ private:
 } // namespace
 
 int main(int argc, char** argv) try {
-    // For the order in which attributes are sorted, and no more: numbers keep the form of the C locale.
+    // Only for the sort order of attributes: numbers keep the format of the C locale.
     std::setlocale(LC_CTYPE, "");
     std::setlocale(LC_COLLATE, "");
     CommandLine line;
     try {
         line.app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) { // also asks for help
+    } catch (const CLI::ParseError& error) { // also thrown for --help
         return line.app.exit(error) == 0 ? done : wrongUsage;
     }
     return line.run();
-} catch (const std::exception& error) { // before a file is known
+} catch (const std::exception& error) { // before the arguments are parsed
     return fail(error.what());
 }

@@ -6,16 +6,16 @@
 #include <string>
 #include <system_error>
 
-/// What each system does with files in a way of its own: one source for each.
+/// System-specific file operations: one source file per system.
 
-/// Appends everything up to the end of standard input.
+/// Appends the content of standard input up to its end.
 [[nodiscard]] std::error_code readStandardInput(std::string& result);
 
-/// Writes the bytes as they are, without ends of lines of the system's own.
+/// Writes the bytes unchanged, without converting line ends.
 [[nodiscard]] std::error_code writeStandardOutput(std::span<const std::byte> bytes);
 
-/// Gives a file this content, whole or not at all: a new file in the same folder takes its name. One that was
-/// there keeps its permissions, and is left alone when it may not be written; a symbolic link is followed,
-/// also to a file that is not there yet.
+/// Replaces the content of a file atomically: a new file in the same folder is renamed. An existing file
+/// keeps its permissions, and is not changed if it is write-protected; a symbolic link is followed, also to
+/// a file that does not exist yet.
 [[nodiscard]] std::error_code replaceFile(const std::filesystem::path& file,
                                           std::span<const std::byte> bytes);

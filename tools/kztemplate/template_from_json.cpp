@@ -18,7 +18,7 @@ using nlohmann::json;
 
 namespace {
 
-// What a value is, by the place where it stands.
+// The kind of a value, by its position.
 enum class Kind { document, blocks, block, attributes, attribute, name, number };
 
 struct Field {
@@ -48,7 +48,7 @@ const char* expectationOf(Kind kind) {
     case Kind::name:
         return "must be a string";
     case Kind::number:
-        return "must be a whole number from -2147483648 to 2147483647";
+        return "must be an integer from -2147483648 to 2147483647";
     case Kind::blocks:
     case Kind::attributes:
         return "must be an array";
@@ -57,7 +57,7 @@ const char* expectationOf(Kind kind) {
     }
 }
 
-// Whether a key can stand behind a dot; any other stands in brackets and quotes.
+// Whether a key can follow a dot; other keys are in brackets and quotes.
 bool isPlain(std::string_view key) {
     return !key.empty() &&
            key.find_first_not_of("abcdefghijklmnopqrstuvwxyz"
@@ -72,7 +72,7 @@ std::string elementPath(const std::string& path, std::size_t index) {
     return path + '[' + std::to_string(index) + ']';
 }
 
-// A text that may quote the input, short enough for a line. Cut between characters.
+// Shortens a text that may quote the input to the length of a line, at a character boundary.
 std::string cut(std::string text) {
     constexpr std::size_t longest = 200;
     if (text.size() <= longest) return text;
@@ -81,8 +81,8 @@ std::string cut(std::string text) {
     return text.substr(0, size) + "...";
 }
 
-// SAX handler: makes the template while the text is parsed, and stops the parser at the first thing that is
-// not as wanted. Nothing is nested deeper than a template is, because each value is checked where it begins.
+// SAX handler: creates the template while the text is parsed, and stops the parser at the first error. The
+// nesting is never deeper than that of a template, because each value is checked at its start.
 class TemplateMaker : public nlohmann::json_sax<json> {
 public:
     CEattMain made;
@@ -91,18 +91,18 @@ public:
     bool null() override { return refuse(); }
     bool boolean(bool /*unused*/) override { return refuse(); }
     bool binary(binary_t& /*unused*/) override { return refuse(); }
-    // Also a whole number beyond 64 bits.
+    // Also called for integers beyond 64 bits.
     bool number_float(number_float_t /*unused*/, const string_t& /*unused*/) override { return refuse(); }
     bool number_integer(number_integer_t value) override {
         return value >= Limits::min() ? number(static_cast<std::int32_t>(value)) : refuse();
     }
-    bool number_unsigned(number_unsigned_t value) override { // not negative
+    bool number_unsigned(number_unsigned_t value) override { // for numbers that are not negative
         return value <= Limits::max() ? number(static_cast<std::int32_t>(value)) : refuse();
     }
 
     bool string(string_t& value) override {
         auto text = Text::toUtf16(value);
-        if (next() != Kind::name || !text.has_value()) return refuse(); // the parser knows no invalid text
+        if (next() != Kind::name || !text.has_value()) return refuse(); // valid: the parser checks UTF-8
         (level().kind == Kind::block ? made.blocks.back()->blockName : attributeName_) = std::move(*text);
         return ended();
     }
@@ -118,17 +118,17 @@ public:
     bool key(string_t& name) override {
         const auto fields = fieldsOf(level().kind);
         const auto field = std::ranges::find(fields, name, &Field::key);
-        if (field == fields.end()) return refuse(memberPath(objectPath(), name), "the key is unknown");
+        if (field == fields.end()) return refuse(memberPath(objectPath(), name), "unknown key");
         auto& keys = level().keys;
         const bool isRepeated = std::ranges::find(keys, name) != keys.end();
         keys.push_back(field->key);
-        return !isRepeated || refuse(path(), "the key is repeated");
+        return !isRepeated || refuse(path(), "duplicate key");
     }
 
     bool end_object() override {
         for (const Field& field : fieldsOf(level().kind)) {
             if (std::ranges::find(level().keys, field.key) == level().keys.end())
-                return refuse(memberPath(objectPath(), field.key), "is missing");
+                return refuse(memberPath(objectPath(), field.key), "missing key");
         }
         if (level().kind == Kind::attribute)
             made.blocks.back()->attributes.append(attributeName_, attributeFlag_);
@@ -149,7 +149,7 @@ public:
         if (isOfAttributes) {
             if (const auto repeated = made.blocks.back()->attributes.firstRepeated()) {
                 return refuse(elementPath(path(), *repeated) + ".name",
-                              "the block has an attribute of this name already");
+                              "duplicate attribute name in the block");
             }
         }
         return ended();
@@ -158,23 +158,23 @@ public:
     bool parse_error(std::size_t /*unused*/, const std::string& /*unused*/,
                      const json::exception& error) override {
         const std::string what = error.what();
-        const auto code = what.find("] "); // what() begins with the number of the error in brackets
+        const auto code = what.find("] "); // what() starts with an error number in brackets
         return refuse(path(), code == std::string::npos ? what : what.substr(code + 2));
     }
 
 private:
     using Limits = std::numeric_limits<std::int32_t>;
 
-    // One for each object and array that is open, the outermost first.
+    // One per open object or array, outermost first.
     struct Level {
         Kind kind;
-        std::vector<std::string_view> keys = {}; // of an object: those that were read
-        std::size_t index = 0;                   // of an array: the element that comes next, or is open
+        std::vector<std::string_view> keys = {}; // of an object: the keys that were read
+        std::size_t index = 0;                   // of an array: the next or open element
     };
 
     Level& level() { return levels_.back(); }
 
-    // What the value that begins now has to be.
+    // The expected kind of the value that starts now.
     [[nodiscard]] Kind next() const {
         if (levels_.empty()) return Kind::document;
         const Level& level = levels_.back();
@@ -191,7 +191,7 @@ private:
         return ended();
     }
 
-    // A value has ended. In an object the index means nothing.
+    // A value has ended. In an object the index has no meaning.
     bool ended() {
         if (!levels_.empty()) ++level().index;
         return true;
@@ -203,7 +203,8 @@ private:
         return false;
     }
 
-    // Of the innermost object, and of the value in it whose key was read last. In an array, of the element.
+    // The paths of the innermost object, and of the value whose key was read last; in an array, of the
+    // element.
     [[nodiscard]] std::string objectPath() const { return pathTo(levels_.size() - 1); }
     [[nodiscard]] std::string path() const { return pathTo(levels_.size()); }
     [[nodiscard]] std::string pathTo(std::size_t depth) const {

@@ -9,19 +9,19 @@
 
 namespace {
 
-// Writes JSON piece by piece: a tree of values would take many times the memory of the template.
+// Writes JSON incrementally: a tree of values would need many times the memory of the template.
 class JsonWriter {
 public:
     explicit JsonWriter(std::ostream& to) : to_(to) {}
 
-    // How many surrogates without a partner became U+FFFD so far.
+    // The number of unpaired surrogates that were replaced by U+FFFD.
     std::size_t replaced = 0;
 
     void document(const CEattMain& eattMain) {
         to_ << "{\"header\": " << eattMain.headerValue << ", \"blocks\": [";
         const char* separator = "\n";
         for (const auto& block : eattMain.blocks) {
-            // A null element stands for no block.
+            // A null element is not a block.
             if (!block) continue;
             to_ << separator;
             blockInfo(*block);
@@ -60,18 +60,18 @@ private:
         to_ << ", \"flag\": " << flag;
     }
 
-    // The library quotes and escapes: a name may hold anything.
+    // The library quotes and escapes: a name may contain any character.
     void text(std::u16string_view name) { to_ << nlohmann::json(Text::toUtf8(name, &replaced)).dump(); }
 
     std::ostream& to_;
 };
 
-// The two ranges of control characters, and the one between them that deletes.
+// The two ranges of control characters, and DEL between them.
 bool isControl(char32_t codePoint) {
     return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
 }
 
-// The name with every control character, which could break the line or the terminal, as \u000A.
+// The name, with control characters, which could break the line or the terminal, as \u000A.
 std::u16string onOneLine(std::u16string_view name) {
     std::u16string result;
     for (const char16_t unit : name) {
