@@ -13,7 +13,7 @@ using namespace KzDxArchive;
 const char* kzdxDescribe(KzDxArchiveError error) {
     switch (error) {
     case KzDxArchiveError::none:
-        return "nothing is wrong";
+        return "no error";
     case KzDxArchiveError::endsEarly:
         return "the file ends inside this field";
     case KzDxArchiveError::readFailed:
@@ -21,15 +21,15 @@ const char* kzdxDescribe(KzDxArchiveError error) {
     case KzDxArchiveError::stringTooLong:
         return "the string is longer than the rest of the file";
     case KzDxArchiveError::unknownSchema:
-        return "the class has a schema other than 1";
+        return "the schema of the class is not 1";
     case KzDxArchiveError::unknownClass:
         return "the class is not CEattBlockInfo";
     case KzDxArchiveError::noSuchClass:
-        return "the tag asks for a class that was not defined";
+        return "the tag refers to an undefined class";
     case KzDxArchiveError::noSuchObject:
-        return "the tag asks for an object that was not read";
+        return "the tag refers to an object that was not read";
     case KzDxArchiveError::outOfMemory:
-        return "memory ran out";
+        return "out of memory";
     }
     return "unknown";
 }
