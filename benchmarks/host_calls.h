@@ -10,31 +10,31 @@
 
 namespace Bench {
 
-/// The baselines: the host calls that an operation of the module cannot do without, in the same order and
-/// with the same modes, and nothing else. What the module has to find out, they know in advance: the
-/// containers of each block, and the order of its references.
+/// The baselines: only the host calls that an operation of the module requires, in the same order and with
+/// the same modes. They know in advance what the module must find out: the containers of each block, and
+/// the order of its references.
 class HostCalls {
 public:
-    /// Keeps the document open. What is inserted later is unknown, except to `listReferences`.
+    /// Keeps the document open. Only `listReferences` sees references that are inserted later.
     explicit HostCalls(std::shared_ptr<const OpenDocument> document);
 
-    /// Reads a whole drawing, as an update has to: the block table, the lists of all records, and the owner
-    /// of each reference.
+    /// Reads a whole drawing, as a forced update does: the block table, the lists of all records, and the
+    /// owner of each reference.
     void readDrawing();
     /// Reads the references of one block.
     void readBlock(KzDbObjectId record);
     /// Walks over the ids of the block table, and opens nothing else.
     void walkTable() const;
 
-    /// Asks every record for its references, into one array, and compares that with a copy, which is made
-    /// before if `remembers`.
+    /// Queries the references of every record into one array, and compares the array with a copy, which is
+    /// made before if `remembers`.
     void listReferences(bool remembers = false);
 
-    /// Registers with the block table and, one reactor for each block, with all that a node watches.
+    /// Registers with the block table and, one reactor per block, with all objects that a node watches.
     void registerReactors(bool asksOwners);
     void unregisterReactors();
 
-    /// How many pairs of a block and a container of its references there are.
+    /// The number of pairs of a block and a container of its references.
     [[nodiscard]] std::size_t placements() const;
 
     struct Block {

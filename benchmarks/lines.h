@@ -7,12 +7,12 @@
 #include <string_view>
 #include <vector>
 
-/// Everything that is measured; docs/performance.md says what is compared with what. To add a line, write the
-/// function that makes its data and gives the comparison, and list it in the group's function at the end of
+/// The lines of the benchmark; docs/performance.md describes the baselines. To add a line, write a function
+/// that creates its data and returns the comparison, and list it in the function of the group at the end of
 /// the source file. A new group is declared here and listed in main.cpp.
 namespace Bench {
 
-/// The measured side as a number of its own.
+/// The measured side as a separate number.
 struct Figure {
     std::string_view name;
     std::string_view unit;
@@ -22,7 +22,7 @@ struct Figure {
 /// A line of the output, for each of its sizes.
 struct Line {
     std::string_view name;
-    std::vector<std::size_t> sizes; ///< ascending; empty when it has none
+    std::vector<std::size_t> sizes; ///< ascending; empty if it has none
     double limit;                   ///< the highest ratio allowed
     Comparison (*prepare)(std::size_t size);
     std::optional<Figure> figure = std::nullopt; ///< printed for the largest size

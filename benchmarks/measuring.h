@@ -23,28 +23,27 @@ template <class Work>
 
 [[noreturn]] void fail(const char* expectation);
 
-/// Ends the program unless the measured operation did what it is measured for.
+/// Ends the program unless the measured operation had the expected effect.
 inline void require(bool condition, const char* expectation) {
     if (!condition) fail(expectation);
 }
 
-/// An operation, and what it is compared with. Both work on data that they own together.
+/// An operation and its baseline. Both use data that they share.
 struct Comparison {
-    /// One run, in seconds for each unit of work (or in bytes). What a run prepares or restores is not
-    /// included.
+    /// One run, in seconds per unit of work (or in bytes), without its preparation and cleanup.
     std::function<double()> measured;
     std::function<double()> baseline;
-    /// How many units of work one run of `measured` does.
+    /// The number of units of work in one run of `measured`.
     double unitsOfWork = 1;
 };
 
-/// A side of a comparison that is only to be timed.
+/// A side of a comparison whose time is measured.
 template <class Work>
 [[nodiscard]] std::function<double()> timed(Work work) {
     return [=]() mutable { return secondsOf(work); };
 }
 
-/// What one repetition measured.
+/// The result of one repetition.
 struct Sample {
     double measured = 0;
     double baseline = 0;
@@ -55,13 +54,13 @@ struct Sample {
     [[nodiscard]] double ofRun() const { return measured * unitsOfWork; }
 };
 
-/// Prepares a comparison of that size, and measures it. Runs both sides alternately. Each repetition keeps
-/// the lowest result of each side, because other load on the machine can only make a run longer. All of it
-/// happens in a process of its own, because memory that other comparisons have used and freed is scattered.
+/// Prepares and measures a comparison of this size. Runs both sides alternately. Each repetition keeps the
+/// minimum of each side, because other load on the machine can only make a run longer. Uses a separate
+/// process, because memory that other comparisons have used and freed is fragmented.
 [[nodiscard]] std::vector<Sample> measure(Comparison (*prepare)(std::size_t size), std::size_t size,
                                           int repetitions);
 
-/// All that the process has allocated, with the allocator's own share.
+/// The memory that the process has allocated, including the overhead of the allocator.
 [[nodiscard]] double allocatedBytes();
 
 struct Statistics {

@@ -48,7 +48,7 @@ std::u16string reversedName(std::size_t number) {
     return name;
 }
 
-/// A template with the `count` names that `nameAt` gives, `perBlock` of them in each block.
+/// A template with the `count` names that `nameAt` returns, `perBlock` of them in each block.
 CEattMain templateOf(std::size_t count, std::size_t perBlock, const auto& nameAt) {
     CEattMain result;
     for (std::size_t made = 0; made < count; ++made) {
@@ -92,13 +92,13 @@ std::u16string collidingName(std::size_t number) {
     return name;
 }
 
-/// Starts like a process that has read nothing yet: free memory that earlier runs left in the allocator would
-/// help one side more than the other.
+/// Makes the process start without free memory in the allocator, which would help one side more than the
+/// other.
 void releaseFreeMemory() {
     malloc_trim(0);
 }
 
-/// A template file, all of whose names are different and selected; removed at the end.
+/// A template file whose names are all different and selected; removed at the end.
 class TemplateFile {
 public:
     explicit TemplateFile(const CEattMain& contents) : blocks_(contents.blocks.size()), names_(blocks_) {
@@ -116,10 +116,10 @@ public:
         std::filesystem::remove(path_, ignored);
     }
 
-    /// How many names it has: the attributes' and the blocks'.
+    /// The number of names of attributes and blocks.
     [[nodiscard]] std::size_t names() const { return names_; }
 
-    /// How long the reading takes, without the lists of names.
+    /// The time of reading, without the lists of names.
     [[nodiscard]] double secondsToRead() const {
         releaseFreeMemory();
         CEattMain eattMain;
@@ -130,7 +130,7 @@ public:
         return seconds;
     }
 
-    /// How long the export takes for each name.
+    /// The time of the export per name.
     [[nodiscard]] double secondsPerName() const {
         releaseFreeMemory();
         Names blocks;
@@ -141,7 +141,7 @@ public:
         return seconds / static_cast<double>(names_);
     }
 
-    /// Where the texts of the names are.
+    /// The positions of the texts of the names.
     [[nodiscard]] std::vector<std::size_t> textOffsets() const {
         constexpr std::string_view marker = "\xFF\xFE\xFF";
         std::vector<std::size_t> offsets;
@@ -153,7 +153,7 @@ public:
         return offsets;
     }
 
-    /// How long it takes to read the file into memory, and to make a string of the text at each offset.
+    /// The time to read the file into memory, and to create a string from the text at each offset.
     [[nodiscard]] double secondsToMakeStrings(const std::vector<std::size_t>& textOffsets) const {
         releaseFreeMemory();
         Names names;
@@ -203,8 +203,8 @@ Comparison templatePerName(std::size_t names) {
     };
 }
 
-/// Names made to be slow, all in one block: equal at their end instead of their start, and with the same
-/// hash.
+/// Names that are slow to process, all in one block: equal at their end instead of their start, and with
+/// the same hash.
 Comparison collisionsOverNames(std::size_t names) {
     const std::hash<std::u16string_view> hash;
     require(hash(collidingName(1)) == hash(collidingName(names)), "the names collide");

@@ -1,5 +1,5 @@
-// The watch of the client kit, beside what Zelvane's own callbacks cost. The module is the one that ships: a
-// client finds its exports in the loaded library.
+// The watch of the client kit, compared with plain callbacks. Uses the released module, because a client
+// finds the exports in the loaded library.
 
 #include "benchmarks/drawings.h"
 #include "benchmarks/lines.h"
@@ -41,7 +41,7 @@ public:
     }
     void update() { zelvane().kzdxUpdateBlockGraph(drawing_.get(), true, false); }
 
-    /// Of an edit and the idle check that processes it.
+    /// The time of an edit and the idle check that processes it.
     double secondsToEdit(const auto& edit) {
         Headless::makeCurrent(drawing_.get());
         const unsigned callsBefore = calls_ + plainCalls;
@@ -92,7 +92,7 @@ Comparison attributeWithWatch(std::size_t references) {
     };
 }
 
-/// An insert of a block inside which many others lie: block b lies in block b / 2.
+/// An insert of a block in which many others are nested: block b is placed in block b / 2.
 Comparison insertWithWatch(std::size_t references) {
     const auto watched = std::make_shared<WatchedDrawing>(references);
     watched->attachWatch();
@@ -119,7 +119,7 @@ Comparison attachWatch(std::size_t references) {
     };
 }
 
-/// Bytes, instead of seconds: what a watch adds to a drawing that is followed already.
+/// Bytes, instead of seconds: the memory of a watch of a drawing that is monitored already.
 Comparison memoryOfWatch(std::size_t references) {
     const auto watched = std::make_shared<WatchedDrawing>(references);
     return {

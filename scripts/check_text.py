@@ -18,7 +18,7 @@ WORDS = {  # regular expression: replacement. A space matches any space, also a 
     r"by and by": "later",
     r"for good": "permanently",
     r"pass(es|ed|ing)? over": "skip",
-    r"(tak(e|es|en|ing)|took) ((it|them|this|that) )?for": "treat as",
+    r"(tak(e|es|en|ing)|took) ((it|them|this|that) )?for(?! (each|every)\b)": "treat as",
     r"stands?(?! in\b| for\b| alone\b|-)|standing|stood": "is",
     r"lies?|lying|lain": "is, is placed, is nested",
     r"besides": "also",
