@@ -1,3 +1,5 @@
+// The table queries. They read the block table directly: no block graph is built for them.
+
 #include "core/block_table_walk.h"
 #include "core/boundary.h"
 #include "frame/application.h"
@@ -8,7 +10,7 @@
 
 namespace {
 
-/// The name of a record that belongs to a table object: anonymous, with "T" as its second character.
+/// Whether a record belongs to a table object: it is anonymous, and its name has "T" as second character.
 bool isTableBlock(const KzDbBlockTableRecord& record) {
     if (record.isDependent() || !record.isAnonymous()) return false;
     const char16_t* name = nullptr;
@@ -37,6 +39,7 @@ void appendReferences(KzDbObjectId id, KzDbObjectIdArray& ids) {
     if (record && record->getBlockReferenceIds(references, true, true) == Orvo::ok) ids.append(references);
 }
 
+/// The ids of the tables: the references of these records, grouped by record; no value as above.
 std::optional<KzDbObjectIdArray> tables(KzApDocument* document) {
     const std::optional<KzDbObjectIdArray> blocks = tableBlocks(document);
     if (!blocks.has_value()) return std::nullopt;
