@@ -89,12 +89,12 @@ void closeWhenCallsHaveReturned(LibraryHandle library) {
 std::string describeUnopened(const std::string& path, const std::string& failure) {
     std::error_code unreadable; // then the system's own message says more
     const bool isMissing = !std::filesystem::exists(Text::toPath(path), unreadable) && !unreadable;
-    return isMissing ? "there is no such file" : "it cannot be opened as a library: " + failure;
+    return isMissing ? "no such file" : "cannot be opened as a library: " + failure;
 }
 
 /// Checks the two functions that every module has. Returns what is wrong; empty if nothing is.
 std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
-    constexpr const char* missing = "it is no module of this host: it does not export ";
+    constexpr const char* missing = "not a module of this host: it does not export ";
     entry = reinterpret_cast<KzRx::EntryPoint>(librarySymbol(library, "kzrxEntryPoint"));
     if (entry == nullptr) return std::string(missing) + "kzrxEntryPoint";
     const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(librarySymbol(library, "kzrxGetApiVersion"));
@@ -104,20 +104,20 @@ std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
     const std::uint32_t number = version();
     if (number == KzRx::apiVersion) return {};
     char text[100];
-    std::snprintf(text, sizeof text, "it was built for version 0x%x of the interface, and this host has 0x%x",
-                  number, KzRx::apiVersion);
+    std::snprintf(text, sizeof text, "built for version 0x%x of the interface (expected: 0x%x)", number,
+                  KzRx::apiVersion);
     return text;
 }
 
 /// Why a module that was called was not loaded.
-std::string describeRefusedLoad(std::int32_t answer) {
-    std::string text = "it refused: it answered its load message with " + std::to_string(answer);
-    const char* separator = " after it had not found ";
+std::string describeFailedLoad(std::int32_t answer) {
+    std::string text = "kzrxEntryPoint returned " + std::to_string(answer);
+    const char* separator = " (library not found: ";
     for (const std::string& each : librariesNotFound) {
         text += separator + each;
         separator = ", ";
     }
-    return text;
+    return librariesNotFound.empty() ? text : text + ")";
 }
 
 } // namespace
@@ -182,7 +182,7 @@ LoadResult loadModule(const std::string& path, const std::string& resources) {
     const std::int32_t answer = send(module, KzRx::loadMessage);
     if (answer != KzRx::done) {
         closeWhenCallsHaveReturned(library);
-        return {.answer = answer, .failure = describeRefusedLoad(answer)};
+        return {.answer = answer, .failure = describeFailedLoad(answer)};
     }
     loader.modules.push_back(module);
     return {.module = module.id};

@@ -272,7 +272,7 @@ Pushed load(const Call& call, const std::optional<std::string>& given,
     const std::string path = isElsewhere ? setup.resources + "/" + name : name;
     const Headless::LoadResult loaded = Headless::loadModule(path, resources.value_or(setup.resources));
     if (loaded.module == ModuleId::none) {
-        const char* const hint = isElsewhere && !exists(path) ? ", and none in the working folder" : "";
+        const char* const hint = isElsewhere && !exists(path) ? " (also not in the working folder)" : "";
         return loadFailed(call.state(), path + ": " + loaded.failure + hint, loaded.answer);
     }
     pushModule(call.state(), loaded.module, path);

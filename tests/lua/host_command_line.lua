@@ -50,13 +50,13 @@ local function load(words, loadArguments, message)
   assert(#lines == 3 and lines[1]:find(message, 1, true), table.concat(lines, "\n"))
   return lines[2]
 end
-load("--module /nonexistent", "", "/nonexistent: there is no such file")
+load("--module /nonexistent", "", "/nonexistent: no such file")
 load("", ("%q"):format(arg[0]), "cannot be opened as a library")
-load("", [["libkzheadless.so"]], "it is no module of this host: it does not export kzrxEntryPoint")
-load("", [["ProbeOfOtherVersion.hmx"]], "built for version 0x120000 of the interface, and this host has 0x130000")
+load("", [["libkzheadless.so"]], "not a module of this host: it does not export kzrxEntryPoint")
+load("", [["ProbeOfOtherVersion.hmx"]], "built for version 0x120000 of the interface (expected: 0x130000)")
 load("", [["ProbeOfMissingSymbol.hmx"]], "cannot be opened as a library")
-check.equal(load("", [["ProbeRefusing.hmx"]], "it refused: it answered its load message with 7"), "7")
-check.equal(load("", [[nil, "/nonexistent"]], "with 3 after it had not found ZelvaneRes.dll"), "3")
+check.equal(load("", [["ProbeRefusing.hmx"]], "kzrxEntryPoint returned 7"), "7")
+check.equal(load("", [[nil, "/nonexistent"]], "kzrxEntryPoint returned 3 (library not found: ZelvaneRes.dll)"), "3")
 
 -- What goes wrong inside of a client says which one it was, be it an error or a crash.
 local function inside(what)
