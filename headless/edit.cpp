@@ -47,7 +47,7 @@ void Edit::tellAfter() {
 
 const char* describe(Refusal refusal) {
     constexpr const char* texts[] = {
-        "nothing was refused",
+        "no error",
         "the document is closed",
         "the document has no drawing",
         "the object no longer exists",
@@ -58,9 +58,9 @@ const char* describe(Refusal refusal) {
         "a name cannot be empty",
         "the name is taken",
         "the block is not enhanced",
-        "the record represents a block already or is that block itself",
+        "the record already represents a block, or is this block",
         "a drawing cannot be attached to itself",
-        "the reference has no attribute of that tag",
+        "the reference has no attribute with this tag",
         "the object is not held open",
     };
     static_assert(std::size(texts) == static_cast<std::size_t>(Refusal::notHeldOpen) + 1);

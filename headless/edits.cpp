@@ -331,7 +331,7 @@ Outcome erase(KzDbObjectId id, bool isErasing) {
     check.notOpen(object);
     if (check.isRefused()) return check.outcome();
 
-    Edit edit(isErasing ? "erase" : "take back the erasure", {object});
+    Edit edit(isErasing ? "erase" : "unerase", {object});
     edit.make([&] {
         // Reactors find the object and the lists of its block in the new state.
         object->setErased(isErasing);

@@ -47,7 +47,7 @@ public:
         return "Positionals:\n"
                "  SCRIPT                      A Lua file, - for standard input; none on a terminal: a "
                "prompt\n"
-               "  ARG ...                     What the script finds in the table arg\n";
+               "  ARG ...                     Arguments of the script, in the table arg\n";
     }
 };
 
@@ -56,8 +56,7 @@ void addOptions(CLI::App& app, CommandLine& line) {
     app.allow_windows_style_options(false); // a script may be in the root folder
     app.prefix_command();                   // from the script on all words are the script's
     app.add_option("--module", line.module, "Default module for host.load()")->type_name("PATH");
-    app.add_option("--trace", line.trace,
-                   "Trace everything, as a file of trace events; - for text on standard error")
+    app.add_option("--trace", line.trace, "Write a trace of all events to FILE; - for text on standard error")
         ->type_name("FILE");
     app.add_option("-e", line.texts, "Run LUA before SCRIPT (repeatable)")
         ->type_name("LUA")
@@ -137,10 +136,9 @@ std::string describeUnreadable(const CommandLine& line) {
     const std::string& script = line.words[line.script];
     std::error_code error; // then the file is not there yet
     if (line.script == 0 || script == "-") return {};
-    if (std::filesystem::is_directory(script, error)) return "it is a folder";
+    if (std::filesystem::is_directory(script, error)) return "is a folder";
     if (!std::ifstream(script).is_open()) return std::strerror(errno);
-    return std::filesystem::equivalent(script, line.trace.value_or(""), error) ? "it is the file of the trace"
-                                                                               : "";
+    return std::filesystem::equivalent(script, line.trace.value_or(""), error) ? "is the trace file" : "";
 }
 
 /// Wrong usage is reported before anything runs. The trace begins before the session, and so contains all of
@@ -148,16 +146,16 @@ std::string describeUnreadable(const CommandLine& line) {
 int run(const CommandLine& line) {
     const bool hasNothingToRun = line.script == 0 && line.texts.empty();
     if (const std::string why = describeUnreadable(line); !why.empty()) {
-        return refuse("cannot read the script " + line.words[line.script] + ": " + why);
+        return refuse(line.words[line.script] + ": " + why);
     }
     if (hasNothingToRun && !line.isInteractive && !isInputTyped()) {
-        return refuse("SCRIPT is missing (- is standard input)");
+        return refuse("missing SCRIPT (- for standard input)");
     }
     Setup setup;
     setup.resources = libraryFolder();
     setup.modulePath = line.module.value_or(setup.resources + "/Zelvane.hmx");
     if (line.trace.has_value() && !traceRun(*line.trace)) {
-        return refuse("cannot write the trace " + *line.trace + ": " + std::strerror(errno));
+        return refuse(*line.trace + ": " + std::strerror(errno));
     }
     const bool isPrompting = hasNothingToRun || line.isInteractive;
     bool isDone = false;

@@ -142,7 +142,7 @@ public:
         if (!historyFile_.empty()) {
             read_history(historyFile_.c_str());
         } else if (hasHistory) {
-            std::fputs("kzhost: no history: its file cannot be opened\n", stderr);
+            std::fputs("kzhost: no history: the history file cannot be opened\n", stderr);
         }
     }
 
@@ -231,8 +231,8 @@ void runAndPrint(Session& session) {
 void greet(const Setup& setup) {
     if (isInputTyped()) {
         std::puts("kzhost " KZHOST_VERSION
-                  ": help() lists the available functions, traceback() tells where an "
-                  "error came from; Ctrl-D leaves");
+                  ": help() lists the available functions, traceback() prints the origin of "
+                  "an error; Ctrl-D exits");
     }
     std::error_code unreadable; // then host.load() says more
     if (std::filesystem::exists(Text::toPath(setup.modulePath), unreadable) || unreadable) return;

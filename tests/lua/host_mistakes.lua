@@ -29,7 +29,7 @@ check.raises("argument 1: expected a record, got reference", function() space:in
 check.raises("reference:copy: expected a reference, got record", function() reference.copy(space) end)
 check.raises("insert: expected a string, got 5", function() space:insert(block, {TAG = 5}) end)
 check.raises("expected a table of texts by tag", function() space:insert(block, {"x"}) end)
-check.raises("no attribute of that tag", function() reference:set("none", "x") end)
+check.raises("no attribute with this tag", function() reference:set("none", "x") end)
 check.raises("expected an integer, got 1.5", function() host.ticks(1.5) end)
 check.raises("expected a function", function() host.client("print") end)
 check.raises('"filter", "manager"', function() host.refuse("everything", true) end)
