@@ -126,10 +126,10 @@ function host.load(path, resources) end
 ---@return integer result # the result of the module; 0 if it was not loaded
 function host.unload(module) end
 
----Creates a client callback: a plain C function without arguments and result that calls a Lua function. An error of the
----Lua function is raised in the script after the module has returned; if several clients fail, the first error is raised
----and the others are printed. Raises an error if all 1024 clients are in use: a client is in use
----while the script refers to it, or while a document is open and a module loaded to which it is attached.
+---Creates a client callback: a plain C function without arguments and result that calls a Lua function. An error of
+---the Lua function is raised in the script after the module has returned; if several clients fail, the first error is
+---raised and the others are printed. Raises an error if all 1024 clients are in use: a client is in use while the
+---script refers to it, or while a document is open and a module loaded to which it is attached.
 ---Example: `local caller = host.client(function() print("a door was changed") end, "Door")`
 ---@param fn fun() # the function to call
 ---@param name? string # the name of the client in traces and messages; default: the line of the function
@@ -158,16 +158,17 @@ function host.filters() end
 ---@return integer reactors # the number
 function host.reactors() end
 
----Makes host calls of modules fail, or succeed again: `"filter"` (registering and removing message filters returns 0), `"manager"` (there is no document manager; registered reactors are still notified), `"iterator"` (there
----is no document iterator) or `"window"` (there is no main window).
+---Makes host calls of modules fail, or succeed again: `"filter"` (registering and removing message filters returns 0),
+---`"manager"` (there is no document manager; registered reactors are still notified), `"iterator"` (there is no
+---document iterator) or `"window"` (there is no main window).
 ---Example: `host.refuse("window", true)`
 ---@param what "filter"|"manager"|"iterator"|"window" # the calls that fail
 ---@param refused boolean # whether they fail
 function host.refuse(what, refused) end
 
----Traces all events from now on, in order and indented by nesting: edits and their ends, notifications with the number of
----reactors, lock-mode changes, messages, calls into and out of modules. The option `--trace`
----traces a whole run. docs/tracing.md explains an example.
+---Traces all events from now on, in order and indented by nesting: edits and their ends, notifications with the number
+---of reactors, lock-mode changes, messages, calls into and out of modules. The option `--trace` traces a whole run.
+---docs/tracing.md explains an example.
 ---Example: `host.trace(true) door:touch() host.trace(false)`
 ---@param to? boolean|string # true (default): lines on standard error; a path: a file of trace events; false: ends the trace
 function host.trace(to) end
@@ -191,8 +192,8 @@ local module = {}
 ---@return integer result # 1; 0 for nil or a document without a drawing
 function module.kzdxDocTimerAttach(document, client, interval, attach) end
 
----Calls the client once, when the document is idle after edits, if one of the blocks changed or is nested, at any depth,
----in a block that changed.
+---Calls the client once, when the document is idle after edits, if one of the blocks changed or is nested, at any
+---depth, in a block that changed.
 ---Example: `zelvane.kzdxBlockReferenceMonitorAttach(house, {door}, client)`
 ---@param document document? # the document
 ---@param ids (integer|object)[]? # the blocks
@@ -241,16 +242,16 @@ function module.kzdxReadLegacyBlkTemplate(path, blocks, attributes) end
 
 -- ## Documents
 
----A document, as returned by `host.open`. All members except `name`, `close`, `ready`, `busy` and `lockMode` require a document with a
----drawing.
+---A document, as returned by `host.open`. All members except `name`, `close`, `ready`, `busy` and `lockMode` require a
+---document with a drawing.
 ---@class document
 ---@field name string # the name given to `host.open`
 local document = {}
 
----Closes the document. The reactors of the document manager are notified that it is about to be closed; then the reactors
----of every object of its drawing are notified by `goodbye`, in order of creation; then those of the document manager are
----notified that the document was destroyed. If it was the current document, the most recently opened one becomes current. Raises an error if the document is
----being edited or closed already.
+---Closes the document. The reactors of the document manager are notified that it is about to be closed; then the
+---reactors of every object of its drawing are notified by `goodbye`, in order of creation; then those of the document
+---manager are notified that the document was destroyed. If it was the current document, the most recently opened one
+---becomes current. Raises an error if the document is being edited or closed already.
 ---Example: `house:close()`
 function document:close() end
 
@@ -298,10 +299,10 @@ function document:modelSpace() end
 function document:records() end
 
 ---Attaches the drawing of another open document: creates a record from an external reference and, for each record B of
----`other` that is not a layout, a dependent record `name|B`, which reports the references of B, live and erased, followed
----by those that insert the dependent record here. Erased records of `other`, and records of drawings attached to it, are
----skipped. A drawing can be attached more than once, under other names. Raises an error if a name is taken, and if a
----drawing is attached to itself.
+---`other` that is not a layout, a dependent record `name|B`, which reports the references of B, live and erased,
+---followed by those that insert the dependent record here. Erased records of `other`, and records of drawings attached
+---to it, are skipped. A drawing can be attached more than once, under other names. Raises an error if a name is taken,
+---and if a drawing is attached to itself.
 ---Example: `house:attach(host.open("garden"), "Garden")`
 ---@param other document # the document that owns the drawing
 ---@param name string # the name of the record
@@ -388,8 +389,8 @@ function record:enhance() end
 ---@return record representation # the representation
 function record:represent(record) end
 
----Renames the record. Whether it is anonymous does not change. Raises an error if another record of the drawing has the name,
----also an erased one.
+---Renames the record. Whether it is anonymous does not change. Raises an error if another record of the drawing has
+---the name, also an erased one.
 ---Example: `door:rename("Gate")`
 ---@param name string # the new name
 function record:rename(name) end
@@ -428,7 +429,8 @@ function reference:add(tag, text) end
 ---@return attribute? attribute # the first live attribute with the tag, otherwise the first erased one
 function reference:attribute(tag) end
 
----Moves the reference to another record: an edit of the reference, of its old owner and of its new owner. Raises an error if they belong to different drawings.
+---Moves the reference to another record: an edit of the reference, of its old owner and of its new owner. Raises an
+---error if they belong to different drawings.
 ---Example: `placed:move(house:modelSpace())`
 ---@param record record # the new owner
 function reference:move(record) end
@@ -440,8 +442,8 @@ function reference:move(record) end
 ---@return reference copy # the copy, which has no reactors
 function reference:copy(record) end
 
----Removes the attributes and the reference from memory. Their reactors are notified by `goodbye`. Then the id is no longer
----valid, and no list reports the reference.
+---Removes the attributes and the reference from memory. Their reactors are notified by `goodbye`. Then the id is no
+---longer valid, and no list reports the reference.
 ---Example: `placed:goodbye()`
 function reference:goodbye() end
 
