@@ -118,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto failure = kzdxReadTemplate(source, eattMain);
     readsHoweverTheBytesCome(bytes, eattMain, failure);
     if (failure) {
-        require(failure.offset <= size, "the failure lies in the file");
+        require(failure.offset <= size, "the offset of the failure is in the file");
         require(failure.error != KzDxArchiveError::outOfMemory, "a claim takes no memory");
         require(eattMain.blocks.empty(), "a refused file leaves nothing");
         return 0;

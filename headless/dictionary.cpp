@@ -63,8 +63,8 @@ KzRxObject* Dictionary::remove(const char16_t* key) {
     return object;
 }
 
-/// The cast holds because modules can take entries out of the registry but put none in: under this key lies
-/// what `registry` and `resetRegistry` have entered, or nothing.
+/// The cast is valid because modules can remove entries from the registry but not add any: the entry under
+/// this key was added by `registry` or `resetRegistry`, or there is none.
 Dictionary* serviceDictionary() {
     return static_cast<Dictionary*>(registry().find(servicesKey));
 }

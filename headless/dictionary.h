@@ -30,7 +30,7 @@ private:
     std::map<std::u16string, std::unique_ptr<KzRxObject>, std::less<>> entries_;
 };
 
-/// The dictionary of services inside the system registry; null after somebody has taken it out.
+/// The dictionary of services inside the system registry; null after a module has removed it.
 [[nodiscard]] Dictionary* serviceDictionary();
 
 /// Puts an empty dictionary of services into the registry.

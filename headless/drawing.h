@@ -67,7 +67,7 @@ public:
     /// drawings that stand for this one do so no longer.
     void destroyObjects();
 
-    /// Stands around an edit: the drawing cannot be closed from inside one.
+    /// Scope of an edit: the drawing cannot be closed during an edit.
     class Editing {
     public:
         explicit Editing(Drawing& drawing) : drawing_(drawing) { ++drawing_.edits_; }

@@ -62,7 +62,7 @@ private:
 /// the reactors hear of it, the objects are closed. The objects must not be open, which the edit has checked.
 class Edit {
 public:
-    /// Opens the objects (null ones are passed over) without telling their reactors yet. `name` is for
+    /// Opens the objects (null pointers are skipped) without notifying their reactors yet. `name` is for
     /// traces.
     Edit(const char* name, std::initializer_list<Object*> objects);
     Edit(const Edit&) = delete;

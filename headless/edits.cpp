@@ -89,7 +89,7 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
     EditCheck check;
     Drawing* const drawing = drawingToExtend(check, document);
     Drawing* const attached = check.drawing(other);
-    // When both are null the first reason stands already.
+    // If both are null, the first reason is set already.
     if (drawing == attached) check.refuse(Refusal::ownDrawing);
     check.nameIsFree(drawing, name);
     if (check.isRefused()) return check.nothingMade();
@@ -271,7 +271,7 @@ void refile(const Reference& reference) {
 }
 
 /// An object of any kind that can be opened for write. Null only when it is not in memory: what else keeps it
-/// from being edited stands in `check`.
+/// from being edited is in `check`.
 Object* openable(EditCheck& check, KzDbObjectId id) {
     Object* const object = check.any(id);
     if (object != nullptr && object->isErased()) check.refuse(Refusal::erased, id);

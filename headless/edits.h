@@ -24,7 +24,7 @@ enum class Refusal {
     wrongKind,             ///< the object is of another kind than the edit needs
     erased,                ///< an erased object cannot be edited, nor an erased block inserted
     heldOpen,              ///< the object is open already
-    otherDrawing,          ///< the objects lie in different drawings
+    otherDrawing,          ///< the objects belong to different drawings
     nameMissing,           ///< an empty name
     nameTaken,             ///< another record of the drawing, perhaps an erased one, has the name
     notEnhanced,           ///< only an enhanced block has representations
@@ -107,9 +107,9 @@ HEADLESS_API Outcome erase(KzDbObjectId object, bool isErasing = true);
 /// Lets a reference (its attributes before it) or an attribute leave memory.
 HEADLESS_API Outcome goodbye(KzDbObjectId object);
 
-/// Holds an object open for write, as somebody does who has not decided yet what to change: its reactors hear
-/// at once that it is about to change, and every other open and every edit of it fails until `letGo`, when
-/// they hear that it was closed.
+/// Holds an object open for write, as during an edit by a user. Its reactors are notified immediately that it
+/// is about to change. Every other open and every edit of the object fails until `letGo`, which notifies them
+/// that it was closed.
 HEADLESS_API Outcome holdOpen(KzDbObjectId object);
 HEADLESS_API Outcome letGo(KzDbObjectId object);
 

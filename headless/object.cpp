@@ -82,7 +82,7 @@ void Object::leaveMemory() {
     assert(tellings_ == 0);
     objectTable.forget(id_);
     if (isHeld_) letGo();
-    // Deleted now or by the last closing. The end of a notification need not see to it: nobody is being told.
+    // Deleted now or by the last closing. Not by the end of a notification, because none is active.
     hasLeft_ = true;
     if (!isOpen()) delete face();
 }

@@ -65,7 +65,7 @@ inline void noteReactor(const KzRxObject* reactor) {
 /// What all objects of a drawing have in common, beside the interface that modules see: id, owner, openings
 /// and reactors.
 ///
-/// An object that leaves memory while somebody has it open is no longer found by its id and is deleted by the
+/// An object that is removed from memory while it is open is no longer found by its id and is deleted by the
 /// last closing.
 class Object {
 public:
@@ -113,7 +113,7 @@ public:
     void letGo();
     [[nodiscard]] static std::size_t heldCount() { return held; }
 
-    /// Makes the id invalid and deletes the object as soon as nobody has it open.
+    /// Makes the id invalid and deletes the object as soon as it is not open.
     void leaveMemory();
 
     // ---- reactors
@@ -186,7 +186,7 @@ public:
     [[nodiscard]] KzDbObjectId objectId() const override { return id(); }
     [[nodiscard]] KzDbObjectId ownerId() const override { return owner(); }
     Orvo::ErrorStatus close() override { return Object::close(); }
-    // Whoever may change the reactors has been given a const object: a notification's subject is one.
+    // Const, because reactors are changed through const objects: the subject of a notification is const.
     void addReactor(KzDbObjectReactor* reactor) const override { self().Object::addReactor(reactor); }
     void removeReactor(KzDbObjectReactor* reactor) const override { self().Object::removeReactor(reactor); }
 

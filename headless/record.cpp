@@ -10,12 +10,12 @@
 
 namespace Headless {
 
-/// Merges the two lists and splits the result anew, which keeps the order and takes one pass. What has left
-/// memory drops out here.
+/// Merges the two lists and splits the result again, which keeps the order in one pass. References that were
+/// removed from memory are dropped.
 void ReferenceLists::sort() {
     std::vector<KzDbObjectId> all;
     all.reserve(live_.size() + erased_.size());
-    // References brought back lie in the erased list and the other way round: both ascend, only mixed up.
+    // Unerased references are still in the list of erased ones, and the other way round; both lists ascend.
     std::merge(live_.begin(), live_.end(), erased_.begin(), erased_.end(), std::back_inserter(all));
     std::vector<KzDbObjectId> live;
     std::vector<KzDbObjectId> erased;

@@ -12,11 +12,11 @@ namespace Headless {
 
 /// The references that insert one record, live and erased ones apart and each in order of creation.
 ///
-/// A query copies a whole list, so the lists are put in order when somebody asks and not when something is
-/// erased or leaves memory: any number of such changes costs one pass.
+/// A query copies a whole list, so the lists are sorted by the next query and not when a reference is erased
+/// or removed from memory: any number of such changes costs one pass.
 class ReferenceLists {
 public:
-    /// Whoever is told of a copy may make references before the copy itself is placed.
+    /// Adds a reference. Reactors of a copied reference may insert others before the copy is placed.
     void add(KzDbObjectId reference) {
         const bool isLatest = live_.empty() || live_.back() < reference;
         live_.insert(isLatest ? live_.end() : std::upper_bound(live_.begin(), live_.end(), reference),
@@ -98,7 +98,7 @@ private:
 
     std::u16string name_;
     Origin origin_;
-    mutable ReferenceLists references_; // put in order by whoever asks
+    mutable ReferenceLists references_; // sorted by queries
     KzDbObjectId graph_;
     std::vector<KzDbObjectId> representations_;
     KzDbObjectId representedBlock_;

@@ -37,7 +37,7 @@ KzDbObjectIterator* Reference::attributeIterator() const {
     return new AttributeIterator(attributes());
 }
 
-/// Decided anew at each question: the record may become a representation long after the reference was made.
+/// Decided at each query: the record may become a representation after the reference was created.
 KzRxObject* Reference::subQueryX(const KzRxClass* protocol) const {
     if (protocol != KzDbBlockRepresentation::desc()) return nullptr;
     const auto* const block = findAs<Record>(block_);

@@ -8,7 +8,7 @@ using namespace Headless;
 
 namespace {
 
-/// The protocol object has no state: all that it tells stands in the records.
+/// The protocol object has no state: its answers are stored in the records.
 class Protocol final : public KzDbBlockRepresentation {
 public:
     [[nodiscard]] KzRxClass* isA() const override { return KzDbBlockRepresentation::desc(); }

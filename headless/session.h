@@ -99,7 +99,7 @@ struct ShownBox {
     KzPlatform::BoxStyle style = KzPlatform::BoxStyle::error;
 };
 
-/// The message boxes shown so far. Nobody has to click them away.
+/// The message boxes shown so far. They close immediately.
 [[nodiscard]] HEADLESS_API const std::vector<ShownBox>& shownBoxes();
 
 // ---- what is registered

@@ -68,8 +68,8 @@ std::string article(Headless::Kind kind) {
 } // namespace
 
 void Call::expected(int index, const std::string& what) const {
-    // The arguments of a method are counted without its object, as its caller counts them. What is read from
-    // a table lies above the arguments.
+    // The arguments of a method are counted without its object, as in the call. Values that are read from a
+    // table are above the arguments on the stack.
     const int at = std::strchr(function_.name, ':') != nullptr ? index - 1 : index;
     const bool isArgument = at > 0 && (index <= count_ || lua_isnone(state_, index));
     const std::string where = isArgument ? "argument " + std::to_string(at) + ": " : "";
