@@ -13,13 +13,15 @@ from collections import Counter
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
-WORDS = {  # regular expression: replacement. A space matches any space, also a line break inside a comment.
+SPLIT = "\x1f"  # separates the words of a name
+GAP = rf"(?:[\s{SPLIT}]|//+|#|--+)+"  # between words: also inside a name, or a line break inside a comment
+WORDS = {  # regular expression: replacement. A space matches any gap between words, see GAP.
     r"anew|afresh": "again, from scratch",
     r"by and by": "later",
     r"for good": "permanently",
     r"pass(es|ed|ing)? over": "skip",
     r"(tak(e|es|en|ing)|took) ((it|them|this|that) )?for(?! (each|every)\b)": "treat as",
-    r"stands?(?! in\b| for\b| alone\b|-)|standing|stood": "is",
+    rf"stands?(?! for\b|[-{SPLIT}]in)|standing|stood": "is",
     r"lies?|lying|lain": "is, is placed, is nested",
     r"besides": "also",
     r"mend(s|ed|ing)?": "fix",
@@ -30,11 +32,11 @@ WORDS = {  # regular expression: replacement. A space matches any space, also a 
 ALLOWED = {}  # path: words that are allowed there
 SKIPPED_FOLDERS = {"build", ".git", ".cache"}
 SKIPPED_FILES = {"LICENSE", "scripts/check_text.py"}
-TEXT_SUFFIXES = {"", ".md", ".h", ".cpp", ".lua", ".py", ".sh", ".cmake", ".in", ".txt", ".json", ".rc", ".map", ".def", ".yml"}
+TEXT_SUFFIXES = {"", ".md", ".h", ".cpp", ".lua", ".py", ".sh", ".cmake", ".in", ".txt", ".json", ".rc",
+                 ".map", ".def", ".yml"}
 COMMENT_LIMITS = {"blocks": 0.1, "core": 0.1, "frame": 0.1, "timers": 0.1} | dict.fromkeys(
     ("module", "tables", "templates", "text", "include", "headless", "host"), 0.09)
 
-GAP = r"(?:\s|//+|#|--+)+"
 PATTERNS = [(re.compile(rf"\b(?:{words.replace(' ', GAP)})\b", re.IGNORECASE), use) for words, use in WORDS.items()]
 
 
@@ -50,12 +52,12 @@ def texts(paths):
 
 def unused_words(name, text):
     """Findings in a text. Names count as the words that they consist of."""
-    words = re.sub(r"(?<=[a-z0-9])(?=[A-Z])|_", " ", text)
-    for pattern, use in PATTERNS:
-        for match in pattern.finditer(words):
-            word = re.sub(GAP, " ", match.group()).strip()
-            if word.lower() not in ALLOWED.get(str(name), ()):
-                yield f"{name}:{words.count(chr(10), 0, match.start()) + 1}: {word} (use: {use})"
+    words = re.sub(r"(?<=[a-z0-9])(?=[A-Z])|_", SPLIT, text)
+    matches = [(match.start(), match.group(), use) for pattern, use in PATTERNS for match in pattern.finditer(words)]
+    for start, group, use in sorted(matches):
+        word = re.sub(GAP, " ", group).strip()
+        if word.lower() not in ALLOWED.get(str(name), ()):
+            yield f"{name}:{words.count(chr(10), 0, start) + 1}: {word} (use: {use})"
 
 
 def comment_shares(sources):
