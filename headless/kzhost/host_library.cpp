@@ -126,13 +126,9 @@ constexpr Function functions[] = {
 
 } // namespace
 
-void addHostLibrary(lua_State* state) {
-    addFunctions(state, functions);
-}
-
 void openLibraries(lua_State* state, const Setup& setup) {
     lua_newtable(state);
-    addHostLibrary(state);
+    addFunctions(state, functions);
     addDrawingLibrary(state);
     addModuleLibrary(state, setup);
     addClientLibrary(state);

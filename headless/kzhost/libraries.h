@@ -28,7 +28,6 @@ extern const char* const promptLua;
 [[nodiscard]] bool endTracing();
 
 // Each adds its functions to the table `host` on top of the stack, and registers its kinds of values.
-void addHostLibrary(lua_State* state);
 void addDrawingLibrary(lua_State* state);
 void addModuleLibrary(lua_State* state, const Setup& setup);
 void addClientLibrary(lua_State* state);

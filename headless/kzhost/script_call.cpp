@@ -47,6 +47,7 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
     if (lua_checkstack(state, LUA_MINSTACK) == 0) return;
     const ClientRun run{*scriptCall, name};
     const ClientRun* const outer = std::exchange(running, &run);
+    lastOrigin.clear(); // an equal error that this client raises is another one
     const int top = lua_gettop(state);
     lua_pushcfunction(state, noteOrigin);
     lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);

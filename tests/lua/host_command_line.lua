@@ -67,4 +67,24 @@ local function inside(what)
 end
 assert(inside("error('boom')"):find('stdin:2: boom\nstack traceback:.*\nin the client "Door", stack traceback:'))
 assert(#run("-e 'x = ='") == 2, "a mistake of syntax has no traceback")
+-- Of clients that fail together, inside a finalizer too, each is printed; the traceback has only the clients that the
+-- error passed, although an equal one was raised before.
+do
+  local printed = table.concat(run("-", [[
+    local zelvane, house = assert(host.load()), host.open("house")
+    for name in ("ABC"):gmatch(".") do
+      zelvane.kzdxDocTimerAttach(house, host.client(function() error("no " .. name) end), 0, 1)
+    end
+    setmetatable({}, {__gc = host.idle})
+    collectgarbage()
+    host.idle()]]), "\n")
+  for _, text in ipairs({"no A", "no B", "no C"}) do check.equal(select(2, printed:gsub(text, "")), 2, printed) end
+  check.equal(select(2, printed:gsub("in the client", "")), 1, printed)
+end
+-- What finalizers open and load after the end is closed and unloaded too.
+do
+  local lines = run("--trace - -", [[setmetatable({}, {__gc = function() host.open("late") host.load() end})]])
+  assert(table.concat(lines, "\n"):find("kzrxEntryPoint: Zelvane.hmx, message 2", 1, true))
+  assert(lines[#lines - 1]:find('^documentDestroyed: document "late"'), lines[#lines - 1])
+end
 assert(inside("os.execute('kill -SEGV $PPID')"):find('crashed in the client "Door"', 1, true))

@@ -81,8 +81,8 @@ for name in pairs(described) do
 end
 
 -- Help by value, by name, and for what is unknown.
-local withValues = printed([[-e 'd = host.open("d") help(host.idle) help(d) help(d.block) help(host.load()) help(print)']])
+local withValues = printed([[-e 'd = host.open("d") help(host.idle) help(d) help(d.block) help(host.load()) help(print) help(nil)']])
 for _, text in ipairs({"host.idle()\n", "returns `taken` (`integer`)", "document:attach(other, name)",
-  "document:block(name [, options])\n", "module.kzdxGetKzDbTableIds(document [, ids])", "No help for that"}) do
+  "document:block(name [, options])\n", "module.kzdxGetKzDbTableIds(document [, ids])", "No help for that", "No help for nil"}) do
   assert(withValues:find(text, 1, true), text)
 end
