@@ -159,7 +159,9 @@ std::tuple<Names, Names> readTemplate(const Call& call, const std::u16string& pa
     return lists;
 }
 
+/// Tables by type alone, because a trace must not run code of the script.
 std::string describe(lua_State* state, int index) {
+    if (lua_istable(state, index)) return "a table";
     std::string text = luaL_tolstring(state, index, nullptr);
     lua_pop(state, 1);
     return text;
