@@ -5,11 +5,14 @@ source fuzzing/common.sh
 
 declare -A runs=([templates]=20000 [callbacks]=1500)
 
-build_fuzzers
+for subject in "${fuzz_subjects[@]}"; do build_fuzzer "$subject"; done
 seeds=$(mktemp -d)
 trap 'rm -rf "$seeds"' EXIT
-for subject in "${fuzz_subjects[@]}"; do
+for subject in "${!runs[@]}"; do
   begin_corpus "$subject" "$seeds/$subject"
   echo "fuzzing $subject"
   quietly "fuzzing" fuzz_with "$subject" -runs="${runs[$subject]}" -seed=1 "$seeds/$subject"
 done
+echo "fuzzing scripts"
+for seed in {1..40}; do fuzzing/run_script.sh "$seed" "$seeds/calls"; done
+check_calls "$seeds/calls"
