@@ -12,7 +12,8 @@ cd "$folder"
 
 traces=("--trace trace.json" "--trace -" "" "")
 # shellcheck disable=SC2086 # two words or none
-ASAN_OPTIONS=exitcode=99 timeout 60 "$root"/build/asan/bin/kzhost ${traces[seed % 4]} \
+export ASAN_OPTIONS=exitcode=99 UBSAN_OPTIONS=exitcode=99:print_stacktrace=1
+timeout 60 "$root"/build/asan/bin/kzhost ${traces[seed % 4]} \
   "$root"/fuzzing/random_calls.lua "$seed" counts >out 2>&1 || status=$?
 if ! grep -qx "ends $status" counts || grep -q "invalid host call by a module" out; then
   tail -n 60 out >&2

@@ -28,10 +28,13 @@ ScriptCall::~ScriptCall() {
     luaL_unref(state_, LUA_REGISTRYINDEX, pendingError_); // has no effect if there is none
 }
 
-/// Message handler: notes where an error was raised while the stack still exists.
+/// Message handler: notes where the first error was raised. Others become text here, because that may fail.
 int ScriptCall::noteOrigin(lua_State* state) {
     ScriptCall& call = running->call;
-    if (call.pendingError_ != LUA_NOREF) return 1; // only the first of several errors is raised
+    if (call.pendingError_ != LUA_NOREF) {
+        luaL_tolstring(state, 1, nullptr);
+        return 1;
+    }
     luaL_traceback(state, state, nullptr, 1);
     call.origin_ =
         originOfError(state, 1) + "\nin the client " + running->name + ", " + lua_tostring(state, -1);
@@ -56,8 +59,7 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
         scriptCall->pendingError_ = luaL_ref(state, LUA_REGISTRYINDEX);
     } else if (hasFailed) {
         std::fflush(stdout);
-        std::fprintf(stderr, "kzhost: another client failed: %s: %s\n", name.c_str(),
-                     luaL_tolstring(state, -1, nullptr));
+        std::fprintf(stderr, "kzhost: client failed too: %s: %s\n", name.c_str(), lua_tostring(state, -1));
     }
     lua_settop(state, top);
     running = outer;

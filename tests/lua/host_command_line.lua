@@ -72,13 +72,14 @@ assert(#run("-e 'x = ='") == 2, "a mistake of syntax has no traceback")
 do
   local printed = table.concat(run("-", [[
     local zelvane, house = assert(host.load()), host.open("house")
-    for name in ("ABC"):gmatch(".") do
-      zelvane.kzdxDocTimerAttach(house, host.client(function() error("no " .. name) end), 0, 1)
+    local wordless = setmetatable({}, {__tostring = function() error("no C") end})
+    for _, what in ipairs({"no A", "no B", wordless, "no D"}) do
+      zelvane.kzdxDocTimerAttach(house, host.client(function() error(what, 0) end), 0, 1)
     end
     setmetatable({}, {__gc = host.idle})
     collectgarbage()
     host.idle()]]), "\n")
-  for _, text in ipairs({"no A", "no B", "no C"}) do check.equal(select(2, printed:gsub(text, "")), 2, printed) end
+  for _, text in ipairs({"no A", "no B", "no C", "no D"}) do check.equal(select(2, printed:gsub(text, "")), 2, printed) end
   check.equal(select(2, printed:gsub("in the client", "")), 1, printed)
 end
 -- What finalizers open and load after the end is closed and unloaded too.
