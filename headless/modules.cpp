@@ -43,8 +43,7 @@ Loader& loader = *new Loader;
 std::vector<std::string>& noted = *new std::vector<std::string>; // what modules did wrong
 
 Module* find(ModuleId id) {
-    const auto found = std::find_if(loader.modules.begin(), loader.modules.end(),
-                                    [id](const Module& each) { return each.id == id; });
+    const auto found = std::ranges::find(loader.modules, id, &Module::id);
     return found != loader.modules.end() ? &*found : nullptr;
 }
 
@@ -66,10 +65,9 @@ void dropWhatCallsInto(const void* inside) {
 /// Whether another opening keeps the library in the process, that of a loaded module or one that is itself
 /// waiting to be closed.
 bool isInUse(LibraryHandle library) {
-    const bool isLoaded = std::any_of(loader.modules.begin(), loader.modules.end(),
-                                      [&](const Module& each) { return each.library == library; });
     const auto& waiting = loader.waitingToClose;
-    return isLoaded || std::find(waiting.begin(), waiting.end(), library) != waiting.end();
+    return std::ranges::find(loader.modules, library, &Module::library) != loader.modules.end() ||
+           std::ranges::find(waiting, library) != waiting.end();
 }
 
 /// The library must be in neither list any more, or it would keep itself.
@@ -110,8 +108,9 @@ std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
 }
 
 /// Why a module that was called was not loaded.
-std::string describeFailedLoad(std::int32_t answer) {
+std::string describeFailedLoad(LibraryHandle library, std::int32_t answer) {
     std::string text = "kzrxEntryPoint returned " + std::to_string(answer);
+    if (isInUse(library)) text += " (already loaded)";
     const char* separator = " (library not found: ";
     for (const std::string& each : librariesNotFound) {
         text += separator + each;
@@ -181,8 +180,9 @@ LoadResult loadModule(const std::string& path, const std::string& resources) {
     const Module module{.id = ModuleId(++loader.lastId), .path = path, .library = library, .entry = entry};
     const std::int32_t answer = send(module, KzRx::loadMessage);
     if (answer != KzRx::done) {
+        const std::string failure = describeFailedLoad(library, answer); // before the library is closed
         closeWhenCallsHaveReturned(library);
-        return {.answer = answer, .failure = describeFailedLoad(answer)};
+        return {.answer = answer, .failure = failure};
     }
     loader.modules.push_back(module);
     return {.module = module.id};

@@ -57,6 +57,7 @@ load("", [["ProbeOfOtherVersion.hmx"]], "built for version 0x120000 of the inter
 load("", [["ProbeOfMissingSymbol.hmx"]], "cannot be opened as a library")
 check.equal(load("", [["ProbeRefusing.hmx"]], "kzrxEntryPoint returned 7"), "7")
 check.equal(load("", [[nil, "/nonexistent"]], "kzrxEntryPoint returned 3 (library not found: ZelvaneRes.dll)"), "3")
+check.equal(load("-e 'host.load()'", "", "kzrxEntryPoint returned 3 (already loaded)"), "3")
 
 -- What goes wrong inside of a client says which one it was, be it an error or a crash.
 local function inside(what)
