@@ -181,6 +181,6 @@ function act()
   if way <= 78 then call(pick(steps)) else pcall(way <= 85 and host.idle or way <= 89 and watch or pick(others)) end
 end
 
-keep({host.load(), host.open("A")})
+keep({host.load(), host.open("A"), chance(30) and host.load("BlockWatch.hmx")})
 while left > 0 do act() end
 finish(false)
