@@ -13,8 +13,8 @@ local function add(lists, key, value)
   table.insert(lists[key], value)
 end
 
--- Functions and fields in the order of the declarations, and by the kind of what they return. The steps of a run leave
--- some out, which leads the others to other states: a run that closes no document, or refuses nothing.
+-- The functions and fields of the declarations: `entries` in their order, `makers` by the kind of value that they return.
+-- `steps` leaves some out, which leads the others to other states: a run that closes no document, or refuses nothing.
 local entries, makers, steps = {}, {}, {}
 local class, parameters, results = "_G", {}, {}
 for line in io.lines(arg[0]:match("^(.*)/") .. "/../headless/kzhost/api.lua") do
@@ -35,9 +35,9 @@ for line in io.lines(arg[0]:match("^(.*)/") .. "/../headless/kzhost/api.lua") do
 end
 
 local act, call -- a random step; a call of an entry
-local left = 1000 -- how many calls there will be
+local left = 1000 -- the calls still to make
 
--- Values that calls returned, by kind. Some become garbage, and some stay although what they name is gone.
+-- Values that calls returned, by kind. Some become garbage; some outlive what they name.
 local pool = {}
 
 local function keep(value)
@@ -51,7 +51,7 @@ local function keep(value)
   end
 end
 
--- Mostly one of the latest. Without any, a function that returns such values is called.
+-- A value of a kind, mostly one of the latest. If there is none, calls a function that returns such values.
 local function value(kind)
   if kind == "object" then kind = pick({"record", "reference", "attribute"}) end
   local list = kind == "document" and chance(80) and host.documents() or pool[kind] or {}
@@ -82,7 +82,7 @@ for event in ("index newindex len call tostring eq lt close name pairs"):gmatch(
   hostile["__" .. event] = function(...) act() return ... end
 end
 
--- A value of a kind, as the declarations write it; now and then of another one.
+-- An argument of a kind, as the declarations write it; sometimes of another kind.
 local function make(kind)
   if kind == "any" or chance(2) then
     local others = {1.5, 0 / 0, setmetatable({1, 2}, hostile), host, print, io.stdout, coroutine.create(callback()), _G}
@@ -145,7 +145,7 @@ function call(entry)
   end))
 end
 
--- Attaches a client to the current document, by arguments that are right: random ones seldom are.
+-- Attaches a client to the current document. Random arguments seldom do.
 local function watch()
   local module, client, document = value("module"), value("client"), host.current() or host.open("A")
   pool.module = nil -- it may not be loaded any more
@@ -154,7 +154,7 @@ local function watch()
   keep(module)
 end
 
--- Ends the run in one of all ways, with finalizers left to run.
+-- Ends the run by returning, an error or os.exit, with finalizers left to run.
 local function finish(isInside)
   for _, entry in ipairs(entries) do counts:write(entry.name, " ", entry.calls, " ", entry.successes, "\n") end
   local succeeds = chance(50)

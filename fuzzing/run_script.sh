@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Runs the random calls of one seed in kzhost, built with sanitizers, in an empty folder; of every four seeds, one with
-# --trace FILE and one with --trace -. Fails, and shows the end of the output, if the exit status is not the one that
-# the script announces (a crash, a report of a sanitizer, a failed check of an update, a hang), or if the module called
-# the host wrongly.
+# Runs random_calls.lua with one seed in kzhost, built with sanitizers, in an empty folder; of every four seeds, one
+# with --trace FILE and one with --trace -. Fails, and prints the end of the output, if the exit status is not the one
+# that the script announces (a crash, a sanitizer report, a failed check of an update, a hang), or if a module made an
+# invalid host call.
 #   fuzzing/run_script.sh SEED [COUNTS]     COUNTS: a file to which the calls of each function are added
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -10,8 +10,7 @@ seed=$1 counts=$(realpath "${2:-/dev/null}") folder=$(mktemp -d) status=0
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 
-traces=("--trace trace.json" "--trace -" "" "")
-# shellcheck disable=SC2086 # two words or none
+traces=("--trace trace.json" "--trace -" "" "") # two words or none
 export ASAN_OPTIONS=exitcode=99 UBSAN_OPTIONS=exitcode=99:print_stacktrace=1
 timeout 60 "$root"/build/asan/bin/kzhost ${traces[seed % 4]} \
   "$root"/fuzzing/random_calls.lua "$seed" counts >out 2>&1 || status=$?
