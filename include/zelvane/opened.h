@@ -20,7 +20,8 @@ namespace Zelvane {
 ///     if (record && record->isLayout()) ...
 ///
 /// Check that the opening succeeded before using the object. Keep it for the shortest time: as long as an
-/// object is open, it cannot be edited.
+/// object is open, it cannot be edited. An object without an id is in no drawing; it is deleted instead of
+/// closed.
 template <class T>
 class Opened {
 public:
@@ -30,6 +31,9 @@ public:
         status_ = kzdbOpenKzDbObject(object, id, mode, T::desc(), openErased);
         if (status_ == Orvo::ok) object_ = static_cast<T*>(object);
     }
+    /// Takes over an object that is open already; null counts as a failed opening.
+    explicit Opened(T* object)
+        : object_(object), status_(object == nullptr ? Orvo::missingCollaborator : Orvo::ok) {}
     ~Opened() { close(); }
     /// Hands the opening over: `other` holds nothing open afterwards.
     /// @{
@@ -51,6 +55,8 @@ public:
     T* operator->() const { return object_; }
     T& operator*() const { return *object_; }
     /// @}
+    /// The object; null if it is not open.
+    [[nodiscard]] T* get() const { return object_; }
     /// Why the object did not open; 0 when it did.
     [[nodiscard]] Orvo::ErrorStatus status() const { return status_; }
 
