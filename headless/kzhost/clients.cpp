@@ -5,6 +5,7 @@
 #include "headless/kzhost/values.h"
 #include "headless/trace.h"
 #include "text/unicode.h"
+#include "zelvane/trampolines.h"
 
 #include <array>
 #include <set>
@@ -47,16 +48,7 @@ void call(std::size_t number) {
     ScriptCall::callClient(function, name);
 }
 
-template <std::size_t number>
-void callSlot() {
-    call(number);
-}
-
-/// The plain function of each slot: they differ in their addresses alone.
-constexpr auto callbacks = []<std::size_t... numbers>(std::index_sequence<numbers...>) {
-    return std::array<ClientFunction, maxClients>{callSlot<numbers>...};
-}
-(std::make_index_sequence<maxClients>());
+constexpr auto callbacks = Zelvane::trampolines<call, maxClients>();
 
 /// The lowest slot that is free; `maxClients` if none is.
 std::size_t findFreeSlot() {
@@ -136,7 +128,7 @@ Client Argument<Client>::read(const Call& call, int index) {
     return {value->slot};
 }
 
-ClientFunction Client::function() const {
+KzDxClientCallback Client::function() const {
     return callbacks[slot];
 }
 

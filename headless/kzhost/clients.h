@@ -2,13 +2,11 @@
 
 #include "headless/kzhost/binding.h"
 #include "headless/modules.h"
+#include "zelvane/zelvane.h"
 
 #include <cstddef>
 
 namespace KzHost {
-
-/// A client callback: a plain function without arguments and result.
-using ClientFunction = void (*)();
 
 /// How many clients can be in use at a time.
 inline constexpr std::size_t maxClients = 1024;
@@ -26,7 +24,7 @@ struct ClientUse {
 struct Client {
     std::size_t slot;
 
-    [[nodiscard]] ClientFunction function() const;
+    [[nodiscard]] KzDxClientCallback function() const;
     /// Keeps the client in use until `release` of the same use, while the document is open and the module
     /// loaded, although the script may forget it.
     void keep(const ClientUse& use) const;

@@ -113,7 +113,7 @@ using ClientOrNull = std::optional<Client>;
 using Ids = KzDbObjectIdArray;
 using Names = std::vector<std::u16string>;
 
-ClientFunction functionOf(const ClientOrNull& client) {
+KzDxClientCallback functionOf(const ClientOrNull& client) {
     return client.has_value() ? client->function() : nullptr;
 }
 

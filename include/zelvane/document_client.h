@@ -5,9 +5,10 @@
 
 #include "host/services.h"
 #include "zelvane/block_table_reactor.h"
+#include "zelvane/call_table.h"
+#include "zelvane/client.h"
 #include "zelvane/drawing.h"
 #include "zelvane/status.h"
-#include "zelvane/trampolines.h"
 
 #include <algorithm>
 #include <array>

@@ -8,6 +8,7 @@
 #include "headless/modules.h"
 #include "headless/session.h"
 #include "zelvane/block_watch.h"
+#include "zelvane/trampolines.h"
 
 #include <gmock/gmock.h>
 
@@ -35,13 +36,8 @@ constexpr std::array readings{HostCall::openObject, HostCall::references, HostCa
 
 /// A plain callback for each block, beside the watch: what Zelvane itself tells.
 std::array<bool, blockCount> isCalled;
-template <std::size_t block>
-void noteCall() {
+void noteCall(std::size_t block) {
     isCalled[block] = true;
-}
-template <std::size_t... all>
-constexpr std::array<KzDxClientCallback, blockCount> callbacks(std::index_sequence<all...> /*all*/) {
-    return {noteCall<all>...};
 }
 
 using Places = std::map<KzDbObjectId, KzDbObjectId>; // the owner of each reference
@@ -186,7 +182,7 @@ protected:
         ASSERT_EQ(watch.attach(drawing.document, drawing.blocks, hear), Status::ok);
         drawing.letAllGo();
         watch.update();
-        const auto plain = callbacks(std::make_index_sequence<blockCount>());
+        const auto plain = Zelvane::trampolines<noteCall, blockCount>();
         const KzDxExports zelvane;
         for (std::size_t at = 0; at < blockCount; ++at) {
             const KzDbObjectIdArray one = Zelvane::idArray(std::array{drawing.blocks[at]});

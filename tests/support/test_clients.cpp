@@ -1,30 +1,31 @@
 #include "tests/support/test_clients.h"
 
+#include "zelvane/trampolines.h"
+
 #include <algorithm>
 
 namespace {
 
 TestClients* current = nullptr;
 
-void called(KzDxClientCallback self) {
-    for (std::size_t number = 0; number < TestClients::count; ++number) {
-        if (TestClients::client(number) != self) continue;
-        current->calls.push_back(static_cast<int>(number));
-        if (current->onCall[number]) current->onCall[number]();
-        return;
-    }
+void called(std::size_t trampoline);
+
+/// In ascending order of address.
+const auto& callbacks() {
+    static const auto sorted = [] {
+        auto callbacks = Zelvane::trampolines<called, TestClients::count>();
+        std::ranges::sort(callbacks, std::less<>());
+        return callbacks;
+    }();
+    return sorted;
 }
 
-template <std::size_t number>
-void callback() {
-    called(&callback<number>);
-}
-
-template <std::size_t... numbers>
-std::array<KzDxClientCallback, sizeof...(numbers)> sortedCallbacks(std::index_sequence<numbers...>) {
-    std::array<KzDxClientCallback, sizeof...(numbers)> callbacks{&callback<numbers>...};
-    std::ranges::sort(callbacks, std::less<>());
-    return callbacks;
+void called(std::size_t trampoline) {
+    static constexpr auto unsorted = Zelvane::trampolines<called, TestClients::count>();
+    const auto number =
+        static_cast<std::size_t>(std::ranges::find(callbacks(), unsorted[trampoline]) - callbacks().begin());
+    current->calls.push_back(static_cast<int>(number));
+    if (current->onCall[number]) current->onCall[number]();
 }
 
 } // namespace
@@ -37,6 +38,5 @@ TestClients::~TestClients() {
 }
 
 KzDxClientCallback TestClients::client(std::size_t number) {
-    static const auto callbacks = sortedCallbacks(std::make_index_sequence<count>());
-    return callbacks.at(number);
+    return callbacks().at(number);
 }
