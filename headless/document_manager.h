@@ -1,9 +1,9 @@
 #pragma once
 
-#include "headless/call_list.h"
 #include "headless/drawing.h"
 #include "headless/session.h"
 #include "host/documents.h"
+#include "zelvane/call_list.h"
 
 #include <optional>
 #include <string>
@@ -48,7 +48,7 @@ public:
     std::vector<Document*> open;   ///< in the order of opening
     std::vector<Document*> closed; ///< their addresses stay taken
     Document* current = nullptr;
-    CallList<KzApDocManagerReactor*> reactors;
+    Zelvane::CallList<KzApDocManagerReactor*> reactors;
 };
 
 // Never destroyed, like all that modules may ask for until the process ends.

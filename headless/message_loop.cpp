@@ -18,7 +18,7 @@
 
 namespace Headless {
 
-CallList<KzEdMessageFilter>& messageFilters = *new CallList<KzEdMessageFilter>;
+Zelvane::CallList<KzEdMessageFilter>& messageFilters = *new Zelvane::CallList<KzEdMessageFilter>;
 std::string& resourceFolder = *new std::string;
 std::vector<std::string>& librariesNotFound = *new std::vector<std::string>;
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "headless/call_list.h"
 #include "host/editor.h"
+#include "zelvane/call_list.h"
 
 #include <string>
 #include <vector>
@@ -10,7 +10,7 @@ namespace Headless {
 
 // Never destroyed, like all that modules may ask for until the process ends.
 
-extern CallList<KzEdMessageFilter>& messageFilters;
+extern Zelvane::CallList<KzEdMessageFilter>& messageFilters;
 
 /// The folder in which libraries loaded by bare name are looked up first; empty if there is none.
 extern std::string& resourceFolder;

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "headless/call_list.h"
 #include "headless/inspection.h"
 #include "headless/modules.h"
 #include "headless/trace.h"
 #include "host/object_reactor.h"
 #include "host/objects.h"
+#include "zelvane/call_list.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -165,7 +165,7 @@ private:
     KzDbObjectId id_;
     KzDbObjectId owner_;
     Drawing* drawing_;
-    CallList<KzDbObjectReactor*> reactors_;
+    Zelvane::CallList<KzDbObjectReactor*> reactors_;
     std::uint16_t readers_ = 0;
     std::uint16_t notifiers_ = 0;
     std::uint16_t tellings_ = 0;

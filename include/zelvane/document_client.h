@@ -5,6 +5,7 @@
 
 #include "host/services.h"
 #include "zelvane/block_table_reactor.h"
+#include "zelvane/call_list.h"
 #include "zelvane/call_table.h"
 #include "zelvane/client.h"
 #include "zelvane/drawing.h"
@@ -67,35 +68,6 @@ public:
     virtual void detach() noexcept = 0;
 };
 
-/// Receivers in order of attaching, borrowed. A walk survives what receivers do: one that is removed leaves a
-/// gap until the outermost walk is over, and one that is added is not called by the walks under way.
-template <class Receiver>
-class ReceiverList {
-public:
-    void add(Receiver& receiver) { all_.push_back(&receiver); }
-    void remove(Receiver& receiver) noexcept {
-        const auto at = std::ranges::find(all_, &receiver);
-        if (at != all_.end()) *at = nullptr;
-        if (walks_ == 0) std::erase(all_, nullptr);
-    }
-    [[nodiscard]] bool isEmpty() const noexcept {
-        return std::ranges::all_of(all_, [](const Receiver* each) { return each == nullptr; });
-    }
-    template <class Call>
-    void forEach(Call call) {
-        ++walks_;
-        const std::size_t end = all_.size();
-        for (std::size_t at = 0; at < end; ++at) {
-            if (Receiver* const receiver = all_[at]) call(*receiver);
-        }
-        if (--walks_ == 0) std::erase(all_, nullptr);
-    }
-
-private:
-    std::vector<Receiver*> all_;
-    std::size_t walks_ = 0;
-};
-
 /// One document as this library uses it: the blocks of all its watches, numbered for the superimposed code,
 /// and its timers, which share one plain function. Owned by its receivers; ends with the last one.
 ///
@@ -122,7 +94,7 @@ public:
     [[nodiscard]] bool isAttached() noexcept;
 
     // ---- watches
-    void add(WatchReceiver& watch) { watches_.add(watch); }
+    void add(WatchReceiver& watch) { watches_.add(&watch); }
     void remove(WatchReceiver& watch) noexcept;
     /// Attaches blocks for all watches of the document, and appends their numbers in the same order. Throws
     /// std::bad_alloc. A failure changes nothing.
@@ -194,11 +166,11 @@ private:
     std::unordered_map<KzDbObjectId, std::uint32_t> numbers_;
     SuperimposedCode::Called usedCallbacks_; ///< those that some block is attached to
     std::vector<Candidate> candidates_;      ///< has room for all blocks, so that marking does not allocate
-    ReceiverList<WatchReceiver> watches_;
+    CallList<WatchReceiver*> watches_;
 
     BlockTableReactorOwner table_;
 
-    ReceiverList<TimerReceiver> timers_;
+    CallList<TimerReceiver*> timers_;
     std::uint32_t askedInterval_ = 0;
 };
 
@@ -284,9 +256,9 @@ inline bool DocumentClient::isAttached() noexcept try {
     if (now == generation_ && !isLost_) return true;
     if (generation_.isRegistered && !now.isRegistered) isLost_ = true;
     if (isLost_ && !now.isRegistered) return false;
-    const bool hasTimers = !timers_.isEmpty();
+    const bool hasTimers = timers_.size() != 0;
     if (!attachBlocksFrom(0) || (hasTimers && !schedule())) return false;
-    if (isLost_) watches_.forEach([](WatchReceiver& watch) { watch.markUnread(); }); // edited unnoticed
+    if (isLost_) watches_.callEach([](WatchReceiver* watch) { watch->markUnread(); }); // edited unnoticed
     isLost_ = false;
     generation_ = now;
     detachAllAtExit();
@@ -296,8 +268,8 @@ inline bool DocumentClient::isAttached() noexcept try {
 }
 
 inline void DocumentClient::remove(WatchReceiver& watch) noexcept {
-    watches_.remove(watch);
-    if (!watches_.isEmpty()) return;
+    watches_.remove(&watch);
+    if (watches_.size() != 0) return;
     detachBlocks();
     table_.reset();
 }
@@ -409,8 +381,8 @@ inline void DocumentClient::closeRound(std::size_t slot) noexcept {
         if (each->slot_ == slot) each->markCalled(called);
     }
     callEach(slot, [](DocumentClient& client) {
-        client.watches_.forEach([&](WatchReceiver& watch) {
-            if (client.isCalled()) watch.call();
+        client.watches_.callEach([&](WatchReceiver* watch) {
+            if (client.isCalled()) watch->call();
         });
     });
 }
@@ -435,19 +407,19 @@ inline void DocumentClient::markCalled(const std::optional<SuperimposedCode::Cal
             if (called.has_value() && users[callback] == 1) each.isCertain = true;
         });
     }
-    watches_.forEach([&](WatchReceiver& watch) { watch.mark(candidates_); });
+    watches_.callEach([&](WatchReceiver* watch) { watch->mark(candidates_); });
 }
 
 inline Status DocumentClient::add(TimerReceiver& timer) {
-    timers_.add(timer);
+    timers_.add(&timer);
     if (schedule()) return Status::ok;
-    timers_.remove(timer);
+    timers_.remove(&timer);
     return failure();
 }
 
 inline void DocumentClient::remove(TimerReceiver& timer) noexcept {
-    timers_.remove(timer);
-    if (!timers_.isEmpty()) {
+    timers_.remove(&timer);
+    if (timers_.size() != 0) {
         static_cast<void>(schedule()); // a failure leaves an interval that is too short, or calls that end
     } else {
         const KzDxClientCallback callback = callTable().function(Role::timer, slot_);
@@ -458,7 +430,7 @@ inline void DocumentClient::remove(TimerReceiver& timer) noexcept {
 inline std::uint32_t DocumentClient::remaining() {
     // Larger values are negative for Zelvane.
     std::uint32_t shortest = std::numeric_limits<std::int32_t>::max();
-    timers_.forEach([&](const TimerReceiver& timer) { shortest = std::min(shortest, timer.remaining()); });
+    timers_.callEach([&](const TimerReceiver* timer) { shortest = std::min(shortest, timer->remaining()); });
     return shortest;
 }
 
@@ -472,10 +444,10 @@ inline bool DocumentClient::schedule() {
 /// A function that documents share is called for each of them: the one that is idle is the current one.
 inline void DocumentClient::callTimers(std::size_t slot) noexcept {
     callEach(slot, [](DocumentClient& client) {
-        client.timers_.forEach([&](TimerReceiver& timer) {
-            if (client.document_ == currentDocument() && client.isCalled()) timer.call();
+        client.timers_.callEach([&](TimerReceiver* timer) {
+            if (client.document_ == currentDocument() && client.isCalled()) timer->call();
         });
-        const bool isNextKnown = client.timers_.isEmpty() || client.remaining() == client.askedInterval_;
+        const bool isNextKnown = client.timers_.size() == 0 || client.remaining() == client.askedInterval_;
         if (!isNextKnown) static_cast<void>(client.schedule());
     });
 }
@@ -497,8 +469,8 @@ inline void DocumentClient::settle() noexcept try {
 inline void DocumentClient::detachAll() noexcept {
     auto client = firstClient != nullptr ? firstClient->shared_from_this() : nullptr;
     while (client != nullptr) {
-        client->watches_.forEach([](WatchReceiver& watch) { watch.detach(); });
-        client->timers_.forEach([](TimerReceiver& timer) { timer.detach(); });
+        client->watches_.callEach([](WatchReceiver* watch) { watch->detach(); });
+        client->timers_.callEach([](TimerReceiver* timer) { timer->detach(); });
         client = client->next_ != nullptr ? client->next_->shared_from_this() : nullptr;
     }
     client.reset();

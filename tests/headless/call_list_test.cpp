@@ -1,7 +1,7 @@
 // Guards the walk over a call list: whatever members do, it calls those that were there when it began and
 // have not been removed since, in the order of registration.
 
-#include "headless/call_list.h"
+#include "zelvane/call_list.h"
 
 #include <gmock/gmock.h>
 
@@ -55,7 +55,7 @@ private:
 
     std::array<int, 6> pool_{};
     std::mt19937 random_{1};
-    Headless::CallList<Member> list_;
+    Zelvane::CallList<Member> list_;
     std::vector<Member> members_; ///< in order of registration
     std::vector<std::set<Member>*> removedInWalks_;
 };

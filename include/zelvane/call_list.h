@@ -1,21 +1,25 @@
 #pragma once
 
+/// @file
+/// Calls of registered pointers, in the order of registration.
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
-namespace Headless {
+namespace Zelvane {
 
 /// Borrowed pointers to call when something happens, in the order of their registration, each once: the
-/// reactors of objects and of the document manager, and the message filters.
+/// watches and timers of a document, and in the headless host the reactors and message filters.
 ///
-/// A member may change the list while it is called: a member that is removed before its turn is not called, a
-/// member that is added is called from the next walk on, and walks may nest. The list must outlive its walks.
+/// A member may change the list while it is called: a member that is removed before its turn is not called,
+/// a member that is added is called from the next walk on, and walks may nest. The list must outlive its
+/// walks.
 template <class T>
 class CallList {
 public:
-    /// False if it is there already.
+    /// False if it is there already. Throws std::bad_alloc, with nothing changed.
     bool add(T member) {
         if (contains(member)) return false;
         members_.push_back(member);
@@ -24,7 +28,7 @@ public:
     }
 
     /// False if it is not there.
-    bool remove(T member) {
+    bool remove(T member) noexcept {
         return removeIf([member](T each) { return each == member; }) != 0;
     }
 
@@ -41,11 +45,14 @@ public:
         return before - size_;
     }
 
+    /// Whether it is registered.
     [[nodiscard]] bool contains(T member) const {
         return std::find(members_.begin(), members_.end(), member) != members_.end();
     }
+    /// How many are registered.
     [[nodiscard]] std::size_t size() const { return size_; }
 
+    /// Calls `call(member)` for each member. Does not allocate.
     template <class Call>
     void callEach(Call call) {
         ++walks_;
@@ -69,4 +76,4 @@ private:
     std::uint32_t walks_ = 0;
 };
 
-} // namespace Headless
+} // namespace Zelvane
