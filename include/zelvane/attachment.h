@@ -4,12 +4,12 @@
 /// What watches and timers hold.
 
 #include "host/id_array.h"
+#include "zelvane/document_client.h"
 #include "zelvane/own_state.h"
 #include "zelvane/status.h"
 
 #include <concepts>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <new>
 #include <type_traits>
@@ -38,12 +38,47 @@ public:
     [[nodiscard]] virtual KzDbObjectIdArray blocks() const { return {}; }
 };
 
-/// Ends an attachment with its owner. Function objects in calls under way live until these return.
+/// Whether a function object is there to be called: pointers and wrappers can be null.
+template <class Function>
+[[nodiscard]] bool isCallable(const Function& function) {
+    if constexpr (std::is_same_v<Function, std::nullptr_t>) {
+        return false;
+    } else if constexpr (requires {
+                             { function == nullptr } -> std::convertible_to<bool>;
+                         }) {
+        return !(function == nullptr);
+    } else {
+        return true;
+    }
+}
+
+/// A function object as a std::function of class Result, also one that moves but does not copy.
+template <class Result, class Function>
+[[nodiscard]] Result storable(Function&& function) {
+    using Stored = std::decay_t<Function>;
+    if constexpr (std::is_copy_constructible_v<Stored>) {
+        return std::forward<Function>(function);
+    } else {
+        const std::shared_ptr<Stored> shared(new Stored(std::forward<Function>(function)));
+        return [shared](auto&&... arguments) { (*shared)(std::forward<decltype(arguments)>(arguments)...); };
+    }
+}
+
+/// Runs what attaches: a lack of memory is a status as well.
+template <class Work>
+[[nodiscard]] Status statusOf(Work work) noexcept {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return Status::failed;
+    }
+}
+
+/// Attaches, and ends what is attached with its owner. Function objects in calls under way live until these
+/// return.
 class AttachmentOwner {
 public:
     AttachmentOwner() = default;
-    ZELVANE_OWN explicit AttachmentOwner(std::shared_ptr<Attachment> attachment)
-        : attachment_(std::move(attachment)) {}
     ZELVANE_OWN AttachmentOwner(AttachmentOwner&& other) noexcept
         : attachment_(std::exchange(other.attachment_, nullptr)) {}
     ZELVANE_OWN AttachmentOwner& operator=(AttachmentOwner&& other) noexcept {
@@ -51,6 +86,28 @@ public:
         return *this;
     }
     ZELVANE_OWN ~AttachmentOwner() { reset(); }
+
+    /// Makes a receiver with these arguments, lets `start` start it, and gives it the function: last,
+    /// because the function has to be still whole after a failure. A watch starts although some ids name no
+    /// block.
+    template <class Receiver, class Function, class Start, class... Arguments>
+    [[nodiscard]] ZELVANE_OWN Status attach(KzApDocument* document, Function&& function, Start start,
+                                            const Arguments&... arguments) {
+        return statusOf([&] {
+            if (isAttached()) return Status::alreadyAttached;
+            if (!isCallable(function)) return Status::noFunction;
+            if (!isOpen(document) || document->database() == nullptr) return Status::noDocument;
+            // Not std::make_shared, which brings in a symbol that keeps the library in memory.
+            const std::shared_ptr<Receiver> made(
+                new Receiver(Kit::DocumentClient::of(document), arguments...));
+            const Status status = start(*made);
+            const bool isPart = status == Status::noSuchBlock && !made->blocks().isEmpty();
+            if (status != Status::ok && !isPart) return status;
+            made->setFunction(storable<typename Receiver::Function>(std::forward<Function>(function)));
+            replace(made);
+            return status;
+        });
+    }
 
     ZELVANE_OWN void reset() noexcept { replace(nullptr); }
     [[nodiscard]] ZELVANE_OWN Attachment* get() const { return attachment_.get(); }
@@ -67,43 +124,5 @@ private:
 
     std::shared_ptr<Attachment> attachment_;
 };
-
-/// Whether a function object is there to be called: pointers and wrappers can be null.
-template <class Function>
-[[nodiscard]] bool isCallable(const Function& function) {
-    if constexpr (std::is_same_v<Function, std::nullptr_t>) {
-        return false;
-    } else if constexpr (requires {
-                             { function == nullptr } -> std::convertible_to<bool>;
-                         }) {
-        return !(function == nullptr);
-    } else {
-        return true;
-    }
-}
-
-/// A function object as std::function keeps it, also one that moves but does not copy.
-template <class... Arguments, class Function>
-[[nodiscard]] std::function<void(Arguments...)> storable(Function&& function) {
-    using Stored = std::decay_t<Function>;
-    if constexpr (std::is_same_v<Stored, std::nullptr_t>) {
-        return nullptr;
-    } else if constexpr (std::is_copy_constructible_v<Stored>) {
-        return std::forward<Function>(function);
-    } else {
-        const std::shared_ptr<Stored> shared(new Stored(std::forward<Function>(function)));
-        return [shared](Arguments... arguments) { (*shared)(std::forward<Arguments>(arguments)...); };
-    }
-}
-
-/// Runs what attaches: a lack of memory is a status as well.
-template <class Work>
-[[nodiscard]] Status statusOf(Work work) noexcept {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return Status::failed;
-    }
-}
 
 } // namespace Zelvane::detail

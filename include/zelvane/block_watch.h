@@ -76,8 +76,10 @@ public:
     ZELVANE_OWN Status attach(KzApDocument* document, const Ids& blocks, F&& function,
                               const WatchOptions& options = {}) {
         unknownBlocks_.clear();
-        return begin(document, std::forward<F>(function), options,
-                     [&](Kit::BlockReceiver& made) { return made.attach(idArray(blocks), unknownBlocks_); });
+        const auto start = [&](Kit::BlockReceiver& made) {
+            return made.attach(idArray(blocks), unknownBlocks_);
+        };
+        return attachment_.attach<Kit::BlockReceiver>(document, std::forward<F>(function), start, options);
     }
     /// The same for a list in braces.
     template <class F>
@@ -108,8 +110,8 @@ public:
     /// it.
     template <class F>
     ZELVANE_OWN Status attachAll(KzApDocument* document, F&& function, const WatchOptions& options = {}) {
-        return begin(document, std::forward<F>(function), options,
-                     [](Kit::BlockReceiver& made) { return made.attachAll(); });
+        const auto start = [](Kit::BlockReceiver& made) { return made.attachAll(); };
+        return attachment_.attach<Kit::BlockReceiver>(document, std::forward<F>(function), start, options);
     }
 
     /// Reports at once what no call has reported yet and can be read now: blocks that could not be read, and
@@ -134,25 +136,6 @@ public:
     [[nodiscard]] ZELVANE_OWN const KzDbObjectIdArray& unknownBlocks() const { return unknownBlocks_; }
 
 private:
-    template <class F, class Work>
-    ZELVANE_OWN Status begin(KzApDocument* document, F&& function, const WatchOptions& options, Work work) {
-        return detail::statusOf([&] {
-            if (isAttached()) return Status::alreadyAttached;
-            if (!detail::isCallable(function)) return Status::noFunction;
-            if (!isOpen(document) || document->database() == nullptr) return Status::noDocument;
-            // Not std::make_shared, which brings in a symbol that keeps the library in memory.
-            const std::shared_ptr<Kit::BlockReceiver> made(
-                new Kit::BlockReceiver(Kit::DocumentClient::of(document), options));
-            const Status status = work(*made);
-            const bool isPart = status == Status::noSuchBlock && !made->blocks().isEmpty();
-            if (status != Status::ok && !isPart) return status;
-            // Moved only now: after a failure the function is still whole.
-            made->setFunction(detail::storable<const BlockChanges&>(std::forward<F>(function)));
-            attachment_ = detail::AttachmentOwner(made);
-            return status;
-        });
-    }
-
     detail::AttachmentOwner attachment_;
     KzDbObjectIdArray unknownBlocks_;
 };

@@ -21,6 +21,8 @@ class IdleReceiver : public TimerReceiver,
                      public detail::Attachment,
                      public std::enable_shared_from_this<IdleReceiver> {
 public:
+    using Function = std::function<void()>;
+
     IdleReceiver(std::shared_ptr<DocumentClient> client, std::uint32_t interval)
         : client_(std::move(client)), interval_(interval) {}
     ~IdleReceiver() override { IdleReceiver::detach(); }
@@ -30,7 +32,7 @@ public:
         isAdded_ = status == Status::ok;
         return status;
     }
-    void setFunction(std::function<void()> function) { function_ = std::move(function); }
+    void setFunction(Function function) { function_ = std::move(function); }
 
     [[nodiscard]] std::uint32_t remaining() const noexcept override {
         const std::uint32_t elapsed = isRunning_ ? 0 : detail::tickCount() - start_;
@@ -62,7 +64,7 @@ private:
     std::shared_ptr<DocumentClient> client_; ///< null when detached
     std::uint32_t interval_;
     std::uint32_t start_ = detail::tickCount(); ///< of the interval that runs
-    std::function<void()> function_;
+    Function function_;
     bool isAdded_ = false;
     bool isRunning_ = false;
 };
@@ -98,19 +100,8 @@ public:
     /// returned, at first since it was attached; 0: at every idle check. See `Status`.
     template <class F>
     ZELVANE_OWN Status attach(KzApDocument* document, std::uint32_t interval, F&& function) {
-        return detail::statusOf([&] {
-            if (isAttached()) return Status::alreadyAttached;
-            if (!detail::isCallable(function)) return Status::noFunction;
-            if (!isOpen(document) || document->database() == nullptr) return Status::noDocument;
-            // Not std::make_shared, which brings in a symbol that keeps the library in memory.
-            const std::shared_ptr<Kit::IdleReceiver> made(
-                new Kit::IdleReceiver(Kit::DocumentClient::of(document), interval));
-            const Status status = made->start();
-            if (status != Status::ok) return status;
-            made->setFunction(detail::storable<>(std::forward<F>(function)));
-            attachment_ = detail::AttachmentOwner(made);
-            return status;
-        });
+        const auto start = [](Kit::IdleReceiver& made) { return made.start(); };
+        return attachment_.attach<Kit::IdleReceiver>(document, std::forward<F>(function), start, interval);
     }
 
     /// Ends the timer: the function is not called any more. Has no effect if nothing is attached.
