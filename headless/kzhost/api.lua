@@ -175,8 +175,9 @@ function host.trace(to) end
 
 -- ## Modules and their exports
 
----A module, as returned by `host.load`. The exports are those of `Zelvane.hmx` and are called with a dot. Documents,
----records, ids and clients are passed as values of this interface; nil is a null pointer.
+---A module, as returned by `host.load`. The exports are those of `Zelvane.hmx`, which docs/exports.md describes in full,
+---and are called with a dot. Documents, records, ids and clients are passed as values of this interface; nil is a null
+---pointer.
 ---@class module
 ---@field apiVersion integer # the version of the interface that the module was built for
 ---@field path string # the file that the module was loaded from
