@@ -217,13 +217,17 @@ void addFunctions(lua_State* state, std::span<const Function> functions) {
     }
 }
 
-/// Weak, because each loaded module has functions of its own.
-void pushFunctionNames(lua_State* state) {
-    if (luaL_getsubtable(state, LUA_REGISTRYINDEX, "kzhost function names") != 0) return;
+void pushWeakTable(lua_State* state, const char* name, const char* mode) {
+    if (luaL_getsubtable(state, LUA_REGISTRYINDEX, name) != 0) return;
     lua_createtable(state, 0, 1);
-    lua_pushstring(state, "k");
+    lua_pushstring(state, mode);
     lua_setfield(state, -2, "__mode");
     lua_setmetatable(state, -2);
+}
+
+/// Weak, because each loaded module has functions of its own.
+void pushFunctionNames(lua_State* state) {
+    pushWeakTable(state, "kzhost function names", "k");
 }
 
 } // namespace KzHost

@@ -269,4 +269,8 @@ void addFunctions(lua_State* state, std::span<const Function> functions);
 /// Pushes the table of the names of all functions, by function.
 void pushFunctionNames(lua_State* state);
 
+/// Pushes the table of that name in the registry. `mode` says what does not keep its entries: "k" keys, "v"
+/// values.
+void pushWeakTable(lua_State* state, const char* name, const char* mode);
+
 } // namespace KzHost

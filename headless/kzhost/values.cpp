@@ -19,12 +19,7 @@ struct DocumentValue {
 /// values are kept, by id or address, as long as they are used.
 template <class Value>
 void pushValue(lua_State* state, lua_Integer key, const char* kind, Value content) {
-    if (luaL_getsubtable(state, LUA_REGISTRYINDEX, "kzhost values") == 0) {
-        lua_createtable(state, 0, 1);
-        lua_pushstring(state, "v");
-        lua_setfield(state, -2, "__mode");
-        lua_setmetatable(state, -2);
-    }
+    pushWeakTable(state, "kzhost values", "v");
     if (lua_rawgeti(state, -1, key) == LUA_TNIL) {
         lua_pop(state, 1);
         *static_cast<Value*>(lua_newuserdatauv(state, sizeof(Value), 0)) = content;
