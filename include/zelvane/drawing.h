@@ -7,6 +7,7 @@
 #include "host/documents.h"
 #include "host/enhanced_block.h"
 #include "host/symbol_utilities.h"
+#include "zelvane/block_table_walk.h"
 #include "zelvane/names.h"
 #include "zelvane/opened.h"
 
@@ -55,20 +56,13 @@ namespace detail {
 
 /// Appends the ids of the block table records, layouts too. False when not all of them can be read now.
 [[nodiscard]] inline bool appendRecordIds(const KzDbDatabase& drawing, KzDbObjectIdArray& ids) {
-    const Opened<KzDbBlockTable> table(drawing.blockTableId());
-    KzDbBlockTableIterator* made = nullptr;
-    if (!table || table->newIterator(made, true, true) != Orvo::ok) return false;
-    const std::unique_ptr<KzDbBlockTableIterator> each(made);
     bool isComplete = true;
-    for (each->start(true, true); !each->done(); each->step(true, true)) {
-        KzDbObjectId id;
-        if (each->getRecordId(id) == Orvo::ok) {
-            ids.append(id);
-        } else {
-            isComplete = false;
-        }
-    }
-    return isComplete;
+    const bool isWalked = forEachRecordId(drawing, [&](KzDbObjectId id) {
+        if (!id.isNull()) ids.append(id);
+        isComplete = isComplete && !id.isNull();
+        return true;
+    });
+    return isWalked && isComplete;
 }
 
 /// Appends the ids of the block definitions: the records without the layouts. False when not all of them can
