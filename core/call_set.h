@@ -13,14 +13,13 @@
 /// behind every walk of the module that calls out.
 ///
 /// Members are borrowed, each is in the set once, and they are called in ascending order of address. Whatever
-/// a call does, the walk never touches a member that has left, for it keeps addresses only and compares them
-/// as addresses. During a call,
-/// - a member that leaves before its turn is not called, also when it has been destroyed;
+/// a call does, the walk never touches a member that was removed, because it keeps addresses only and
+/// compares them as addresses. During a call,
+/// - a member that is removed before its turn is not called, even if it was destroyed;
 /// - the set may be emptied, refilled or walked again from inside;
-/// - the set may be destroyed: the walk, and every other one under way on it, ends at once and says so;
-/// - a member that joins is called in the same walk when it lies ahead of the walk's next step, which `Next`
-/// defines.
-///   A callee that goes on adding members ahead keeps the walk going.
+/// - the set may be destroyed: this walk and all walks around it end at once and return false;
+/// - a member that is added is called in the same walk if its address is not below that of the next member,
+///   which `Next` defines. A callee that goes on adding such members keeps the walk going.
 /// A walk allocates nothing, and costs one comparison per member beyond the call while the set does not
 /// change.
 template <class T>
@@ -30,13 +29,13 @@ class KzDxCallSet {
 public:
     /// When a walk decides which member follows the one it calls.
     enum class Next {
-        chosenBeforeCall, ///< the successor at the time of the call, or, when it has left, the first one
-                          ///< beyond it; one that joins in between is not called; after the last member the
-                          ///< walk is over
+        chosenBeforeCall, ///< the successor at the time of the call, or, if it was removed, the first one
+                          ///< beyond it; one that is added in between is not called; after the last
+                          ///< member the walk is over
         chosenAfterCall,  ///< the first member beyond the called one, as the set is after the call
     };
 
-    /// Has room for one more member: the next insertion will not allocate.
+    /// Reserves room for one more member: the next insertion does not allocate.
     void reserveOne() { members_.reserve(members_.size() + 1); }
 
     /// Adds a member; false when it was there already.

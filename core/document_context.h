@@ -16,7 +16,7 @@ public:
     /// The document as it was given at construction; null once it has been forgotten.
     [[nodiscard]] KzApDocument* document() const { return document_; }
 
-    /// To be called when the document is gone: from now on nobody touches it.
+    /// Call this when the document is gone: it is not touched any more.
     void forgetDocument() { document_ = nullptr; }
 
     /// The document's drawing; null when there is none, or no document any more.
@@ -24,8 +24,7 @@ public:
         return document_ == nullptr ? nullptr : document_->database();
     }
 
-    /// The document's timers that are switched on, borrowed. Timers put themselves in and take themselves
-    /// out.
+    /// The document's timers that are switched on, borrowed. Timers add and remove themselves.
     [[nodiscard]] KzDxCallSet<KzDxTimer*>& runningTimers() { return runningTimers_; }
 
 protected:
@@ -38,5 +37,5 @@ private:
 
 class KzDxDocument;
 
-/// The context part of document data; null for null. Folders that do not know the class get it by this.
+/// The context part of document data; null for null. For folders that do not know the class.
 [[nodiscard]] KzDxDocumentContext* kzdxContextOf(KzDxDocument* document);

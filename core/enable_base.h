@@ -14,7 +14,7 @@ public:
 
     virtual ~KzDxEnableBase() = default;
     [[nodiscard]] virtual bool isEnabled() const { return enabled_; }
-    /// Switches on or off; the present state again is no error.
+    /// Switches on or off. Setting the present state again is allowed.
     virtual Orvo::ErrorStatus setEnabled(bool enable) {
         storeEnabled(enable);
         return Orvo::ok;

@@ -5,19 +5,19 @@
 
 /// Something that can be switched on and off and that notifies targets: receivers or plain functions.
 ///
-/// Targets are borrowed; each is there once. How they are walked is the derived class's business. Destroying
-/// a notifier tells no target.
+/// Targets are borrowed, and each is registered once. The derived class decides how they are walked.
+/// Destroying a notifier notifies no target.
 template <class T>
 class KzDxNotifierBase : public KzDxEnableBase {
 public:
-    /// Adds a target; one that is there already stays there once. `missingCollaborator` for null.
+    /// Adds a target, unless it is registered already. `missingCollaborator` for null.
     virtual Orvo::ErrorStatus attach(T target) {
         if (target == nullptr) return Orvo::missingCollaborator;
         targets_.insert(target);
         return Orvo::ok;
     }
 
-    /// Removes a target; one that is not there is no error.
+    /// Removes a target; has no effect if it is not registered.
     virtual void detach(T target) { targets_.erase(target); }
 
 protected:

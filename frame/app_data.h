@@ -13,15 +13,15 @@
 /// Keeps one object of class `Data` for each document of the host, made on demand or, with `autoCreate`, with
 /// the document.
 ///
-/// The data are owned and go with their documents: the host's document manager tells of those while this
-/// object is attached to it. `Data` is made from the document's address, has `forgetDocument()`, and may be
-/// destroyed while operations of it are under way further up the stack.
+/// The data are owned and destroyed with their documents, of which the host's document manager notifies
+/// this object while it is attached. `Data` is made from the document's address, has `forgetDocument()`,
+/// and may be destroyed while operations of it are under way further up the stack.
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// A document that goes unannounced is noticed by `purge`. Its data are told to forget the document, which
-/// must not be touched any more, and are destroyed. Until then they stand for a closed document: ask `isOpen`
-/// about addresses that come from outside.
+/// `purge` finds documents that were closed without a notification. Their data are told to forget the
+/// document, which must not be touched any more, and are destroyed. Until then there are data of a closed
+/// document: ask `isOpen` about addresses that come from outside.
 template <class Data>
 class AppDataT : public KzApDocManagerReactor {
 public:
@@ -32,7 +32,7 @@ public:
         destroyAllBut(nullptr);
     }
 
-    // What the host tells.
+    // Notifications of the host.
     void onDocumentAdded(KzApDocument* document) override {
         kzdxAtBoundary([&] {
             if (autoCreate()) docData(document, true);
@@ -48,8 +48,8 @@ public:
         kzdxAtBoundary([&] { removeDocData(document); });
     }
 
-    /// Whether an open document has this address, which is not touched: the current one, or one that the host
-    /// lists. Yes as well when the host does not say which are open.
+    /// Whether an open document has this address: the current one, or one that the host lists. True as well
+    /// if the host does not list them. Reads nothing at the address.
     [[nodiscard]] static bool isOpen(const KzApDocument* document) {
         const KzApDocManager* const manager = kzDocManagerPtr();
         if (manager == nullptr || manager->currentDocument() == document) return true;
@@ -59,9 +59,9 @@ public:
         return !documents->done();
     }
 
-    /// The data of a document. With `create`, they are made when there are none. Attaches to the document
-    /// manager when that could not be done before. Null for a null document, without data, or when the
-    /// document has no drawing or is not listed by the host.
+    /// The data of a document. With `create`, they are made if there are none. Attaches to the document
+    /// manager if that has failed before. Null for a null document, without data, or if the document has no
+    /// drawing or is not listed by the host.
     virtual Data* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
         if (!isAttached() && data_.contains(document)) static_cast<void>(setAttached(true));
@@ -70,7 +70,7 @@ public:
         return create ? makeData(document) : nullptr;
     }
 
-    /// Destroys the data of a document. False when there were none.
+    /// Destroys the data of a document. False if there were none.
     virtual bool removeDocData(KzApDocument* document) {
         const auto at = document == nullptr ? data_.end() : data_.find(document);
         if (at == data_.end()) return false;
@@ -93,10 +93,10 @@ public:
         if (!attached_) {
             manager->addReactor(this);
             attached_ = true;
-            // What was made before: its documents may have closed unnoticed.
+            // Existing data: their documents may have been closed without a notification.
             if (!data_.empty() && purge() != Orvo::ok) destroyAllBut(manager->currentDocument());
         }
-        if (autoCreate()) static_cast<void>(createAll()); // attached is what counts; data also come on demand
+        if (autoCreate()) static_cast<void>(createAll()); // data are made on demand, too
         return Orvo::ok;
     }
 
@@ -133,8 +133,8 @@ public:
     }
 
 protected:
-    /// Leaves the document manager; the data stay. False when there is none now, and then it may still tell
-    /// of documents.
+    /// Detaches from the document manager and keeps the data. False if there is no document manager now,
+    /// which may notify this object later.
     [[nodiscard]] bool leaveDocManager() {
         if (!attached_) return true;
         KzApDocManager* const manager = kzDocManagerPtr();
@@ -156,15 +156,15 @@ private:
 
     Data* makeData(KzApDocument* document) {
         if (document->database() == nullptr) return nullptr;
-        // Data without a document manager, or without a list of documents, are no worse for it. With
-        // `autoCreate`, attaching makes the data.
+        // Data need no document manager and no list of documents. With `autoCreate`, attaching makes the
+        // data.
         if (!isAttached()) static_cast<void>(setAttached(true));
         if (data_.contains(document)) return docData(document, false);
         data_.emplace(document, std::make_unique<Data>(document));
         KzDxScopeGuard undo([&] { removeDocData(document); });
         static_cast<void>(purge());
         undo.dismiss();
-        return docData(document, false); // null when the host does not list it: it has been purged
+        return docData(document, false); // null if the host does not list it: it was purged
     }
 
     Orvo::ErrorStatus purgeAgainstList() {
@@ -184,9 +184,9 @@ private:
         return Orvo::ok;
     }
 
-    /// Destroys all data but those of `kept`, in key order. Some may have outlived their document, when it
-    /// closed while this object was not attached, or when data were asked for after this object had been told
-    /// that the document goes; unless the host says which documents are open, none of them is touched.
+    /// Destroys all data but those of `kept`, in key order. Documents may be gone: those that were closed
+    /// while this object was not attached, and those for which data were made after the notification of
+    /// their removal. So unless the host lists its documents, no document is touched.
     void destroyAllBut(KzApDocument* kept) {
         const bool areDocumentsKnown = AppDataT::purge() == Orvo::ok;
         DataMap leaving = std::exchange(data_, {});

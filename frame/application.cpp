@@ -7,11 +7,11 @@ KzDxApplication::KzDxApplication() {
     // asks.
     static_cast<void>(setAutoCreate(true));
     storeEnabled(true);
-    instance_ = this; // last: nobody meets half an object, and there is nothing to undo when memory runs out
+    instance_ = this; // last: no caller sees an unfinished object, and a failure leaves nothing to undo
 }
 
 KzDxApplication::~KzDxApplication() {
-    // Nothing is left to do when the deletion was deferred; a failed load ends here directly.
+    // Has no effect after a deferred deletion, but a failed load destroys the object directly.
     static_cast<void>(KzDxApplication::tryUnregister());
 }
 
@@ -22,7 +22,7 @@ void KzDxApplication::end() noexcept {
 bool KzDxApplication::tryUnregister() noexcept {
     const bool hasLeft = leaveDocManager();
     static_cast<void>(AppDataT::deleteAll());          // always `ok`
-    static_cast<void>(AppDataT::setAutoCreate(false)); // should it hear of documents after all
+    static_cast<void>(AppDataT::setAutoCreate(false)); // in case it is notified later
     if (instance_ == this) instance_ = nullptr;
     return hasLeft;
 }

@@ -7,7 +7,7 @@
 
 /// The one application object: it keeps the data of the open documents and starts their idle checks.
 ///
-/// Made at load and ended at unload. Exports answer with their failure value while there is none.
+/// Created at load, ended at unload. Exports return their failure value while there is none.
 class KzDxApplication : public AppDataT<KzDxDocument>, public KzDxEnableBase, private KzDxDeferredDeletion {
 public:
     /// The application object; null before load and after unload.
@@ -17,8 +17,8 @@ public:
     /// itself as soon as it has left the document manager.
     static void end() noexcept;
 
-    /// Attaches to the document manager, if there is one, and makes data for every open document. Throws when
-    /// memory runs out, and leaves nothing behind then.
+    /// Attaches to the document manager, if there is one, and makes data for every open document. Throws
+    /// std::bad_alloc, with nothing changed.
     KzDxApplication();
     ~KzDxApplication() override;
 
@@ -38,6 +38,6 @@ private:
 };
 
 /// The data of a document for an export, with `create` made if needed. Null without an application object,
-/// for an address that is no open document's, for a document without a drawing, and without `create` for one
-/// that has no data.
+/// for an address at which no document is open, for a document without a drawing, and without `create` for
+/// one that has no data.
 [[nodiscard]] KzDxDocument* kzdxDocDataOf(KzApDocument* document, bool create = true);

@@ -6,8 +6,8 @@
 #include "timers/external_client_timer_reactor.h"
 #include "timers/timer.h"
 
-/// The timer of outside clients, and what calls them when it elapses: that is destroyed first, for it leaves
-/// the timer.
+/// The timer of outside clients, and the reactor that calls them when it elapses. The reactor is destroyed
+/// first, because it detaches from the timer.
 struct KzDxDocument::ClientTimer {
     ClientTimer(KzDxCallSet<KzDxTimer*>& running, std::uint32_t interval)
         : timer(&running, interval), reactor(&timer) {}
@@ -33,7 +33,7 @@ void KzDxDocument::BlocksDeleter::operator()(KzDxBlocks* graph) const noexcept {
 }
 
 Orvo::ErrorStatus KzDxDocument::setEnabled(bool enable) {
-    // Each part is switched whatever becomes of the others, and the data count as switched in any case.
+    // Every part is switched, even if another one fails, and the data count as switched in any case.
     if (blocks_ != nullptr) static_cast<void>(blocks_->setEnabled(enable));
     if (clientTimer_ != nullptr) {
         static_cast<void>(clientTimer_->timer.setEnabled(enable));
@@ -51,8 +51,7 @@ KzDxBlocks* KzDxDocument::followingBlocks() {
     return blocksMadeBy(KzDxBlocks::createFollowing);
 }
 
-/// The graph is made when it is first wanted: most documents are never watched. Without one now, the next
-/// call tries again.
+/// Created on first use, because most documents are never watched. After a failure the next call tries again.
 KzDxBlocks* KzDxDocument::blocksMadeBy(MakeBlocks make) {
     if (blocks_ != nullptr) return blocks_.get();
     KzDxBlocks* made = nullptr;
@@ -63,15 +62,15 @@ KzDxBlocks* KzDxDocument::blocksMadeBy(MakeBlocks make) {
 Orvo::ErrorStatus KzDxDocument::timerAttach(KzDxClientCallback callback, std::uint32_t interval,
                                             bool attach) {
     if (callback == nullptr) return Orvo::missingCollaborator;
-    // Detaching makes the timer too, with the interval that it is given: the interval of a document is the
-    // last one named, by whichever call.
+    // Detaching creates the timer too, with its interval: the interval of a document is that of the latest
+    // call, attaching or detaching.
     const bool isFirst = clientTimer_ == nullptr;
     KzDxScopeGuard undo([&] {
         if (isFirst) clientTimer_.reset();
     });
     if (isFirst) clientTimer_ = std::make_unique<ClientTimer>(runningTimers(), interval);
     if (attach) {
-        static_cast<void>(clientTimer_->reactor.attach(callback)); // refuses null only: it has a timer
+        static_cast<void>(clientTimer_->reactor.attach(callback)); // fails for null only: it has a timer
     } else {
         clientTimer_->reactor.detach(callback);
     }

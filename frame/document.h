@@ -46,8 +46,8 @@ public:
 private:
     struct ClientTimer;
 
-    /// Parts with the graph by deferred deletion. Apart from the others of its kind because the graph is not
-    /// known in this header.
+    /// Deferred deletion of the graph. Not `KzDxDeferredDeleter`, because this header does not know the
+    /// class.
     struct BlocksDeleter {
         void operator()(KzDxBlocks* graph) const noexcept;
     };

@@ -24,7 +24,7 @@ KzRxDictionary* serviceDictionary() {
     return isDictionary ? static_cast<KzRxDictionary*>(entry) : nullptr;
 }
 
-// The dictionary may hold something else under the name by now, which is not ours to delete.
+// By now another module may have stored an object under the name; only a service is deleted.
 void removeService() {
     if (!kzrxServiceIsRegistered(serviceName)) return;
     KzRxDictionary* const services = serviceDictionary();
@@ -39,16 +39,15 @@ bool initModule(void* packet) {
     KzDxScopeGuard undo(removeService);
     kzrxRegisterService(serviceName);
     kzrxRegisterAppMDIAware(packet);
-    KzDxDeferredDeletion::retryAll(); // what an unloading had to leave while the library stayed in memory
-    // The object makes itself known as the instance, and goes by `end`.
+    KzDxDeferredDeletion::retryAll(); // those that were pending when the module was unloaded
+    // The object registers itself as the instance; `end` deletes it.
     if (KzDxApplication::instance() == nullptr)
         static_cast<void>(std::make_unique<KzDxApplication>().release());
     undo.dismiss();
     return true;
 }
 
-/// Each step is done whatever becomes of the others. The resource library goes last, when nothing needs its
-/// texts.
+/// Every step runs, even if another one fails.
 void unloadModule() noexcept {
     KzDxApplication::end();
     KzDxDeferredDeletion::retryAll();

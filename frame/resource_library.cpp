@@ -8,7 +8,7 @@ namespace {
 constexpr const char16_t* libraryName = u"ZelvaneRes.dll";
 constexpr std::u16string_view messageFormat = u"Unable to load resource DLL: %s";
 
-void tellFailure() {
+void showFailure() {
     std::u16string message(messageFormat);
     message.replace(message.find(u"%s"), 2, libraryName);
     KzPlatform::messageBox(message.c_str(), KzPlatform::BoxStyle::error, 0);
@@ -21,7 +21,7 @@ bool KzDxResourceLibrary::load() {
     handles_.reserve(handles_.size() + 1);
     const KzPlatform::Library handle = KzPlatform::loadLibrary(libraryName);
     if (handle == nullptr) {
-        tellFailure();
+        showFailure();
         return false;
     }
     handles_.push_back(handle);

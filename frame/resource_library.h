@@ -6,17 +6,17 @@
 
 /// The resource library "ZelvaneRes.dll", whose presence is a condition of a load.
 ///
-/// Every load that found it took one reference, also a load that was refused afterwards; `release` gives all
-/// of them back.
+/// Each successful `load` takes one reference, also if the module is refused afterwards; `release` gives
+/// all of them back.
 class KzDxResourceLibrary {
 public:
     KzDxResourceLibrary() = default;
     KzDxResourceLibrary(const KzDxResourceLibrary&) = delete;
     KzDxResourceLibrary& operator=(const KzDxResourceLibrary&) = delete;
-    /// Releases: a load that failed may be followed by no unload.
+    /// Releases, because a failed load need not be followed by an unload.
     ~KzDxResourceLibrary() { release(); }
 
-    /// Loads the library once more. On failure tells the user why the module does not load, and returns
+    /// Loads the library once more. On failure shows the user why the module does not load, and returns
     /// false.
     [[nodiscard]] bool load();
     void release();

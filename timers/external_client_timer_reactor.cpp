@@ -5,7 +5,7 @@
 #include "timers/timer.h"
 
 KzDxExternalClientTimerReactor::~KzDxExternalClientTimerReactor() {
-    // Without a timer there is nothing to leave.
+    // Without a timer there is nothing to detach from.
     static_cast<void>(KzDxExternalClientTimerReactor::setEnabled(false));
 }
 
@@ -14,15 +14,15 @@ Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
     if (!enable) {
         timer_->detach(this);
     } else if (!isEnabled()) {
-        static_cast<void>(timer_->attach(this)); // refuses null only
+        static_cast<void>(timer_->attach(this)); // fails for null only
     }
-    // Not reported: a later switching on makes up for a refusal.
+    // Not reported: the next switching on retries.
     static_cast<void>(timer_->setEnabled(enable));
     storeEnabled(enable);
     return Orvo::ok;
 }
 
-// Switched on by the first client and off by the last, so that a timer nobody listens to does not run.
+// Switched on by the first client and off by the last, so that a timer without callbacks does not run.
 Orvo::ErrorStatus KzDxExternalClientTimerReactor::attach(KzDxClientCallback callback) {
     const Orvo::ErrorStatus status = KzDxNotifierBase::attach(callback);
     if (status != Orvo::ok || isEnabled()) return status;

@@ -12,13 +12,13 @@ class KzDxTimer;
 /// the callback after the one that is called is chosen when that has returned.
 class KzDxExternalClientTimerReactor : public KzDxNotifierBase<KzDxClientCallback>, public KzDxTimerReactor {
 public:
-    /// `timer` is borrowed and lives longer than the reactor.
+    /// `timer` is borrowed and must outlive the reactor.
     explicit KzDxExternalClientTimerReactor(KzDxTimer* timer) : timer_(timer) {}
 
     /// Detaches from the timer and switches it off. No callback is called.
     ~KzDxExternalClientTimerReactor() override;
 
-    /// Attaches to the timer and switches it on, or the reverse; how the timer fared is not reported.
+    /// Attaches to the timer and switches it on, or the reverse; a failure of the timer is not reported.
     /// `missingCollaborator` without a timer.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
