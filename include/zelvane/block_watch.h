@@ -42,10 +42,10 @@ concept IdRange = requires(const Range& range) {
 ///         for (const KzDbObjectId block : changes.affected()) std::puts(Zelvane::nameOf(block).c_str());
 ///     });
 ///
-/// The function is called once, at the idle check after edits, if a block changed or lies in one that changed
-/// (see `kzdxBlockReferenceMonitorAttach`), and is given these blocks and what the drawing shows about them
-/// since the last call or the attaching. What the function itself adds, removes and moves is reported by the
-/// next call.
+/// The function is called once, at the idle check after edits, if a block changed or is nested in one that
+/// changed (see `kzdxBlockReferenceMonitorAttach`), and is given these blocks and what the drawing shows
+/// about them since the last call or the attaching. What the function itself adds, removes and moves is
+/// reported by the next call.
 ///
 /// The function may do anything: edit, attach and detach, close the document, destroy this watch or unload
 /// the client. The function object and its captures live until it returns. It is never called inside itself:

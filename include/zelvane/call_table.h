@@ -25,7 +25,7 @@ using detail::SuperimposedCode;
 inline constexpr std::size_t documentSlots = 64;
 
 /// What a plain function means. Zelvane calls the functions of a round in ascending order of address, so the
-/// lowest addresses open a round, the highest ones close it, and the code lies in between.
+/// lowest addresses open a round, the highest ones close it, and the code is in between.
 enum class Role : std::uint8_t {
     opensRound,  ///< a round of a document begins
     code,        ///< a callback of the superimposed code; the same ones for all documents

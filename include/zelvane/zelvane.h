@@ -44,7 +44,7 @@ ZELVANE_EXPORT std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClien
                                                std::uint32_t interval, std::int32_t attach) noexcept;
 
 /// Watches block definitions: `callback` is called once, at the next idle check after edits of the drawing,
-/// if one of the blocks has changed or lies inside a block that has changed, at any depth.
+/// if one of the blocks has changed or is nested in a block that has changed, at any depth.
 ///
 /// A block changes when its references, or their attributes, are added, removed, moved or modified, also
 /// through the representations of an enhanced block and in attached drawings. Ids that name no block are
