@@ -1,9 +1,9 @@
 #include "benchmarks/host_calls.h"
 
 #include "benchmarks/measuring.h"
-#include "core/block_table_walk.h"
-#include "core/opened.h"
 #include "headless/inspection.h"
+#include "zelvane/block_table_walk.h"
+#include "zelvane/opened.h"
 
 #include <algorithm>
 #include <iterator>
@@ -19,11 +19,11 @@ using KzDb::OpenMode;
 template <class T>
 void registerReactor(KzDbObjectId id, KzDbObjectReactor* reactor) {
     if (!id.isValid() || id.isErased() || id.isEffectivelyErased()) return;
-    KzDxOpened<T>(id, OpenMode::forNotify, true)->addReactor(reactor);
+    Zelvane::Opened<T>(id, OpenMode::forNotify, true)->addReactor(reactor);
 }
 
 void unregisterReactor(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    KzDxOpened<KzDbObject>(id, OpenMode::forNotify, true)->removeReactor(reactor);
+    Zelvane::Opened<KzDbObject>(id, OpenMode::forNotify, true)->removeReactor(reactor);
 }
 
 void forEachAttribute(const KzDbBlockReference& reference, auto visit) {
@@ -34,14 +34,14 @@ void forEachAttribute(const KzDbBlockReference& reference, auto visit) {
 }
 
 void registerWithReference(KzDbObjectId id, KzDbObjectReactor* reactor, bool asksOwner) {
-    const KzDxOpened<KzDbBlockReference> reference(id, OpenMode::forNotify, true);
+    const Zelvane::Opened<KzDbBlockReference> reference(id, OpenMode::forNotify, true);
     if (asksOwner) static_cast<void>(reference->ownerId());
     reference->addReactor(reactor);
     forEachAttribute(*reference.get(), [&](KzDbObjectId it) { registerReactor<KzDbAttribute>(it, reactor); });
 }
 
 void unregisterFromReference(KzDbObjectId id, KzDbObjectReactor* reactor) {
-    const KzDxOpened<KzDbBlockReference> reference(id, OpenMode::forNotify, true);
+    const Zelvane::Opened<KzDbBlockReference> reference(id, OpenMode::forNotify, true);
     reference->removeReactor(reactor);
     forEachAttribute(*reference.get(), [&](KzDbObjectId it) { unregisterReactor(it, reactor); });
 }
@@ -68,8 +68,8 @@ HostCalls::HostCalls(std::shared_ptr<const OpenDocument> document)
 }
 
 void HostCalls::readDrawing() {
-    kzdxForEachRecordId(document_->drawing(), [](KzDbObjectId id) {
-        const KzDxOpened<KzDbBlockTableRecord> record(id);
+    Zelvane::forEachRecordId(document_->drawing(), [](KzDbObjectId id) {
+        const Zelvane::Opened<KzDbBlockTableRecord> record(id);
         static_cast<void>(record->isLayout());
         static_cast<void>(record->isAnonymous());
         return true;
@@ -82,11 +82,11 @@ void HostCalls::readBlock(KzDbObjectId record) {
 }
 
 void HostCalls::walkTable() const {
-    kzdxForEachRecordId(document_->drawing(), [](KzDbObjectId) { return true; });
+    Zelvane::forEachRecordId(document_->drawing(), [](KzDbObjectId) { return true; });
 }
 
 void HostCalls::askForReferences(KzDbObjectId id) {
-    const KzDxOpened<KzDbBlockTableRecord> record(id);
+    const Zelvane::Opened<KzDbBlockTableRecord> record(id);
     record->getBlockReferenceIds(references_, true, true);
     record->getErasedBlockReferenceIds(references_);
 }
@@ -100,7 +100,7 @@ void HostCalls::readBlock(const Block& block) {
         static_cast<void>(container.database());
     }
     for (const KzDbObjectId reference : references_) {
-        static_cast<void>(KzDxOpened<KzDbBlockReference>(reference, OpenMode::forRead, true)->ownerId());
+        static_cast<void>(Zelvane::Opened<KzDbBlockReference>(reference, OpenMode::forRead, true)->ownerId());
     }
 }
 
@@ -112,7 +112,7 @@ void HostCalls::listReferences(bool remembers) {
 }
 
 void HostCalls::registerReactors(bool asksOwners) {
-    const KzDxOpened<KzDbBlockTable> table(table_, OpenMode::forNotify);
+    const Zelvane::Opened<KzDbBlockTable> table(table_, OpenMode::forNotify);
     table->addReactor(&tableReactor_);
     for (const Block& block : blocks_) {
         for (const KzDbObjectId reference : block.references) {

@@ -1,8 +1,8 @@
 #include "blocks/block_graph.h"
 
 #include "blocks/block_node.h"
-#include "core/block_table_walk.h"
 #include "core/scope_guard.h"
+#include "zelvane/block_table_walk.h"
 
 #include <memory>
 #include <utility>
@@ -62,7 +62,7 @@ Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
     document_ = document;
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
-    const KzDxOpened<KzDbBlockTable> table(drawing->blockTableId());
+    const Zelvane::Opened<KzDbBlockTable> table(drawing->blockTableId());
     if (!table) return table.status();
     return table->getAt(u"*Model_Space", modelSpaceId_, false);
 }
@@ -138,8 +138,8 @@ KzDbObjectId KzDxBlocks::xrefBlockOf(KzDbObjectId id) const {
     const KzDbDatabase* const attached = id.database();
     if (own == nullptr || attached == own) return {};
     KzDbObjectId found;
-    kzdxForEachRecordId(*own, [&](KzDbObjectId recordId) {
-        const KzDxOpened<KzDbBlockTableRecord> record(recordId);
+    Zelvane::forEachRecordId(*own, [&](KzDbObjectId recordId) {
+        const Zelvane::Opened<KzDbBlockTableRecord> record(recordId);
         if (record && record->isFromExternalReference() && record->xrefDatabase(false) == attached) {
             found = record->objectId();
         }

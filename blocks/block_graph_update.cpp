@@ -3,8 +3,8 @@
 #include "blocks/remove_reactor.h"
 #include "blocks/update_check.h"
 #include "core/boundary.h"
-#include "core/opened.h"
 #include "core/scope_guard.h"
+#include "zelvane/opened.h"
 
 #include <vector>
 
@@ -27,7 +27,7 @@ Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
     const KzDbObjectId tableId = drawing->blockTableId();
-    const KzDxOpened<KzDbBlockTable> table(tableId, KzDb::OpenMode::forNotify, !enable);
+    const Zelvane::Opened<KzDbBlockTable> table(tableId, KzDb::OpenMode::forNotify, !enable);
     if (!table) return table.status();
     if (enable) {
         follow(*table.get(), tableId);

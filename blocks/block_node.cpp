@@ -3,8 +3,8 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_representation.h"
 #include "blocks/reference_reader.h"
-#include "core/opened.h"
 #include "core/scope_guard.h"
+#include "zelvane/opened.h"
 
 #include <memory>
 
@@ -22,7 +22,7 @@ bool isEnhancedBlock(const KzDbBlockTableRecord* record) {
     if (KzDbEvalGraph::getGraph(record, enhancedBlockKey, graph, KzDb::OpenMode::forRead) != Orvo::ok) {
         return false;
     }
-    const KzDxOpened<KzDbEvalGraph> presenceIsEnough(graph);
+    const Zelvane::Opened<KzDbEvalGraph> presenceIsEnough(graph);
     return true;
 }
 

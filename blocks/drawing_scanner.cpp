@@ -5,8 +5,8 @@
 #include "blocks/block_representation.h"
 #include "blocks/id_set.h"
 #include "blocks/reference_reader.h"
-#include "core/block_table_walk.h"
 #include "core/deferred_deletion.h"
+#include "zelvane/block_table_walk.h"
 
 #include <algorithm>
 #include <cassert>
@@ -33,7 +33,7 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
     std::size_t next = 0;
     bool isSame = true;
     bool isAnyVisited = false;
-    const bool isWalked = kzdxForEachRecordId(drawing, [&](KzDbObjectId id) {
+    Zelvane::forEachRecordId(drawing, [&](KzDbObjectId id) {
         isSame = next < records_.size() && records_[next].id == id;
         if (!isSame) return false;
         Record& record = records_[next++];
@@ -44,16 +44,21 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
         }
         return true;
     });
-    if (!isWalked || !isSame || next != records_.size()) return false;
+    if (!isSame || next != records_.size()) return false;
     if (isAnyVisited) markReached();
     return true;
 }
 
 void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing, KzDxScanLevel level) {
+    if (level == KzDxScanLevel::full) {
+        for (const auto& node : graph_.nodes()) {
+            graph_.updateState().markStale(*node, KzDxReadLevel::everything);
+        }
+    }
     std::vector<Record> found;
     found.reserve(records_.size() + 1);
     hint_ = 0;
-    kzdxForEachRecordId(drawing, [&](KzDbObjectId id) {
+    Zelvane::forEachRecordId(drawing, [&](KzDbObjectId id) {
         found.push_back(visit(id, level));
         return true;
     });
@@ -62,18 +67,15 @@ void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing, KzDxScanLevel lev
 
 KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLevel level) {
     Record record{.id = id};
-    const KzDxOpened<KzDbBlockTableRecord> opened(id);
+    const Zelvane::Opened<KzDbBlockTableRecord> opened(id);
     if (!opened) return record; // held open: its closing sends no notification
     record.isLayout = opened->isLayout();
     record.isFromExternalReference = opened->isFromExternalReference();
     record.node = opened->isAnonymous() ? nodeOfAnonymous(record, *opened.get())
                                         : nodeUnder(knownNode(id), id, *opened.get());
     if (record.node == nullptr) return record;
-    KzDxUpdateState& state = graph_.updateState();
-    if (level == KzDxScanLevel::full) {
-        state.markStale(*record.node, KzDxReadLevel::everything);
-    } else if (level == KzDxScanLevel::referenceLists && !isListUnchanged(*opened.get(), *record.node)) {
-        state.markStale(*record.node, KzDxReadLevel::newReferences);
+    if (level != KzDxScanLevel::staleNodes && !isListUnchanged(*opened.get(), *record.node)) {
+        graph_.updateState().markStale(*record.node, KzDxReadLevel::newReferences);
     }
     return record;
 }
@@ -116,7 +118,7 @@ KzDxDrawingScanner::Original KzDxDrawingScanner::originalOf(const KzDbBlockTable
     KzDbObjectIdArray references;
     bool isCertain = record.getBlockReferenceIds(references, true, true) == Orvo::ok;
     for (const KzDbObjectId each : references) {
-        const KzDxOpened<KzDbBlockReference> reference(each, KzDb::OpenMode::forNotify, true);
+        const Zelvane::Opened<KzDbBlockReference> reference(each, KzDb::OpenMode::forNotify, true);
         const KzDbBlockRepresentation* const protocol =
             reference ? asBlockRepresentation(reference->queryX(KzDbBlockRepresentation::desc())) : nullptr;
         if (protocol != nullptr) {
@@ -136,8 +138,8 @@ KzDxBlock* KzDxDrawingScanner::knownNode(KzDbObjectId id) {
     return node != nullptr ? node : graph_.node(id);
 }
 
-/// Marks the nodes that records lead to. What is stored of any other node may become outdated, so it is read
-/// completely as soon as a record leads to it again.
+/// Marks the nodes that records lead to. Any other node stays stale if it is, until a record leads to it
+/// again.
 void KzDxDrawingScanner::markReached() {
     isReachNew_ = true;
     layoutIds_.clear();
@@ -145,9 +147,6 @@ void KzDxDrawingScanner::markReached() {
     for (const Record& record : records_) {
         if (record.isLayout) layoutIds_.append(record.id);
         if (record.node != nullptr) record.node->setReached(true);
-    }
-    for (const auto& node : graph_.nodes()) {
-        if (!node->isReached()) graph_.updateState().markStale(*node, KzDxReadLevel::everything);
     }
 }
 

@@ -1,9 +1,9 @@
 #include "blocks/foreign_drawings.h"
 
 #include "blocks/block_graph.h"
-#include "core/opened.h"
 #include "host/block_table.h"
 #include "host/symbol_utilities.h"
+#include "zelvane/opened.h"
 
 #include <algorithm>
 #include <cassert>
@@ -18,7 +18,7 @@ struct Attachment {
 std::vector<Attachment> attachmentsOf(std::span<const KzDbObjectId> records) {
     std::vector<Attachment> found;
     for (const KzDbObjectId id : records) {
-        const KzDxOpened<KzDbBlockTableRecord> record(id);
+        const Zelvane::Opened<KzDbBlockTableRecord> record(id);
         if (!record || !record->isFromExternalReference()) continue;
         found.push_back({record->xrefDatabase(false), id});
     }

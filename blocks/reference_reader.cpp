@@ -2,7 +2,7 @@
 
 #include "blocks/id_set.h"
 #include "blocks/registrations.h"
-#include "core/opened.h"
+#include "zelvane/opened.h"
 
 #include <algorithm>
 #include <cassert>
@@ -21,7 +21,7 @@ Orvo::ErrorStatus KzDxReferenceReader::queryReferences(const KzDbObjectIdArray& 
     hasForeign_ = false;
     for (const KzDbObjectId id : records) {
         if (id.isErased()) continue;
-        const KzDxOpened<KzDbBlockTableRecord> record(id);
+        const Zelvane::Opened<KzDbBlockTableRecord> record(id);
         if (!record) return record.status();
         hasForeign_ |= record->isDependent();
         const Orvo::ErrorStatus status = kzdxCollectReferences(*record.get(), reported_);
@@ -80,14 +80,14 @@ bool KzDxReferenceReader::placementsUnchanged() const {
 
 /// The number of the container of a reference.
 std::uint32_t KzDxReferenceReader::numberOf(KzDbObjectId reference) {
-    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forRead, true);
+    const Zelvane::Opened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forRead, true);
     return opened ? containerNumber(opened->ownerId()) : noContainer;
 }
 
 /// The same, and registers with the reference if it has a container.
 std::uint32_t KzDxReferenceReader::registeredNumberOf(KzDbObjectId reference,
                                                       KzDxRegistrations& registrations) {
-    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
+    const Zelvane::Opened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
     const std::uint32_t number = opened ? containerNumber(opened->ownerId()) : numberOf(reference);
     if (number == noContainer) return noContainer;
     if (opened) {

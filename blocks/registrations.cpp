@@ -1,7 +1,7 @@
 #include "blocks/registrations.h"
 
 #include "blocks/remove_reactor.h"
-#include "core/opened.h"
+#include "zelvane/opened.h"
 
 #include <algorithm>
 #include <cassert>
@@ -88,7 +88,7 @@ Orvo::ErrorStatus KzDxRegistrations::registerRecords(const KzDbObjectIdArray& re
     const KzDbObjectId own = records[0];
     if (!own.isValid() || own.isErased() || own.isEffectivelyErased()) return Orvo::invalidObjectId;
     for (const KzDbObjectId id : records) {
-        const KzDxOpened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify);
+        const Zelvane::Opened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify);
         if (!record) return record.status();
         record->addReactor(&reactor_);
         ++registeredRecords_;
@@ -99,7 +99,7 @@ Orvo::ErrorStatus KzDxRegistrations::registerRecords(const KzDbObjectIdArray& re
 Orvo::ErrorStatus KzDxRegistrations::unregisterRecords(const KzDbObjectIdArray& records) {
     if (!records[0].isValid()) return Orvo::ok;
     for (const KzDbObjectId id : records) {
-        const KzDxOpened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify, true);
+        const Zelvane::Opened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forNotify, true);
         if (!record) return record.status();
         record->removeReactor(&reactor_);
     }
@@ -107,7 +107,7 @@ Orvo::ErrorStatus KzDxRegistrations::unregisterRecords(const KzDbObjectIdArray& 
 }
 
 void KzDxRegistrations::openAndRegister(KzDbObjectId reference) {
-    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
+    const Zelvane::Opened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forNotify, true);
     if (!opened) {
         markUnregistered();
         return;
@@ -122,7 +122,7 @@ void KzDxRegistrations::registerAttributes(const KzDbBlockReference& reference, 
         const KzDbObjectId attributeId = attributes->objectId();
         if (attributeId.isNull() || !attributeId.isValid()) continue;
         if (attributeId.isErased() || attributeId.isEffectivelyErased()) continue;
-        const KzDxOpened<KzDbAttribute> attribute(attributeId, KzDb::OpenMode::forNotify, true);
+        const Zelvane::Opened<KzDbAttribute> attribute(attributeId, KzDb::OpenMode::forNotify, true);
         if (!attribute) continue;
         attributes_.add(id, attributeId); // first: a registration must be known before it exists
         attribute->addReactor(&reactor_);

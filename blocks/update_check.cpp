@@ -4,9 +4,9 @@
 
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
-#include "core/opened.h"
 #include "host/enhanced_block.h"
 #include "host/symbol_utilities.h"
+#include "zelvane/opened.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -19,7 +19,7 @@ using Ids = std::vector<KzDbObjectId>;
 
 std::string nameOf(KzDbObjectId id) {
     std::string name = std::to_string(id.value());
-    const KzDxOpened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forRead, true);
+    const Zelvane::Opened<KzDbBlockTableRecord> record(id, KzDb::OpenMode::forRead, true);
     const char16_t* text = nullptr;
     if (!record || record->getName(text) != Orvo::ok || text == nullptr) return name;
     name += " \"";
@@ -42,7 +42,7 @@ KzDbObjectId keyOf(const KzDbBlockTableRecord& record) {
     KzDbObjectIdArray references;
     static_cast<void>(record.getBlockReferenceIds(references, true, true));
     for (const KzDbObjectId each : references) {
-        const KzDxOpened<KzDbBlockReference> reference(each, KzDb::OpenMode::forRead, true);
+        const Zelvane::Opened<KzDbBlockReference> reference(each, KzDb::OpenMode::forRead, true);
         KzRxObject* const found = reference ? reference->queryX(KzDbBlockRepresentation::desc()) : nullptr;
         if (found == nullptr || !found->isA()->isDerivedFrom(KzDbBlockRepresentation::desc())) continue;
         const KzDbObjectId block =
@@ -77,7 +77,7 @@ bool canHaveNode(const KzDbBlockTableRecord& record) {
     const auto* const protocol = static_cast<const KzDbBlockRepresentation*>(found);
     if (protocol->getRepresentations(record.objectId(), ids) != Orvo::ok) return true;
     return std::ranges::all_of(ids, [](KzDbObjectId id) {
-        const KzDxOpened<KzDbBlockTableRecord> representation(id);
+        const Zelvane::Opened<KzDbBlockTableRecord> representation(id);
         return id.isErased() || (representation && doesAnswer(*representation.get()));
     });
 }
@@ -128,7 +128,7 @@ KzDxUpdateCheck::References KzDxUpdateCheck::referencesOf(const KzDxBlock& node)
 }
 
 void KzDxUpdateCheck::walkTable() {
-    const KzDxOpened<KzDbBlockTable> table(graph_.database()->blockTableId());
+    const Zelvane::Opened<KzDbBlockTable> table(graph_.database()->blockTableId());
     if (!table) return;
     KzDbBlockTableIterator* made = nullptr;
     if (table->newIterator(made, true, true) != Orvo::ok || made == nullptr) return;
@@ -140,7 +140,7 @@ void KzDxUpdateCheck::walkTable() {
 }
 
 void KzDxUpdateCheck::visit(KzDbObjectId id) {
-    const KzDxOpened<KzDbBlockTableRecord> record(id);
+    const Zelvane::Opened<KzDbBlockTableRecord> record(id);
     if (!record) return;
     if (record->isLayout()) layouts_.push_back(id);
     const KzDbObjectId key = keyOf(*record.get());
@@ -205,7 +205,7 @@ KzDxUpdateCheck::Reading KzDxUpdateCheck::read(const KzDxBlock& node) {
     std::set<KzDbObjectId> reported;
     for (const KzDbObjectId id : node.recordIds()) {
         if (id.isErased()) continue;
-        const KzDxOpened<KzDbBlockTableRecord> record(id);
+        const Zelvane::Opened<KzDbBlockTableRecord> record(id);
         KzDbObjectIdArray ids;
         if (!record || record->getBlockReferenceIds(ids, true, true) != Orvo::ok ||
             record->getErasedBlockReferenceIds(ids) != Orvo::ok) {
@@ -220,7 +220,7 @@ KzDxUpdateCheck::Reading KzDxUpdateCheck::read(const KzDxBlock& node) {
 }
 
 void KzDxUpdateCheck::place(Reading& reading, KzDbObjectId reference) {
-    const KzDxOpened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forRead, true);
+    const Zelvane::Opened<KzDbBlockReference> opened(reference, KzDb::OpenMode::forRead, true);
     if (!opened) return;
     const KzDbObjectId container = containerOf(opened->ownerId());
     if (container.isValid()) reading.placed[reference] = container;

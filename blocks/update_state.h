@@ -43,7 +43,6 @@ enum class KzDxScanLevel : std::uint8_t {
 /// | - a node that may miss notifications, or does | everything, again         | `referenceLists`          |
 /// |   not answer                                  |                           |                           |
 /// | - a record in the table that notifies no node |                           | `referenceLists`          |
-/// | - no record that leads to the node            | everything, when one does |                           |
 /// | a scan is interrupted                         |                           | `referenceLists`          |
 ///
 /// An attribute is the only object whose edit cannot change which references a record reports. All others

@@ -1,9 +1,9 @@
 // The table queries. They read the block table directly: no block graph is built for them.
 
-#include "core/block_table_walk.h"
 #include "core/boundary.h"
 #include "frame/application.h"
 #include "host/documents.h"
+#include "zelvane/block_table_walk.h"
 #include "zelvane/zelvane.h"
 
 #include <optional>
@@ -24,8 +24,8 @@ std::optional<KzDbObjectIdArray> tableBlocks(KzApDocument* document) {
     const KzDbDatabase* const drawing = documentRecord == nullptr ? nullptr : documentRecord->database();
     if (drawing == nullptr) return std::nullopt;
     KzDbObjectIdArray ids;
-    kzdxForEachRecordId(*drawing, [&ids](KzDbObjectId id) {
-        const KzDxOpened<KzDbBlockTableRecord> block(id);
+    Zelvane::forEachRecordId(*drawing, [&ids](KzDbObjectId id) {
+        const Zelvane::Opened<KzDbBlockTableRecord> block(id);
         if (block && isTableBlock(*block.get())) ids.append(id);
         return true;
     });
@@ -34,7 +34,7 @@ std::optional<KzDbObjectIdArray> tableBlocks(KzApDocument* document) {
 
 /// Appends the ids of the live references of one record; appends none if the host does not return them.
 void appendReferences(KzDbObjectId id, KzDbObjectIdArray& ids) {
-    const KzDxOpened<KzDbBlockTableRecord> record(id);
+    const Zelvane::Opened<KzDbBlockTableRecord> record(id);
     KzDbObjectIdArray references;
     if (record && record->getBlockReferenceIds(references, true, true) == Orvo::ok) ids.append(references);
 }

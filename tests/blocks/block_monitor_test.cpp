@@ -4,10 +4,10 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 #include "blocks/update_check.h"
-#include "core/opened.h"
 #include "frame/application.h"
 #include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
+#include "zelvane/opened.h"
 
 #include <algorithm>
 #include <functional>
@@ -94,7 +94,7 @@ TEST_F(BlockMonitor, CopyingIsAChangeByItself) {
     ASSERT_TRUE(Headless::goodbye(copy));
     EXPECT_THAT(callsOfIdle(), ElementsAre(0));
 
-    const KzDxOpened<KzDbBlockTableRecord> record(door);
+    const Zelvane::Opened<KzDbBlockTableRecord> record(door);
     node.copied(record.get(), record.get());
     EXPECT_TRUE(node.needsScan() && graph().needsScan());
     EXPECT_FALSE(node.hasChanges()) << "a copied record changes nothing";
