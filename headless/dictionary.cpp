@@ -88,7 +88,7 @@ KzRxDictionary* kzrxSysRegistry() {
 }
 
 bool kzrxRegisterService(const char16_t* name) {
-    if (!Headless::isProvidedFor(name != nullptr, "kzrxRegisterService without a name")) return false;
+    if (!Headless::checkUsage(name != nullptr, "kzrxRegisterService without a name")) return false;
     if (Headless::shouldFail(Headless::HostCall::registerService)) return false;
     Headless::Dictionary* const dictionary = Headless::serviceDictionary();
     return dictionary != nullptr && dictionary->enter(name, std::make_unique<Headless::Service>());
@@ -103,8 +103,7 @@ bool kzrxServiceIsRegistered(const char16_t* name) {
 bool kzrxRegisterAppMDIAware(void* moduleToken) {
     using namespace Headless;
     // Only the message under way has a token. One that was kept from before is a mistake.
-    const bool isToken = moduleToken != nullptr && moduleToken == packetUnderWay();
-    return isProvidedFor(isToken,
-                         "kzrxRegisterAppMDIAware with another token than the load message's packet") &&
+    const bool isToken = moduleToken != nullptr && moduleToken == currentPacket();
+    return checkUsage(isToken, "kzrxRegisterAppMDIAware with another token than the load message's packet") &&
            !shouldFail(HostCall::declareMdiAware);
 }

@@ -188,7 +188,7 @@ KzDbDatabase* Document::database() const {
 }
 
 KzAp::DocLockMode Document::lockMode(bool flag) const {
-    return isProvidedFor(!flag, "lockMode with true") ? state.lockMode : KzAp::DocLockMode{-1};
+    return checkUsage(!flag, "lockMode with true") ? state.lockMode : KzAp::DocLockMode{-1};
 }
 
 void Document::release() {
@@ -199,14 +199,14 @@ void Document::release() {
 }
 
 void DocumentManager::addReactor(KzApDocManagerReactor* reactor) {
-    if (!isProvidedFor(reactor != nullptr, "addReactor of the document manager with null")) return;
+    if (!checkUsage(reactor != nullptr, "addReactor of the document manager with null")) return;
     // Now, while it certainly exists: when its library is closed it may be gone without having unregistered.
     noteReactor(reactor);
     reactors.add(reactor);
 }
 
 void DocumentManager::removeReactor(KzApDocManagerReactor* reactor) {
-    if (!isProvidedFor(reactor != nullptr, "removeReactor of the document manager with null")) return;
+    if (!checkUsage(reactor != nullptr, "removeReactor of the document manager with null")) return;
     reactors.remove(reactor);
 }
 
@@ -220,7 +220,7 @@ KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
 
 std::int32_t DocumentManager::busy(const KzApDocument* document) const {
     const Document* const found = findDocument(document);
-    return isProvidedFor(found != nullptr, "busy about no open document") ? found->state.busy : -1;
+    return checkUsage(found != nullptr, "busy about no open document") ? found->state.busy : -1;
 }
 
 } // namespace Headless

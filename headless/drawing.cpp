@@ -18,11 +18,11 @@ public:
     }
 
     void start(bool first, bool second) override {
-        const bool isRight = isProvidedFor(first && second, "start of a block table's iterator with a false");
+        const bool isRight = checkUsage(first && second, "start of a block table's iterator with a false");
         isRight ? position_.toStart() : position_.toEnd();
     }
     void step(bool first, bool second) override {
-        const bool isRight = isProvidedFor(first && second, "step of a block table's iterator with a false");
+        const bool isRight = checkUsage(first && second, "step of a block table's iterator with a false");
         isRight ? position_.toNext() : position_.toEnd();
     }
     [[nodiscard]] bool done() const override { return position_.isAtEnd(); }
@@ -77,7 +77,7 @@ void BlockTable::noteModelSpace() {
 
 Orvo::ErrorStatus BlockTable::getAt(const char16_t* name, KzDbObjectId& id, bool flag) const {
     id = KzDbObjectId();
-    if (!isProvidedFor(name != nullptr && !flag, "getAt without a name or with true")) {
+    if (!checkUsage(name != nullptr && !flag, "getAt without a name or with true")) {
         return Orvo::notProvidedFor;
     }
     if (shouldFail(HostCall::recordByName)) return faultStatus();
@@ -90,7 +90,7 @@ Orvo::ErrorStatus BlockTable::getAt(const char16_t* name, KzDbObjectId& id, bool
 
 Orvo::ErrorStatus BlockTable::newIterator(KzDbBlockTableIterator*& iterator, bool first, bool second) const {
     iterator = nullptr;
-    if (!isProvidedFor(first && second, "newIterator with a false")) return Orvo::notProvidedFor;
+    if (!checkUsage(first && second, "newIterator with a false")) return Orvo::notProvidedFor;
     if (shouldFail(HostCall::tableIterator)) return faultStatus();
     iterator = new BlockTableIterator(records_);
     return Orvo::ok;
@@ -105,7 +105,7 @@ Drawing::Drawing() : tableId_((new BlockTable(*this))->id()) {
 
 /// Ends what `destroyObjects` has not seen: objects that were made while the others said goodbye.
 Drawing::~Drawing() {
-    forEachObject([](Object& object) { object.leaveMemory(); });
+    forEachObject([](Object& object) { object.destroy(); });
 }
 
 Record& Drawing::addRecord(std::u16string_view name, const Record::Origin& origin) {
@@ -121,10 +121,10 @@ void Drawing::destroyObjects() {
     forEachObject([](Object& object) {
         // Without a reactor nothing is told, and a trace is spared a line for each object.
         if (object.reactorCount() != 0) {
-            object.tell("goodbye",
-                        [&object](KzDbObjectReactor* reactor) { reactor->goodbye(object.face()); });
+            object.notify("goodbye",
+                          [&object](KzDbObjectReactor* reactor) { reactor->goodbye(object.hostObject()); });
         }
-        object.leaveMemory();
+        object.destroy();
     });
     for (const KzDbObjectId id : xrefRecords_) {
         // It is gone when the drawing that attached this one was closed before.

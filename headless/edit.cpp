@@ -29,19 +29,20 @@ Edit::Edit(const char* name, std::initializer_list<Object*> objects)
     }
 }
 
-void Edit::tellBefore() {
-    for (Object* const each : objects_) each->tellAboutToChange();
+void Edit::notifyBefore() {
+    for (Object* const each : objects_) each->notifyAboutToChange();
 }
 
 /// All reactors hear of the change before the first object is closed. Each object is closed before its
 /// reactors hear of that, so that they find it open for write no longer.
-void Edit::tellAfter() {
+void Edit::notifyAfter() {
     for (Object* const each : objects_) {
-        each->tell("modified", [each](KzDbObjectReactor* reactor) { reactor->modified(each->face()); });
+        each->notify("modified",
+                     [each](KzDbObjectReactor* reactor) { reactor->modified(each->hostObject()); });
     }
     for (Object* const each : objects_) {
         each->endWriting();
-        each->tellClosed();
+        each->notifyClosed();
     }
 }
 

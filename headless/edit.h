@@ -46,7 +46,7 @@ public:
     [[nodiscard]] bool isRefused() const { return !outcome_; }
     [[nodiscard]] Outcome outcome() const { return outcome_; }
     /// For edits that make an object.
-    [[nodiscard]] Made nothingMade() const { return {outcome_, KzDbObjectId()}; }
+    [[nodiscard]] Made creationFailed() const { return {outcome_, KzDbObjectId()}; }
 
 private:
     template <class T>
@@ -72,9 +72,9 @@ public:
     /// `change` is called between the two rounds of notifications.
     template <class Change>
     void make(Change change) {
-        tellBefore();
+        notifyBefore();
         change();
-        tellAfter();
+        notifyAfter();
     }
 
     /// Lets a trace know what the edit has made.
@@ -83,8 +83,8 @@ public:
     }
 
 private:
-    void tellBefore();
-    void tellAfter();
+    void notifyBefore();
+    void notifyAfter();
 
     TraceScope trace_;
     std::vector<Object*> objects_;

@@ -78,7 +78,7 @@ Made makeBlock(KzApDocument* document, std::u16string_view name, const BlockOpti
     EditCheck check;
     Drawing* const drawing = drawingToExtend(check, document);
     check.nameIsFree(drawing, name);
-    if (check.isRefused()) return check.nothingMade();
+    if (check.isRefused()) return check.creationFailed();
     const Record::Origin origin{.isAnonymous = isAnonymous(name, options),
                                 .isLayout = options.isLayout,
                                 .isDependent = options.isDependent};
@@ -92,11 +92,11 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
     // If both are null, the first reason is set already.
     if (drawing == attached) check.refuse(Refusal::ownDrawing);
     check.nameIsFree(drawing, name);
-    if (check.isRefused()) return check.nothingMade();
+    if (check.isRefused()) return check.creationFailed();
     // All names are looked at before the first record is made: the whole is done or nothing.
     const std::vector<Mirror> mirrors = mirrorsOf(*attached, name);
     for (const Mirror& each : mirrors) check.nameIsFree(drawing, each.name);
-    if (check.isRefused()) return check.nothingMade();
+    if (check.isRefused()) return check.creationFailed();
 
     const Drawing::Editing stays(*attached); // a reactor cannot close it
     const KzDbObjectId first = makeRecord(*drawing, name, {.attachedDrawing = attached}).id();
@@ -133,7 +133,7 @@ Made represent(KzDbObjectId blockId, KzDbObjectId representationId) {
     auto* const block = check.editable<Record>(blockId);
     if (block != nullptr && block->graph().isNull()) check.refuse(Refusal::notEnhanced, blockId);
     checkRepresentation(check, block, representationId);
-    if (check.isRefused()) return check.nothingMade();
+    if (check.isRefused()) return check.creationFailed();
 
     Drawing& drawing = block->drawing();
     // With a new record these are two edits, one after the other: of the block table, then of the block.
@@ -174,7 +174,7 @@ void file(const Reference& reference) {
 
 /// The source's reactors hear of the copy before it is placed.
 void tellCopied(Reference& source, Reference& copy) {
-    source.tell("copied", [&](KzDbObjectReactor* reactor) { reactor->copied(&source, &copy); });
+    source.notify("copied", [&](KzDbObjectReactor* reactor) { reactor->copied(&source, &copy); });
 }
 
 } // namespace
@@ -184,7 +184,7 @@ Made insert(KzDbObjectId recordId, KzDbObjectId blockId, const std::vector<Attri
     auto* const record = check.editable<Record>(recordId);
     const auto* const block = check.live<Record>(blockId);
     check.inOneDrawing(record, block);
-    if (check.isRefused()) return check.nothingMade();
+    if (check.isRefused()) return check.creationFailed();
 
     KzDbObjectId made;
     Edit edit("insert", {record});
@@ -218,7 +218,7 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     const bool isBeside = recordId.isNull() && source != nullptr;
     auto* const record = check.editable<Record>(isBeside ? source->owner() : recordId);
     check.inOneDrawing(source, record);
-    if (check.isRefused()) return check.nothingMade();
+    if (check.isRefused()) return check.creationFailed();
 
     Edit edit("copy", {record}); // the record stays open while reactors are notified
     // It has no owner and is in no list until it is placed. Meanwhile it is open for write, so that reactors
@@ -239,7 +239,7 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
 Made addAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16string_view text) {
     EditCheck check;
     auto* const reference = check.editable<Reference>(referenceId);
-    if (check.isRefused()) return check.nothingMade();
+    if (check.isRefused()) return check.creationFailed();
     KzDbObjectId made;
     Edit edit("add", {reference});
     edit.make([&] { made = addText(*reference, tag, text).id(); });
@@ -303,9 +303,10 @@ void leave(KzDbObjectId id) {
     if (object == nullptr) return; // a reactor has sent it away before its turn
     // A reactor can still open it and find it in the lists; removing it a second time is refused, because
     // it counts as open meanwhile.
-    object->tell("goodbye", [object](KzDbObjectReactor* reactor) { reactor->goodbye(object->face()); });
+    object->notify("goodbye",
+                   [object](KzDbObjectReactor* reactor) { reactor->goodbye(object->hostObject()); });
     unfile(*object);
-    object->leaveMemory();
+    object->destroy();
 }
 
 } // namespace
@@ -336,8 +337,8 @@ Outcome erase(KzDbObjectId id, bool isErasing) {
         // Reactors find the object and the lists of its block in the new state.
         object->setErased(isErasing);
         if (const auto* const reference = findAs<Reference>(id)) refile(*reference);
-        object->tell("erased",
-                     [&](KzDbObjectReactor* reactor) { reactor->erased(object->face(), isErasing); });
+        object->notify("erased",
+                       [&](KzDbObjectReactor* reactor) { reactor->erased(object->hostObject(), isErasing); });
     });
     return {};
 }
@@ -362,7 +363,7 @@ Outcome holdOpen(KzDbObjectId id) {
     const Drawing::Editing editing(object->drawing());
     // Open before its reactors hear of it, as in an edit.
     object->hold();
-    object->tellAboutToChange();
+    object->notifyAboutToChange();
     return {};
 }
 
@@ -374,7 +375,7 @@ Outcome letGo(KzDbObjectId id) {
     const Drawing::Editing editing(object->drawing());
     // Closed before its reactors hear of it, as in an edit.
     object->letGo();
-    object->tellClosed();
+    object->notifyClosed();
     return {};
 }
 

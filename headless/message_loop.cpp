@@ -111,12 +111,12 @@ Pumped pump() {
         const KzPlatform::Message message = loop.queue.front();
         loop.queue.pop_front();
         ++result.dispatched;
-        if (showToFilters(message)) ++result.taken; // the window itself ignores messages
+        if (callFilters(message)) ++result.taken; // the window itself ignores messages
     }
     return result;
 }
 
-bool showToFilters(const KzPlatform::Message& message) {
+bool callFilters(const KzPlatform::Message& message) {
     TraceScope trace([&] {
         TraceEvent event = eventOf("message shown", message);
         event.details.push_back({"filters", static_cast<std::int64_t>(messageFilters.size())});
@@ -201,7 +201,7 @@ Library loadLibrary(const char16_t* fileName) {
     // A path would bypass the folder in which modules' libraries are looked up first.
     const bool isBare =
         fileName != nullptr && std::u16string_view(fileName).find(u'/') == std::u16string_view::npos;
-    if (!isProvidedFor(isBare, "loadLibrary without a bare file name")) return nullptr;
+    if (!checkUsage(isBare, "loadLibrary without a bare file name")) return nullptr;
     if (shouldFail(HostCall::loadLibrary)) return nullptr;
     const Library library = openByBareName(Text::toUtf8(fileName));
     if (library != nullptr) libraries.push_back(library);
@@ -211,14 +211,14 @@ Library loadLibrary(const char16_t* fileName) {
 /// One entry for each load: a library that was loaded twice stays by the other one.
 void freeLibrary(Library library) {
     const auto found = std::find(libraries.begin(), libraries.end(), library);
-    if (!isProvidedFor(found != libraries.end(), "freeLibrary of what is not loaded")) return;
+    if (!checkUsage(found != libraries.end(), "freeLibrary of what is not loaded")) return;
     libraries.erase(found);
     closeLibrary(library);
 }
 
 /// Numbers are never given back, so their count tells which is next.
 std::uint32_t registerWindowMessage(const char16_t* name) {
-    if (!isProvidedFor(name != nullptr, "registerWindowMessage without a name")) return 0;
+    if (!checkUsage(name != nullptr, "registerWindowMessage without a name")) return 0;
     const auto next = firstNumber + static_cast<std::uint32_t>(messageNumbers.size());
     return messageNumbers.emplace(name, next).first->second;
 }
@@ -229,8 +229,8 @@ Window mainWindow() {
 
 bool postMessage(Window target, std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
     const bool isKnown = number >= firstNumber && number - firstNumber < messageNumbers.size();
-    if (!isProvidedFor(target != nullptr && isKnown && second == 0,
-                       "postMessage without a window, of an unknown number or with a second parameter")) {
+    if (!checkUsage(target != nullptr && isKnown && second == 0,
+                    "postMessage without a window, of an unknown number or with a second parameter")) {
         return false;
     }
     if (shouldFail(HostCall::postMessage) || target != &window) return false;
@@ -244,7 +244,7 @@ bool inputIsWaiting() {
 
 void messageBox(const char16_t* text, BoxStyle style, std::uint32_t helpContext) {
     const bool isRight = text != nullptr && style == BoxStyle::error && helpContext == 0;
-    if (!isProvidedFor(isRight, "messageBox without a text, of another style or with help")) return;
+    if (!checkUsage(isRight, "messageBox without a text, of another style or with help")) return;
     loop.boxes.push_back({text, style});
 }
 

@@ -159,7 +159,7 @@ std::int32_t send(const Module& module, KzRx::Message message) {
 
 } // namespace
 
-const void* packetUnderWay() {
+const void* currentPacket() {
     return loader.packet;
 }
 
@@ -224,7 +224,7 @@ void forgetMistakes() {
     noted.clear();
 }
 
-void noteMistake(const char* call) {
+void reportUsageError(const char* call) {
     noted.emplace_back(call);
 }
 

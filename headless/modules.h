@@ -37,7 +37,7 @@ HEADLESS_API std::int32_t sendMessage(KzRx::EntryPoint entry, KzRx::Message mess
 
 /// What the entry point that is being called was passed beside the message: a token for its module. Null
 /// while none is being called.
-[[nodiscard]] HEADLESS_API const void* packetUnderWay();
+[[nodiscard]] HEADLESS_API const void* currentPacket();
 
 /// The module loaded last; `none` when none is loaded.
 [[nodiscard]] HEADLESS_API ModuleId lastModule();
@@ -70,11 +70,11 @@ private:
 
 HEADLESS_API void forgetMistakes();
 
-void noteMistake(const char* call);
+void reportUsageError(const char* call);
 
 /// Notes a mistake unless a call is as it should be. Gives whether it is.
-inline bool isProvidedFor(bool isAsItShouldBe, const char* call) {
-    if (!isAsItShouldBe) noteMistake(call);
+inline bool checkUsage(bool isAsItShouldBe, const char* call) {
+    if (!isAsItShouldBe) reportUsageError(call);
     return isAsItShouldBe;
 }
 

@@ -17,7 +17,7 @@ std::unordered_map<const KzRxObject*, const void*>& reactorCodes =
 
 /// Downcast by kind: `Object` is no base of the host's interfaces and has no virtual functions. Each kind has
 /// one class, which derives from both.
-KzDbObject* Object::face() {
+KzDbObject* Object::hostObject() {
     switch (kind_) {
     case Kind::table:
         return static_cast<BlockTable*>(this);
@@ -35,12 +35,12 @@ KzDbObject* Object::face() {
     return nullptr;
 }
 
-void Object::tellAboutToChange() {
-    tell("aboutToChange", [this](KzDbObjectReactor* reactor) { reactor->aboutToChange(face()); });
+void Object::notifyAboutToChange() {
+    notify("aboutToChange", [this](KzDbObjectReactor* reactor) { reactor->aboutToChange(hostObject()); });
 }
 
-void Object::tellClosed() {
-    tell("objectClosed", [this](KzDbObjectReactor* reactor) { reactor->objectClosed(id()); });
+void Object::notifyClosed() {
+    notify("objectClosed", [this](KzDbObjectReactor* reactor) { reactor->objectClosed(id()); });
 }
 
 TraceEvent Object::notificationEvent(const char* name) const {
@@ -69,22 +69,22 @@ Orvo::ErrorStatus Object::close() {
     } else if (notifiers_ != 0) {
         --notifiers_;
     } else {
-        noteMistake("close of an object that is not open");
+        reportUsageError("close of an object that is not open");
         return Orvo::notProvidedFor;
     }
     // The last one who had it open; nothing may be touched after this.
-    if (hasLeft_ && !isOpen()) delete face();
+    if (hasLeft_ && !isOpen()) delete hostObject();
     return Orvo::ok;
 }
 
-void Object::leaveMemory() {
+void Object::destroy() {
     // From here on it cannot be found, so it cannot be opened again: the openings that are left are the last.
-    assert(tellings_ == 0);
+    assert(activeNotifications_ == 0);
     objectTable.forget(id_);
     if (isHeld_) letGo();
     // Deleted now or by the last closing. Not by the end of a notification, because none is active.
     hasLeft_ = true;
-    if (!isOpen()) delete face();
+    if (!isOpen()) delete hostObject();
 }
 
 } // namespace Headless
@@ -116,7 +116,7 @@ Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb:
                                      const KzRxClass* expected, bool openErased) {
     object = nullptr;
     const bool isMode = mode == KzDb::OpenMode::forRead || mode == KzDb::OpenMode::forNotify;
-    if (!Headless::isProvidedFor(isMode && expected != nullptr, "opening in another mode or of no class")) {
+    if (!Headless::checkUsage(isMode && expected != nullptr, "opening in another mode or of no class")) {
         return Orvo::notProvidedFor;
     }
     if (Headless::shouldFail(Headless::HostCall::openObject)) return Headless::faultStatus();
@@ -125,7 +125,7 @@ Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb:
     if (found->isErased() && !openErased) return Orvo::wasErased;
     if (!Headless::classOf(found->kind())->isDerivedFrom(expected)) return Orvo::wrongClass;
     const Orvo::ErrorStatus status = found->open(mode);
-    if (status == Orvo::ok) object = found->face();
+    if (status == Orvo::ok) object = found->hostObject();
     return status;
 }
 

@@ -85,12 +85,12 @@ public:
     void setErased(bool isErased) { isErased_ = isErased; }
 
     /// The same object as modules see it.
-    [[nodiscard]] KzDbObject* face();
+    [[nodiscard]] KzDbObject* hostObject();
 
     // ---- openings
     /// An object whose reactors are being told counts as open for read.
     [[nodiscard]] bool isOpen() const {
-        return isWriting_ || readers_ != 0 || notifiers_ != 0 || tellings_ != 0;
+        return isWriting_ || readers_ != 0 || notifiers_ != 0 || activeNotifications_ != 0;
     }
     [[nodiscard]] std::size_t openCount() const {
         return std::size_t{readers_} + notifiers_ + (isWriting_ ? 1 : 0);
@@ -114,7 +114,7 @@ public:
     [[nodiscard]] static std::size_t heldCount() { return held; }
 
     /// Makes the id invalid and deletes the object as soon as it is not open.
-    void leaveMemory();
+    void destroy();
 
     // ---- reactors
     void addReactor(KzDbObjectReactor* reactor) {
@@ -130,17 +130,17 @@ public:
         reactors_.removeIf(isUnwanted);
     }
 
-    void tellAboutToChange();
-    void tellClosed();
+    void notifyAboutToChange();
+    void notifyClosed();
     /// Calls `call(reactor)` for each reactor, to tell it of a notification of that name.
     template <class Call>
-    void tell(const char* notification, Call call) {
+    void notify(const char* notification, Call call) {
         const TraceScope trace([&] { return notificationEvent(notification); });
         if (reactors_.size() == 0) return;
         const ModuleCall guard;
-        ++tellings_;
+        ++activeNotifications_;
         reactors_.callEach(call);
-        --tellings_;
+        --activeNotifications_;
     }
 
 protected:
@@ -157,7 +157,7 @@ private:
     }
 
     [[nodiscard]] bool mayChangeReactors(const KzDbObjectReactor* reactor, const char* call) const {
-        return isProvidedFor(reactor != nullptr && (notifiers_ != 0 || tellings_ != 0), call);
+        return checkUsage(reactor != nullptr && (notifiers_ != 0 || activeNotifications_ != 0), call);
     }
 
     static inline std::size_t held = 0;
@@ -168,7 +168,7 @@ private:
     Zelvane::CallList<KzDbObjectReactor*> reactors_;
     std::uint16_t readers_ = 0;
     std::uint16_t notifiers_ = 0;
-    std::uint16_t tellings_ = 0;
+    std::uint16_t activeNotifications_ = 0;
     Kind kind_;
     bool isErased_ : 1 = false;
     bool isWriting_ : 1 = false;

@@ -40,7 +40,7 @@ void Record::addRepresentation(Record& representation) {
 }
 
 KzDbDatabase* Record::xrefDatabase(bool flag) const {
-    if (!isProvidedFor(!flag, "xrefDatabase with true")) return nullptr;
+    if (!checkUsage(!flag, "xrefDatabase with true")) return nullptr;
     return shouldFail(HostCall::attachedDrawing) ? nullptr : origin_.attachedDrawing;
 }
 
@@ -52,7 +52,7 @@ Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
 }
 
 Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool first, bool second) const {
-    if (!isProvidedFor(first && second, "getBlockReferenceIds with a false")) return Orvo::notProvidedFor;
+    if (!checkUsage(first && second, "getBlockReferenceIds with a false")) return Orvo::notProvidedFor;
     return appendReferences(false, ids);
 }
 

@@ -19,8 +19,8 @@ public:
     [[nodiscard]] bool done() const override { return position_.isAtEnd(); }
     [[nodiscard]] KzDbObjectId objectId() const override { return position_.id(); }
     void step(bool first, bool second) override {
-        const bool isRight = isProvidedFor(!first && second,
-                                           "step of an attribute iterator with other flags than false, true");
+        const bool isRight =
+            checkUsage(!first && second, "step of an attribute iterator with other flags than false, true");
         isRight ? position_.toNext() : position_.toEnd();
     }
 
@@ -53,7 +53,7 @@ Orvo::ErrorStatus KzDbEvalGraph::getGraph(const KzDbObject* object, const char16
     graph = nullptr;
     const bool isRight =
         object != nullptr && key != nullptr && enhancedBlockKey == key && mode == KzDb::OpenMode::forRead;
-    if (!isProvidedFor(isRight, "getGraph with another key or mode")) return Orvo::notProvidedFor;
+    if (!checkUsage(isRight, "getGraph with another key or mode")) return Orvo::notProvidedFor;
     if (shouldFail(HostCall::evaluationGraph)) return faultStatus();
     // The graph counts as opened by this, and is closed by the caller like any other object.
     const auto* const record = findAs<Record>(object->objectId());

@@ -22,7 +22,7 @@ public:
     }
 
     [[nodiscard]] KzDbObjectId originalBlockTableRecord(const KzDbBlockReference* reference) const override {
-        if (!isProvidedFor(reference != nullptr, "originalBlockTableRecord of null")) return {};
+        if (!checkUsage(reference != nullptr, "originalBlockTableRecord of null")) return {};
         if (shouldFail(HostCall::originalBlock)) return {};
         // Every reference that a module can have comes from this host.
         const auto& own = static_cast<const Reference&>(*reference);

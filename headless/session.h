@@ -77,7 +77,7 @@ struct Pumped {
 HEADLESS_API Pumped pump();
 
 /// Shows a message of another queue, a real window's for example, to the filters. Whether one took it.
-HEADLESS_API bool showToFilters(const KzPlatform::Message& message);
+HEADLESS_API bool callFilters(const KzPlatform::Message& message);
 
 /// What a script calls one turn of the message loop: "#idle" is reported for the current document, then
 /// `pump`.
