@@ -52,7 +52,7 @@ HWND makeWindow() {
 /// The host's message loop, as far as messages are waiting.
 void runLoop() {
     for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0;) {
-        if (!showToFilters(std::bit_cast<KzPlatform::Message>(message))) DispatchMessageW(&message);
+        if (!callFilters(std::bit_cast<KzPlatform::Message>(message))) DispatchMessageW(&message);
     }
 }
 
@@ -126,7 +126,7 @@ TEST_F(HostProcess, WaitsWhileInputIsWaiting) {
     keybd_event('A', 0, KEYEVENTF_KEYUP, 0);
     ASSERT_NE(GetInputState(), 0);
     for (MSG message; PeekMessageW(&message, nullptr, idleCheck, idleCheck, PM_REMOVE) != 0;)
-        EXPECT_TRUE(showToFilters(std::bit_cast<KzPlatform::Message>(message)));
+        EXPECT_TRUE(callFilters(std::bit_cast<KzPlatform::Message>(message)));
     EXPECT_EQ(called, 0);
     runLoop();
     EXPECT_EQ(callsAtRest(), 1);
