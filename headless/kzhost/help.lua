@@ -52,7 +52,7 @@ local function read()
     if entry then
       entry.text, comment = gsub(comment, "[^\n]+", inWords), ""
       entries[#entries + 1] = entry
-    elseif match(line, "^%-%-%-") then
+    elseif line ~= "---@meta" and match(line, "^%-%-%-") then
       comment = comment .. match(line, "^%-%-%-(.*)") .. "\n"
     end
   end
