@@ -91,8 +91,8 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     storeEnabled(enable);
     const Orvo::ErrorStatus status = enable ? registrations_.registerAll(recordIds_, containers_)
                                             : registrations_.unregisterAll(recordIds_, containers_);
-    if (mayMissNotifications()) markStale();
-    if (!areRecordsRegistered() && owner_ != nullptr) {
+    if (mayMissNotifications() && owner_ != nullptr) {
+        markStale();
         owner_->updateState().raiseLevel(KzDxScanLevel::referenceLists);
     }
     return status;
@@ -100,9 +100,10 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
 
 /// Whether edits can change what is stored without a notification. Such a node is read by every update.
 bool KzDxBlock::mayMissNotifications() const {
-    if (owner_ != nullptr && owner_->isEnabled() && !isEnabled()) return true;
-    return registrations_.hasPending() || (isEnabled() && !registrations_.allReferencesRegistered()) ||
-           containers_.hasUnplaced();
+    const bool isEverythingRegistered =
+        isEnabled() ? areRecordsRegistered() && registrations_.allReferencesRegistered()
+                    : owner_ == nullptr || !owner_->isEnabled();
+    return !isEverythingRegistered || registrations_.hasPending() || containers_.hasUnplaced();
 }
 
 void KzDxBlock::copied(const KzDbObject* object, const KzDbObject*) {

@@ -102,11 +102,6 @@ public:
     [[nodiscard]] KzDxReadLevel readLevel() const { return readLevel_; }
     [[nodiscard]] bool isStale() const { return hasMark(KzDxNodeMark::stale); }
 
-    /// Whether each record of the node is registered with.
-    [[nodiscard]] bool areRecordsRegistered() const {
-        return registrations_.registeredRecords() == recordIds_.length();
-    }
-
     /// Whether some record of the block table led to the node in the last scan.
     [[nodiscard]] bool isReached() const { return isReached_; }
     void setReached(bool value) { isReached_ = value; }
@@ -126,6 +121,9 @@ private:
     [[nodiscard]] bool tryUnregister() noexcept override;
     void objectEdited(const KzDbObject* object);
     void markStale() noexcept;
+    [[nodiscard]] bool areRecordsRegistered() const {
+        return registrations_.registeredRecords() == recordIds_.length();
+    }
     [[nodiscard]] bool mayMissNotifications() const;
 
     // Reading (block_node_reading.cpp).

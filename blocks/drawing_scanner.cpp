@@ -141,12 +141,13 @@ KzDxBlock* KzDxDrawingScanner::knownNode(KzDbObjectId id) {
 /// Marks the nodes that records lead to. Any other node stays stale if it is, until a record leads to it
 /// again.
 void KzDxDrawingScanner::markReached() {
-    isReachNew_ = true;
+    hasNodes_ = true;
     layoutIds_.clear();
     for (const auto& node : graph_.nodes()) node->setReached(false);
     for (const Record& record : records_) {
         if (record.isLayout) layoutIds_.append(record.id);
         if (record.node != nullptr) record.node->setReached(true);
+        if (record.node == nullptr) hasNodes_ = false;
     }
 }
 
@@ -184,13 +185,7 @@ void KzDxDrawingScanner::settle() {
     KzDxUpdateState& state = graph_.updateState();
     const bool isAllRead =
         std::ranges::none_of(state.stale(), [](const KzDxBlock* node) { return node->isReached(); });
-    if (std::exchange(isReachNew_, false)) {
-        areRecordsRegistered_ = std::ranges::all_of(records_, [](const Record& record) {
-            return record.node != nullptr && record.node->areRecordsRegistered();
-        });
-    } // else as before: a node that is switched raises the level, and the next scan visits all records
-    const bool isSettled = areRecordsRegistered_ && isAllRead;
-    state.settle(isSettled ? KzDxScanLevel::staleNodes : KzDxScanLevel::referenceLists);
+    state.settle(hasNodes_ && isAllRead ? KzDxScanLevel::staleNodes : KzDxScanLevel::referenceLists);
 }
 
 void KzDxDrawingScanner::clear() {

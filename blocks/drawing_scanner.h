@@ -79,7 +79,6 @@ private:
     std::vector<Record> records_; ///< of the last scan, in table order
     std::size_t hint_ = 0;        ///< where `knownNode` looks first in `records_`
     KzDbObjectIdArray layoutIds_;
-    KzDbObjectIdArray reported_;        ///< storage of `isListUnchanged`
-    bool areRecordsRegistered_ = false; ///< whether each record in the table notifies the node it leads to
-    bool isReachNew_ = false;           ///< whether that has to be found out again
+    KzDbObjectIdArray reported_; ///< storage of `isListUnchanged`
+    bool hasNodes_ = false;      ///< whether each record of the table leads to a node
 };

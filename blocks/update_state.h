@@ -42,7 +42,7 @@ enum class KzDxScanLevel : std::uint8_t {
 /// |   for a drawing in which references are       |                           |                           |
 /// | - a node that may miss notifications, or does | everything, again         | `referenceLists`          |
 /// |   not answer                                  |                           |                           |
-/// | - a record in the table that notifies no node |                           | `referenceLists`          |
+/// | - a record in the table without a node        |                           | `referenceLists`          |
 /// | a scan is interrupted                         |                           | `referenceLists`          |
 ///
 /// An attribute is the only object whose edit cannot change which references a record reports. All others
