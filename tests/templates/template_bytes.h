@@ -60,6 +60,17 @@ inline TemplateBytes variedBytes() {
     return all.u16(0x8004).u8(0xFF).u16(0xFFFE).u8(0xFF).u16(1).units(u"D").u32(0).u32(0xFFFFFFFF);
 }
 
+/// Numbers in longer forms than needed: the lengths of five names, the count and a tag.
+inline TemplateBytes longestBytes() {
+    TemplateBytes all;
+    all.u32(~0U).u16(0xFFFF).u32(~0U).u64(5).classDefinition();
+    all.u8(0xFF).u16(0xFFFE).u8(0xFF).u16(0xFFFF).u32(~0U).u64(1).units(u"A").u32(1).u32(0);
+    all.u16(0x7FFF).u32(0x80000001).u8(0xFF).u16(0xFFFF).u32(~0U).u64(1).plain("B").u32(1).u32(0);
+    all.u16(0x8001).u8(0xFF).u16(0xFFFE).u8(0xFF).u16(0xFFFF).u32(1).units(u"C").u32(1).u32(0);
+    all.u16(0x8001).u8(0xFF).u16(0xFFFF).u32(1).plain("D").u32(1).u32(0);
+    return all.u16(0x8001).u8(0xFF).u16(1).plain("E").u32(1).u32(0);
+}
+
 inline std::vector<std::byte> written(const CEattMain& eattMain) {
     KzDxArchiveWriter writer;
     kzdxWriteTemplate(eattMain, writer);
@@ -75,8 +86,10 @@ inline std::string shown(std::u16string_view name) {
     return result;
 }
 
+enum class AttributeOrder { ofTheTable, ofTheNames };
+
 /// A template in one line: `1: DOOR=1(NOTE=0 TAG=1) WIN=0()`; an object again: `^` and its first position.
-inline std::string shown(const CEattMain& eattMain) {
+inline std::string shown(const CEattMain& eattMain, AttributeOrder order = AttributeOrder::ofTheTable) {
     std::string result = std::to_string(eattMain.headerValue) + ':';
     const auto& blocks = eattMain.blocks;
     for (auto at = blocks.begin(); at != blocks.end(); ++at) {
@@ -85,12 +98,14 @@ inline std::string shown(const CEattMain& eattMain) {
             result += " ^" + std::to_string(first - blocks.begin());
             continue;
         }
+        const KzDxAttributeTable& table = (*at)->attributes;
+        std::vector<std::string> attributes;
+        for (std::size_t i = 0; i < table.size(); ++i)
+            attributes.push_back(shown(table.name(i)) + '=' + std::to_string(table.entry(i).flag));
+        if (order == AttributeOrder::ofTheNames) std::ranges::sort(attributes);
         result += ' ' + shown((*at)->blockName) + '=' + std::to_string((*at)->blockFlag) + '(';
-        const auto& attributes = (*at)->attributes;
-        for (std::size_t i = 0; i < attributes.size(); ++i) {
-            result += (i == 0 ? "" : " ") + shown(attributes.name(i)) + '=' +
-                      std::to_string(attributes.entry(i).flag);
-        }
+        for (const std::string& attribute : attributes)
+            result += (&attribute == attributes.data() ? "" : " ") + attribute;
         result += ')';
     }
     return result;
