@@ -1,5 +1,5 @@
-// Guards what others know by place or number instead of by name: the slots of virtual operations, the order
-// of bases, the layout of arrays and the numbers of statuses.
+// Guards what others know by place or number instead of by name: the order of bases, the layout of arrays
+// and the numbers of statuses. The slots of virtual operations: slots/slots_test.py.
 
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
@@ -10,85 +10,9 @@
 #include "timers/external_client_timer_reactor.h"
 #include "timers/timer.h"
 
-#include <bit>
 #include <cstring>
-#include <numeric>
 
 namespace {
-
-/// The slot of a virtual operation: both of our compilers keep its offset in the table, plus one, in the
-/// first word of the member pointer. The destructor takes the slots 0 and 1.
-template <class Operation>
-std::size_t slotOf(Operation operation) {
-    struct Words {
-        std::uintptr_t first;
-        std::uintptr_t second;
-    };
-    return (std::bit_cast<Words>(operation).first - 1) / sizeof(void*);
-}
-
-/// Expects the operations in a row.
-template <class... Operation>
-void expectSlots(const char* name, std::size_t first, Operation... operations) {
-    std::vector<std::size_t> expected(sizeof...(operations));
-    std::iota(expected.begin(), expected.end(), first);
-    EXPECT_EQ((std::vector<std::size_t>{slotOf(operations)...}), expected) << name;
-}
-
-// Where the operations of a class begin that come after those of its base.
-constexpr std::size_t afterRoot = 8;           // KzRxObject
-constexpr std::size_t afterObjectReactor = 20; // KzDbObjectReactor
-constexpr std::size_t afterManagerReactor = afterRoot + 13;
-constexpr std::size_t afterEnableBase = 4;
-constexpr std::size_t afterNotifierBase = 6;
-
-TEST(Slots, OfWhatTheHostCalls) {
-    using Root = KzRxObject;
-    expectSlots("KzRxObject", 2, &Root::isA, &Root::clone, &Root::copyFrom, &Root::isEqualTo,
-                &Root::comparedTo, &Root::subQueryX);
-    using Object = KzDbObjectReactor;
-    expectSlots("KzDbObjectReactor", afterRoot, &Object::cancelled, &Object::copied, &Object::erased,
-                &Object::goodbye, &Object::aboutToChange, &Object::modified, &Object::subObjModified,
-                &Object::modifyUndone, &Object::modifiedXData, &Object::unappended, &Object::reappended,
-                &Object::objectClosed);
-    using Manager = KzApDocManagerReactor;
-    expectSlots(
-        "KzApDocManagerReactor", afterRoot, &Manager::documentCreateStarted, &Manager::onDocumentAdded,
-        &Manager::onDocumentRemoving, &Manager::documentDestroyed, &Manager::onDocumentDiscarded,
-        &Manager::documentLockModeWillChange, &Manager::documentLockModeChangeVetoed,
-        &Manager::documentLockModeChanged, &Manager::documentBecameCurrent, &Manager::documentToBeActivated,
-        &Manager::documentToBeDeactivated, &Manager::documentActivationModified, &Manager::documentActivated);
-}
-
-TEST(Slots, OfWhatTheModuleOffers) {
-    using Enable = KzDxEnableBase;
-    expectSlots("KzDxEnableBase", 2, &Enable::isEnabled, &Enable::setEnabled);
-    using Notifier = KzDxNotifierBase<KzDxTimerReactor*>;
-    expectSlots("KzDxNotifierBase", afterEnableBase, &Notifier::attach, &Notifier::detach);
-    using Timer = KzDxTimer;
-    expectSlots("KzDxTimer", afterNotifierBase, &Timer::fire, &Timer::restart, &Timer::isRepeating,
-                &Timer::setRepeating, &Timer::checkElapsed, &Timer::interval, &Timer::setInterval);
-    expectSlots("KzDxTimerReactor", 0, &KzDxTimerReactor::timerElapsed);
-    using Document = KzDxDocument;
-    expectSlots("KzDxDocument", afterEnableBase, &Document::blocks, &Document::timerAttach,
-                &Document::database);
-    using Data = AppDataT<KzDxDocument>;
-    expectSlots("AppDataT", afterManagerReactor, &Data::docData, &Data::removeDocData, &Data::isAttached,
-                &Data::setAttached, &Data::autoCreate, &Data::setAutoCreate, &Data::createAll,
-                &Data::deleteAll, &Data::purge);
-    using Graph = KzDxBlocks;
-    expectSlots("KzDxBlocks", afterObjectReactor, &Graph::reset, &Graph::database, &Graph::countReferences,
-                &Graph::countReferencesIn, &Graph::countReferencesInLayouts, &Graph::collectNestedBlocks,
-                &Graph::getNestedBlocks, &Graph::scanBlockTable, &Graph::notifyClients,
-                &Graph::propagateChanges, &Graph::update, &Graph::needsScan, &Graph::setNeedsScan,
-                &Graph::hasChanges, &Graph::setHasChanges, &Graph::addClient, &Graph::removeClient,
-                &Graph::getClients, &Graph::xrefBlockOf, &Graph::addBlockAlias, &Graph::init,
-                &Graph::addBlock);
-    using Node = KzDxBlock;
-    expectSlots("KzDxBlock", afterObjectReactor, &Node::evaluate, &Node::refresh, &Node::containers,
-                &Node::needsScan, &Node::setNeedsScan, &Node::hasChanges, &Node::setHasChanges,
-                &Node::clients, &Node::addClient, &Node::removeClient);
-}
 
 /// Where the base subobject of class Base lies in an object of class T.
 template <class Base, class T>
@@ -103,7 +27,7 @@ protected:
     KzDxDocument* record = KzDxApplication::instance()->docData(document, true);
 };
 
-TEST_F(Interface, TheBasesLieInTheirOrder) {
+TEST_F(Interface, BasesInTheirOrder) {
     KzDxApplication* const application = KzDxApplication::instance();
     EXPECT_EQ(offsetOf<AppDataT<KzDxDocument>>(application), 0U);
     EXPECT_GT(offsetOf<KzDxEnableBase>(application), 0U);
@@ -124,7 +48,7 @@ std::array<std::int32_t, 3> lengthsOf(const KzArray<T>& array) {
     return lengths;
 }
 
-TEST(Array, GrowsByItsLengthThenByTheLargeStepOrTheGrowLength) {
+TEST(Array, GrowsByLengthThenByTheStep) {
     struct Growth {
         std::int32_t growLength;
         std::vector<std::int32_t> physicalLengths; // one after the other, beginning with an empty array
