@@ -89,7 +89,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string complaint = UnrulyClients::run(actionsIn(data, size));
+    const std::string complaint = runUnrulyClients(actionsIn(data, size));
     if (complaint.empty()) return 0;
     std::fprintf(stderr, "%s\n", complaint.c_str());
     std::abort();

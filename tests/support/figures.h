@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <iostream>
 
-/// Prints how much a test has tried, for whoever runs it by hand: docs/reliability.md quotes these lines.
+/// Prints how much a test has tried, as quoted by docs/reliability.md.
 inline void printFigure(const char* what, std::size_t count) {
     std::cout << "[   figure ] " << what << ": " << count << '\n';
 }

@@ -6,9 +6,14 @@
 #include "tests/support/graph_checks.h"
 #include "tests/support/leftovers.h"
 #include "tests/support/pick.h"
+#include "tests/support/random_drawing.h"
+#include "tests/support/test_clients.h"
 
 #include <algorithm>
-#include <initializer_list>
+#include <memory>
+#include <set>
+#include <utility>
+#include <vector>
 
 extern "C" std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) noexcept;
 
@@ -38,274 +43,309 @@ bool isHostListing() {
            std::unique_ptr<KzApDocumentIterator>(manager->newDocumentIterator()) != nullptr;
 }
 
-} // namespace
+/// One run of a list of actions. They are done one after the other from outside, as a user, the host and
+/// other modules would; and each callback that the module calls does the next ones of the same list from
+/// inside. So they nest at random depths, and end with the list.
+class UnrulyClients {
+public:
+    using Action = UnrulyAction;
 
-// ---- whose turn it is
-
-std::string UnrulyClients::run(std::span<const Action> actions) {
-    return UnrulyClients(actions).runAll();
-}
-
-UnrulyClients::UnrulyClients(std::span<const Action> actions) : left_(actions) {
-    for (std::size_t client = 0; client < TestClients::count; ++client) {
-        clients_.onCall[client] = [this, client] { answerCall(client); };
+    explicit UnrulyClients(std::span<const Action> actions) : actions_(actions), left_(actions) {
+        for (std::size_t client = 0; client < TestClients::count; ++client) {
+            clients_.onCall[client] = [this, client] { answerCall(client); };
+        }
     }
-}
 
-std::string UnrulyClients::runAll() {
-    Headless::reset();
-    Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage);
-    kzDocManagerPtr()->addReactor(&neighbour_);
-    openDrawing({});
-    while (!left_.empty() && complaint_.empty()) {
+    [[nodiscard]] std::string run() {
+        Headless::reset();
+        Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage);
+        kzDocManagerPtr()->addReactor(&neighbour_);
+        openDrawing({});
+        while (!left_.empty() && complaint_.empty()) {
+            actOnce();
+            std::erase_if(drawings_, [](const auto& drawing) { return !isAnyOpen(drawing); });
+        }
+        const std::size_t tried = actions_.size() - left_.size();
+        finish();
+        return complaint_.empty() ? "" : complaint_ + "after " + std::to_string(tried) + " actions";
+    }
+
+private:
+    void actOnce() {
+        if (left_.empty()) return;
+        const Action action = left_.front();
+        left_ = left_.subspan(1);
+        ++unrulyFigures.actions;
+        if (depth_ != 0) ++unrulyFigures.inCallbacks;
+        // Every other action is an edit.
+        if (action.kind % 2 == 0) return editDrawing(action);
+        (this->*pick(otherActions(), static_cast<std::uint8_t>(action.kind / 2)))(action);
+    }
+
+    using Member = void (UnrulyClients::*)(const Action&);
+    /// The actions other than edits, as often as they shall occur.
+    static const std::vector<Member>& otherActions() {
+        using Self = UnrulyClients;
+        static const std::vector<Member> all = [] {
+            const std::initializer_list<std::pair<std::size_t, Member>> occurrences{
+                {2, &Self::attachTimer},    {1, &Self::detachTimer},  {3, &Self::attachMonitor},
+                {1, &Self::detachMonitor},  {3, &Self::updateGraph},  {1, &Self::askForTables},
+                {1, &Self::readNoTemplate}, {1, &Self::openDrawing},  {1, &Self::openWithoutDrawing},
+                {1, &Self::closeDocument},  {1, &Self::makeCurrent},  {1, &Self::pump},
+                {4, &Self::rest},           {1, &Self::passTime},     {2, &Self::runCommand},
+                {1, &Self::reportLockMode}, {1, &Self::postAnything}, {2, &Self::disturb},
+                {3, &Self::load},           {1, &Self::unload}};
+            std::vector<Member> list;
+            for (const auto& [count, action] : occurrences) list.insert(list.end(), count, action);
+            return list;
+        }();
+        return all;
+    }
+
+    void answerCall(std::size_t client) {
+        ++unrulyFigures.callbacks;
+        const bool isOurs = std::ranges::any_of(attached_, [client](const auto& attachment) {
+            return attachment.second == TestClients::client(client) && Headless::isOpen(attachment.first);
+        });
+        if (!isOurs)
+            complaint_ = "client " + std::to_string(client) + " was called, which no open document has; ";
+        answer(1 + client % 3);
+    }
+
+    void answer(std::size_t count) {
+        if (depth_ == deepestNesting) return;
+        ++depth_;
+        while (count-- > 0) actOnce();
+        --depth_;
+    }
+
+    void finish() {
+        left_ = {};
+        for (const auto& drawing : drawings_) drawing->letGo();
+        unloadModule();
+        // Now the module can remove what the host refused to remove, also if it was unloaded by then.
+        refuseNothing();
+        unloadModule();
+        kzDocManagerPtr()->removeReactor(&neighbour_);
+        if (const std::string leftovers = leftoversInHost(); !leftovers.empty()) {
+            complaint_ += "left in the host: " + leftovers;
+        }
+        Headless::reset();
+    }
+
+    void unloadModule() {
+        Headless::sendMessage(kzrxEntryPoint, KzRx::unloadMessage);
+        attached_.clear();
+    }
+
+    // ---- what an action names
+
+    /// Any document, closed ones too unless the host does not tell which they are.
+    KzApDocument* anyDocument(std::uint8_t byte) const {
+        if (byte == 0) return nullptr;
+        // Where there is most to do, half of the time.
+        std::vector<KzApDocument*> known;
+        if (byte % 2 == 0) known = opened_;
+        for (const auto& drawing : drawings_) known.push_back(drawing->document);
+        if (!isHostListing())
+            std::erase_if(known, [](KzApDocument* document) { return !Headless::isOpen(document); });
+        return pick(known, byte / 2);
+    }
+
+    static KzDxClientCallback anyClient(std::uint8_t byte) {
+        return byte == 0 ? nullptr : TestClients::client(byte % TestClients::count);
+    }
+
+    /// Records of the document mostly; among them null, a made-up id, records of other documents, and an id
+    /// of whatever object there is or was.
+    static KzDbObjectIdArray anyIds(const KzApDocument* document, std::uint8_t count, std::uint8_t first) {
+        std::vector<KzDbObjectId> known = Headless::records(document);
+        known.insert(known.end(), {KzDbObjectId(), KzDbObjectId(~std::uint64_t{0}), KzDbObjectId(first)});
+        for (const KzApDocument* const each : Headless::documents())
+            known.push_back(Headless::modelSpace(each));
+        KzDbObjectIdArray ids;
+        for (int number = 0; number < count % 8; ++number) {
+            ids.append(pick(known, static_cast<std::uint8_t>(first + 5 * number)));
+        }
+        return ids;
+    }
+
+    // ---- the actions
+
+    void editDrawing(const Action& action) {
+        if (drawings_.empty()) return;
+        RandomDrawing& drawing = *drawings_[action.kind / 2 % 4 % drawings_.size()];
+        // Six bits say which edit, two which drawing.
+        const auto kind = static_cast<std::uint8_t>(action.kind / 8);
+        drawing.apply({.kind = kind, .first = action.a, .second = action.b, .how = action.c});
+    }
+
+    void attachTimer(const Action& action) {
+        static const std::vector<std::uint32_t> intervals{0, 0, 0, 10, 10, 1000, 1000, 0x8000'0000};
+        KzApDocument* const document = anyDocument(action.a);
+        const KzDxClientCallback client = anyClient(action.b);
+        if (kzdxDocTimerAttach(document, client, pick(intervals, action.c), 1) == 1)
+            attached_.emplace(document, client);
+    }
+
+    void detachTimer(const Action& action) {
+        kzdxDocTimerAttach(anyDocument(action.a), anyClient(action.b), action.c, 0);
+    }
+
+    void attachMonitor(const Action& action) {
+        KzApDocument* const document = anyDocument(action.a);
+        const KzDbObjectIdArray ids = anyIds(document, static_cast<std::uint8_t>(action.c / 32), action.c);
+        const KzDxClientCallback client = anyClient(action.b);
+        if (kzdxBlockReferenceMonitorAttach(document, action.c == 0 ? nullptr : &ids, client) == 1)
+            attached_.emplace(document, client);
+    }
+
+    void detachMonitor(const Action& action) {
+        KzApDocument* const document = anyDocument(action.a);
+        kzdxBlockReferenceMonitorDetach(document, anyClient(action.b));
+    }
+
+    void updateGraph(const Action& action) {
+        KzApDocument* const document = anyDocument(action.a);
+        kzdxUpdateBlockGraph(document, action.b % 2 == 0, action.c % 2 == 0);
+    }
+
+    void askForTables(const Action& action) {
+        KzDbObjectIdArray ids = anyIds(nullptr, action.c, 0);
+        kzdxGetBlockRecordIdsOfKzDbTables(anyDocument(action.a), action.c == 0 ? nullptr : &ids);
+        kzdxGetKzDbTableIds(anyDocument(action.b), &ids);
+    }
+
+    void readNoTemplate(const Action& action) {
+        std::vector<std::u16string> blocks{u"old"};
+        std::vector<std::u16string> attributes{u"old"};
+        kzdxReadLegacyBlkTemplate(action.a % 2 == 0 ? u"" : u"/nowhere/no.blk", blocks, attributes);
+        if (!blocks.empty() || !attributes.empty()) complaint_ = "a missing template has names; ";
+    }
+
+    void openDrawing(const Action& action) {
+        if (std::ranges::count_if(drawings_, isAnyOpen) >= static_cast<std::ptrdiff_t>(mostDrawings)) return;
+        drawings_.push_back(std::make_unique<RandomDrawing>(action.a));
+    }
+
+    void openWithoutDrawing(const Action& action) {
+        if (action.a % 4 == 0) Headless::openDocument(u"without", false);
+    }
+
+    void closeDocument(const Action& action) {
+        if (action.b % 2 == 0) return; // there should be something left to do
+        Headless::closeDocument(anyDocument(action.a));
+    }
+
+    void makeCurrent(const Action& action) { Headless::makeCurrent(anyDocument(action.a)); }
+
+    void pump(const Action&) { Headless::pump(); }
+
+    void rest(const Action& action) {
+        if (action.a % 2 == 0) Headless::makeCurrent(anyDocument(action.b));
+        if (action.a / 2 % 4 != 0) calmDown();
+        Headless::advance(std::uint32_t{action.c} * 8);
+        Headless::idle();
+    }
+
+    void passTime(const Action& action) {
+        if (action.a % 2 == 0) return Headless::advance(std::uint32_t{action.b} * action.c);
+        Headless::setTicks(0xFFFF'FFFF - action.b); // the count is about to wrap around
+    }
+
+    void runCommand(const Action&) {
+        KzApDocument* const document = Headless::beginCommand(u"EDIT");
         actOnce();
-        std::erase_if(drawings_, [](const auto& drawing) { return !isAnyOpen(drawing); });
+        actOnce();
+        Headless::endCommand(document, u"EDIT");
+        Headless::pump();
     }
-    finish();
-    return complaint_;
-}
 
-void UnrulyClients::actOnce() {
-    if (left_.empty()) return;
-    const Action action = left_.front();
-    left_ = left_.subspan(1);
-    ++figures.actions;
-    if (depth_ != 0) ++figures.inCallbacks;
-    // Every other action is an edit.
-    if (action.kind % 2 == 0) return editDrawing(action);
-    (this->*pick(deeds, static_cast<std::uint8_t>(action.kind / 2)))(action);
-}
-
-void UnrulyClients::answerCall(std::size_t client) {
-    ++figures.callbacks;
-    const bool isOurs = std::ranges::any_of(attached_, [client](const auto& attachment) {
-        return attachment.second == TestClients::client(client) && Headless::isOpen(attachment.first);
-    });
-    if (!isOurs) complaint_ = "a client was called that no open document has";
-    answer(1 + client % 3);
-}
-
-void UnrulyClients::answer(std::size_t count) {
-    if (depth_ == deepestNesting) return;
-    ++depth_;
-    while (count-- > 0) actOnce();
-    --depth_;
-}
-
-void UnrulyClients::finish() {
-    left_ = {};
-    for (const auto& drawing : drawings_) drawing->letGo();
-    unloadModule();
-    // What the host refused before is left now, also when the module was unloaded by then.
-    refuseNothing();
-    unloadModule();
-    kzDocManagerPtr()->removeReactor(&neighbour_);
-    if (const std::string leftovers = leftoversInHost(); !leftovers.empty()) {
-        complaint_ += "left in the host: " + leftovers;
+    void reportLockMode(const Action& action) {
+        static const std::vector<const char16_t*> commands{nullptr, u"", u"#", u"EDIT", u"#EDIT"};
+        Headless::reportLockMode(anyDocument(action.a), pick(commands, action.b));
     }
-    Headless::reset();
-}
 
-void UnrulyClients::unloadModule() {
-    Headless::sendMessage(kzrxEntryPoint, KzRx::unloadMessage);
-    attached_.clear();
-}
-
-// ---- what an action names
-
-/// Any document, closed ones too unless the host does not tell which they are.
-KzApDocument* UnrulyClients::anyDocument(std::uint8_t byte) const {
-    if (byte == 0) return nullptr;
-    // Where there is most to do, half of the time.
-    std::vector<KzApDocument*> known;
-    if (byte % 2 == 0) known = opened_;
-    for (const auto& drawing : drawings_) known.push_back(drawing->document);
-    if (!isHostListing())
-        std::erase_if(known, [](KzApDocument* document) { return !Headless::isOpen(document); });
-    return pick(known, byte / 2);
-}
-
-KzDxClientCallback UnrulyClients::anyClient(std::uint8_t byte) {
-    return byte == 0 ? nullptr : TestClients::client(byte % TestClients::count);
-}
-
-/// Records of the document mostly; among them null, a made-up id, records of other documents, and an id of
-/// whatever object there is or was.
-KzDbObjectIdArray UnrulyClients::anyIds(const KzApDocument* document, std::uint8_t count,
-                                        std::uint8_t first) {
-    std::vector<KzDbObjectId> known = Headless::records(document);
-    known.insert(known.end(), {KzDbObjectId(), KzDbObjectId(~std::uint64_t{0}), KzDbObjectId(first)});
-    for (const KzApDocument* const each : Headless::documents()) known.push_back(Headless::modelSpace(each));
-    KzDbObjectIdArray ids;
-    for (int number = 0; number < count % 8; ++number) {
-        ids.append(pick(known, static_cast<std::uint8_t>(first + 5 * number)));
+    void postAnything(const Action& action) {
+        const std::vector<std::uint32_t> numbers{KzPlatform::registerWindowMessage(u"WM_KZDX_IDLE_CHECK"), 0,
+                                                 action.b};
+        // Documents that were closed too: only their addresses count.
+        const auto address = reinterpret_cast<std::uintptr_t>(pick(opened_, action.b));
+        Headless::post(pick(numbers, action.a), action.c == 0 ? action.b : address, action.c);
     }
-    return ids;
-}
 
-// ---- the actions
+    // Ends what `disturb` has begun.
+    static void calmDown() {
+        refuseNothing();
+        Headless::setInputWaiting(false);
+        Headless::documentState(Headless::currentDocument()) = {.lockMode = KzAp::DocLockMode{2}};
+    }
 
-const std::vector<UnrulyClients::Deed> UnrulyClients::deeds{
-    &UnrulyClients::attachTimer,    &UnrulyClients::attachTimer,
-    &UnrulyClients::detachTimer,    &UnrulyClients::attachMonitor,
-    &UnrulyClients::attachMonitor,  &UnrulyClients::attachMonitor,
-    &UnrulyClients::detachMonitor,  &UnrulyClients::updateGraph,
-    &UnrulyClients::updateGraph,    &UnrulyClients::updateGraph,
-    &UnrulyClients::askForTables,   &UnrulyClients::readNoTemplate,
-    &UnrulyClients::openDrawing,    &UnrulyClients::openWithoutDrawing,
-    &UnrulyClients::closeDocument,  &UnrulyClients::makeCurrent,
-    &UnrulyClients::pump,           &UnrulyClients::rest,
-    &UnrulyClients::rest,           &UnrulyClients::rest,
-    &UnrulyClients::rest,           &UnrulyClients::passTime,
-    &UnrulyClients::runCommand,     &UnrulyClients::runCommand,
-    &UnrulyClients::reportLockMode, &UnrulyClients::postAnything,
-    &UnrulyClients::disturb,        &UnrulyClients::disturb,
-    &UnrulyClients::load,           &UnrulyClients::load,
-    &UnrulyClients::load,           &UnrulyClients::unload,
+    // The host is busy, refuses something, or does no longer.
+    void disturb(const Action& action) {
+        const bool isDisturbed = action.a % 2 == 0;
+        Headless::DocumentState& state = Headless::documentState(anyDocument(action.c));
+        switch (action.b % 9) {
+        case 0:
+            Headless::setInputWaiting(isDisturbed);
+            break;
+        case 1:
+            state.isReady = !isDisturbed;
+            break;
+        case 2:
+            state.busy = isDisturbed ? 1 : 0;
+            break;
+        case 3:
+            state.lockMode = KzAp::DocLockMode{isDisturbed ? 1 : 2};
+            break;
+        case 4:
+            state.isListed = !isDisturbed;
+            break;
+        default:
+            Headless::refuse(pick(refusable, action.b), isDisturbed);
+        }
+    }
+
+    void load(const Action&) {
+        Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage); // refused when it is loaded already
+    }
+
+    void unload(const Action& action) {
+        if (action.a % 4 == 0) unloadModule();
+    }
+
+    /// Another module that is notified of documents: after Zelvane, and before it once that was loaded again.
+    class Neighbour final : public KzApDocManagerReactor {
+    public:
+        explicit Neighbour(UnrulyClients& clients) : clients_(clients) {}
+        void documentCreateStarted(KzApDocument* document) override {
+            clients_.opened_.push_back(document);
+            clients_.answer(1);
+        }
+        void onDocumentAdded(KzApDocument*) override { clients_.answer(1); }
+        void onDocumentRemoving(KzApDocument*) override { clients_.answer(1); }
+        void documentDestroyed(const char16_t*) override { clients_.answer(1); }
+        void documentBecameCurrent(KzApDocument*) override { clients_.answer(1); }
+
+    private:
+        UnrulyClients& clients_;
+    };
+
+    std::span<const Action> actions_;
+    std::span<const Action> left_;
+    std::string complaint_;
+    TestClients clients_;
+    Neighbour neighbour_{*this};
+    int depth_ = 0;
+    std::vector<std::unique_ptr<RandomDrawing>> drawings_;
+    std::vector<KzApDocument*> opened_;
+    /// What was attached where since the module was loaded, detached or not: a notification under way calls
+    /// all clients that it has collected.
+    std::set<std::pair<KzApDocument*, KzDxClientCallback>> attached_;
 };
 
-void UnrulyClients::editDrawing(const Action& action) {
-    if (drawings_.empty()) return;
-    RandomDrawing& drawing = *drawings_[action.kind / 2 % 4 % drawings_.size()];
-    // Six bits say which edit, two which drawing.
-    const auto kind = static_cast<std::uint8_t>(action.kind / 8);
-    drawing.apply({.kind = kind, .first = action.a, .second = action.b, .how = action.c});
-}
+} // namespace
 
-void UnrulyClients::attachTimer(const Action& action) {
-    static const std::vector<std::uint32_t> intervals{0, 0, 0, 10, 10, 1000, 1000, 0x8000'0000};
-    KzApDocument* const document = anyDocument(action.a);
-    const KzDxClientCallback client = anyClient(action.b);
-    if (kzdxDocTimerAttach(document, client, pick(intervals, action.c), 1) == 1)
-        attached_.emplace(document, client);
-}
-
-void UnrulyClients::detachTimer(const Action& action) {
-    kzdxDocTimerAttach(anyDocument(action.a), anyClient(action.b), action.c, 0);
-}
-
-void UnrulyClients::attachMonitor(const Action& action) {
-    KzApDocument* const document = anyDocument(action.a);
-    const KzDbObjectIdArray ids = anyIds(document, static_cast<std::uint8_t>(action.c / 32), action.c);
-    const KzDxClientCallback client = anyClient(action.b);
-    if (kzdxBlockReferenceMonitorAttach(document, action.c == 0 ? nullptr : &ids, client) == 1)
-        attached_.emplace(document, client);
-}
-
-void UnrulyClients::detachMonitor(const Action& action) {
-    KzApDocument* const document = anyDocument(action.a);
-    kzdxBlockReferenceMonitorDetach(document, anyClient(action.b));
-}
-
-void UnrulyClients::updateGraph(const Action& action) {
-    KzApDocument* const document = anyDocument(action.a);
-    kzdxUpdateBlockGraph(document, action.b % 2 == 0, action.c % 2 == 0);
-}
-
-void UnrulyClients::askForTables(const Action& action) {
-    KzDbObjectIdArray ids = anyIds(nullptr, action.c, 0);
-    kzdxGetBlockRecordIdsOfKzDbTables(anyDocument(action.a), action.c == 0 ? nullptr : &ids);
-    kzdxGetKzDbTableIds(anyDocument(action.b), &ids);
-}
-
-void UnrulyClients::readNoTemplate(const Action& action) {
-    std::vector<std::u16string> blocks{u"old"};
-    std::vector<std::u16string> attributes{u"old"};
-    kzdxReadLegacyBlkTemplate(action.a % 2 == 0 ? u"" : u"/nowhere/no.blk", blocks, attributes);
-    if (!blocks.empty() || !attributes.empty()) complaint_ = "a template that is not there has names";
-}
-
-void UnrulyClients::openDrawing(const Action& action) {
-    if (std::ranges::count_if(drawings_, isAnyOpen) >= static_cast<std::ptrdiff_t>(mostDrawings)) return;
-    drawings_.push_back(std::make_unique<RandomDrawing>(action.a));
-}
-
-void UnrulyClients::openWithoutDrawing(const Action& action) {
-    if (action.a % 4 == 0) Headless::openDocument(u"without", false);
-}
-
-void UnrulyClients::closeDocument(const Action& action) {
-    if (action.b % 2 == 0) return; // there should be something left to do
-    Headless::closeDocument(anyDocument(action.a));
-}
-
-void UnrulyClients::makeCurrent(const Action& action) {
-    Headless::makeCurrent(anyDocument(action.a));
-}
-
-void UnrulyClients::pump(const Action&) {
-    Headless::pump();
-}
-
-void UnrulyClients::rest(const Action& action) {
-    if (action.a % 2 == 0) Headless::makeCurrent(anyDocument(action.b));
-    if (action.a / 2 % 4 != 0) calmDown();
-    Headless::advance(std::uint32_t{action.c} * 8);
-    Headless::idle();
-}
-
-void UnrulyClients::passTime(const Action& action) {
-    if (action.a % 2 == 0) return Headless::advance(std::uint32_t{action.b} * action.c);
-    Headless::setTicks(0xFFFF'FFFF - action.b); // the count is about to wrap around
-}
-
-void UnrulyClients::runCommand(const Action&) {
-    KzApDocument* const document = Headless::beginCommand(u"EDIT");
-    actOnce();
-    actOnce();
-    Headless::endCommand(document, u"EDIT");
-    Headless::pump();
-}
-
-void UnrulyClients::reportLockMode(const Action& action) {
-    static const std::vector<const char16_t*> commands{nullptr, u"", u"#", u"EDIT", u"#EDIT"};
-    Headless::reportLockMode(anyDocument(action.a), pick(commands, action.b));
-}
-
-void UnrulyClients::postAnything(const Action& action) {
-    const std::vector<std::uint32_t> numbers{KzPlatform::registerWindowMessage(u"WM_KZDX_IDLE_CHECK"), 0,
-                                             action.b};
-    // Documents that were closed too: only their addresses count.
-    const auto address = reinterpret_cast<std::uintptr_t>(pick(opened_, action.b));
-    Headless::post(pick(numbers, action.a), action.c == 0 ? action.b : address, action.c);
-}
-
-// Ends what `disturb` has begun.
-void UnrulyClients::calmDown() {
-    refuseNothing();
-    Headless::setInputWaiting(false);
-    Headless::documentState(Headless::currentDocument()) = {.lockMode = KzAp::DocLockMode{2}};
-}
-
-// The host is busy, refuses something, or does no longer.
-void UnrulyClients::disturb(const Action& action) {
-    const bool isDisturbed = action.a % 2 == 0;
-    Headless::DocumentState& state = Headless::documentState(anyDocument(action.c));
-    switch (action.b % 9) {
-    case 0:
-        Headless::setInputWaiting(isDisturbed);
-        break;
-    case 1:
-        state.isReady = !isDisturbed;
-        break;
-    case 2:
-        state.busy = isDisturbed ? 1 : 0;
-        break;
-    case 3:
-        state.lockMode = KzAp::DocLockMode{isDisturbed ? 1 : 2};
-        break;
-    case 4:
-        state.isListed = !isDisturbed;
-        break;
-    default:
-        Headless::refuse(pick(refusable, action.b), isDisturbed);
-    }
-}
-
-void UnrulyClients::load(const Action&) {
-    Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage); // refused when it is loaded already
-}
-
-void UnrulyClients::unload(const Action& action) {
-    if (action.a % 4 == 0) unloadModule();
+std::string runUnrulyClients(std::span<const UnrulyAction> actions) {
+    return UnrulyClients(actions).run();
 }
