@@ -21,7 +21,7 @@ std::vector<KzDbObjectId> listed(const KzDbObjectIdArray& ids) {
     return {ids.begin(), ids.end()};
 }
 
-TEST_F(DrawingTest, EachFunctionOfTheClientHeaderLeadsToItsExport) {
+TEST_F(DrawingTest, ClientHeaderLeadsToEachExport) {
     calls = {};
     EXPECT_FALSE(KzDxExports().isAvailable());
     const std::string folder = PROBE_FOLDER;

@@ -1,5 +1,5 @@
-// Documents: what the document manager's reactors hear and may do, which document is current, and the message
-// loop between them.
+// Documents: when the document manager notifies its reactors and what those may do, which document is
+// current, and the message loop.
 
 #include "tests/headless/recorder.h"
 
@@ -11,7 +11,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Hears the document manager under a name and may do something then.
+/// Notes notifications of the document manager under a name and may act during them.
 class Listener final : public KzApDocManagerReactor {
 public:
     Listener(Log& log, std::string name) : log_(log), name_(std::move(name)) {
@@ -56,27 +56,19 @@ protected:
     }
 };
 
-TEST_F(Documents, AreOpenWhenTheyAreToldToComeAndToGo) {
-    const Listener listener(log, "1");
-    KzApDocument* const document = openDocument(u"a");
-    closeDocument(document);
-    EXPECT_THAT(heard(), ElementsAre("1 added", "1 removing", "1 destroyed a"));
-    EXPECT_FALSE(isOpen(document));
-    EXPECT_FALSE(closeDocument(document));
-}
-
-TEST_F(Documents, OneClosedByAListenerIsNotToldToTheOthers) {
+TEST_F(Documents, ClosedByListenerNotifiesNoOther) {
     Listener first(log, "1");
     const Listener second(log, "2");
     first.act = [](KzApDocument* document) { closeDocument(document); };
     KzApDocument* const document = openDocument(u"a");
-    EXPECT_FALSE(isOpen(document));
+    EXPECT_FALSE(isOpen(document) || closeDocument(document));
     EXPECT_EQ(currentDocument(), nullptr);
-    EXPECT_THAT(heard(),
-                ElementsAre("1 added", "1 removing", "2 removing", "1 destroyed a", "2 destroyed a"));
+    EXPECT_THAT(heard(), ElementsAre("1 added", "1 removing", "2 removing", "1 destroyed a", "2 destroyed a"))
+        << "open while they come and go";
+    EXPECT_NE(openDocument(u"a"), document) << "no address is used twice";
 }
 
-TEST_F(Documents, TheOneOpenedLastAmongTheOthersBecomesCurrent) {
+TEST_F(Documents, LastOpenedBecomesCurrent) {
     KzApDocument* const a = openDocument(u"a");
     KzApDocument* const b = openDocument(u"b");
     KzApDocument* const c = openDocument(u"c");
@@ -89,17 +81,7 @@ TEST_F(Documents, TheOneOpenedLastAmongTheOthersBecomesCurrent) {
     EXPECT_EQ(currentDocument(), nullptr);
 }
 
-TEST_F(Documents, AddressesComeBackNever) {
-    std::vector<KzApDocument*> seen;
-    for (int round = 0; round < 50; ++round) {
-        KzApDocument* const document = openDocument(u"a");
-        EXPECT_THAT(seen, testing::Not(testing::Contains(document)));
-        seen.push_back(document);
-        closeDocument(document);
-    }
-}
-
-TEST_F(Documents, TheIteratorPassesOverUnlistedOnesAndThoseClosedMeanwhile) {
+TEST_F(Documents, IteratorSkipsUnlistedAndClosed) {
     KzApDocument* const a = openDocument(u"a");
     KzApDocument* const b = openDocument(u"b");
     KzApDocument* const c = openDocument(u"c", false);
@@ -112,16 +94,21 @@ TEST_F(Documents, TheIteratorPassesOverUnlistedOnesAndThoseClosedMeanwhile) {
     EXPECT_EQ(iterator->document(), c);
 }
 
-TEST_F(Documents, ADrawingIsNotClosedFromInsideAnEditOfIt) {
+TEST_F(Documents, NotClosedDuringEditOrAttachment) {
     KzApDocument* const document = openDocument(u"a");
+    KzApDocument* const house = openDocument(u"house");
     Recorder onSpace(log, "space", modelSpace(document));
-    onSpace.before = [&] { return closeDocument(document) ? " closes" : " refuses"; };
+    Recorder onTable(log, "table", house->database()->blockTableId());
+    for (Recorder* const each : {&onSpace, &onTable})
+        each->before = [&] { return closeDocument(document) ? " closes" : " refuses"; };
     touch(modelSpace(document));
-    EXPECT_THAT(heard(), ElementsAre("space opened refuses", "space modified refuses", "space closed"));
+    attach(house, document, u"part");
+    EXPECT_THAT(heard(), ElementsAre("space opened refuses", "space modified refuses", "space closed",
+                                     "table opened refuses", "table modified refuses", "table closed"));
     EXPECT_TRUE(closeDocument(document));
 }
 
-TEST_F(Documents, ACommandIsActiveBetweenItsTwoReports) {
+TEST_F(Documents, CommandActiveBetweenItsReports) {
     openDocument(u"a");
     const Listener listener(log, "1");
     KzApDocument* const document = beginCommand(u"MOVE");
@@ -156,7 +143,7 @@ int seeRest(const KzPlatform::Message* message) {
     return 0;
 }
 
-TEST_F(Documents, MessagesPassTheFiltersUntilOneTakesThem) {
+TEST_F(Documents, MessagesPassFiltersUntilTaken) {
     seen.clear();
     EXPECT_EQ(kzedRegisterFilterWinMsg(takeOdd), 1);
     EXPECT_EQ(kzedRegisterFilterWinMsg(takeOdd), 1);
@@ -171,15 +158,6 @@ TEST_F(Documents, MessagesPassTheFiltersUntilOneTakesThem) {
     refuse(HostCall::removeFilter, false);
     EXPECT_EQ(kzedRemoveFilterWinMsg(takeOdd), 1);
     EXPECT_EQ(kzedRemoveFilterWinMsg(takeOdd), 0);
-}
-
-TEST_F(Documents, ListenersHearWhileTheManagerIsRefused) {
-    const Listener listener(log, "1");
-    refuse(HostCall::manager, true);
-    EXPECT_EQ(kzDocManagerPtr(), nullptr);
-    openDocument(u"a");
-    EXPECT_THAT(heard(), ElementsAre("1 added"));
-    refuse(HostCall::manager, false);
 }
 
 } // namespace

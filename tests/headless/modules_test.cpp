@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(Modules, WhatOneLeavesRegisteredIsDroppedBeforeItsLibraryIsClosed) {
+TEST_F(Modules, RegistrationsDroppedBeforeLibraryCloses) {
     const ModuleId module = loadModule(probe, "").module;
     ASSERT_NE(module, ModuleId::none);
     EXPECT_EQ(filterCount() + managerReactorCount() + reactorCountOf(document), 3U);
@@ -41,7 +41,7 @@ TEST_F(Modules, WhatOneLeavesRegisteredIsDroppedBeforeItsLibraryIsClosed) {
     EXPECT_EQ(unloadModule(module), 0) << "it is not loaded any more";
 }
 
-TEST_F(Modules, OneThatRefusesToLoadIsClosedAtOnce) {
+TEST_F(Modules, RefusingModuleIsClosedAtOnce) {
     const LoadResult loaded = loadModule(folder + "/ProbeRefusing.hmx", "");
     EXPECT_EQ(loaded.module, ModuleId::none);
     EXPECT_EQ(loaded.answer, 7);
@@ -49,7 +49,7 @@ TEST_F(Modules, OneThatRefusesToLoadIsClosedAtOnce) {
     expectNothingRegistered();
 }
 
-TEST_F(Modules, WhatIsNoModuleOfThisInterfaceIsNotAsked) {
+TEST_F(Modules, OtherLibrariesAreNotCalled) {
     for (const std::string& path : {folder + "/ProbeOfOtherVersion.hmx", std::string(HEADLESS_LIBRARY),
                                     folder + "/nothing.hmx", std::string("nothing.hmx")}) {
         const LoadResult loaded = loadModule(path, "");
@@ -59,7 +59,7 @@ TEST_F(Modules, WhatIsNoModuleOfThisInterfaceIsNotAsked) {
     expectNothingRegistered();
 }
 
-TEST_F(Modules, OneLoadedTwiceStaysUntilBothAreUnloaded) {
+TEST_F(Modules, LoadedTwiceStaysUntilUnloadedTwice) {
     const ModuleId first = loadModule(probe, "").module;
     const ModuleId second = loadModule(probe, "").module;
     unloadModule(first);
@@ -70,7 +70,7 @@ TEST_F(Modules, OneLoadedTwiceStaysUntilBothAreUnloaded) {
     expectNothingRegistered();
 }
 
-TEST_F(Modules, TheLibraryStaysUntilTheLastCallIntoItHasReturned) {
+TEST_F(Modules, LibraryStaysUntilItsCallReturns) {
     loadModule(probe, "");
     using SetCall = void (*)(void (*)());
     const auto setCall = reinterpret_cast<SetCall>(moduleExport(lastModule(), "probeSetCall"));
@@ -86,7 +86,7 @@ TEST_F(Modules, TheLibraryStaysUntilTheLastCallIntoItHasReturned) {
     callEverything();
 }
 
-TEST_F(Modules, NothingIsUnloadedWhileAnObjectIsHeldOpen) {
+TEST_F(Modules, NotUnloadedWhileObjectHeldOpen) {
     loadModule(probe, "");
     holdOpen(space);
     EXPECT_EQ(unloadModule(lastModule()), std::nullopt);

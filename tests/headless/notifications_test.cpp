@@ -1,11 +1,13 @@
-// Which notification is sent when: for each edit, which objects hear of it, in which order, before or after
-// the change.
+// Which reactors each edit notifies, in which order, before or after the change.
 
 #include "tests/headless/recorder.h"
+
+#include <deque>
 
 using namespace Headless;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 namespace {
 
@@ -15,115 +17,91 @@ protected:
     KzDbObjectId attribute = attributeOf(reference, u"A");
 };
 
-TEST_F(Notifications, AnEditIsToldBeforeAndAfterTheChangeAndAtTheClosing) {
-    Recorder onAttribute(log, "attribute", attribute);
-    Recorder onReference(log, "reference", reference);
-    onAttribute.before = [&] { return attributeText(attribute) == u"old" ? " before" : " after"; };
-    ASSERT_TRUE(setAttribute(reference, u"A", u"new"));
-    EXPECT_THAT(heard(),
-                ElementsAre("attribute opened before", "attribute modified after", "attribute closed"));
+TEST_F(Notifications, EachEditNotifiesInOrder) {
+    const KzDbObjectId old = makeBlock(document, u"*A");
+    KzApDocument* const elsewhere = openDocument(u"elsewhere");
+    for (const char16_t* name : {u"P", u"Q", u"gone"}) makeBlock(elsewhere, name);
+    erase(find(elsewhere, u"gone"));
+    std::deque<Recorder> recorders;
+    for (const auto& [name, object] :
+         {std::pair("table", document->database()->blockTableId()), std::pair("space", space),
+          std::pair("block", block), std::pair("old", old), std::pair("ref", reference),
+          std::pair("A", attribute)}) {
+        recorders.emplace_back(log, name, object);
+    }
+    const auto heardOf = [&](const auto& edit, const std::function<std::string()>& state) {
+        for (Recorder& each : recorders) each.before = [&] { return " " + state(); };
+        EXPECT_TRUE(edit());
+        return heard();
+    };
+    const auto text = [&] {
+        const std::u16string units = attributeText(attribute);
+        return std::string(units.begin(), units.end());
+    };
+    const auto count = [&] { return std::to_string(references(block).size()); };
+    const auto isErased = [&] { return std::string(reference.isErased() ? "erased" : "live"); };
+    const auto owner = [&] { return std::string(ownerOf(reference) == space ? "there" : "here"); };
+    const auto none = [] { return std::string("."); };
+    EXPECT_THAT(heardOf([&] { return setAttribute(reference, u"A", u"new"); }, text),
+                ElementsAre("A opened old", "A modified new", "A closed"));
+    EXPECT_THAT(heardOf([&] { return insert(space, block); }, count),
+                ElementsAre("space opened 1", "space modified 2", "space closed"));
+    EXPECT_THAT(heardOf([&] { return erase(reference); }, isErased),
+                ElementsAre("ref opened live", "ref erased", "ref modified erased", "ref closed"));
+    EXPECT_THAT(heardOf([&] { return erase(reference); }, isErased), IsEmpty());
+    EXPECT_THAT(heardOf([&] { return erase(reference, false); }, isErased),
+                ElementsAre("ref opened erased", "ref unerased", "ref modified live", "ref closed"));
+    EXPECT_THAT(heardOf([&] { return copy(reference, old); }, none),
+                ElementsAre("ref copied, unplaced", "old opened .", "old modified .", "old closed"));
+    EXPECT_THAT(heardOf([&] { return move(reference, old); }, owner),
+                ElementsAre("ref opened there", "space opened there", "old opened there", "ref modified here",
+                            "space modified here", "old modified here", "ref closed", "space closed",
+                            "old closed"));
+    EXPECT_THAT(heardOf([&] { return move(reference, old); }, owner), SizeIs(6)) << "one container";
+    EXPECT_THAT(heardOf([&] { return attach(document, elsewhere, u"X"); }, none), SizeIs(3 * 3))
+        << "the table, for the attached drawing and its two live blocks";
+    EXPECT_THAT(heardOf([&] { return enhance(block); }, none), SizeIs(3));
+    EXPECT_THAT(heardOf([&] { return represent(block, old); }, none),
+                ElementsAre("block opened .", "block modified .", "block closed"));
+    EXPECT_THAT(heardOf([&] { return represent(block); }, none),
+                ElementsAre("table opened .", "table modified .", "table closed", "block opened .",
+                            "block modified .", "block closed"));
+    EXPECT_EQ(recordName(records(document).back()), u"*U1");
 }
 
-TEST_F(Notifications, ANewReferenceEditsTheRecordThatTakesItAlone) {
-    Recorder onSpace(log, "space", space);
-    const Recorder onBlock(log, "block", block);
-    onSpace.before = [&] { return " " + std::to_string(references(block).size()); };
-    insert(space, block);
-    EXPECT_THAT(heard(), ElementsAre("space opened 1", "space modified 2", "space closed"));
-}
-
-TEST_F(Notifications, ErasingIsToldBetweenTheChangeAndModified) {
-    Recorder onReference(log, "reference", reference);
-    onReference.before = [&] { return reference.isErased() ? " erased" : " live"; };
-    erase(reference);
-    EXPECT_THAT(heard(), ElementsAre("reference opened live", "reference erased", "reference modified erased",
-                                     "reference closed"));
-    erase(reference);
-    EXPECT_THAT(heard(), IsEmpty()) << "erasing what is erased is no edit";
-    erase(reference, false);
-    EXPECT_THAT(heard(), ElementsAre("reference opened erased", "reference unerased",
-                                     "reference modified live", "reference closed"));
-}
-
-TEST_F(Notifications, ACopyIsToldBeforeItIsPlacedAndTakesNoReactors) {
-    const KzDbObjectId other = makeBlock(document, u"Other");
+TEST_F(Notifications, CopyTakesLiveAttributesWithoutReactors) {
     const Recorder onReference(log, "reference", reference);
     const Recorder onAttribute(log, "attribute", attribute);
-    const Recorder onOther(log, "other", other);
     erase(attributeOf(reference, u"Z"));
-    const KzDbObjectId made = copy(reference, other);
-    EXPECT_THAT(heard(),
-                ElementsAre("reference copied, unplaced", "other opened", "other modified", "other closed"));
-    EXPECT_EQ(reactorCount(made), 0U);
-    EXPECT_EQ(reactorCount(attributeOf(made, u"A")), 0U);
+    const KzDbObjectId made = copy(reference, block);
+    EXPECT_EQ(reactorCount(made) + reactorCount(attributeOf(made, u"A")), 0U);
     EXPECT_EQ(attributeText(attributeOf(made, u"A")), u"old");
-    EXPECT_TRUE(attributeOf(made, u"Z").isNull()) << "the erased attribute is not copied";
+    EXPECT_TRUE(attributeOf(made, u"Z").isNull());
     EXPECT_THAT(references(block), ElementsAre(reference, made));
 }
 
-TEST_F(Notifications, AMoveEditsTheReferenceAndBothRecordsOnceEach) {
-    const KzDbObjectId other = makeBlock(document, u"Other");
-    const Recorder onReference(log, "reference", reference);
-    const Recorder onSpace(log, "space", space);
+TEST_F(Notifications, GoodbyesInOrderOfCreation) {
+    const KzDbObjectId other = insert(space, block);
     const Recorder onOther(log, "other", other);
-    move(reference, other);
-    EXPECT_THAT(heard(), ElementsAre("reference opened", "space opened", "other opened", "reference modified",
-                                     "space modified", "other modified", "reference closed", "space closed",
-                                     "other closed"));
-    EXPECT_EQ(ownerOf(reference), other);
-    move(reference, other);
-    EXPECT_EQ(heard().size(), 6U) << "the record that it leaves and enters is one";
-}
-
-TEST_F(Notifications, EachNewRecordEditsTheBlockTableOnce) {
-    KzApDocument* const other = openDocument(u"other");
-    for (const char16_t* name : {u"P", u"Q", u"gone"}) makeBlock(other, name);
-    erase(find(other, u"gone"));
-    const Recorder onTable(log, "table", document->database()->blockTableId());
-    attach(document, other, u"X");
-    EXPECT_EQ(heard().size(), 3U * 3) << "the attached drawing and its two live blocks";
-}
-
-TEST_F(Notifications, ANewRepresentationEditsTheTableAndAnOldOneTheBlockAlone) {
-    enhance(block);
-    const KzDbObjectId old = makeBlock(document, u"*A");
-    const Recorder onTable(log, "table", document->database()->blockTableId());
-    const Recorder onBlock(log, "block", block);
-    const Recorder onOld(log, "old", old);
-    represent(block, old);
-    EXPECT_THAT(heard(), ElementsAre("block opened", "block modified", "block closed"));
-    EXPECT_EQ(recordName(represent(block)), u"*U1");
-    EXPECT_THAT(heard(), ElementsAre("table opened", "table modified", "table closed", "block opened",
-                                     "block modified", "block closed"));
-}
-
-TEST_F(Notifications, AReferenceLeavesMemoryAfterItsAttributes) {
     const Recorder onReference(log, "reference", reference);
-    const Recorder onAttribute(log, "A", attribute);
-    const Recorder onOther(log, "Z", attributeOf(reference, u"Z"));
+    const Recorder onTable(log, "table", document->database()->blockTableId());
+    const Recorder onA(log, "A", attribute);
+    const Recorder onZ(log, "Z", attributeOf(reference, u"Z"));
     goodbye(reference);
-    EXPECT_THAT(heard(), ElementsAre("A goodbye", "Z goodbye", "reference goodbye"));
+    EXPECT_THAT(heard(), ElementsAre("A goodbye", "Z goodbye", "reference goodbye")) << "attributes first";
     EXPECT_FALSE(reference.isValid() || attribute.isValid());
-    EXPECT_THAT(references(block), IsEmpty());
-}
-
-TEST_F(Notifications, ClosingLetsAllObjectsSayGoodbyeInOrderOfCreation) {
-    const Recorder onReference(log, "reference", reference);
-    const Recorder onTable(log, "table", document->database()->blockTableId());
-    const Recorder onAttribute(log, "attribute", attribute);
     const Recorder onBlock(log, "block", block);
     closeDocument(document);
-    EXPECT_THAT(heard(),
-                ElementsAre("table goodbye", "block goodbye", "reference goodbye", "attribute goodbye"));
+    EXPECT_THAT(heard(), ElementsAre("table goodbye", "block goodbye", "other goodbye"));
 }
 
-/// Every way to edit an object, tried while one object is held open.
+/// An edit that is refused.
 struct Attempt {
     const char* name;
     std::function<Outcome()> edit;
 };
 
-TEST_F(Notifications, ARefusedEditHasChangedNothingAndToldNobody) {
+TEST_F(Notifications, RefusedEditChangesNothing) {
     KzApDocument* const elsewhere = openDocument(u"elsewhere");
     const KzDbObjectId foreign = makeBlock(elsewhere, u"F");
     const KzDbObjectId held = makeBlock(document, u"Held");

@@ -64,7 +64,7 @@ private:
 
 class References : public HostTest {};
 
-TEST_F(References, AreReportedLikeAPlainListAfterAnyEdits) {
+TEST_F(References, EqualAPlainListAfterEdits) {
     for (unsigned seed = 0; seed < 40; ++seed) {
         Model model(seed);
         for (int edit = 0; edit < 120; ++edit) {
@@ -79,7 +79,7 @@ TEST_F(References, AreReportedLikeAPlainListAfterAnyEdits) {
     }
 }
 
-TEST_F(References, OfAnAttachedBlockComeBeforeThoseThatInsertItHere) {
+TEST_F(References, ForeignReferencesComeFirst) {
     KzApDocument* const part = openDocument(u"part");
     const KzDbObjectId door = makeBlock(part, u"Door");
     const KzDbObjectId there = insert(modelSpace(part), door);
@@ -99,32 +99,7 @@ TEST_F(References, OfAnAttachedBlockComeBeforeThoseThatInsertItHere) {
     EXPECT_THAT(references(mirrored), testing::IsEmpty());
 }
 
-TEST_F(References, MadeByWhoeverIsToldOfACopyComeInOrderOfCreationToo) {
-    KzApDocument* const document = openDocument(u"a");
-    const KzDbObjectId space = modelSpace(document);
-    const KzDbObjectId block = makeBlock(document, u"B");
-    const KzDbObjectId source = insert(space, block);
-    Recorder onSpace(log, "space", space);
-    onSpace.before = [&] {
-        insert(block, block); // before the copy is placed, and after
-        return "";
-    };
-    const KzDbObjectId copied = copy(source);
-    const auto after = [copied](std::uint64_t distance) { return KzDbObjectId(copied.value() + distance); };
-    EXPECT_THAT(references(block), testing::ElementsAre(source, copied, after(1), after(2)));
-}
-
-TEST_F(References, ADrawingStaysOpenWhileItIsBeingAttached) {
-    KzApDocument* const part = openDocument(u"part");
-    KzApDocument* const house = openDocument(u"house");
-    Recorder onTable(log, "table", house->database()->blockTableId());
-    onTable.before = [part] { return closeDocument(part) ? " closes" : " refuses"; };
-    attach(house, part, u"part");
-    EXPECT_THAT(log, testing::ElementsAre("table opened refuses", "table modified refuses", "table closed"));
-    EXPECT_TRUE(closeDocument(part));
-}
-
-TEST_F(References, AnAttachedDrawingIsKnownUntilItsDocumentCloses) {
+TEST_F(References, AttachmentEndsWithItsDocument) {
     KzApDocument* const part = openDocument(u"part");
     makeBlock(part, u"*T1");
     KzApDocument* const middle = openDocument(u"middle");
