@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 /// Makes host calls fail on demand, for tests of what a module does then.
 namespace Headless {
@@ -90,15 +91,15 @@ private:
 };
 
 /// Makes the n-th of the following host calls fail, `callNumber` 1 being the next; with `status` if it
-/// returns one. Replaces the demand before it. What the host does on its own account, also edits made by
-/// "headless/edits.h", neither counts nor fails.
-HEADLESS_API void failHostCall(std::size_t callNumber, FaultSpan span,
-                               Orvo::ErrorStatus status = Orvo::heldOpenForWrite);
-/// The same, counting calls of one kind only; all others succeed. Without a kind all count.
+/// returns one. Counts calls of one kind only, all others succeed; without a kind all count. Replaces the
+/// demand before it. What the host does on its own account, also edits made by "headless/edits.h", neither
+/// counts nor fails.
 HEADLESS_API void failHostCall(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan span,
                                Orvo::ErrorStatus status = Orvo::heldOpenForWrite);
 /// Ends `failHostCall`. Returns how many calls have failed because of it.
 HEADLESS_API std::size_t endFaults();
+/// The last host calls up to the one that failed last, in order; for messages of tests.
+HEADLESS_API std::vector<HostCall> callsUpToFault();
 
 /// Makes all calls of a kind fail until that is ended by false. They are not counted by `failHostCall`.
 HEADLESS_API void refuse(HostCall kind, bool isRefused);

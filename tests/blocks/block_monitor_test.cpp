@@ -1,5 +1,5 @@
-// Guards how the graph follows a drawing where hardly anything tells of an edit: what is registered, which
-// marks are set and dropped, and what nodes do when they are called directly.
+// Guards how the graph follows a drawing where few notifications are sent: what is registered, which marks
+// are set and dropped, and what nodes do when they are called directly.
 
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
@@ -32,7 +32,7 @@ protected:
         EXPECT_TRUE(Headless::touch(object));
         return callsOfIdle();
     }
-    /// How many calls of a kind the update after an edit makes. The first client watches the door.
+    /// How many calls of a kind the update after an edit makes, with the first client on the door.
     std::size_t callsAfter(const std::function<void()>& edit, Headless::HostCall kind) {
         for (std::size_t number = 1;; ++number) {
             edit();
@@ -41,7 +41,7 @@ protected:
             kzdxUpdateBlockGraph(document, false, false);
             if (Headless::endFaults() == 0) return number - 1;
             kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
-            attach(door, 0); // anew: what a call that failed has left is gone
+            attach(door, 0); // drops what a failed call has left
         }
     }
     /// What an update finds that reads everything.
@@ -57,7 +57,7 @@ protected:
     const KzDbObjectId door = makeBlock(u"DOOR");
 };
 
-TEST_F(BlockMonitor, OnlyTheAttachThatBeginsTheWatchingDropsWhatWasEditedBefore) {
+TEST_F(BlockMonitor, FirstAttachDropsEarlierEdits) {
     const KzDbObjectId reference = Headless::insert(space, door);
     attach(door, 0);
     EXPECT_THAT(callsOfForcedUpdate(), IsEmpty());
@@ -73,7 +73,7 @@ TEST_F(BlockMonitor, OnlyTheAttachThatBeginsTheWatchingDropsWhatWasEditedBefore)
     EXPECT_THAT(callsOfIdle(), ElementsAre(0, 1)) << "the second client joins a watching under way";
 }
 
-TEST_F(BlockMonitor, WhatACallbackEditsItselfIsNotReported) {
+TEST_F(BlockMonitor, EditsInsideCallbackAreNotReported) {
     const KzDbObjectId reference = Headless::insert(space, door);
     attach(door, 0);
     clients.onCall[0] = [&] { EXPECT_TRUE(Headless::touch(reference)); };
@@ -85,7 +85,7 @@ TEST_F(BlockMonitor, WhatACallbackEditsItselfIsNotReported) {
 }
 
 // A copy that is gone again when the drawing is read.
-TEST_F(BlockMonitor, CopyingIsAChangeByItself) {
+TEST_F(BlockMonitor, CopyingIsAChange) {
     const KzDbObjectId reference = Headless::insert(space, door);
     attach(door, 0);
     const KzDbObjectId copy = Headless::copy(reference);
@@ -100,7 +100,7 @@ TEST_F(BlockMonitor, CopyingIsAChangeByItself) {
     EXPECT_FALSE(node.hasChanges()) << "a copied record changes nothing";
 }
 
-TEST_F(BlockMonitor, AttributesThatDoNotShowAreNotWatched) {
+TEST_F(BlockMonitor, HiddenAttributesAreNotWatched) {
     const KzDbObjectId live = Headless::insert(space, door, {{u"SHOWN", u"1"}, {u"ERASED", u"2"}});
     const KzDbObjectId erased = Headless::insert(space, door, {{u"TAG", u"1"}});
     ASSERT_TRUE(Headless::erase(Headless::attributeOf(live, u"ERASED")));
@@ -112,8 +112,8 @@ TEST_F(BlockMonitor, AttributesThatDoNotShowAreNotWatched) {
     EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(erased, u"TAG")), 0U);
 }
 
-// A reference shows which block its record represents; any edit may change that, and some are not heard.
-TEST_F(BlockMonitor, AReferenceThatMayShowMoreThanBeforeIsLookedAtAgain) {
+// A reference shows which block its record represents; any edit may change that, some without a notification.
+TEST_F(BlockMonitor, UncertainReferencesAreReadAgain) {
     using Headless::HostCall;
     ASSERT_TRUE(Headless::enhance(door));
     const KzDbObjectId other = Headless::insert(space, desk);
@@ -122,7 +122,7 @@ TEST_F(BlockMonitor, AReferenceThatMayShowMoreThanBeforeIsLookedAtAgain) {
     const auto update = [&] { kzdxUpdateBlockGraph(document, false, false); };
     const auto isTakenInAfter = [&](const std::function<void()>& before, const std::function<void()>& after) {
         kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
-        attach(desk, 0); // anew: the records that were taken in before are heard now
+        attach(desk, 0); // registers with the records added before
         const KzDbObjectId representation = Headless::represent(door);
         first = Headless::insert(space, representation, {{u"TAG", u"1"}});
         second = Headless::insert(space, representation);
@@ -153,8 +153,8 @@ TEST_F(BlockMonitor, AReferenceThatMayShowMoreThanBeforeIsLookedAtAgain) {
     EXPECT_TRUE(isTakenInAfter(nothing, editWithoutReading));
 }
 
-// A graph that could not leave a reference goes as soon as any graph reads its drawing.
-TEST_F(BlockMonitor, EveryReadingLetsGoWhatCouldNotLeaveBefore) {
+// A graph that could not unregister from a reference is deleted when any graph reads its drawing.
+TEST_F(BlockMonitor, ScansRetryPendingUnregistrations) {
     const KzDbObjectId reference = Headless::insert(space, door);
     KzDxBlocks& next = graphOf(Headless::openDocument(u"next"));
     attach(door, 0);
@@ -270,7 +270,7 @@ TEST_F(BlockMonitor, UpdateOfLongTableReadsNoMore) {
     EXPECT_EQ(callsAfter(edit, HostCall::modelSpace), 1U) << "the site's";
 }
 
-TEST_F(BlockMonitor, AMarkThatIsTakenBackIsNoChange) {
+TEST_F(BlockMonitor, ClearedMarkIsNoChange) {
     ASSERT_TRUE(Headless::insert(door, desk));
     const KzDbObjectId reference = Headless::insert(space, door);
     attach(door, 0);
@@ -280,7 +280,7 @@ TEST_F(BlockMonitor, AMarkThatIsTakenBackIsNoChange) {
     EXPECT_THAT(callsOfIdle(), IsEmpty());
 }
 
-TEST_F(BlockMonitor, AGraphThatWasEmptiedIsBuiltAnew) {
+TEST_F(BlockMonitor, EmptiedGraphIsBuiltAgain) {
     KzDxDocument& data = *KzDxApplication::instance()->docData(document, true);
     const KzDbObjectId reference = Headless::insert(space, door);
     attach(door, 0);
@@ -298,16 +298,6 @@ TEST_F(BlockMonitor, AGraphThatWasEmptiedIsBuiltAnew) {
     EXPECT_THAT(callsAfterTouching(reference), IsEmpty())
         << "its timer is gone until it is switched on again";
     EXPECT_THAT(callsOfForcedUpdate(), ElementsAre(0));
-}
-
-TEST_F(BlockMonitor, TheClientsOfAGraphAreThoseOfItsNodes) {
-    attach(door, 1);
-    attach(frame, 0);
-    attach(desk, 1);
-    KzDxBlocks::Clients found;
-    EXPECT_EQ(graph().getClients(found), Orvo::ok);
-    EXPECT_THAT(std::vector(found.begin(), found.end()),
-                ElementsAre(TestClients::client(0), TestClients::client(1)));
 }
 
 } // namespace

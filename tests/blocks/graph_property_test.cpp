@@ -1,6 +1,7 @@
-// Guards the graph as a whole: updates are exact, and nothing stays registered when no client is left.
+// Guards the graph as a whole: updates are exact, call the right clients, and nothing stays registered.
 
 #include "blocks/block_graph.h"
+#include "blocks/block_node.h"
 #include "frame/application.h"
 #include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
@@ -8,16 +9,41 @@
 
 namespace {
 
-class GraphProperty : public ModuleTest {};
+class GraphProperty : public ModuleTest {
+protected:
+    /// Attaches each client to a block of its own.
+    void watchAll(KzApDocument* document) {
+        const std::vector<KzDbObjectId> records = Headless::records(document);
+        for (std::size_t number = 0; number < TestClients::count; ++number) {
+            const KzDbObjectId record = records[number * records.size() / TestClients::count];
+            ASSERT_EQ(watch(document, {record}, TestClients::client(number)), 1);
+            watched.at(number) = graphOf(document).node(record)->id();
+        }
+    }
+    static void unwatchAll(KzApDocument* document) {
+        for (std::size_t number = 0; number < TestClients::count; ++number) {
+            kzdxBlockReferenceMonitorDetach(document, TestClients::client(number));
+        }
+    }
+    /// The clients to be called if the other graph is right.
+    [[nodiscard]] std::vector<int> dueClients(const PlainGraph& plain) const {
+        std::vector<int> due;
+        for (std::size_t number = 0; number < watched.size(); ++number) {
+            if (plain.hasChanged(watched.at(number))) due.push_back(static_cast<int>(number));
+        }
+        return due;
+    }
+
+    std::array<KzDbObjectId, TestClients::count> watched; ///< the node of each client
+};
 
 // Whatever was edited, watched and held open: an update equals one that reads everything, in what is stored,
-// which nodes have changed, what contains what and what is registered with; and nothing stays registered in
-// the end.
+// which nodes have changed, what contains what, what is registered with and which clients are called; and
+// nothing stays registered in the end.
 TEST_F(GraphProperty, UpdatesEqualReadingEverything) {
     for (unsigned seed = 0; seed < 600; ++seed) {
         RandomDrawing drawing(seed);
-        const std::vector<KzDbObjectId> watched{Headless::modelSpace(drawing.document)};
-        ASSERT_EQ(watch(drawing.document, watched, TestClients::client(0)), 1);
+        watchAll(drawing.document);
         {
             PlainGraph plain(drawing.document);
             for (unsigned round = 0; round < 6; ++round) {
@@ -26,19 +52,21 @@ TEST_F(GraphProperty, UpdatesEqualReadingEverything) {
                 for (unsigned quiet = 0; quiet < seed % 3; ++quiet) drawing.editQuietly();
                 if ((seed + round) % 3 == 0) drawing.letGo();
                 if ((seed + round) % 5 == 0) {
-                    kzdxBlockReferenceMonitorDetach(drawing.document, TestClients::client(0));
+                    unwatchAll(drawing.document);
                     plain.followSwitch();
                     drawing.edit(edits);
-                    ASSERT_EQ(watch(drawing.document, watched, TestClients::client(0)), 1);
+                    watchAll(drawing.document);
                     plain.followSwitch();
                 }
                 ASSERT_EQ(plain.updateBoth(round == seed % 11, drawing.objects()), "")
                     << "seed " << seed << " round " << round;
+                ASSERT_EQ(clients.takeCalls(), dueClients(plain)) << "seed " << seed << " round " << round;
             }
             drawing.letGo();
             ASSERT_EQ(plain.updateBoth(true, drawing.objects()), "") << "seed " << seed;
+            clients.takeCalls();
         }
-        kzdxBlockReferenceMonitorDetach(drawing.document, TestClients::client(0));
+        unwatchAll(drawing.document);
         ASSERT_EQ(Headless::reactorCountOf(drawing.document), 0U) << "seed " << seed;
         ASSERT_EQ(Headless::reactorCountOf(drawing.attached), 0U) << "seed " << seed;
         Headless::closeDocument(drawing.document);
@@ -46,8 +74,8 @@ TEST_F(GraphProperty, UpdatesEqualReadingEverything) {
     }
 }
 
-// What could not be left when the watching ended is watched like anything else when it begins again.
-TEST_F(GraphProperty, WhatWasHeldWhenTheWatchingEndedIsWatchedAgain) {
+// An object that could not be unregistered from is watched like any other when watching begins again.
+TEST_F(GraphProperty, HeldObjectsAreWatchedAgain) {
     KzApDocument* const document = Headless::openDocument(u"document");
     const KzDbObjectId block = Headless::makeBlock(document, u"A");
     const KzDbObjectId inside = Headless::makeBlock(document, u"B");
@@ -70,7 +98,7 @@ TEST_F(GraphProperty, WhatWasHeldWhenTheWatchingEndedIsWatchedAgain) {
         kzdxUpdateBlockGraph(document, true, false);
         ASSERT_TRUE(Headless::letGo(held));
         kzdxUpdateBlockGraph(document, true, false);
-        EXPECT_EQ(Headless::reactorCount(held), 0U) << "left by a reading while nobody watches";
+        EXPECT_EQ(Headless::reactorCount(held), 0U) << "unregistered by a scan while watching is off";
         ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
         ASSERT_TRUE(Headless::insert(block, inside));
         kzdxUpdateBlockGraph(document, false, false);
@@ -79,8 +107,8 @@ TEST_F(GraphProperty, WhatWasHeldWhenTheWatchingEndedIsWatchedAgain) {
     }
 }
 
-// The graph cannot leave its block table, nor its node the reference, and so both stay; but for nobody.
-TEST_F(GraphProperty, UnloadedWhileItsOwnObjectsAreHeldOpenItIsDeaf) {
+// The graph cannot unregister from its block table, nor its node from the reference, and so both stay.
+TEST_F(GraphProperty, IgnoresNotificationsAfterUnloadWithObjectsOpen) {
     KzApDocument* const document = Headless::openDocument(u"document");
     const KzDbObjectId block = Headless::makeBlock(document, u"A");
     const KzDbObjectId table = Headless::ownerOf(block);

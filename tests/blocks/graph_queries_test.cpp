@@ -74,11 +74,11 @@ TEST_F(GraphQueries, CountsDirectlyAndOneLevelDeep) {
     EXPECT_EQ(graph.countReferencesIn(x, space, true), 1U + 300U * 300U);
     ASSERT_TRUE(Headless::erase(b));
     graph.update(true, false);
-    EXPECT_EQ(graph.countReferencesIn(x, space, true), 1U) << "what lies in an erased block does not count";
+    EXPECT_EQ(graph.countReferencesIn(x, space, true), 1U) << "references in an erased block do not count";
 }
 
-// What lies in an attached drawing is seen through the record that stands for it, and only so.
-TEST_F(GraphQueries, CountsThroughTheRecordOfAnAttachedDrawing) {
+// References in an attached drawing count through the record that stands for it, and only so.
+TEST_F(GraphQueries, CountsThroughAttachedDrawing) {
     KzApDocument* const site = Headless::openDocument(u"site");
     const KzDbObjectId tree = Headless::makeBlock(site, u"TREE");
     const KzDbObjectId garden = Headless::makeBlock(site, u"GARDEN");
@@ -106,7 +106,7 @@ TEST_F(GraphQueries, CountsThroughTheRecordOfAnAttachedDrawing) {
     EXPECT_EQ(graph.countReferencesIn(treeHere, first, false), 0U);
     EXPECT_EQ(graph.countReferencesIn(treeHere, space, true), 6U);
 
-    // Each reading asks anew which record stands for a drawing.
+    // Each scan asks again which record stands for a drawing.
     KzDxBlock& node = *graph.node(treeHere);
     EXPECT_EQ(node.refresh(), Orvo::ok);
     EXPECT_EQ(graph.countReferencesIn(treeHere, first, false), 2U);
@@ -117,7 +117,7 @@ TEST_F(GraphQueries, CountsThroughTheRecordOfAnAttachedDrawing) {
 }
 
 // An enhanced block before, between and behind its representations in the table.
-TEST_F(GraphQueries, AnEnhancedBlockIsFoundUnderItsRepresentations) {
+TEST_F(GraphQueries, EnhancedBlockFoundUnderItsRepresentations) {
     KzApDocument* const document = Headless::openDocument(u"document");
     const KzDbObjectId space = Headless::modelSpace(document);
     const KzDbObjectId early = Headless::makeBlock(document, u"*Early");
@@ -172,8 +172,7 @@ TEST_F(GraphQueries, NestingFollowsItsDefinition) {
     }
 }
 
-// Marks spread to exactly what lies inside a marked block.
-TEST_F(GraphQueries, MarksSpreadToExactlyWhatLiesInside) {
+TEST_F(GraphQueries, MarksSpreadToNestedBlocksOnly) {
     for (unsigned seed = 0; seed < 40; ++seed) {
         RandomDrawing drawing(seed);
         KzDxBlocks& graph = graphOf(drawing.document);

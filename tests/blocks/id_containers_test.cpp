@@ -48,7 +48,7 @@ TEST(IdSet, EqualsAnOrderedSet) {
     EXPECT_EQ(Ids(set.begin(), set.end()), Ids(expected.begin(), expected.end()));
 }
 
-TEST(IdIndex, KeepsTheFirstNumberOfEachRound) {
+TEST(IdIndex, KeepsFirstNumberOfEachRound) {
     std::mt19937 random(3);
     KzDxIdIndex index;
     for (int round = 0; round < 50; ++round) {
@@ -62,7 +62,7 @@ TEST(IdIndex, KeepsTheFirstNumberOfEachRound) {
     }
 }
 
-// An attribute that cannot be left yet stays, and is asked about again.
+// An attribute that cannot be unregistered from stays, and is asked about again.
 TEST(WatchedAttributes, EqualsAMapOfSets) {
     std::mt19937 random(4);
     KzDxWatchedAttributes watched;

@@ -1,5 +1,5 @@
-// Guards the records of the documents: when they come and go, and that one whose document went unannounced
-// touches nothing that is gone and leaves nothing registered.
+// Guards the records of the documents: when they are made and destroyed, and that one whose document closed
+// unnoticed touches nothing that is gone and leaves nothing registered.
 
 #include "blocks/block_graph.h"
 #include "frame/application.h"
@@ -20,7 +20,7 @@ protected:
     }
 };
 
-TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
+TEST_F(Application, RecordsFollowTheirDocuments) {
     KzApDocument* const first = Headless::openDocument(u"first");
     KzApDocument* const second = Headless::openDocument(u"second");
     KzApDocument* const unlisted = Headless::openDocument(u"unlisted");
@@ -45,7 +45,7 @@ TEST_F(Application, RecordsComeAndGoWithTheirDocuments) {
     EXPECT_FALSE(hasRecord(second));
 }
 
-TEST_F(Application, SwitchedOffItPostsNothingAndWithoutAutoCreateItWaitsToBeAsked) {
+TEST_F(Application, DisabledPostsNothing) {
     KzApDocument* const document = Headless::openDocument(u"document");
     EXPECT_EQ(Headless::idle().dispatched, 1U);
     KzDxDocument& data = *application().docData(document, true);
@@ -61,6 +61,10 @@ TEST_F(Application, SwitchedOffItPostsNothingAndWithoutAutoCreateItWaitsToBeAske
     EXPECT_NE(application().docData(document, true), nullptr) << "attaches again, and stays switched off";
     EXPECT_EQ(Headless::managerReactorCount(), 1U);
     EXPECT_EQ(Headless::idle().dispatched, 0U);
+}
+
+TEST_F(Application, WithoutAutoCreateRecordsOnRequest) {
+    KzApDocument* const document = Headless::openDocument(u"document");
     EXPECT_EQ(application().setAutoCreate(false), Orvo::ok);
     KzApDocument* const later = Headless::openDocument(u"later");
     ASSERT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 1000, 1), 1);
@@ -71,7 +75,7 @@ TEST_F(Application, SwitchedOffItPostsNothingAndWithoutAutoCreateItWaitsToBeAske
     EXPECT_NE(application().docData(later, true), nullptr);
 }
 
-TEST_F(Application, DetachedItKeepsNothingUntilARecordIsAskedFor) {
+TEST_F(Application, DetachedHasNoRecordsUntilRequested) {
     KzApDocument* const document = Headless::openDocument(u"document");
     KzApDocument* const other = Headless::openDocument(u"other");
     EXPECT_EQ(application().setAttached(false), Orvo::ok);
@@ -82,7 +86,7 @@ TEST_F(Application, DetachedItKeepsNothingUntilARecordIsAskedFor) {
     EXPECT_TRUE(hasRecord(other)) << "attaching again makes the records of all open documents";
 }
 
-TEST_F(Application, WithoutADocumentManagerItAnswersFromWhatItHas) {
+TEST_F(Application, WithoutDocumentManagerKeepsItsRecords) {
     KzApDocument* const document = Headless::openDocument(u"document");
     Headless::refuse(Headless::HostCall::manager, true);
     EXPECT_EQ(application().setAttached(false), Orvo::missingCollaborator);
@@ -92,6 +96,9 @@ TEST_F(Application, WithoutADocumentManagerItAnswersFromWhatItHas) {
     KzApDocument* const later = Headless::openDocument(u"later");
     EXPECT_NE(application().docData(later, true), nullptr);
     Headless::refuse(Headless::HostCall::manager, false);
+    Headless::refuse(Headless::HostCall::documentIterator, true);
+    EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1) << "open, though the host lists no documents";
+    Headless::refuse(Headless::HostCall::documentIterator, false);
 }
 
 // The host has its document manager later than the module is loaded: it is attached to when data are asked
@@ -122,7 +129,7 @@ TEST_F(Application, AttachesToALateDocumentManager) {
 
 // A document that the host no longer lists: its record goes at the next purge, with all that was registered
 // for it, also in a drawing that lives on because it is attached elsewhere.
-TEST_F(Application, APurgedRecordLeavesNothingRegistered) {
+TEST_F(Application, PurgedRecordLeavesNothingRegistered) {
     KzApDocument* const document = Headless::openDocument(u"unlisted");
     const KzDbObjectId block = Headless::makeBlock(document, u"A");
     ASSERT_TRUE(Headless::insert(Headless::modelSpace(document), block, {{u"TAG", u"1"}}));
@@ -139,46 +146,14 @@ TEST_F(Application, APurgedRecordLeavesNothingRegistered) {
     EXPECT_THAT(clients.calls, testing::IsEmpty());
 }
 
-// An address that the host does not list is not touched, whatever it is: closed, made up, or of a document
-// that it keeps to itself.
-TEST_F(Application, DocumentsThatTheHostDoesNotListAreRefused) {
-    KzApDocument* const closed = Headless::openDocument(u"closed");
-    const KzDbObjectId block = Headless::makeBlock(closed, u"A");
-    Headless::closeDocument(closed);
-    for (KzApDocument* const document : {closed, reinterpret_cast<KzApDocument*>(&clients)}) {
-        KzDbObjectIdArray ids;
-        EXPECT_EQ(watch(document, {block}, TestClients::client(0)), 0);
-        EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 0);
-        EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 0, 1), 0);
-        EXPECT_EQ(kzdxGetKzDbTableIds(document, &ids), 0);
-        kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
-    }
-}
-
-// From inside a callback of a purged record's own graph.
-TEST_F(Application, APurgeFromInsideACallbackOfThePurgedRecord) {
-    KzApDocument* const document = Headless::openDocument(u"document");
-    const KzDbObjectId block = Headless::makeBlock(document, u"A");
-    ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
-    ASSERT_EQ(watch(document, {block}, TestClients::client(1)), 1);
-    ASSERT_TRUE(Headless::insert(Headless::modelSpace(document), block));
-    clients.onCall[0] = [&] {
-        Headless::documentState(document).isListed = false;
-        Headless::openDocument(u"another");
-    };
-    EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 1);
-    EXPECT_THAT(clients.calls, testing::ElementsAre(0));
-    EXPECT_EQ(Headless::reactorCountOf(document), 0U);
-}
-
-/// Another module's: asks for a document that is about to go, after our module has heard of it.
+/// Another module's reactor: requests a record of a document that closes, after our module was notified.
 class LateCaller final : public KzApDocManagerReactor {
 public:
     void onDocumentRemoving(KzApDocument* document) override { kzdxUpdateBlockGraph(document, true, true); }
 };
 
-// A record that somebody had made behind our back outlives its document, and goes without touching it.
-TEST_F(Application, ARecordMadeWhileItsDocumentGoesDoesNotTouchIt) {
+// A record that another module has requested too late outlives its document, and goes without touching it.
+TEST_F(Application, RecordMadeWhileClosingIsSafe) {
     for (const bool isListing : {true, false}) {
         KzApDocument* const document = Headless::openDocument(u"document");
         LateCaller late;
@@ -192,12 +167,12 @@ TEST_F(Application, ARecordMadeWhileItsDocumentGoesDoesNotTouchIt) {
     }
 }
 
-/// Data that write down what happens to them.
-struct Witness {
-    explicit Witness(KzApDocument* given) : document(given) {}
-    ~Witness() { gone.emplace_back(document, hasForgotten); }
-    Witness(const Witness&) = delete;
-    Witness& operator=(const Witness&) = delete;
+/// Data that note what happens to them.
+struct LifetimeProbe {
+    explicit LifetimeProbe(KzApDocument* given) : document(given) {}
+    ~LifetimeProbe() { gone.emplace_back(document, hasForgotten); }
+    LifetimeProbe(const LifetimeProbe&) = delete;
+    LifetimeProbe& operator=(const LifetimeProbe&) = delete;
     void forgetDocument() { hasForgotten = true; }
 
     KzApDocument* document;
@@ -205,19 +180,19 @@ struct Witness {
     static inline std::vector<std::pair<KzApDocument*, bool>> gone;
 };
 
-TEST_F(Application, DataGoInTheOrderOfTheirDocumentsAndForgetThoseThatAreNotThere) {
+TEST_F(Application, DataGoInDocumentOrder) {
     std::vector<KzApDocument*> documents;
     while (documents.size() < 9) documents.push_back(Headless::openDocument(u"document"));
     std::ranges::sort(documents, std::less<>());
     const auto goneAfter = [&](Headless::HostCall refused, KzApDocument* unlisted) {
-        AppDataT<Witness> data;
+        AppDataT<LifetimeProbe> data;
         for (KzApDocument* const document : documents) data.docData(document, true);
         if (unlisted != nullptr) Headless::documentState(unlisted).isListed = false;
         Headless::refuse(refused, true);
         data.deleteAll();
         Headless::refuse(refused, false);
         if (unlisted != nullptr) Headless::documentState(unlisted).isListed = true;
-        return std::exchange(Witness::gone, {});
+        return std::exchange(LifetimeProbe::gone, {});
     };
     std::vector<std::pair<KzApDocument*, bool>> expected(documents.size());
     std::ranges::transform(documents, expected.begin(), [](auto* each) { return std::pair(each, false); });
@@ -230,7 +205,7 @@ TEST_F(Application, DataGoInTheOrderOfTheirDocumentsAndForgetThoseThatAreNotTher
         << "the host lists no documents";
 }
 
-TEST_F(Application, TheEntryPointTakesAnyCallInAnyOrder) {
+TEST_F(Application, EntryPointTakesCallsInAnyOrder) {
     EXPECT_EQ(kzrxEntryPoint(7, nullptr), KzRx::done);
     EXPECT_EQ(load(), KzRx::loadFailed) << "loaded already";
     const KzDxApplication* const running = KzDxApplication::instance();
@@ -244,7 +219,7 @@ TEST_F(Application, TheEntryPointTakesAnyCallInAnyOrder) {
     EXPECT_EQ(Headless::loadedLibraryCount(), 0U) << "each load that found it is given back";
     EXPECT_EQ(unload(), KzRx::done);
     EXPECT_EQ(KzDxApplication::instance(), nullptr);
-    KzApDocument* const document = Headless::openDocument(u"unheard of");
+    KzApDocument* const document = Headless::openDocument(u"unknown");
     KzDbObjectIdArray ids;
     EXPECT_EQ(kzdxUpdateBlockGraph(document, true, true), 0);
     EXPECT_EQ(kzdxDocTimerAttach(document, TestClients::client(0), 0, 1), 0);

@@ -42,7 +42,7 @@ protected:
 constexpr Set::Next before = Set::Next::chosenBeforeCall;
 constexpr Set::Next after = Set::Next::chosenAfterCall;
 
-TEST_P(CallSetWalk, DestroyingTheSetEndsEveryWalkUnderWay) {
+TEST_P(CallSetWalk, DestroyingTheSetEndsAllWalks) {
     std::vector<int> inner;
     const auto walkAndDestroy = [&] {
         EXPECT_FALSE(set->callEach(GetParam(), [&](const int* called) {
@@ -55,7 +55,7 @@ TEST_P(CallSetWalk, DestroyingTheSetEndsEveryWalkUnderWay) {
     EXPECT_FALSE(survived);
 }
 
-TEST_P(CallSetWalk, ACallThatSaysFalseEndsTheWalk) {
+TEST_P(CallSetWalk, FalseEndsTheWalk) {
     int calls = 0;
     EXPECT_TRUE(set->callEach(GetParam(), [&](int*) { return ++calls < 2; }));
     EXPECT_EQ(calls, 2);

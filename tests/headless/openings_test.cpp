@@ -201,9 +201,9 @@ TEST_F(Openings, FaultsFailTheirCallsAlone) {
         }
         return result;
     };
-    failHostCall(2, FaultSpan::once);
+    failHostCall(HostCall::openObject, 2, FaultSpan::once);
     EXPECT_EQ(tryFourTimes(), "+-++");
-    failHostCall(3, FaultSpan::onwards);
+    failHostCall(std::nullopt, 3, FaultSpan::onwards);
     EXPECT_EQ(tryFourTimes(), "++--");
     EXPECT_EQ(endFaults(), 2U);
     failHostCall(HostCall::manager, 2, FaultSpan::onwards);

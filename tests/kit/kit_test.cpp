@@ -145,19 +145,17 @@ TEST_F(Kit, UnreadableObjectsKeepTheirPlaces) {
     EXPECT_THAT(told(), IsEmpty()) << "nothing is new: where it lay when it was held is not known";
     EXPECT_THAT(unread, IsEmpty());
     holdOpen(room);
+    holdOpen(second);
     move(first, floor);
     insert(space, room);
     EXPECT_THAT(told(), ElementsAre("Door 2-2 +0 -0 *Model_Space>Floor"));
+    EXPECT_THAT(unread, ElementsAre(door)) << "Zelvane could not read the room either";
     letGo(room);
-    touch(space); // Zelvane reads again what it could not read, too
+    touch(space); // Zelvane reads again what it could not read
     EXPECT_THAT(told(), ElementsAre("Room 1-2 +1 -0"));
-    holdOpen(second);
-    move(first, room);
-    EXPECT_THAT(told(), ElementsAre("Door 2-2 +0 -0 Floor>Room"));
-    EXPECT_THAT(unread, ElementsAre(door));
     letGo(second);
     watch.update();
-    EXPECT_EQ(std::exchange(calls, 0), 5) << "nothing to report";
+    EXPECT_EQ(std::exchange(calls, 0), 4) << "nothing to report";
 }
 
 TEST_F(Kit, AttachSaysWhatIsWrong) {
@@ -285,7 +283,7 @@ TEST_F(Kit, FunctionMayDoAnything) {
     for (int action = 0; action < actions; ++action) {
         KzApDocument* const own = openDocument(u"own");
         const KzDbObjectId block = makeBlock(own, u"Block");
-        std::vector<std::unique_ptr<BlockWatch>> watches(5);
+        std::vector<std::unique_ptr<BlockWatch>> watches(300);
         int called = 0;
         const auto function = [&, action, captured = std::string(100, 'x')](const BlockChanges&) {
             ++called;
@@ -306,7 +304,7 @@ TEST_F(Kit, FunctionMayDoAnything) {
         }
         insert(modelSpace(own), block);
         idle();
-        EXPECT_EQ(called, action == raise ? 5 : 1) << "action " << action;
+        EXPECT_EQ(called, action == raise ? 300 : 1) << "action " << action;
         watches.clear();
         EXPECT_EQ(reactorCountOf(own), 0U);
         closeDocument(own);
@@ -374,20 +372,6 @@ TEST_F(Kit, ManyWatchesAreCalledPrecisely) {
         watches.clear();
         EXPECT_EQ(reactorCountOf(document), 0U);
     }
-}
-
-TEST_F(Kit, WatchMayDestroyAllOthers) {
-    std::vector<BlockWatch> crowd(300);
-    for (BlockWatch& each : crowd) {
-        const auto destroyAll = [&](const BlockChanges&) {
-            ++calls;
-            crowd.clear();
-        };
-        ASSERT_EQ(each.attach(document, {door}, destroyAll), Status::ok);
-    }
-    insert(space, door);
-    idle();
-    EXPECT_EQ(calls, 1);
 }
 
 #if GTEST_HAS_DEATH_TEST

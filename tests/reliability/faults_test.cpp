@@ -5,7 +5,9 @@
 #include "blocks/update_check.h"
 #include "frame/application.h"
 #include "tests/support/figures.h"
+#include "tests/support/host_call_names.h"
 #include "tests/support/module_test.h"
+#include "tests/support/sample_drawing.h"
 
 #include <map>
 #include <optional>
@@ -21,66 +23,31 @@ KzDxClientCallback watcher() {
     return TestClients::client(1);
 }
 
-/// Two documents with everything that the module looks at; the same edits give the same objects each time.
-struct Drawings {
-    KzApDocument* const other = openDocument(u"other");
-    KzApDocument* const main = openDocument(u"main");
-    const KzDbObjectId early = makeBlock(main, u"*E"); // a representation before its block
-    const KzDbObjectId door = makeBlock(main, u"Door");
-    const KzDbObjectId handle = makeBlock(main, u"Handle");
-    const KzDbObjectId tables = makeBlock(main, u"*T1");
-    const KzDbObjectId shed = makeBlock(other, u"Shed");
+struct Drawings : SampleDrawing {
     const KzDbObjectId first = ownerOf(modelSpace(other));
-    KzDbObjectId plate;
-    KzDbObjectId hinge;
-    KzDbObjectId spare;
 
-    Drawings() {
-        enhance(door);
-        represent(door, early);
-        insert(modelSpace(other), shed, {{u"TAG", u"1"}});
-        attach(main, other, u"SITE");
-        plate = insert(door, handle, {{u"TAG", u"1"}});
-        for (const KzDbObjectId block : {early, represent(door).id, door, tables, find(main, u"SITE|Shed")}) {
-            insert(modelSpace(main), block, {{u"TAG", u"1"}});
-        }
-        spare = insert(modelSpace(main), handle);
-        hinge = insert(door, handle);
-        static_cast<void>(erase(insert(door, handle)));
-    }
-
-    void edit() const {
-        insert(modelSpace(main), represent(door));
-        insert(makeBlock(main, u"Frame"), handle, {{u"TAG", u"2"}});
-        insert(modelSpace(other), shed);
-        static_cast<void>(setAttribute(plate, u"TAG", u"2"));
-        static_cast<void>(goodbye(spare));
-        // A reference, no record: of an erased one it matters whether it was seen before.
-        static_cast<void>(erase(hinge));
-    }
-
-    // Edits of which the objects tell nobody that could not be registered with. A block of which one
-    // reference alone is moved is known to have changed by that one only.
+    // Edits without a notification if the objects could not be registered with. If one reference of a block
+    // is moved, only that one shows that the block has changed.
     void moveNewest() const {
         for (const KzDbObjectId block : records(main)) {
             const std::vector<KzDbObjectId> live = references(block);
-            if (!live.empty() && block != tables) static_cast<void>(move(live.back(), tables));
+            if (!live.empty() && block != table) static_cast<void>(move(live.back(), table));
         }
     }
     void moveAll() const {
         for (const KzDbObjectId block : records(main)) {
-            for (const KzDbObjectId reference : references(block)) {
-                if (ownerOf(reference) == door) {
-                    static_cast<void>(move(reference, tables));
+            for (const KzDbObjectId each : references(block)) {
+                if (ownerOf(each) == door) {
+                    static_cast<void>(move(each, table));
                 } else if (block != door) {
-                    static_cast<void>(move(reference, door));
+                    static_cast<void>(move(each, door));
                 }
             }
             insert(block, handle);
         }
     }
 
-    /// Opens each object for write, which tells whoever is registered on it.
+    /// Opens each object for write, which notifies all reactors on it.
     void touchAll() const {
         for (KzDbObjectId id = first; id < end(); id = KzDbObjectId(id.value() + 1)) {
             static_cast<void>(touch(id));
@@ -118,17 +85,18 @@ Registrations registrationsOf(const Drawings& drawings) {
 class Faults : public ModuleTest {
 protected:
     enum class Stage {
-        working,     ///< loading and everything up to the leaving; the module goes on after further edits
+        working,     ///< everything from loading on; the module goes on after further edits
         quietly,     ///< the same, without them
-        lastWorking, ///< the same, but the module leaves at once
+        lastWorking, ///< the same, but the module is unloaded at once
         leaving,     ///< switching off and unloading
     };
     static constexpr std::array stages{Stage::working, Stage::quietly, Stage::lastWorking, Stage::leaving};
+    static constexpr std::array stageNames{"working", "working quietly", "working last", "leaving"};
 
     Faults() {
         unload();
         reset();
-        const Drawings drawings;
+        Drawings drawings;
         work(drawings);
         drawings.moveNewest();
         drawings.moveAll();
@@ -136,37 +104,43 @@ protected:
         leave(drawings);
     }
 
-    /// Lets every call of a stage fail in turn, and sees how the module recovers. Without a kind, calls of
-    /// all kinds count together. Gives how many calls have failed.
+    /// Lets every call of a stage fail in turn, and checks that the module recovers. Without a kind, calls of
+    /// all kinds count together. Returns how many calls have failed.
     std::size_t sweep(Stage stage, std::optional<HostCall> kind, FaultSpan span) {
-        std::size_t struck = 0;
+        std::size_t all = 0;
         for (std::size_t number = 1;; ++number) {
-            SCOPED_TRACE(testing::Message() << "stage " << static_cast<int>(stage) << ", kind "
-                                            << (kind ? static_cast<int>(*kind) : -1) << ", call " << number
-                                            << (span == FaultSpan::once ? " once" : " onwards"));
             const std::size_t failed = disturb(stage, kind, number, span);
-            if (failed == 0 || HasFailure()) return struck;
-            struck += failed;
+            all += failed;
+            if (HasFailure()) explain(stage, kind, number, span);
+            if (failed == 0 || HasFailure()) return all;
         }
     }
 
     /// The same for each kind of call by itself, of which there must be some.
     void sweepEachKind(FaultSpan span, const char* figure) {
-        std::size_t struck = 0;
+        std::size_t all = 0;
         for (std::size_t at = 0; at < hostCallKinds && !HasFailure(); ++at) {
             const auto kind = static_cast<HostCall>(at);
             std::size_t ofKind = 0;
             for (const Stage stage : stages) ofKind += sweep(stage, kind, span);
-            EXPECT_GT(ofKind, 0U) << "no call of kind " << at;
-            struck += ofKind;
+            EXPECT_GT(ofKind, 0U) << "no call of " << nameOf(kind);
+            all += ofKind;
         }
-        printFigure(figure, struck);
+        printFigure(figure, all);
     }
 
 private:
+    static void explain(Stage stage, std::optional<HostCall> kind, std::size_t number, FaultSpan span) {
+        std::string before;
+        for (const HostCall each : callsUpToFault()) before += std::string(" ") + nameOf(each);
+        ADD_FAILURE() << "while " << stageNames.at(static_cast<std::size_t>(stage)) << ", call " << number
+                      << " of " << (kind ? nameOf(*kind) : "any kind") << " failed"
+                      << (span == FaultSpan::once ? "" : " and all after it") << "; the calls were" << before;
+    }
+
     std::size_t disturb(Stage stage, std::optional<HostCall> kind, std::size_t number, FaultSpan span) {
         reset();
-        const Drawings drawings;
+        Drawings drawings;
         if (stage == Stage::leaving) work(drawings);
         std::optional<KzDxUpdateCheck::Pause> pause(std::in_place);
         failHostCall(kind, number, span);
@@ -214,7 +188,7 @@ private:
         }
     }
 
-    static void work(const Drawings& drawings) {
+    static void work(Drawings& drawings) {
         load();
         for (KzApDocument* const document : {drawings.main, drawings.other}) {
             kzdxDocTimerAttach(document, timerClient(), 0, 1);
@@ -273,16 +247,14 @@ TEST_F(Faults, AnyCallMayFailOnce) {
     sweepEachKind(FaultSpan::once, "host calls that failed once");
 }
 
-TEST_F(Faults, CallsOfAnyKindMayFailFromSomeTimeOn) {
-    sweepEachKind(FaultSpan::onwards, "host calls that failed, one kind of them for good");
+TEST_F(Faults, OneKindMayFailOnwards) {
+    sweepEachKind(FaultSpan::onwards, "host calls that failed, one kind of them from then on");
 }
 
-TEST_F(Faults, EverythingMayFailFromSomeTimeOn) {
-    std::size_t struck = 0;
-    for (const Stage stage : stages) {
-        struck += sweep(stage, std::nullopt, FaultSpan::onwards);
-    }
-    printFigure("host calls that failed, all of them for good", struck);
+TEST_F(Faults, EverythingMayFailOnwards) {
+    std::size_t all = 0;
+    for (const Stage stage : stages) all += sweep(stage, std::nullopt, FaultSpan::onwards);
+    printFigure("host calls that failed, all of them from then on", all);
 }
 
 } // namespace

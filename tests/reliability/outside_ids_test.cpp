@@ -1,6 +1,5 @@
-// Guards the exports against ids and documents that mean nothing: null ones, stale ones, made-up ones, and
-// those of another drawing or of another kind. They are passed over or refused, and change nothing for the
-// rest.
+// Guards the exports against invalid ids and documents: null, stale, made up, of another drawing or of
+// another kind. Such ids are ignored, such documents refused, without an effect on the rest.
 
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
@@ -24,19 +23,19 @@ protected:
         const KzDbObjectId gone = insert(modelSpace(document), blocks[0]);
         static_cast<void>(goodbye(gone));
         KzApDocument* const closed = openDocument(u"closed");
-        nonsense = {KzDbObjectId(),
-                    gone,
-                    reference,
-                    attributeOf(reference, u"TAG"),
-                    ownerOf(blocks[0]), // the block table
-                    makeBlock(other, u"A"),
-                    modelSpace(other),
-                    ownerOf(modelSpace(other)),
-                    makeBlock(closed, u"A"),
-                    modelSpace(closed),
-                    KzDbObjectId(modelSpace(closed).value() + 1000), // no object has it yet
-                    KzDbObjectId(std::numeric_limits<std::uint64_t>::max()),
-                    KzDbObjectId(std::uint64_t{1} << 63)};
+        invalid = {KzDbObjectId(),
+                   gone,
+                   reference,
+                   attributeOf(reference, u"TAG"),
+                   ownerOf(blocks[0]), // the block table
+                   makeBlock(other, u"A"),
+                   modelSpace(other),
+                   ownerOf(modelSpace(other)),
+                   makeBlock(closed, u"A"),
+                   modelSpace(closed),
+                   KzDbObjectId(modelSpace(closed).value() + 1000), // no object has it yet
+                   KzDbObjectId(std::numeric_limits<std::uint64_t>::max()),
+                   KzDbObjectId(std::uint64_t{1} << 63)};
         closeDocument(closed);
         makeCurrent(document);
     }
@@ -59,10 +58,10 @@ protected:
     KzApDocument* const document = openDocument(u"document");
     const std::vector<KzDbObjectId> blocks{makeBlock(document, u"A"), makeBlock(document, u"B"),
                                            makeBlock(document, u"C")};
-    std::vector<KzDbObjectId> nonsense;
+    std::vector<KzDbObjectId> invalid;
 };
 
-TEST_F(OutsideIds, AmongOthersTheyAreAsIfTheyWereNotThere) {
+TEST_F(OutsideIds, InvalidIdsAmongOthersAreIgnored) {
     std::mt19937 random(1);
     const auto below = [&](std::size_t limit) {
         return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
@@ -74,8 +73,8 @@ TEST_F(OutsideIds, AmongOthersTheyAreAsIfTheyWereNotThere) {
             std::vector<KzDbObjectId> ids;
             for (std::size_t count = 1 + below(12); count != 0; --count) {
                 const bool isBlock = below(4) == 0;
-                const std::size_t at = below(isBlock ? blocks.size() : nonsense.size());
-                ids.push_back(isBlock ? blocks[at] : nonsense[at]);
+                const std::size_t at = below(isBlock ? blocks.size() : invalid.size());
+                ids.push_back(isBlock ? blocks[at] : invalid[at]);
                 if (!isBlock) ++passed;
                 if (isBlock && (expected[at].empty() || expected[at].back() != number)) {
                     expected[at].push_back(number);
@@ -90,13 +89,13 @@ TEST_F(OutsideIds, AmongOthersTheyAreAsIfTheyWereNotThere) {
         }
         ASSERT_EQ(reactorCountOf(document), 0U);
     }
-    printFigure("ids from outside that were passed over", passed);
+    printFigure("ids from outside that were ignored", passed);
 }
 
-TEST_F(OutsideIds, TheGraphKnowsNothingOfThem) {
-    ASSERT_EQ(watch(document, nonsense, TestClients::client(0)), 1);
+TEST_F(OutsideIds, GraphHasNoNodesForThem) {
+    ASSERT_EQ(watch(document, invalid, TestClients::client(0)), 1);
     KzDxBlocks& asked = graph();
-    for (const KzDbObjectId id : nonsense) {
+    for (const KzDbObjectId id : invalid) {
         EXPECT_EQ(asked.node(id), nullptr) << id.value();
         EXPECT_EQ(asked.countReferencesIn(id, modelSpace(document), true), 0U);
         EXPECT_EQ(asked.countReferencesIn(blocks[0], id, true), 0U);
@@ -107,12 +106,12 @@ TEST_F(OutsideIds, TheGraphKnowsNothingOfThem) {
     }
 }
 
-TEST_F(OutsideIds, QueriesLeaveWhatAnArrayHolds) {
+TEST_F(OutsideIds, QueriesAppendToTheArray) {
     const KzDbObjectId table = makeBlock(document, u"*T1");
     KzDbObjectIdArray ids;
-    for (const KzDbObjectId id : nonsense) ids.append(id);
+    for (const KzDbObjectId id : invalid) ids.append(id);
     EXPECT_EQ(kzdxGetBlockRecordIdsOfKzDbTables(document, &ids), 1);
-    std::vector<KzDbObjectId> expected = nonsense;
+    std::vector<KzDbObjectId> expected = invalid;
     expected.push_back(table);
     EXPECT_EQ(std::vector(ids.begin(), ids.end()), expected);
 }
@@ -133,7 +132,7 @@ std::vector<int> allExports(KzApDocument* document, KzDbObjectId block) {
     return results;
 }
 
-TEST_F(OutsideIds, DocumentsThatAreNotOpenAreRefused) {
+TEST_F(OutsideIds, DocumentsNotOpenAreRefused) {
     KzApDocument* const closed = openDocument(u"closed");
     EXPECT_EQ(allExports(closed, modelSpace(closed)), std::vector<int>(6, 1));
     closeDocument(closed);

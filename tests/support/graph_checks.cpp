@@ -103,8 +103,12 @@ std::string PlainGraph::updateBoth(bool force, const std::vector<KzDbObjectId>& 
     if (isUpdated) graph_->update(true, false);
     std::string difference = firstDifference(snapshotOf(graph), snapshotOf(*graph_));
     if (difference.empty()) difference = unequalRegistration(objects);
-    graph.setHasChanges(false);
+    changed_.clear();
+    for (const auto& node : graph_->nodes()) {
+        if (node->hasChanges()) changed_.insert(node->id());
+    }
     graph_->setHasChanges(false);
+    graph.notifyClients();
     return difference;
 }
 

@@ -7,6 +7,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -39,12 +40,16 @@ public:
 
     /// Updates both graphs, the document's as a timer would, unless `force`. Returns the first difference
     /// between them, which of the nodes have changed and how often each of `objects` is registered with
-    /// included. Then the changes count as notified.
+    /// included. Then the document's clients are notified.
     [[nodiscard]] std::string updateBoth(bool force, const std::vector<KzDbObjectId>& objects);
+
+    /// Whether the last update has found the node changed that had this id.
+    [[nodiscard]] bool hasChanged(KzDbObjectId node) const { return changed_.contains(node); }
 
 private:
     [[nodiscard]] std::string unequalRegistration(const std::vector<KzDbObjectId>& objects) const;
 
     KzApDocument* document_;
     KzDxBlocks* graph_ = nullptr;
+    std::set<KzDbObjectId> changed_;
 };
