@@ -14,7 +14,6 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 #include <utility>
 
 using std::chrono::milliseconds;
@@ -72,17 +71,6 @@ protected:
         EXPECT_TRUE(shown.ends_with(answer())) << "the prompt has not come back: " << shown;
         return shown;
     }
-    /// Whether Ctrl-C, pressed again and again while the keys are worked off, ends the process.
-    bool isEndedByInterrupts(const std::string& keys, const std::string& begun) {
-        send(keys);
-        readUntil(begun);
-        int status = 0;
-        for (int times = 0; times != 60 && waitpid(child_, &status, WNOHANG) == 0; ++times) {
-            send("\x03");
-            std::this_thread::sleep_for(milliseconds(100));
-        }
-        return WIFSIGNALED(status) && WTERMSIG(status) == SIGINT;
-    }
     /// Leaves the prompt by a line of its own: the exit status tells whether it was still there.
     int leave() {
         send("os.exit(7)\n");
@@ -122,7 +110,7 @@ private:
     int typed_ = 0;
 };
 
-TEST_F(Prompt, PrintsValuesAndGoesOnAfterErrorsOfEveryKind) {
+TEST_F(Prompt, PrintsValuesAndGoesOnAfterErrors) {
     EXPECT_THAT(type("host.open('a'), 'b\\0\\n', {1, c = {2}}\n"),
                 HasSubstr("document \"a\"  \"b\\0\\10\"  {1, c = {2}}"));
     EXPECT_THAT(type("'T\u00FCr'\n"), HasSubstr("\"T\u00FCr\"")) << "UTF-8 in and out";
@@ -138,7 +126,7 @@ TEST_F(Prompt, PrintsValuesAndGoesOnAfterErrorsOfEveryKind) {
     EXPECT_EQ(leave(), 7);
 }
 
-TEST_F(Prompt, CompletesNamesOfTheHostOfDocumentsAndOfModules) {
+TEST_F(Prompt, CompletesNames) {
     type("d = host.open('a') m = host.load()\n");
     EXPECT_THAT(type("#host.docu\t()\n"), HasSubstr("1"));
     EXPECT_THAT(type("d:modelSp\t()\n"), HasSubstr("*Model_Space"));
@@ -153,7 +141,7 @@ TEST_F(Prompt, CompletesWithoutRunningMetamethods) {
     EXPECT_EQ(leave(), 7);
 }
 
-TEST_F(Prompt, IsInterruptedByCtrlCAndKeepsItsState) {
+TEST_F(Prompt, CtrlCInterruptsAndKeepsState) {
     type("x = 41\n");
     EXPECT_THAT(interrupt("print('be' .. 'gun') while true do end\n", "begun"), HasSubstr("interrupted"));
     const std::string stubborn =
@@ -167,12 +155,7 @@ TEST_F(Prompt, IsInterruptedByCtrlCAndKeepsItsState) {
     EXPECT_EQ(leave(), 7);
 }
 
-TEST_F(Prompt, IsEndedByASecondCtrlCThatLuaCannotNotice) {
-    EXPECT_TRUE(
-        isEndedByInterrupts("print('be' .. 'gun'); ('a'):rep(1e5):find(('a*'):rep(40) .. 'b')\n", "begun"));
-}
-
-TEST_F(Prompt, KeepsItsHistoryBetweenSessionsWhereItCan) {
+TEST_F(Prompt, KeepsHistoryBetweenSessions) {
     constexpr const char* former = "\x1b[A\x1b[A\x1b[A\n"; // above what ends a session and what ends a typing
     type("'first' .. ' line'\n");
     EXPECT_EQ(leave(), 7);

@@ -34,7 +34,7 @@ TEST(Unicode, MalformedBytesAreRefused) {
     }
 }
 
-TEST(Unicode, HalvesOfPairsAreReplacedAndCounted) {
+TEST(Unicode, HalfPairsAreReplacedAndCounted) {
     std::size_t replaced = 1;
     const char16_t units[] = {0xDE00, u'a', 0xD83D, 0xD83D, 0xDE00, 0xD83D};
     EXPECT_EQ(toUtf8({units, std::size(units)}, &replaced), "\uFFFDa\uFFFD\U0001F600\uFFFD");

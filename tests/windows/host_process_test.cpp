@@ -105,7 +105,7 @@ protected:
     KzApDocument* document;
 };
 
-TEST_F(HostProcess, CallsItsClientsByRealMessagesAndTicks) {
+TEST_F(HostProcess, CallsClientsByRealMessagesAndTicks) {
     constexpr std::uint32_t hour = 3600000;
     attach(hour);
     EXPECT_EQ(callsAtRest(), 0) << "the interval has only begun";
@@ -132,7 +132,7 @@ TEST_F(HostProcess, WaitsWhileInputIsWaiting) {
     EXPECT_EQ(callsAtRest(), 1);
 }
 
-TEST_F(HostProcess, OpenAndClosedWindowsOfOthersGetNothing) {
+TEST_F(HostProcess, OtherWindowsGetNoMessages) {
     attach(0);
     const HWND dialog = CreateWindowExW(0, L"host", L"Dialog", WS_POPUP | WS_VISIBLE, 0, 0, 9, 9, window,
                                         nullptr, nullptr, nullptr);
@@ -143,7 +143,7 @@ TEST_F(HostProcess, OpenAndClosedWindowsOfOthersGetNothing) {
     DestroyWindow(dialog);
 }
 
-TEST_F(HostProcess, AMessageThatOutlivesTheModuleReachesTheWindow) {
+TEST_F(HostProcess, MessageAfterUnloadReachesTheWindow) {
     attach(0);
     comeToRest();
     EXPECT_EQ(unloadModule(lastModule()), KzRx::done);
@@ -152,7 +152,7 @@ TEST_F(HostProcess, AMessageThatOutlivesTheModuleReachesTheWindow) {
     EXPECT_EQ(reachedWindow, 1);
 }
 
-TEST_F(HostProcess, ACallbackMayUnloadTheModule) {
+TEST_F(HostProcess, CallbackMayUnloadTheModule) {
     attach(0);
     whenCalled = [] { EXPECT_EQ(unloadModule(lastModule()), KzRx::done); };
     EXPECT_EQ(callsAtRest(), 1);
@@ -160,7 +160,7 @@ TEST_F(HostProcess, ACallbackMayUnloadTheModule) {
     EXPECT_EQ(GetModuleHandleW(resources.c_str()), nullptr);
 }
 
-TEST_F(HostProcess, LoadsAgainAndAgain) {
+TEST_F(HostProcess, LoadsRepeatedly) {
     for (int round = 0; round < 40; ++round) {
         attach(0);
         EXPECT_EQ(callsAtRest(), 1);
@@ -170,7 +170,7 @@ TEST_F(HostProcess, LoadsAgainAndAgain) {
     }
 }
 
-TEST_F(HostProcess, WithoutItsResourcesItSaysSoAndDoesNotLoad) {
+TEST_F(HostProcess, WithoutResourcesReportsAndRefuses) {
     EXPECT_EQ(unloadModule(lastModule()), KzRx::done);
     fs::rename(resources, L"hidden.dll");
     std::wstring text;
@@ -183,7 +183,7 @@ TEST_F(HostProcess, WithoutItsResourcesItSaysSoAndDoesNotLoad) {
     EXPECT_TRUE(services().empty());
 }
 
-TEST_F(HostProcess, ItsResourcesTellWhatItIs) {
+TEST_F(HostProcess, ResourcesDescribeTheModule) {
     const HMODULE library = LoadLibraryW(resources.c_str());
     wchar_t text[100];
     EXPECT_GT(LoadStringW(library, 1, text, 100), 0);
