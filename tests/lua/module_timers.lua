@@ -17,6 +17,10 @@ local function callsOfIdle()
   host.idle()
   return log:take()
 end
+local function callsAfter(milliseconds)
+  host.advance(milliseconds)
+  return callsOfIdle()
+end
 
 -- Intervals count from the attach, then from the end of the calls; the latest one counts for all.
 do
@@ -26,19 +30,13 @@ do
   host.post(0, 0, 0)
   check.equal({host.pump()}, {1, 0}, "before the first posting no message is the module's, not even number 0")
   check.equal(callsOfIdle(), {}, "before the first interval has passed")
-  host.advance(99)
-  check.equal(callsOfIdle(), {})
-  host.advance(1)
-  check.equal(callsOfIdle(), {1, 2}, "in order of address")
-  host.advance(99)
-  check.equal(callsOfIdle(), {}, "counted from the end of the calls")
-  host.advance(1)
-  check.equal(callsOfIdle(), {1, 2})
+  check.equal(callsAfter(99), {})
+  check.equal(callsAfter(1), {1, 2}, "in order of address")
+  check.equal(callsAfter(99), {}, "counted from the end of the calls")
+  check.equal(callsAfter(1), {1, 2})
   detach(clients[2], 500)
-  host.advance(499)
-  check.equal(callsOfIdle(), {}, "a detaching call changes the interval too")
-  host.advance(1)
-  check.equal(callsOfIdle(), {1})
+  check.equal(callsAfter(499), {}, "a detaching call changes the interval too")
+  check.equal(callsAfter(1), {1})
   attach(clients[1], 2 ^ 31 // 1 | 0)
   check.equal(callsOfIdle(), {1}, "negative as a signed number means every idle check")
   attach(clients[1], -1)
@@ -51,10 +49,8 @@ end
 do
   local document = host.open("long")
   attach(log:client("long"), 2 ^ 32 // 1 - 1 | 0, document)
-  host.advance(2 ^ 31 // 1 | 0)
-  check.equal(callsOfIdle(), {})
-  host.advance(2 ^ 31 // 1 - 1 | 0)
-  check.equal(callsOfIdle(), {"long"})
+  check.equal(callsAfter(2 ^ 31 // 1 | 0), {})
+  check.equal(callsAfter(2 ^ 31 // 1 - 1 | 0), {"long"})
   document:close()
 end
 
