@@ -13,13 +13,8 @@ std::optional<HostCall> countedKind; // nothing: every kind
 Orvo::ErrorStatus failure = Orvo::heldOpenForWrite;
 std::bitset<hostCallKinds> refused;
 
-/// The last calls, written in turn.
-struct RecentCalls {
-    std::array<HostCall, 8> kinds;
-    std::size_t count = 0;
-};
-RecentCalls recent;
-RecentCalls recentAtFault;
+std::array<std::optional<HostCall>, 8> recentCalls;
+std::array<std::optional<HostCall>, 8> upToFault;
 
 } // namespace
 
@@ -34,12 +29,8 @@ std::size_t endFaults() {
     return countdown.end();
 }
 
-std::vector<HostCall> callsUpToFault() {
-    const auto& [kinds, count] = recentAtFault;
-    std::vector<HostCall> calls;
-    for (std::size_t at = count - std::min(count, kinds.size()); at < count; ++at)
-        calls.push_back(kinds[at % kinds.size()]);
-    return calls;
+std::span<const std::optional<HostCall>> callsUpToFault() {
+    return upToFault;
 }
 
 void refuse(HostCall kind, bool isRefused) {
@@ -48,9 +39,10 @@ void refuse(HostCall kind, bool isRefused) {
 
 bool shouldFail(HostCall kind) {
     if (refused[static_cast<std::size_t>(kind)]) return true;
-    recent.kinds[recent.count++ % recent.kinds.size()] = kind;
+    std::shift_left(recentCalls.begin(), recentCalls.end(), 1);
+    recentCalls.back() = kind;
     if ((countedKind.has_value() && *countedKind != kind) || !countdown.shouldFail()) return false;
-    recentAtFault = recent;
+    upToFault = recentCalls;
     return true;
 }
 

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <vector>
+#include <span>
 
 /// Makes host calls fail on demand, for tests of what a module does then.
 namespace Headless {
@@ -99,7 +99,7 @@ HEADLESS_API void failHostCall(std::optional<HostCall> kind, std::size_t callNum
 /// Ends `failHostCall`. Returns how many calls have failed because of it.
 HEADLESS_API std::size_t endFaults();
 /// The last host calls up to the one that failed last, in order; for messages of tests.
-HEADLESS_API std::vector<HostCall> callsUpToFault();
+[[nodiscard]] HEADLESS_API std::span<const std::optional<HostCall>> callsUpToFault();
 
 /// Makes all calls of a kind fail until that is ended by false. They are not counted by `failHostCall`.
 HEADLESS_API void refuse(HostCall kind, bool isRefused);

@@ -41,24 +41,6 @@ TEST_F(Modules, RegistrationsDroppedBeforeLibraryCloses) {
     EXPECT_EQ(unloadModule(module), 0) << "it is not loaded any more";
 }
 
-TEST_F(Modules, RefusingModuleIsClosedAtOnce) {
-    const LoadResult loaded = loadModule(folder + "/ProbeRefusing.hmx", "");
-    EXPECT_EQ(loaded.module, ModuleId::none);
-    EXPECT_EQ(loaded.answer, 7);
-    EXPECT_FALSE(isLibraryOpen(folder + "/ProbeRefusing.hmx"));
-    expectNothingRegistered();
-}
-
-TEST_F(Modules, OtherLibrariesAreNotCalled) {
-    for (const std::string& path : {folder + "/ProbeOfOtherVersion.hmx", std::string(HEADLESS_LIBRARY),
-                                    folder + "/nothing.hmx", std::string("nothing.hmx")}) {
-        const LoadResult loaded = loadModule(path, "");
-        EXPECT_EQ(loaded.module, ModuleId::none);
-        EXPECT_NE(loaded.failure, "") << path;
-    }
-    expectNothingRegistered();
-}
-
 TEST_F(Modules, LoadedTwiceStaysUntilUnloadedTwice) {
     const ModuleId first = loadModule(probe, "").module;
     const ModuleId second = loadModule(probe, "").module;

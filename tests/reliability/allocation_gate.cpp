@@ -12,10 +12,8 @@ namespace {
 
 constinit Headless::FaultCountdown countdown;
 constinit std::size_t live = 0;
-constinit std::size_t made = 0;
 
 void* allocate(std::size_t size) noexcept {
-    ++made;
     void* const memory = countdown.shouldFail() ? nullptr : std::malloc(size != 0 ? size : 1);
     if (memory != nullptr) live += malloc_usable_size(memory);
     return memory;
@@ -43,10 +41,6 @@ std::size_t AllocationGate::end() {
     return countdown.end();
 }
 
-std::size_t AllocationGate::allocations() {
-    return made;
-}
-
 std::size_t AllocationGate::liveBytes() {
     return live;
 }
@@ -56,7 +50,6 @@ std::size_t AllocationGate::liveBytes() {
 extern "C" void* realloc(void* memory, std::size_t size) noexcept {
     using Realloc = void* (*)(void*, std::size_t);
     static const auto next = reinterpret_cast<Realloc>(dlsym(RTLD_NEXT, "realloc"));
-    ++made;
     return countdown.shouldFail() ? nullptr : next(memory, size);
 }
 

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-/// All allocations of the process, by `new` and by `realloc`, counted and refused on demand. A program that
+/// All allocations of the process, by `new` and by `realloc`, refused on demand. A program that
 /// is linked with allocation_gate.cpp has the global functions replaced.
 namespace AllocationGate {
 
@@ -13,9 +13,6 @@ void refuse(std::size_t number, Headless::FaultSpan span);
 
 /// Ends that. How many allocations have been refused.
 std::size_t end();
-
-/// How many allocations there have been.
-[[nodiscard]] std::size_t allocations();
 
 /// The bytes that `new` has given out and `delete` has not got back.
 [[nodiscard]] std::size_t liveBytes();

@@ -132,7 +132,9 @@ protected:
 private:
     static void explain(Stage stage, std::optional<HostCall> kind, std::size_t number, FaultSpan span) {
         std::string before;
-        for (const HostCall each : callsUpToFault()) before += std::string(" ") + nameOf(each);
+        for (const std::optional<HostCall> each : callsUpToFault()) {
+            if (each) before += std::string(" ") + nameOf(*each);
+        }
         ADD_FAILURE() << "while " << stageNames.at(static_cast<std::size_t>(stage)) << ", call " << number
                       << " of " << (kind ? nameOf(*kind) : "any kind") << " failed"
                       << (span == FaultSpan::once ? "" : " and all after it") << "; the calls were" << before;
