@@ -17,7 +17,8 @@ protected:
         for (std::size_t number = 0; number < TestClients::count; ++number) {
             const KzDbObjectId record = records[number * records.size() / TestClients::count];
             ASSERT_EQ(watch(document, {record}, TestClients::client(number)), 1);
-            watched.at(number) = graphOf(document).node(record)->id();
+            const KzDxBlock* const node = graphOf(document).node(record); // none if the record was unreadable
+            watched.at(number) = node == nullptr ? KzDbObjectId() : node->id();
         }
     }
     static void unwatchAll(KzApDocument* document) {
