@@ -5,24 +5,17 @@
 #include "headless/inspection.h"
 #include "text/unicode.h"
 
-namespace {
-
 std::string nameOf(KzDbObjectId record) {
     const std::string name = Text::toUtf8(Headless::recordName(record));
     return name.empty() ? std::to_string(record.value()) : name + '(' + std::to_string(record.value()) + ')';
 }
 
-template <class Ids>
-std::string listed(const Ids& ids) {
-    std::string text;
-    for (const KzDbObjectId id : ids) text += ' ' + nameOf(id);
-    return text;
-}
+namespace {
 
 std::string placesOf(const KzDxContainers& containers) {
     std::string text;
     for (const KzDxContainers::Entry& entry : containers) {
-        text += " in " + nameOf(entry.container) + ':' + listed(referencesIn(containers, entry.container));
+        text += " in " + nameOf(entry.container) + ':' + namesOf(referencesIn(containers, entry.container));
     }
     return text;
 }
@@ -46,19 +39,19 @@ KzDxBlocks& graphOf(KzApDocument* document) {
 
 GraphSnapshot snapshotOf(KzDxBlocks& graph) {
     GraphSnapshot snapshot;
-    snapshot["layouts"] = listed(graph.layoutIds());
+    snapshot["layouts"] = namesOf(graph.layoutIds());
     snapshot["marks"] =
         std::string(graph.needsScan() ? "needs scan" : "") + (graph.hasChanges() ? ", changed" : "");
     for (const auto& [key, node] : graph.blockMap()) {
         const std::string name = nameOf(key);
         snapshot[name + " node"] = nameOf(node->id());
-        snapshot[name + " records"] = listed(node->recordIds());
+        snapshot[name + " records"] = namesOf(node->recordIds());
         snapshot[name + " places"] = placesOf(node->containers());
         snapshot[name + " marks"] =
             std::string(node->needsScan() ? "needs scan" : "") + (node->hasChanges() ? ", changed" : "");
         KzDxIdSet nested;
         static_cast<void>(graph.getNestedBlocks(key, true, nested));
-        snapshot[name + " contains"] = listed(nested);
+        snapshot[name + " contains"] = namesOf(nested);
     }
     return snapshot;
 }

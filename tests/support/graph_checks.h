@@ -18,6 +18,15 @@
 [[nodiscard]] std::vector<KzDbObjectId> referencesIn(const KzDxContainers& containers,
                                                      KzDbObjectId container);
 
+/// The blocks of ids by name.
+[[nodiscard]] std::string nameOf(KzDbObjectId record);
+template <class Ids>
+[[nodiscard]] std::string namesOf(const Ids& ids) {
+    std::string text;
+    for (const KzDbObjectId id : ids) text += ' ' + nameOf(id);
+    return text;
+}
+
 /// All that can be seen of a graph, as texts by what they tell of: layouts, marks, and for each key its node,
 /// records, places, mark and nested blocks.
 using GraphSnapshot = std::map<std::string, std::string>;
