@@ -216,7 +216,12 @@ TEST_F(Application, EntryPointTakesCallsInAnyOrder) {
     Headless::failHostCall(Headless::HostCall::loadLibrary, 1, Headless::FaultSpan::once);
     EXPECT_EQ(load(), KzRx::loadFailed);
     EXPECT_EQ(Headless::endFaults(), 1U);
-    EXPECT_EQ(Headless::shownBoxes().size(), 1U) << "the library is asked for before the service";
+    ASSERT_EQ(Headless::shownBoxes().size(), 1U) << "the library is asked for before the service";
+    EXPECT_EQ(Headless::shownBoxes()[0].text, u"Unable to load resource DLL: ZelvaneRes.dll");
+    EXPECT_EQ(static_cast<int>(Headless::shownBoxes()[0].style), 16);
+    EXPECT_THAT(Headless::services(), testing::ElementsAre(u"Zelvane"));
+    EXPECT_EQ(Headless::managerReactorCount(), 1U);
+    EXPECT_EQ(Headless::filterCount(), 0U) << "no timer runs yet";
     EXPECT_EQ(unload(), KzRx::done);
     EXPECT_EQ(Headless::loadedLibraryCount(), 0U) << "each load that found it is given back";
     EXPECT_EQ(unload(), KzRx::done);

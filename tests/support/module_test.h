@@ -9,6 +9,7 @@
 #include "headless/modules.h"
 #include "headless/session.h"
 #include "host/module_interface.h"
+#include "tests/support/leftovers.h"
 #include "tests/support/test_clients.h"
 #include "zelvane/zelvane.h"
 
@@ -21,15 +22,26 @@ extern "C" std::int32_t kzrxEntryPoint(std::int32_t message, void* packet) noexc
 
 class ModuleTest : public testing::Test {
 protected:
-    ModuleTest();
-    ~ModuleTest() override;
+    ModuleTest() {
+        Headless::reset();
+        load();
+    }
+    ~ModuleTest() override {
+        unload();
+        EXPECT_EQ(leftoversInHost(), "");
+        Headless::reset();
+    }
 
     static std::int32_t load() { return Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage); }
     static std::int32_t unload() { return Headless::sendMessage(kzrxEntryPoint, KzRx::unloadMessage); }
 
     /// Attaches `client` to the blocks of `ids`.
     static std::int32_t watch(KzApDocument* document, const std::vector<KzDbObjectId>& ids,
-                              KzDxClientCallback client);
+                              KzDxClientCallback client) {
+        KzDbObjectIdArray array;
+        for (const KzDbObjectId id : ids) array.append(id);
+        return kzdxBlockReferenceMonitorAttach(document, &array, client);
+    }
 
     TestClients clients;
 };
