@@ -1,5 +1,5 @@
--- Guards the opening of LDraw models, with the difficulties of real models, and which clients ldraw.lua reports for an
--- edit, against the text of the model.
+-- Guards the reading of LDraw models, with the irregularities of real files, and the clients that ldraw.lua reports as
+-- called by an edit.
 --
 --   kzhost ldraw_test.lua EXAMPLES
 local examples = arg[1]
@@ -85,20 +85,20 @@ equal(refusal((text({ "a.ldr", "x.dat", "a.ldr" }):gsub("\n", "\r\n"))),
   'FILE:3: "a.ldr" contains itself: a.ldr > a.ldr', "lines are counted whatever they end in")
 equal(refusal(text({ "m.ldr", "c.ldr" }, { "a.ldr", "b.ldr" }, { "b.ldr", "x.dat", "c.ldr" }, { "c.ldr", "a.ldr" })),
   'FILE:7: "c.ldr" contains itself: c.ldr > a.ldr > b.ldr > c.ldr', "a ring away from the main model")
-equal(refusal(text({ "a.ldr" }, { "b.ldr" }, { "A.ldr" })), 'FILE:3: "A.ldr" is there already, since line 1', "twice")
+equal(refusal(text({ "a.ldr" }, { "b.ldr" }, { "A.ldr" })), 'FILE:3: duplicate section "A.ldr" (first in line 1)', "twice")
 equal(refusal("0 title\n1 16 0 0 0 1 0 0 0 1 0 0 0 part.dat\n"),
-  "FILE:2: a placing line has a colour, 12 numbers and a file name", "a number is missing")
+  "FILE:2: invalid placing line (expected: a colour, 12 numbers and a file name)", "a number is missing")
 equal(refusal("1 16 0 0 zero 1 0 0 0 1 0 0 0 1 part.dat\n"),
-  "FILE:1: a placing line has a colour, 12 numbers and a file name", "a word in place of a number")
+  "FILE:1: invalid placing line (expected: a colour, 12 numbers and a file name)", "a word in place of a number")
 equal(refusal("0 FILE a.ldr\n" .. place .. "\n"),
-  "FILE:2: a placing line has a colour, 12 numbers and a file name", "the name is missing")
+  "FILE:2: invalid placing line (expected: a colour, 12 numbers and a file name)", "the name is missing")
 equal(refusal("# A title\n\n0 of them\n20 more\n"),
-  "FILE: no LDraw model: 1 of its lines are in the format, 2 are not", "another kind of file")
+  "FILE: not an LDraw model: most lines are invalid (2 of 3)", "another kind of file")
 equal(placings(plain .. "a stray line\n\x1A"), drawn, "a stray line, and the end of a DOS file")
-equal(refusal(""), "FILE: no LDraw model: the file is empty", "an empty file")
-assert(refusal("0 FILE a\n\1\2"):find("no text has the byte"), "bytes of no text")
+equal(refusal(""), "FILE: not an LDraw model: empty file", "an empty file")
+assert(refusal("0 FILE a\n\1\2"):find("control character"), "a control character")
 
--- ---- which clients an edit calls
+-- ---- clients called by an edit
 
 -- What ldraw.lua prints as called, sorted; all that it prints when it fails.
 local function called(path, edits)
@@ -141,13 +141,13 @@ equal(output(kzhost .. " " .. script .. wagonPath .. " --tree insert coupling.ld
 └── wagon.mpd
     ├── bogie.ldr ×2
     │   └── coupling.ldr [changed]
-    │       └── hook.dat ×2 [inside a changed block]
+    │       └── hook.dat ×2 [nested in a changed block]
     └── coupling.ldr new [changed] (*)
-(*) unfolded above
+(*) printed above
 ]], "--tree")
 for _, wrong in ipairs({ "--bellow x", "--depth 2", "--blocks --tree", "nothing", "--depth x", "--dot", "erase board.dat" }) do
   local text, status = output(kzhost .. " " .. script .. wagonPath .. " " .. wrong)
-  assert(status == 2 and text:find("%-%-help says"), wrong .. ": " .. text)
+  assert(status == 2 and text:find("%(see %-%-help%)"), wrong .. ": " .. text)
 end
 withFile(text({ "main.ldr", "insert" }, { "*Model_Space" }), function(path)
   equal(output(kzhost .. " " .. script .. path .. " --blocks"):match("^ldraw.lua: " .. path:gsub("%p", "%%%0") .. ":3: [^\n]*\n$")

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <utility>
 
 using std::chrono::milliseconds;
@@ -70,6 +71,17 @@ protected:
         }
         EXPECT_TRUE(shown.ends_with(answer())) << "the prompt has not come back: " << shown;
         return shown;
+    }
+    /// Whether Ctrl-C, pressed again and again while the keys are worked off, ends the process.
+    bool isEndedByInterrupts(const std::string& keys, const std::string& begun) {
+        send(keys);
+        readUntil(begun);
+        int status = 0;
+        for (int times = 0; times != 60 && waitpid(child_, &status, WNOHANG) == 0; ++times) {
+            send("\x03");
+            std::this_thread::sleep_for(milliseconds(100));
+        }
+        return WIFSIGNALED(status) && WTERMSIG(status) == SIGINT;
     }
     /// Leaves the prompt by a line of its own: the exit status tells whether it was still there.
     int leave() {
@@ -153,6 +165,11 @@ TEST_F(Prompt, CtrlCInterruptsAndKeepsState) {
     EXPECT_THAT(interrupt("half typed", "half typed"), Not(HasSubstr("prompt:")));
     EXPECT_THAT(type("x + 1\n"), HasSubstr("42"));
     EXPECT_EQ(leave(), 7);
+}
+
+TEST_F(Prompt, IsEndedByASecondCtrlCThatLuaCannotNotice) {
+    EXPECT_TRUE(
+        isEndedByInterrupts("print('be' .. 'gun'); ('a'):rep(1e5):find(('a*'):rep(40) .. 'b')\n", "begun"));
 }
 
 TEST_F(Prompt, KeepsHistoryBetweenSessions) {
