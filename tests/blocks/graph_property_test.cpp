@@ -75,39 +75,6 @@ TEST_F(GraphProperty, UpdatesEqualReadingEverything) {
     }
 }
 
-// An object that could not be unregistered from is watched like any other when watching begins again.
-TEST_F(GraphProperty, HeldObjectsAreWatchedAgain) {
-    KzApDocument* const document = Headless::openDocument(u"document");
-    const KzDbObjectId block = Headless::makeBlock(document, u"A");
-    const KzDbObjectId inside = Headless::makeBlock(document, u"B");
-    const KzDbObjectId reference = Headless::insert(Headless::modelSpace(document), block, {{u"TAG", u"1"}});
-    const KzDbObjectId attribute = Headless::attributeOf(reference, u"TAG");
-    for (const KzDbObjectId held : {block, reference, attribute}) {
-        ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
-        ASSERT_TRUE(Headless::holdOpen(held));
-        kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
-        ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
-        ASSERT_TRUE(Headless::letGo(held));
-        for (int round = 0; round < 2; ++round) {
-            ASSERT_TRUE(Headless::touch(held == block ? reference : held));
-            kzdxUpdateBlockGraph(document, false, true);
-            EXPECT_THAT(clients.takeCalls(), testing::ElementsAre(0)) << held.value() << " round " << round;
-        }
-        EXPECT_EQ(Headless::reactorCount(held), 1U) << held.value();
-        ASSERT_TRUE(Headless::holdOpen(held));
-        kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
-        kzdxUpdateBlockGraph(document, true, false);
-        ASSERT_TRUE(Headless::letGo(held));
-        kzdxUpdateBlockGraph(document, true, false);
-        EXPECT_EQ(Headless::reactorCount(held), 0U) << "unregistered by a scan while watching is off";
-        ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
-        ASSERT_TRUE(Headless::insert(block, inside));
-        kzdxUpdateBlockGraph(document, false, false);
-        kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
-        ASSERT_EQ(Headless::reactorCountOf(document), 0U);
-    }
-}
-
 // The graph cannot unregister from its block table, nor its node from the reference, and so both stay.
 TEST_F(GraphProperty, IgnoresNotificationsAfterUnloadWithObjectsOpen) {
     KzApDocument* const document = Headless::openDocument(u"document");

@@ -63,7 +63,7 @@ prints(watching .. [[
   host.unload(watch) watch = assert(host.load(arg[1])) first:touch() host.idle()
 ]], "watching 2 blocks", "Door: in Room, NUMBER=1 -> Door: in Room, NUMBER=2", "watching 2 blocks",
   "edited, but nothing printed here changed")
--- Gone when its turn comes: clients of scripts lie at lower addresses and are called first.
+-- Gone when its turn comes: clients of scripts have lower addresses and are called first.
 prints(watching .. [[
   local early = host.client(function() host.unload(watch) end)
   zelvane.kzdxBlockReferenceMonitorAttach(house, { door }, early)

@@ -130,10 +130,6 @@ main:insert(large:find("part7"))
 options = { before = before, edits = { { block = large:find("part7"), container = main, text = "a part" } } }
 picture = drawn(large)
 equal(sortedKeys(picture.nodes), "*Model_Space frame main", "a large drawing without its leaves")
-picture = drawn(large, { all = true, edits = options.edits, before = before })
-assert(picture.nodes.part70 and picture.edges["frame>part70"], "--all leaves something out")
-equal(picture.edges["main>frame"], "", "a count among many")
-equal(picture.edges["main>part7"], "new", "an edit among many")
 equal(sortedKeys(drawn(large, options).nodes), "*Model_Space frame key: edited references key: layout main part7",
   "what one edit concerns")
 

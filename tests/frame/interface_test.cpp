@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Where the base subobject of class Base lies in an object of class T.
+/// The offset of the base subobject of class Base in an object of class T.
 template <class Base, class T>
 std::size_t offsetOf(T* object) {
     return static_cast<std::size_t>(reinterpret_cast<std::byte*>(static_cast<Base*>(object)) -
@@ -39,7 +39,7 @@ TEST_F(Interface, BasesInTheirOrder) {
     EXPECT_EQ(offsetOf<KzDxNotifierBase<KzDxClientCallback>>(&reactor), 0U);
 }
 
-/// Physical, logical and grow length as they lie behind the pointer to the elements.
+/// Physical, logical and grow length as they follow the pointer to the elements.
 template <class T>
 std::array<std::int32_t, 3> lengthsOf(const KzArray<T>& array) {
     static_assert(sizeof(array) == sizeof(void*) + 4 * sizeof(std::int32_t));

@@ -61,7 +61,7 @@ protected:
         std::string shown = readUntil(begun);
         shown += readUntil("no such text", milliseconds(100)); // the rest, so that what follows is an answer
         ++typed_;
-        // Once is enough for a person. A Ctrl-C that comes before the prompt waits for keys is passed over,
+        // Once is enough for a person. A Ctrl-C that comes before the prompt waits for keys is skipped,
         // and shows nothing; one that is being worked off takes along what is typed behind it.
         for (int times = 0; times != 60 && !shown.ends_with(answer()); ++times) {
             send("\x03");

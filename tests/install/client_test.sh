@@ -135,7 +135,7 @@ END
   [ "$(echo $said)" = "part 1, main 1, old part 1, main 1, new" ] || fail "two libraries with $optimization print: $said"
 done
 
-# Each public header stands alone.
+# Each public header compiles alone.
 while read -r header; do
   echo "#include \"$header\"" | g++ -fsyntax-only "${flags[@]}" -x c++ - || fail "$header does not compile alone"
 done < <(cd "$(pkg-config --variable=includedir zelvane)" && find . -name '*.h' -printf '%P\n')

@@ -100,7 +100,7 @@ do
   end
 end
 
--- One that its own finalizer's table brings back is dead, whoever has its plain function by then.
+-- A client that its own finalizer's table brings back is dead, also if another one has its plain function by then.
 do
   local dead
   setmetatable({host.client(print)}, {__gc = function(holder) dead = holder[1] end})

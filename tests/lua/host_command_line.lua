@@ -1,5 +1,5 @@
 -- Guards what kzhost does with its command line: what runs, in which order, with which `arg`, what the process ends
--- with, and that a module that cannot be loaded is told in one line whoever looks at it.
+-- with, and that a module that cannot be loaded is reported in one line.
 
 package.path = arg[0]:match("^(.*)/") .. "/?.lua;" .. package.path
 local check = require("check")

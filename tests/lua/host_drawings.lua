@@ -67,7 +67,7 @@ part:block("Leaf")
 part:block("Sheet", {layout = true})
 part:block("Own", {dependent = true}) -- whatever it reports, it came with no other drawing
 local outer = host.open("outer")
-local stands = outer:attach(part, "p")
+local attachment = outer:attach(part, "p")
 check.equal(names(outer), {"*Model_Space", "*Paper_Space", "p", "p|Leaf", "p|Own"})
 check.raises("taken", function() outer:attach(part, "p") end)
 outer:attach(part, "q")
@@ -76,7 +76,7 @@ local there = part:modelSpace():insert(part:find("Leaf"))
 check.equal(leaf:references(), {there})
 part:close()
 check.equal(leaf:references(), {})
-check.equal(stands.name, "p")
+check.equal(attachment.name, "p")
 
 -- Documents: in order of opening, and the last one of the others becomes current.
 check.equal(host.documents(), {drawing, outer})

@@ -17,7 +17,7 @@ local function callsOfIdle()
   return calls
 end
 
--- A frame holds two doors, a door holds a handle; a desk lies beside them. Each block has a client of its name.
+-- A frame holds two doors, a door holds a handle; a desk is next to them. Each block has a client of its name.
 local drawing = host.open("house")
 local space = drawing:modelSpace()
 local frame, door, handle, desk = drawing:block("FRAME"), drawing:block("DOOR"), drawing:block("HANDLE"),
@@ -37,7 +37,7 @@ local function callsAfter(edit)
   return calls
 end
 
--- A change goes down to what lies inside, never up to what holds it.
+-- A change propagates to nested blocks, never to the containers.
 check.equal(callsAfter(function() space:insert(frame) end), {"door", "frame", "handle"}, "insert")
 check.equal(callsAfter(function() doors[1]:set("TAG", "right") end), {"door", "handle"}, "attribute")
 check.equal(callsAfter(function() handleInDoor:touch() end), {"handle"}, "touched reference")
@@ -128,37 +128,7 @@ do
   other:close()
 end
 
--- An enhanced block and its representations, in either order of the table.
-do
-  local other = host.open("enhanced")
-  local early = other:block("*Early")
-  local enhanced = other:block("D")
-  local holder = other:block("HOLDER")
-  enhanced:enhance()
-  enhanced:represent(early)
-  local late = enhanced:represent()
-  local references = {holder:insert(early), holder:insert(enhanced), holder:insert(late, {TAG = "1"})}
-  attach(other, {late}, log:client("through a representation"))
-  for at, reference in ipairs(references) do
-    reference:touch()
-    check.equal(callsOfIdle(), {"through a representation"}, "reference " .. at)
-  end
-  references[3]:set("TAG", "2")
-  check.equal(callsOfIdle(), {"through a representation"})
-  -- One that comes later is taken in when a reference of it leads back.
-  local later = enhanced:represent()
-  check.equal(callsOfIdle(), {}, "not placed yet")
-  local placed = holder:insert(later)
-  check.equal(callsOfIdle(), {"through a representation"})
-  check.equal(placed:reactors() >= 1, true)
-  local whole = other:modelSpace():insert(holder)
-  check.equal(callsOfIdle(), {"through a representation"}, "lies inside the holder")
-  check.equal(callsAfter(function() later:erase() end), {"through a representation"}, "its references no longer count")
-  check.equal(callsAfter(function() whole:erase() end), {"through a representation"})
-  other:close()
-end
-
--- An attached drawing: what lies in its model space lies in the record that stands for it here.
+-- An attached drawing: blocks in its model space are nested in the record that stands for it here.
 do
   local site = host.open("site")
   local tree = site:block("TREE")

@@ -38,7 +38,7 @@ check.equal(records, ids({inSecond[1], inSecond[2], inFirst}), "grouped by recor
 result, records = module.kzdxGetKzDbTableIds(drawing, {plain, 17})
 check.equal(records, {plain.id, 17, inSecond[1].id, inSecond[2].id, inFirst.id})
 
--- Erased references and records, and a record that somebody holds open.
+-- Erased references and records, and a record that is held open.
 inSecond[1]:erase()
 first:erase()
 named:open()
@@ -47,12 +47,7 @@ check.equal({result, records}, {1, ids({second})})
 check.equal({module.kzdxGetKzDbTableIds(drawing)}, {1, ids({inSecond[2]})})
 named:close()
 
--- Nothing to find, and nothing to search in.
+-- Nothing to find.
 local empty = host.open("empty")
 check.equal({module.kzdxGetKzDbTableIds(empty, {5})}, {1, {5}})
-local without = host.open("without", {database = false})
-for _, query in ipairs({"kzdxGetBlockRecordIdsOfKzDbTables", "kzdxGetKzDbTableIds"}) do
-  check.equal({module[query](without, {5})}, {0, {5}}, query)
-  check.equal({module[query](nil, {5})}, {0, {5}}, query)
-end
 host.unload()

@@ -45,7 +45,7 @@ do
   check.equal(callsOfIdle(), {})
 end
 
--- The first interval is taken as it stands: 2^32-1 is never reached by a day or two.
+-- The first interval is unsigned: 2^32-1 is never reached by a day or two.
 do
   local document = host.open("long")
   attach(log:client("long"), 2 ^ 32 // 1 - 1 | 0, document)

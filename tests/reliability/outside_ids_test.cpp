@@ -106,16 +106,6 @@ TEST_F(OutsideIds, GraphHasNoNodesForThem) {
     }
 }
 
-TEST_F(OutsideIds, QueriesAppendToTheArray) {
-    const KzDbObjectId table = makeBlock(document, u"*T1");
-    KzDbObjectIdArray ids;
-    for (const KzDbObjectId id : invalid) ids.append(id);
-    EXPECT_EQ(kzdxGetBlockRecordIdsOfKzDbTables(document, &ids), 1);
-    std::vector<KzDbObjectId> expected = invalid;
-    expected.push_back(table);
-    EXPECT_EQ(std::vector(ids.begin(), ids.end()), expected);
-}
-
 /// What all exports give for one document: three results, and the ids of two queries.
 std::vector<int> allExports(KzApDocument* document, KzDbObjectId block) {
     KzDbObjectIdArray blocks;

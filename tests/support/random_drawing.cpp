@@ -81,7 +81,7 @@ void RandomDrawing::apply(const Edit& edit) {
     case 12:
         return edit.how % 2 == 0 ? renameBlock(record) : static_cast<void>(enhance(record));
     case 13:
-        return representAnew(record, pick(records_, edit.second));
+        return addRepresentation(record, pick(records_, edit.second));
     case 14:
         return edit.how % 4 == 0 ? attachDrawing(newName(u"SITE")) : letGo();
     }
@@ -107,7 +107,7 @@ void RandomDrawing::renameBlock(KzDbObjectId record) {
 }
 
 // A block that was there before represents an enhanced one from now on, or a new one does.
-void RandomDrawing::representAnew(KzDbObjectId block, KzDbObjectId other) {
+void RandomDrawing::addRepresentation(KzDbObjectId block, KzDbObjectId other) {
     const bool isEarly = recordName(other).starts_with(u"*E");
     add(represent(block, isEarly ? other : KzDbObjectId()), records_);
 }

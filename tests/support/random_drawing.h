@@ -2,7 +2,7 @@
 
 // Drawings made and edited at random, the same ones for the same seed: a main document and another one
 // attached to it, with nested blocks, attributes, an enhanced block with representations on both sides of it
-// in the table, erased objects, and objects that somebody holds open.
+// in the table, erased objects, and objects that are held open.
 
 #include "headless/edits.h"
 #include "headless/inspection.h"
@@ -52,7 +52,7 @@ private:
     void makeFurtherBlock(std::uint8_t how);
     void attachDrawing(const std::u16string& name);
     void renameBlock(KzDbObjectId record);
-    void representAnew(KzDbObjectId block, KzDbObjectId other);
+    void addRepresentation(KzDbObjectId block, KzDbObjectId other);
     void insertSomewhere(const Edit& edit);
     void moveOrCopy(KzDbObjectId reference, KzDbObjectId record, std::uint8_t how);
     void eraseOrBack(KzDbObjectId object);

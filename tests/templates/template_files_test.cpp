@@ -54,17 +54,8 @@ private:
 
 TEST_F(TemplateFiles, NamesComeOnceInFileOrder) {
     TemplateBytes all;
-    all.start(6)
-        .classDefinition()
-        .text(u"W")
-        .u32(1)
-        .u32(3)
-        .text(u"z")
-        .u32(1)
-        .text(u"no")
-        .u32(0)
-        .text(u"a")
-        .u32(~0U);
+    all.start(6).classDefinition().text(u"W").u32(1).u32(3).text(u"z").u32(1).text(u"no").u32(0);
+    all.text(u"a").u32(~0U);
     all.u16(0x8001).text(u"off").u32(0).u32(2).text(u"hidden").u32(1).text(u"b").u32(1);
     all.u16(0x8001).text(u"W").u32(1).u32(3).text(u"Z").u32(1).text(u"a").u32(1).text(u"b").u32(1);
     all.u16(0x8001).text(u"").u32(7).u32(0).u16(2).u16(0x8001).text(u"w").u32(1).u32(0);

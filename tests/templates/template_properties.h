@@ -55,7 +55,7 @@ inline std::string violatedProperty(std::span<const std::byte> bytes) {
     CEattMain again;
     if (kzdxReadTemplate(parts, again) != failure || shown(again) != shown(first))
         return "the parts that bytes come in do not matter";
-    if (failure.offset > bytes.size()) return "the failure lies in the file";
+    if (failure.offset > bytes.size()) return "the failure is inside the file";
     if (failure.error == KzDxArchiveError::outOfMemory) return "a claim takes no memory";
     if (failure) return first.blocks.empty() ? "" : "a refused file leaves nothing";
 
