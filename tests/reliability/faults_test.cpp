@@ -9,6 +9,8 @@
 #include "tests/support/module_test.h"
 #include "tests/support/sample_drawing.h"
 
+#include <csignal>
+#include <cstdio>
 #include <map>
 #include <optional>
 
@@ -101,6 +103,7 @@ protected:
         drawings.moveNewest();
         drawings.moveAll();
         undisturbed_ = recovered(drawings);
+        std::signal(SIGABRT, [](int) { std::fputs(explanation_.c_str(), stderr); });
         leave(drawings);
     }
 
@@ -111,7 +114,7 @@ protected:
         for (std::size_t number = 1;; ++number) {
             const std::size_t failed = disturb(stage, kind, number, span);
             all += failed;
-            if (HasFailure()) explain(stage, kind, number, span);
+            if (HasFailure()) ADD_FAILURE() << explanation_;
             if (failed == 0 || HasFailure()) return all;
         }
     }
@@ -130,15 +133,19 @@ protected:
     }
 
 private:
-    static void explain(Stage stage, std::optional<HostCall> kind, std::size_t number, FaultSpan span) {
-        std::string before;
+    /// What has failed, for messages; also for that of an update check, which ends the process.
+    static std::string explanation(Stage stage, std::optional<HostCall> kind, std::size_t number,
+                                   FaultSpan span) {
+        std::string text = "while " + std::string(stageNames.at(static_cast<std::size_t>(stage))) +
+                           ", call " + std::to_string(number) + " of " + (kind ? nameOf(*kind) : "any kind") +
+                           " failed" + (span == FaultSpan::once ? "" : " and all after it") +
+                           "; the calls were";
         for (const std::optional<HostCall> each : callsUpToFault()) {
-            if (each) before += std::string(" ") + nameOf(*each);
+            if (each) text += std::string(" ") + nameOf(*each);
         }
-        ADD_FAILURE() << "while " << stageNames.at(static_cast<std::size_t>(stage)) << ", call " << number
-                      << " of " << (kind ? nameOf(*kind) : "any kind") << " failed"
-                      << (span == FaultSpan::once ? "" : " and all after it") << "; the calls were" << before;
+        return text + '\n';
     }
+    static inline std::string explanation_;
 
     std::size_t disturb(Stage stage, std::optional<HostCall> kind, std::size_t number, FaultSpan span) {
         reset();
@@ -152,6 +159,7 @@ private:
             work(drawings);
         }
         const std::size_t failed = endFaults();
+        explanation_ = explanation(stage, kind, number, span);
         pause.reset();
         EXPECT_EQ(drawings.openCount(), 0U);
         const bool goesOn = stage == Stage::working || stage == Stage::quietly;
