@@ -12,6 +12,7 @@
 #include "zelvane/zelvane.h"
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -251,18 +252,29 @@ bool advance(std::vector<std::size_t>& history) {
     return false;
 }
 
+/// The history that is tried, for messages; also for that of an update check, which ends the process.
+const Beginning* currentBeginning = nullptr;
+std::vector<std::size_t> currentSteps;
+
+void printHistory() {
+    if (currentBeginning == nullptr) return;
+    std::fprintf(stderr, "beginning: %s\n", currentBeginning->name);
+    for (const std::size_t step : currentSteps) std::fprintf(stderr, "then: %s\n", steps[step].name);
+}
+
 /// Tries all histories of a length from a beginning. Returns how many; 0 if one fails, which is printed.
 std::size_t tryAll(const Beginning& beginning, std::size_t length) {
-    std::vector<std::size_t> history(length, 0);
+    currentBeginning = &beginning;
+    currentSteps.assign(length, 0);
     std::size_t count = 0;
     do {
-        const std::string difference = differenceAfter(beginning, history);
+        const std::string difference = differenceAfter(beginning, currentSteps);
         ++count;
         if (difference.empty()) continue;
-        std::printf("%s\nbeginning: %s\n", difference.c_str(), beginning.name);
-        for (const std::size_t step : history) std::printf("then: %s\n", steps[step].name);
+        std::fprintf(stderr, "%s\n", difference.c_str());
+        printHistory();
         return 0;
-    } while (advance(history));
+    } while (advance(currentSteps));
     return count;
 }
 
@@ -271,6 +283,7 @@ std::size_t tryAll(const Beginning& beginning, std::size_t length) {
 int main(int argc, char** argv) {
     const std::size_t longest = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 2;
     if (kzrxEntryPoint(KzRx::loadMessage, nullptr) != KzRx::done) return 2;
+    std::signal(SIGABRT, [](int) { printHistory(); });
     std::size_t count = 0;
     for (std::size_t length = 0; length <= longest; ++length) {
         for (const Beginning& beginning : beginnings) {
