@@ -228,7 +228,7 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
 }
 
 // What an update costs, in calls of the host.
-TEST_F(BlockMonitor, UpdateReadsOnlyWhatMayHaveChanged) {
+TEST_F(BlockMonitor, UpdateReadsOnlyPossibleChanges) {
     const KzDbObjectId edited = Headless::insert(space, door, {{u"TAG", u"1"}});
     for (const KzDbObjectId container : {space, frame}) Headless::insert(container, door);
     for (int made = 0; made < 20; ++made) Headless::insert(frame, desk);
@@ -259,7 +259,7 @@ TEST_F(BlockMonitor, UpdateReadsOnlyWhatMayHaveChanged) {
 }
 
 // The same in a drawing with many records, some of which represent a block or an attached drawing.
-TEST_F(BlockMonitor, UpdateOfLongTableReadsNoMore) {
+TEST_F(BlockMonitor, UpdateOfLongTableReadsLittle) {
     KzApDocument* const site = Headless::openDocument(u"site");
     ASSERT_TRUE(Headless::insert(Headless::modelSpace(site), Headless::makeBlock(site, u"TREE")));
     ASSERT_TRUE(Headless::attach(document, site, u"SITE"));

@@ -207,7 +207,7 @@ TEST_F(Application, DataGoInDocumentOrder) {
     Headless::refuse(Headless::HostCall::documentIterator, false);
 }
 
-TEST_F(Application, EntryPointTakesCallsInAnyOrder) {
+TEST_F(Application, EntryPointTakesAnyOrder) {
     EXPECT_EQ(kzrxEntryPoint(7, nullptr), KzRx::done);
     EXPECT_EQ(load(), KzRx::loadFailed) << "loaded already";
     const KzDxApplication* const running = KzDxApplication::instance();

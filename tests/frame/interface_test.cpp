@@ -48,7 +48,7 @@ std::array<std::int32_t, 3> lengthsOf(const KzArray<T>& array) {
     return lengths;
 }
 
-TEST(Array, GrowsByLengthThenByTheStep) {
+TEST(Array, GrowsByLengthThenByStep) {
     struct Growth {
         std::int32_t growLength;
         std::vector<std::int32_t> physicalLengths; // one after the other, beginning with an empty array

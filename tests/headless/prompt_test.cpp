@@ -122,7 +122,7 @@ private:
     int typed_ = 0;
 };
 
-TEST_F(Prompt, PrintsValuesAndGoesOnAfterErrors) {
+TEST_F(Prompt, PrintsValuesAndContinuesAfterErrors) {
     EXPECT_THAT(type("host.open('a'), 'b\\0\\n', {1, c = {2}}\n"),
                 HasSubstr("document \"a\"  \"b\\0\\10\"  {1, c = {2}}"));
     EXPECT_THAT(type("'T\u00FCr'\n"), HasSubstr("\"T\u00FCr\"")) << "UTF-8 in and out";
@@ -167,7 +167,7 @@ TEST_F(Prompt, CtrlCInterruptsAndKeepsState) {
     EXPECT_EQ(leave(), 7);
 }
 
-TEST_F(Prompt, IsEndedByASecondCtrlCThatLuaCannotNotice) {
+TEST_F(Prompt, SecondCtrlCEndsTheProcess) {
     EXPECT_TRUE(
         isEndedByInterrupts("print('be' .. 'gun'); ('a'):rep(1e5):find(('a*'):rep(40) .. 'b')\n", "begun"));
 }

@@ -98,7 +98,7 @@ TEST_F(Kit, WatchReportsWhatTheDrawingShows) {
     EXPECT_EQ(calls, 0);
 }
 
-TEST_F(Kit, RepresentationsAndAttachmentsCountAsTheirBlocks) {
+TEST_F(Kit, RepresentationsCountAsTheirBlocks) {
     enhance(room);
     const KzDbObjectId shape = represent(room);
     const KzDbObjectId other = represent(room);
@@ -240,7 +240,7 @@ TEST_F(Kit, ReloadedZelvaneGoesOnCalling) {
     EXPECT_EQ(managerReactorCount(), 1U) << "the kit's own reactor has left";
 }
 
-TEST_F(Kit, BlockUnknownToZelvaneIsAttachedLater) {
+TEST_F(Kit, UnknownBlockIsAttachedLater) {
     BlockWatch watch;
     ASSERT_EQ(watch.attach(document, {door}, log()), Status::ok);
     const KzDbObjectId key = makeBlock(document, u"Key");
@@ -251,7 +251,7 @@ TEST_F(Kit, BlockUnknownToZelvaneIsAttachedLater) {
     EXPECT_THAT(told(), ElementsAre("Key 0-2 +2 -0"));
 }
 
-TEST_F(Kit, WatchOfAllBlocksFindsNewOnes) {
+TEST_F(Kit, WatchOfAllFindsNewBlocks) {
     const auto closed = openDocument(u"empty");
     BlockWatch early;
     ASSERT_EQ(early.attachAll(closed, log()), Status::ok) << "without a block";
@@ -312,7 +312,7 @@ TEST_F(Kit, FunctionMayDoAnything) {
     }
 }
 
-TEST_F(Kit, FunctionRunningMessageLoopIsNotNested) {
+TEST_F(Kit, MessageLoopInsideFunctionIsNotNested) {
     insert(space, door);
     int depth = 0;
     BlockWatch watch;

@@ -74,7 +74,7 @@ protected:
 };
 
 // A graph that cannot be switched on before it is built is switched on after that.
-TEST_F(Refusals, WatchingNeedsDrawingTableAndModelSpace) {
+TEST_F(Refusals, WatchingNeedsTableAndModelSpace) {
     const auto watchAll = [](KzApDocument* document) {
         return watch(document, records(document), TestClients::client(0));
     };

@@ -64,7 +64,7 @@ TEST_F(TemplateFiles, NamesComeOnceInFileOrder) {
     EXPECT_THAT(attributes, ElementsAre(u"z", u"a", u"Z", u"b"));
 }
 
-TEST_F(TemplateFiles, OneListForBothWithThePath) {
+TEST_F(TemplateFiles, OneListWithThePath) {
     TemplateBytes all;
     all.start(3).classDefinition().text(u"A").u32(1).u32(2).text(u"x").u32(1).text(u"A").u32(1);
     all.u16(0x8001).body(u"x").u16(0x8001).body(u"B");

@@ -37,7 +37,7 @@ TEST(TemplateRead, ExampleIsUnderstood) {
     EXPECT_EQ(read(exampleBytes()), "1: DOOR=1(NOTE=0 TAG=1) WIN=0()");
 }
 
-TEST(TemplateRead, EveryFormInPartsOfAnySize) {
+TEST(TemplateRead, FormsInPartsOfAnySize) {
     const auto all = variedBytes();
     const std::string expected = "1: A=1(ab=0 c=5) ^0 B=0(x=1) C=1() ^3 D=0()";
     EXPECT_EQ(read(variedBytes().u32(0x12345678)), expected); // bytes behind the last element are ignored
@@ -75,7 +75,7 @@ TEST(TemplateRead, DamagedBytesKeepTheProperties) {
     }
 }
 
-TEST(TemplateRead, ClaimedLengthsBeyondTheFileAreRefused) {
+TEST(TemplateRead, LengthsBeyondTheFileAreRefused) {
     const auto all64 = ~std::uint64_t{0};
     EXPECT_EQ(read(TemplateBytes().u32(1).u16(0xFFFF).u32(0xFFFFFFFF).u64(all64)), endsEarly + " at byte 18");
     EXPECT_EQ(readWithName(TemplateBytes().u8(0xFF).u16(0xFFFF).u32(0xFFFFFFFF).u64(all64)),

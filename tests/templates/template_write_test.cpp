@@ -104,7 +104,7 @@ TEST(TemplateWrite, LengthsTakeTheShortestForm) {
 }
 
 // Object indices from 7FFF on need the long tag, and more than FFFE elements the long count.
-TEST(TemplateWrite, LargeTemplateTakesLongTagsAndCounts) {
+TEST(TemplateWrite, LargeTemplateTakesLongTags) {
     CEattMain eattMain;
     for (unsigned i = 0; i < 0xFFFF - 3; ++i) eattMain.blocks.push_back(block(i % 2 == 0 ? u"E" : u"O"));
     for (const unsigned index : {0x7FFEU, 0x7FFFU, 0xFFFDU})

@@ -105,7 +105,7 @@ protected:
     KzApDocument* document;
 };
 
-TEST_F(HostProcess, CallsClientsByRealMessagesAndTicks) {
+TEST_F(HostProcess, CallsByRealMessagesAndTicks) {
     constexpr std::uint32_t hour = 3600000;
     attach(hour);
     EXPECT_EQ(callsAtRest(), 0) << "the interval has only begun";
