@@ -75,6 +75,37 @@ TEST_F(GraphProperty, UpdatesEqualReadingEverything) {
     }
 }
 
+// What only callers by slot do: a graph or a single node is switched, or a node reads a further record.
+TEST_F(GraphProperty, UpdatesAfterCallsBySlot) {
+    for (unsigned seed = 0; seed < 200; ++seed) {
+        RandomDrawing drawing(seed);
+        watchAll(drawing.document);
+        PlainGraph plain(drawing.document);
+        const std::vector<KzDbObjectId> records = Headless::records(drawing.document);
+        for (unsigned round = 0; round < 6; ++round) {
+            const KzDbObjectId chosen = records[(seed + round) % records.size()];
+            const KzDbObjectId further = records[(seed / 7 + 3 * round) % records.size()];
+            const unsigned kind = (seed + round) % 4;
+            plain.withBoth([&](KzDxBlocks& graph) {
+                KzDxBlock* const node = graph.node(chosen);
+                if (kind == 0) static_cast<void>(graph.setEnabled(!graph.isEnabled()));
+                if (kind == 1 && node != nullptr) static_cast<void>(node->setEnabled(!node->isEnabled()));
+                if (kind == 2 && node != nullptr) static_cast<void>(node->evaluate(further));
+            });
+            drawing.edit(1 + static_cast<int>(seed % 3));
+            if (seed % 2 == 0) drawing.editQuietly();
+            if (kind == 0)
+                plain.withBoth([](KzDxBlocks& graph) { static_cast<void>(graph.setEnabled(true)); });
+            ASSERT_EQ(plain.updateBoth(false, {}), "") << "seed " << seed << " round " << round;
+        }
+        unwatchAll(drawing.document);
+        drawing.letGo();
+        Headless::closeDocument(drawing.document);
+        Headless::closeDocument(drawing.attached);
+    }
+    clients.takeCalls();
+}
+
 // The graph cannot unregister from its block table, nor its node from the reference, and so both stay.
 TEST_F(GraphProperty, IgnoresNotificationsAfterUnloadWithObjectsOpen) {
     KzApDocument* const document = Headless::openDocument(u"document");

@@ -44,6 +44,13 @@ public:
     PlainGraph(const PlainGraph&) = delete;
     PlainGraph& operator=(const PlainGraph&) = delete;
 
+    /// Does the same with both graphs.
+    template <class Action>
+    void withBoth(Action act) {
+        act(graphOf(document_));
+        act(*graph_);
+    }
+
     /// Switches this graph as the document's graph is.
     void followSwitch();
 
