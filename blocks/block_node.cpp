@@ -100,10 +100,9 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
 
 /// Whether edits can change what is stored without a notification. Such a node is read by every update.
 bool KzDxBlock::mayMissNotifications() const {
-    const bool isEverythingRegistered =
-        isEnabled() ? areRecordsRegistered() && registrations_.allReferencesRegistered()
-                    : owner_ == nullptr || !owner_->isEnabled();
-    return !isEverythingRegistered || registrations_.hasPending() || containers_.hasUnplaced();
+    if (registrations_.hasPending() || containers_.hasUnplaced()) return true;
+    if (isEnabled()) return !areRecordsRegistered() || !registrations_.allReferencesRegistered();
+    return owner_ != nullptr && owner_->isEnabled(); // switched off alone
 }
 
 void KzDxBlock::copied(const KzDbObject* object, const KzDbObject*) {
