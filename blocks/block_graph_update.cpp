@@ -84,7 +84,9 @@ bool KzDxBlocks::tryUnregister() noexcept {
 // Updating.
 
 void KzDxBlocks::aboutToChange(const KzDbObject*) {
-    setNeedsScan(true); // a record is added: the scan finds its id
+    setNeedsScan(true);
+    // A record is added. References in it are found by the lists, also if it is erased before the next scan.
+    state_.raiseLevel(KzDxScanLevel::referenceLists);
 }
 
 void KzDxBlocks::timerElapsed() {

@@ -30,7 +30,7 @@ enum class KzDxScanLevel : std::uint8_t {
 /// | an attribute is about to change, or is copied | everything                | `staleNodes`              |
 /// | a reference or a record is                    | everything                | `referenceLists`          |
 /// | a reference or a record is destroyed          |                           | `referenceLists`          |
-/// | the block table is about to change            |                           | `staleNodes`              |
+/// | the block table is about to change            |                           | `referenceLists`          |
 /// | a node is created                             | everything                |                           |
 /// | a node gets a further record                  | new references            |                           |
 /// | `evaluate` is called from outside             | everything                | `referenceLists`          |

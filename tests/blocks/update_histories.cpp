@@ -154,6 +154,12 @@ constexpr std::array steps{
              insert(outer, inner);
              insert(d.plain, outer);
          }},
+    Step{"insert A in a new block, and erase that",
+         [](Drawing& d) {
+             const KzDbObjectId block = d.newBlock();
+             insert(block, d.plain);
+             eraseOrBack(block);
+         }},
     Step{"move the newest block in A away",
          [](Drawing& d) {
              for (const KzDbObjectId block : records(d.main)) {
