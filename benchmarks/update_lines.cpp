@@ -169,6 +169,32 @@ Comparison updatePerReference(std::size_t references) {
     };
 }
 
+/// A drawing with one block, each reference of which has an attribute.
+std::shared_ptr<OpenDocument> makeAttributedDrawing(std::size_t references) {
+    auto document = std::make_shared<OpenDocument>();
+    const KzDbObjectId block = Headless::makeBlock(document->get(), u"TAGGED");
+    for (std::size_t made = 0; made < references; ++made) {
+        Headless::insert(document->modelSpace(), block, {{u"NUMBER", u"1"}});
+    }
+    return document;
+}
+
+/// Disabling unregisters from every reference and attribute.
+double secondsToDisable(const OpenDocument& document) {
+    enable(document.graph());
+    return secondsOf([&] { document.graph().setEnabled(false); });
+}
+
+Comparison disablePerReference(std::size_t references) {
+    const auto large = makeAttributedDrawing(references);
+    const auto small = makeAttributedDrawing(smallSizeFor(references));
+    return {
+        .measured = [=] { return secondsToDisable(*large) / static_cast<double>(references); },
+        .baseline = [=] { return secondsToDisable(*small) / static_cast<double>(smallSizeFor(references)); },
+        .unitsOfWork = static_cast<double>(references),
+    };
+}
+
 /// Updates of a drawing to which ten others are attached, and of one that holds what the ten hold.
 Comparison attachedOverOwn(std::size_t references) {
     using Attached = std::array<OpenDocument, 10>;
@@ -244,6 +270,7 @@ std::vector<Line> updateLines() {
         {"attribute/floor", {hundredThousand, million}, 1.6, attributeOverFloor, inMilliseconds("attribute")},
         {"attach/floor", all, 1.8, attachOverFloor, inMilliseconds("attach")},
         {"update/linear", {million}, 2, updatePerReference},
+        {"disable/linear", {hundredThousand}, 4, disablePerReference},
         {"xref/own", {hundredThousand}, 1.5, attachedOverOwn},
         {"representations/linear", {hundredThousand}, 2, enhancedOverPlain},
         {"memory/reference", {million}, 24, memoryPerReference, Figure{"memory", "bytes", 1}},
