@@ -13,13 +13,13 @@ namespace {
 
 constexpr const char16_t* servicesKey = u"ServiceDictionary";
 
-/// A registered service. It says nothing but that its name is there.
+/// A registered service. It has no content: only its name matters.
 class Service final : public KzRxService {
 public:
     [[nodiscard]] KzRxClass* isA() const override { return KzRxService::desc(); }
 };
 
-/// Singleton, never destroyed: a module may be unloaded, and ask for it, as late as the process ends.
+/// Singleton, never destroyed: a module that is unloaded while the process ends may still use it.
 Dictionary& registry() {
     static Dictionary& registry = *[] {
         auto* const made = new Dictionary;
@@ -43,7 +43,7 @@ std::vector<std::u16string> Dictionary::keys() const {
 }
 
 KzRxObject* Dictionary::at(const char16_t* key) const {
-    // The host itself calls `find`, which no fault strikes.
+    // The host itself calls `find`, which cannot be made to fail.
     return shouldFail(HostCall::dictionaryEntry) ? nullptr : find(key);
 }
 
@@ -57,7 +57,7 @@ KzRxObject* Dictionary::remove(const char16_t* key) {
     if (key == nullptr || shouldFail(HostCall::takeEntry)) return nullptr;
     const auto found = entries_.find(std::u16string_view(key));
     if (found == entries_.end()) return nullptr;
-    // Ownership goes to the caller: released before the entry, and the pointer with it, is erased.
+    // The caller becomes the owner: the object must be released before the entry is erased.
     KzRxObject* const object = found->second.release();
     entries_.erase(found);
     return object;
@@ -70,7 +70,7 @@ Dictionary* serviceDictionary() {
 }
 
 void resetRegistry() {
-    // Whether the dictionary of services is still there is not known: a module may have taken it out.
+    // Replaces the dictionary of services, because a module may have removed it.
     registry().clear();
     registry().enter(servicesKey, std::make_unique<Dictionary>());
 }
@@ -94,7 +94,7 @@ bool kzrxRegisterService(const char16_t* name) {
     return dictionary != nullptr && dictionary->enter(name, std::make_unique<Headless::Service>());
 }
 
-/// Asks the host's own way, because no fault is meant for this question.
+/// Uses `find`, because this query cannot be made to fail.
 bool kzrxServiceIsRegistered(const char16_t* name) {
     const Headless::Dictionary* const dictionary = Headless::serviceDictionary();
     return dictionary != nullptr && dictionary->find(name) != nullptr;
@@ -102,7 +102,7 @@ bool kzrxServiceIsRegistered(const char16_t* name) {
 
 bool kzrxRegisterAppMDIAware(void* moduleToken) {
     using namespace Headless;
-    // Only the message under way has a token. One that was kept from before is a mistake.
+    // Only the message that is being processed has a token; that of an earlier message is a usage error.
     const bool isToken = moduleToken != nullptr && moduleToken == currentPacket();
     return checkUsage(isToken, "kzrxRegisterAppMDIAware with another token than the load message's packet") &&
            !shouldFail(HostCall::declareMdiAware);

@@ -8,8 +8,7 @@
 
 #include <algorithm>
 
-// Closed documents are poisoned (`Document::release`), which means something under the address sanitizer
-// alone.
+// Closed documents are poisoned (`Document::release`), which has no effect without the address sanitizer.
 #if __has_include(<sanitizer/asan_interface.h>)
 #include <sanitizer/asan_interface.h>
 #else
@@ -22,7 +21,8 @@ DocumentManager& documentManager = *new DocumentManager;
 
 namespace {
 
-/// Iterator over a snapshot: the documents that were listed when it was created, without those closed since.
+/// Iterates over a snapshot: the documents that were listed when the iterator was created, without those
+/// that were closed since.
 class DocumentIterator final : public KzApDocumentIterator {
 public:
     explicit DocumentIterator(const std::vector<Document*>& documents) {
@@ -38,7 +38,7 @@ public:
     void step() override { at_ = position() + 1; }
 
 private:
-    /// Skips closed documents at each query: they may be closed between two queries.
+    /// Skips closed documents at each query, because a document may be closed between two queries.
     [[nodiscard]] std::size_t position() const {
         std::size_t at = at_;
         while (at < documents_.size() && findDocument(documents_[at]) == nullptr) ++at;
@@ -53,7 +53,8 @@ std::string inWords(std::u16string_view documentName) {
     return "document \"" + Text::toUtf8(documentName) + "\"";
 }
 
-/// Notifies of something about a document of that name.
+/// Calls `call(reactor)` for each reactor of the document manager. `notification` and `document` are for
+/// traces.
 template <class Call>
 void notify(const char* notification, const std::u16string& document, Call call) {
     const TraceScope trace([&]() -> TraceEvent {
@@ -64,7 +65,7 @@ void notify(const char* notification, const std::u16string& document, Call call)
     documentManager.reactors.callEach(call);
 }
 
-/// Notifies of something about an open document, as long as it is open.
+/// The same for an open document. If a reactor closes the document, the remaining reactors are skipped.
 template <class Call>
 void notifyOfOpen(const char* notification, const Document& document, Call call) {
     notify(notification, document.name, [&](KzApDocManagerReactor* reactor) {
@@ -79,7 +80,7 @@ void setCurrent(Document* document) {
                  [document](KzApDocManagerReactor& reactor) { reactor.documentBecameCurrent(document); });
 }
 
-/// Removed before another document becomes current, so that reactors find only open ones.
+/// Removes the document before another one becomes current, so that reactors only find open documents.
 void removeFromOpen(Document& document) {
     std::vector<Document*>& open = documentManager.open;
     std::erase(open, &document);
@@ -92,29 +93,29 @@ void removeFromOpen(Document& document) {
 // ---- documents of the host
 
 KzApDocument* openDocument(std::u16string_view name, bool withDrawing) {
-    auto* const document = new Document(name, withDrawing); // never deleted: its address stays taken
+    auto* const document = new Document(name, withDrawing); // never deleted: its address must not be reused
     notify("documentCreateStarted", document->name,
            [document](KzApDocManagerReactor* reactor) { reactor->documentCreateStarted(document); });
     documentManager.open.push_back(document);
     notifyOfOpen("onDocumentAdded", *document,
                  [document](KzApDocManagerReactor& reactor) { reactor.onDocumentAdded(document); });
-    // A reactor may have closed it. Then nothing becomes current, and the caller gets a closed document.
+    // If a reactor has closed the document, this has no effect, and the caller gets a closed document.
     makeCurrent(document);
     return document;
 }
 
-/// The document stays open, and can be found, until its last object has said goodbye. It is no longer current
-/// when its end is notified.
+/// The document can be found until the reactors of its last object were notified. It is no longer current
+/// when reactors are notified of its destruction.
 bool closeDocument(KzApDocument* address) {
     Document* const document = findDocument(address);
     if (document == nullptr || document->isClosing) return false;
     if (document->drawing.has_value() && document->drawing->isBeingEdited()) return false;
-    document->isClosing = true; // first: a reactor may ask for the same closing again
+    document->isClosing = true; // first: a reactor may try to close the document again
     notify("onDocumentRemoving", document->name,
            [document](KzApDocManagerReactor* reactor) { reactor->onDocumentRemoving(document); });
     if (document->drawing.has_value()) document->drawing->destroyObjects();
     removeFromOpen(*document);
-    const std::u16string name = document->name; // which goes with the document
+    const std::u16string name = document->name; // a copy: the document releases its name
     document->release();
     notify("documentDestroyed", name,
            [&name](KzApDocManagerReactor* reactor) { reactor->documentDestroyed(name.c_str()); });
@@ -150,7 +151,7 @@ DocumentState& documentState(const KzApDocument* document) {
     return found != nullptr ? found->state : ofNone = {};
 }
 
-/// The mode is read for each reactor: an earlier one may have set it.
+/// Reads the mode for each reactor, because an earlier reactor may have changed it.
 void reportLockMode(KzApDocument* address, const char16_t* command) {
     Document* const document = findDocument(address);
     if (document == nullptr) return;
@@ -181,7 +182,7 @@ Drawing* drawingOf(const KzApDocument* document) {
 
 // ---- what modules see
 
-/// The interface returns a drawing that is not const from a const document.
+/// The host's interface returns a non-const drawing from a const document.
 KzDbDatabase* Document::database() const {
     if (!drawing.has_value() || shouldFail(HostCall::drawing)) return nullptr;
     return const_cast<Drawing*>(&*drawing);
@@ -194,14 +195,15 @@ KzAp::DocLockMode Document::lockMode(bool flag) const {
 void Document::release() {
     drawing.reset();
     name.clear();
-    name.shrink_to_fit(); // the memory of a long name; the poisoned object is never destroyed
+    name.shrink_to_fit(); // frees a long name, because no destructor will run
     ASAN_POISON_MEMORY_REGION(this, sizeof(Document));
 }
 
 void DocumentManager::addReactor(KzApDocManagerReactor* reactor) {
     if (!checkUsage(reactor != nullptr, "addReactor of the document manager with null")) return;
-    // Now, while it certainly exists: when its library is closed it may be gone without having unregistered.
-    noteReactor(reactor);
+    // Now, while the reactor exists: it may be destroyed without being unregistered before its library is
+    // closed.
+    addReactorCode(reactor);
     reactors.add(reactor);
 }
 
@@ -220,7 +222,7 @@ KzApDocumentIterator* DocumentManager::newDocumentIterator() const {
 
 std::int32_t DocumentManager::busy(const KzApDocument* document) const {
     const Document* const found = findDocument(document);
-    return checkUsage(found != nullptr, "busy about no open document") ? found->state.busy : -1;
+    return checkUsage(found != nullptr, "busy for a document that is not open") ? found->state.busy : -1;
 }
 
 } // namespace Headless

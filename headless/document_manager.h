@@ -12,15 +12,15 @@
 
 namespace Headless {
 
-/// A document. Its memory outlives it: modules know documents by address, so an address must not be used for
-/// another document.
+/// A document. Its memory is never freed, because modules identify documents by address: an address must
+/// not be reused for another document.
 class Document final : public KzApDocument {
 public:
     Document(std::u16string_view documentName, bool withDrawing) : name(documentName) {
         if (withDrawing) drawing.emplace();
     }
 
-    /// Releases what the document holds. From now on only its address means something, and the address
+    /// Releases the content of a closed document. From then on only its address may be used: the address
     /// sanitizer reports every access.
     void release();
 
@@ -29,14 +29,14 @@ public:
     DocumentState state;
     bool isClosing = false;
 
-    // What modules see.
+    // The interface for modules.
     [[nodiscard]] KzDbDatabase* database() const override;
     [[nodiscard]] bool isReady() const override { return state.isReady; }
     [[nodiscard]] KzAp::DocLockMode lockMode(bool flag) const override;
 };
 
-/// What modules see of the open documents. Reactors may open and close documents while they are notified; the
-/// other reactors are not notified of a document that one of them has closed.
+/// The document manager. Owns all documents, open and closed. Reactors may open and close documents while
+/// they are notified; if a reactor closes a document, the remaining reactors are not notified of it.
 class DocumentManager final : public KzApDocManager {
 public:
     void addReactor(KzApDocManagerReactor* reactor) override;
@@ -46,19 +46,19 @@ public:
     [[nodiscard]] std::int32_t busy(const KzApDocument* document) const override;
 
     std::vector<Document*> open;   ///< in the order of opening
-    std::vector<Document*> closed; ///< their addresses stay taken
+    std::vector<Document*> closed; ///< kept so that their addresses are not reused
     Document* current = nullptr;
     Zelvane::CallList<KzApDocManagerReactor*> reactors;
 };
 
-// Never destroyed, like all that modules may ask for until the process ends.
+// Never destroyed: modules may call until the process ends.
 extern DocumentManager& documentManager;
 
-/// The document at that address; null if none is open there. Reads nothing at the address.
+/// The open document at the address; null if there is none. The address is compared, not dereferenced.
 [[nodiscard]] Document* findDocument(const KzApDocument* address);
 
-/// The drawing of an open document; null if there is none. Unlike `Document::database` it cannot be made to
-/// fail.
+/// The drawing of an open document; null if there is none. Unlike `Document::database`, this cannot be made
+/// to fail.
 [[nodiscard]] Drawing* drawingOf(const KzApDocument* document);
 
 } // namespace Headless

@@ -8,9 +8,9 @@ namespace Headless {
 
 namespace {
 
-/// Iterator over the records that are not erased; at its end until it is started. A call with flags that no
-/// module passes is a usage error and moves it to its end. Records that are created meanwhile are visited
-/// too.
+/// Iterates over the records that are not erased, including records that are created meanwhile. At its end
+/// until it is started. A call with other flags than modules pass is a usage error and moves the iterator
+/// to its end.
 class BlockTableIterator final : public KzDbBlockTableIterator {
 public:
     explicit BlockTableIterator(const std::vector<KzDbObjectId>& records) : position_(records) {
@@ -18,12 +18,12 @@ public:
     }
 
     void start(bool first, bool second) override {
-        const bool isRight = checkUsage(first && second, "start of a block table's iterator with a false");
-        isRight ? position_.toStart() : position_.toEnd();
+        const bool isValid = checkUsage(first && second, "start of a block table iterator with false");
+        isValid ? position_.toStart() : position_.toEnd();
     }
     void step(bool first, bool second) override {
-        const bool isRight = checkUsage(first && second, "step of a block table's iterator with a false");
-        isRight ? position_.toNext() : position_.toEnd();
+        const bool isValid = checkUsage(first && second, "step of a block table iterator with false");
+        isValid ? position_.toNext() : position_.toEnd();
     }
     [[nodiscard]] bool done() const override { return position_.isAtEnd(); }
 
@@ -47,8 +47,8 @@ KzDbObjectId BlockTable::named(std::u16string_view name) const {
 
 std::u16string BlockTable::nextAnonymousName() {
     std::u16string name;
-    // The number goes up whatever comes of it, so a name is not given twice; the name itself may be taken all
-    // the same, by a record that was made under it.
+    // The counter only increases, so a name is not returned twice. A record may have been created or
+    // renamed under the name by the caller.
     do {
         const std::string number = std::to_string(++anonymousNames_);
         name = u"*U" + std::u16string(number.begin(), number.end());
@@ -59,19 +59,19 @@ std::u16string BlockTable::nextAnonymousName() {
 void BlockTable::add(const Record& record) {
     records_.push_back(record.id());
     byName_.emplace(record.name(), record.id());
-    noteModelSpace();
+    updateModelSpace();
 }
 
 void BlockTable::rename(Record& record, std::u16string_view name) {
-    // First under the old name: the record itself is all that still knows it.
+    // The entry of the old name must be erased first, because the record still has that name.
     byName_.erase(record.name());
     record.setName(name);
     byName_.emplace(record.name(), record.id());
-    noteModelSpace();
+    updateModelSpace();
 }
 
-/// The model space is whichever record has its name, so every creation and renaming can change it.
-void BlockTable::noteModelSpace() {
+/// The model space is the record that has its name, so every creation and renaming can change it.
+void BlockTable::updateModelSpace() {
     modelSpace_ = named(modelSpaceName);
 }
 
@@ -90,20 +90,20 @@ Orvo::ErrorStatus BlockTable::getAt(const char16_t* name, KzDbObjectId& id, bool
 
 Orvo::ErrorStatus BlockTable::newIterator(KzDbBlockTableIterator*& iterator, bool first, bool second) const {
     iterator = nullptr;
-    if (!checkUsage(first && second, "newIterator with a false")) return Orvo::notProvidedFor;
+    if (!checkUsage(first && second, "newIterator with false")) return Orvo::notProvidedFor;
     if (shouldFail(HostCall::tableIterator)) return faultStatus();
     iterator = new BlockTableIterator(records_);
     return Orvo::ok;
 }
 
-/// The block table is made first: its id is the lowest of the drawing, from which `forEachObject` starts.
+/// The block table must be created first: `forEachObject` starts at its id, the lowest of the drawing.
 Drawing::Drawing() : tableId_((new BlockTable(*this))->id()) {
     const Record::Origin layout{.isLayout = true};
     addRecord(modelSpaceName, layout);
     addRecord(u"*Paper_Space", layout);
 }
 
-/// Ends what `destroyObjects` has not seen: objects that were made while the others said goodbye.
+/// Destroys the objects that were created during `destroyObjects`.
 Drawing::~Drawing() {
     forEachObject([](Object& object) { object.destroy(); });
 }
@@ -111,15 +111,15 @@ Drawing::~Drawing() {
 Record& Drawing::addRecord(std::u16string_view name, const Record::Origin& origin) {
     auto* const record = new Record(*this, tableId_, name, origin);
     table()->add(*record);
-    // The attached drawing knows its stand-ins, because it may close first.
+    // The attached drawing keeps the ids of these records, because it may be closed first.
     if (origin.attachedDrawing != nullptr) origin.attachedDrawing->xrefRecords_.push_back(record->id());
     return *record;
 }
 
-/// An object stays in memory while its reactors are told, whatever they do: it counts as open meanwhile.
+/// An object stays in memory while its reactors are notified, because it counts as open meanwhile.
 void Drawing::destroyObjects() {
     forEachObject([](Object& object) {
-        // Without a reactor nothing is told, and a trace is spared a line for each object.
+        // Without reactors there is no notification, so that a trace does not have a line for each object.
         if (object.reactorCount() != 0) {
             object.notify("goodbye",
                           [&object](KzDbObjectReactor* reactor) { reactor->goodbye(object.hostObject()); });
@@ -127,7 +127,7 @@ void Drawing::destroyObjects() {
         object.destroy();
     });
     for (const KzDbObjectId id : xrefRecords_) {
-        // It is gone when the drawing that attached this one was closed before.
+        // The record no longer exists if the drawing to which this one is attached was closed before.
         if (auto* const record = findAs<Record>(id)) record->forgetAttachedDrawing();
     }
 }
@@ -136,12 +136,12 @@ void Drawing::destroyObjects() {
 
 namespace {
 
-/// Finds the model space of any drawing: one object for all.
+/// Finds the model space of any drawing. Singleton.
 class SymbolServices final : public KzDbSymbolUtilities::Services {
 public:
     [[nodiscard]] KzDbObjectId modelSpaceRecordId(const KzDbDatabase* database) const override {
         if (database == nullptr || Headless::shouldFail(Headless::HostCall::modelSpace)) return {};
-        // Through the table of all objects: the block table is gone while the drawing takes its leave.
+        // By id, because the block table may already be destroyed while the drawing is being closed.
         const auto* const table = Headless::findAs<Headless::BlockTable>(database->blockTableId());
         if (table == nullptr || table->modelSpace().isErased()) return {};
         return table->modelSpace();

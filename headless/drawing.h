@@ -11,8 +11,8 @@ namespace Headless {
 
 inline constexpr std::u16string_view modelSpaceName = u"*Model_Space";
 
-/// The block table of one drawing: its records in the order of their making, and found by name. A name stays
-/// taken while its record is erased, because the erasure can be taken back.
+/// The block table of one drawing: its records in order of creation, with an index by name. The name of an
+/// erased record stays taken, because the record can be unerased.
 class BlockTable final : public ObjectOf<KzDbBlockTable> {
 public:
     static constexpr Kind ownKind = Kind::table;
@@ -20,42 +20,42 @@ public:
     explicit BlockTable(Drawing& drawing) : ObjectOf(ownKind, drawing, KzDbObjectId()) {}
 
     [[nodiscard]] const std::vector<KzDbObjectId>& records() const { return records_; }
-    /// The record of that name, erased or not; null when there is none.
+    /// The record of that name, erased or not; null if there is none.
     [[nodiscard]] KzDbObjectId named(std::u16string_view name) const;
     [[nodiscard]] KzDbObjectId modelSpace() const { return modelSpace_; }
-    /// The first of the names "*U1", "*U2" and so on that is free and was not given before.
+    /// The first of the names "*U1", "*U2" and so on that is free and was not returned before.
     [[nodiscard]] std::u16string nextAnonymousName();
 
     void add(const Record& record);
     void rename(Record& record, std::u16string_view name);
 
-    // What modules see.
+    // The interface for modules.
     Orvo::ErrorStatus getAt(const char16_t* name, KzDbObjectId& id, bool) const override;
     Orvo::ErrorStatus newIterator(KzDbBlockTableIterator*& iterator, bool, bool) const override;
 
 private:
-    void noteModelSpace();
+    void updateModelSpace();
 
     std::vector<KzDbObjectId> records_;
     std::unordered_map<std::u16string, KzDbObjectId> byName_;
-    KzDbObjectId modelSpace_; // by name, kept because it is asked for with every reference
+    KzDbObjectId modelSpace_; // the record of that name; cached, because modules query it for every reference
     unsigned anonymousNames_ = 0;
 };
 
-/// A drawing: the owner of its objects, which are found through the table of all objects.
+/// A drawing. Owns its objects, which are found through `objectTable`.
 class Drawing final : public KzDbDatabase {
 public:
     Drawing();
     ~Drawing() override;
 
     [[nodiscard]] KzDbObjectId blockTableId() const override { return tableId_; }
-    /// Null while the drawing takes its leave.
+    /// Null after `destroyObjects` has destroyed the block table.
     [[nodiscard]] BlockTable* table() const { return findAs<BlockTable>(tableId_); }
 
-    /// Makes a record at the end of the table, without telling anybody.
+    /// Adds a record at the end of the table, without notifications.
     Record& addRecord(std::u16string_view name, const Record::Origin& origin);
 
-    /// Calls `call(object)` for each object in order of creation. `call` may let objects leave memory.
+    /// Calls `call(object)` for each object in order of creation. `call` may remove objects from memory.
     template <class Call>
     void forEachObject(Call call) const {
         objectTable.forEach(tableId_, [this, &call](Object& object) {
@@ -63,8 +63,8 @@ public:
         });
     }
 
-    /// Lets every object say goodbye and leave memory, in order of creation. Then the records of other
-    /// drawings that stand for this one do so no longer.
+    /// Notifies the reactors of every object by `goodbye` and removes the object from memory, in order of
+    /// creation. Then disconnects the records of other drawings to which this drawing is attached.
     void destroyObjects();
 
     /// Scope of an edit: the drawing cannot be closed during an edit.
@@ -82,7 +82,7 @@ public:
 
 private:
     KzDbObjectId tableId_;
-    std::vector<KzDbObjectId> xrefRecords_; // records of other drawings that stand for this one, or did
+    std::vector<KzDbObjectId> xrefRecords_; // records that represent this drawing elsewhere
     int edits_ = 0;
 };
 

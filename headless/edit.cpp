@@ -6,7 +6,7 @@ namespace Headless {
 
 namespace {
 
-/// Names all objects that the edit opens.
+/// The event describes all objects that the edit opens.
 TraceEvent eventOf(const char* name, std::initializer_list<Object*> objects) {
     std::string subject;
     for (const Object* const each : objects) {
@@ -17,9 +17,9 @@ TraceEvent eventOf(const char* name, std::initializer_list<Object*> objects) {
 
 } // namespace
 
-/// An object that is open for write stays in memory, whatever is done in the notifications: it cannot be sent
-/// away, and its drawing cannot be closed. So plain pointers do. The first object must not be null: it says
-/// which drawing is edited.
+/// Plain pointers are safe: an object that is open for write stays in memory, because notifications can
+/// neither remove it nor close its drawing. The first object must not be null; its drawing is the one that
+/// is edited.
 Edit::Edit(const char* name, std::initializer_list<Object*> objects)
     : trace_([&] { return eventOf(name, objects); }), editing_((*objects.begin())->drawing()) {
     for (Object* const each : objects) {
@@ -33,8 +33,8 @@ void Edit::notifyBefore() {
     for (Object* const each : objects_) each->notifyAboutToChange();
 }
 
-/// All reactors hear of the change before the first object is closed. Each object is closed before its
-/// reactors hear of that, so that they find it open for write no longer.
+/// Notifies all reactors of the change before the first object is closed. Closes each object before its
+/// reactors are notified of the closing, so that they can open it.
 void Edit::notifyAfter() {
     for (Object* const each : objects_) {
         each->notify("modified",
@@ -68,7 +68,7 @@ const char* describe(Refusal refusal) {
     return texts[static_cast<std::size_t>(refusal)];
 }
 
-/// Keeps the first refusal: those after it often only follow from it.
+/// Keeps the first error, because later errors are often only consequences.
 void EditCheck::refuse(Refusal refusal, KzDbObjectId about) {
     if (outcome_) outcome_ = {refusal, about};
 }
@@ -86,19 +86,19 @@ Drawing* EditCheck::drawing(const KzApDocument* document) {
     if (findDocument(document) == nullptr) return refused<Drawing>(Refusal::documentClosed, {});
     Drawing* const drawing = drawingOf(document);
     if (drawing == nullptr) return refused<Drawing>(Refusal::noDrawing, {});
-    // A drawing that takes its leave has lost its table, and counts as closed.
+    // A drawing without a block table is being closed and counts as closed.
     return drawing->table() != nullptr ? drawing : refused<Drawing>(Refusal::documentClosed, {});
 }
 
 void EditCheck::nameIsFree(const Drawing* drawing, std::u16string_view name) {
     if (drawing == nullptr) return;
     if (name.empty()) refuse(Refusal::nameMissing);
-    // An erased record counts too, because its erasure can be taken back.
+    // Erased records count too, because they can be unerased.
     const KzDbObjectId owner = drawing->table()->named(name);
     if (!owner.isNull()) refuse(Refusal::nameTaken, owner);
 }
 
-/// An object that is null has been refused before.
+/// If an object is null, an error was reported before.
 void EditCheck::inOneDrawing(const Object* first, const Object* second) {
     if (first == nullptr || second == nullptr) return;
     if (&first->drawing() != &second->drawing()) refuse(Refusal::otherDrawing, second->id());

@@ -10,8 +10,8 @@
 
 namespace Headless {
 
-/// Gathers what an edit needs before it begins, and keeps the first reason why it cannot be done. After a
-/// refusal the questions give null, and the edit must not begin.
+/// Checks the conditions of an edit before the edit begins, and keeps the first error. A query whose
+/// condition is not met returns null. After an error the edit must not begin.
 class EditCheck {
 public:
     /// An object of class T, erased or not.
@@ -21,13 +21,13 @@ public:
         T* const found = findAs<T>(id);
         return found != nullptr ? found : refused<T>(Refusal::wrongKind, id);
     }
-    /// One that is not erased.
+    /// An object of class T that is not erased.
     template <class T>
     T* live(KzDbObjectId id) {
         T* const found = object<T>(id);
         return found != nullptr && found->isErased() ? refused<T>(Refusal::erased, id) : found;
     }
-    /// One that can be opened for write.
+    /// An object of class T that can be opened for write.
     template <class T>
     T* editable(KzDbObjectId id) {
         T* const found = live<T>(id);
@@ -45,7 +45,7 @@ public:
     void refuse(Refusal refusal, KzDbObjectId about = {});
     [[nodiscard]] bool isRefused() const { return !outcome_; }
     [[nodiscard]] Outcome outcome() const { return outcome_; }
-    /// For edits that make an object.
+    /// The same for edits that create an object.
     [[nodiscard]] Made creationFailed() const { return {outcome_, KzDbObjectId()}; }
 
 private:
@@ -58,8 +58,9 @@ private:
     Outcome outcome_;
 };
 
-/// The course of every edit: the objects are opened for write and their reactors told so, the change is made,
-/// the reactors hear of it, the objects are closed. The objects must not be open, which the edit has checked.
+/// The sequence of every edit: opens the objects for write, notifies their reactors, makes the change,
+/// notifies the reactors again and closes the objects. Lives for one edit. The objects must not be open,
+/// which the caller has checked by `EditCheck`.
 class Edit {
 public:
     /// Opens the objects (null pointers are skipped) without notifying their reactors yet. `name` is for
@@ -69,7 +70,7 @@ public:
     Edit& operator=(const Edit&) = delete;
     ~Edit() = default;
 
-    /// `change` is called between the two rounds of notifications.
+    /// Calls `change` between the two rounds of notifications.
     template <class Change>
     void make(Change change) {
         notifyBefore();
@@ -77,8 +78,8 @@ public:
         notifyAfter();
     }
 
-    /// Lets a trace know what the edit has made.
-    void hasMade(KzDbObjectId object) {
+    /// Reports the object that the edit has created to traces.
+    void traceCreated(KzDbObjectId object) {
         trace_.gives([&] { return TraceDetail{"made", describeObject(object)}; });
     }
 

@@ -10,13 +10,13 @@ namespace Headless {
 
 namespace {
 
-/// One new record is one edit of the block table, which must not be open. Records leave memory
-/// only with their drawing, so a reference to one can be given.
+/// Creates a record by an edit of the block table, which must not be open. The result is valid as long as
+/// the drawing, because records are only removed from memory with their drawing.
 Record& makeRecord(Drawing& drawing, std::u16string_view name, const Record::Origin& origin) {
     Record* record = nullptr;
     Edit edit("new record", {drawing.table()});
     edit.make([&] { record = &drawing.addRecord(name, origin); });
-    edit.hasMade(record->id());
+    edit.traceCreated(record->id());
     return *record;
 }
 
@@ -27,7 +27,7 @@ Drawing* drawingToExtend(EditCheck& check, const KzApDocument* document) {
     return check.isRefused() ? nullptr : drawing;
 }
 
-/// What the options say, or else the name; the names of layouts begin with "*" all the same.
+/// By the options, otherwise by the name. The names of layouts begin with "*" too.
 bool isAnonymous(std::u16string_view name, const BlockOptions& options) {
     if (options.anonymous != BlockOptions::Anonymous::byName) {
         return options.anonymous == BlockOptions::Anonymous::yes;
@@ -35,20 +35,20 @@ bool isAnonymous(std::u16string_view name, const BlockOptions& options) {
     return !options.isLayout && name.starts_with(u'*');
 }
 
-/// Whether an attaching drawing mirrors a record: only what its own drawing has made, not what that has
-/// attached in turn.
+/// Whether a drawing that attaches the drawing of a record gets a dependent record for it. Records of
+/// drawings that are attached in turn are skipped.
 bool isMirrored(const Record& record) {
     return !record.isErased() && !record.isLayout() && !record.isMirror() &&
            !record.isFromExternalReference();
 }
 
-/// A dependent record that is to be made, under the name that is checked before.
+/// A dependent record to create, and its name.
 struct Mirror {
     KzDbObjectId source;
     std::u16string name;
 };
 
-/// The dependent records that attaching `other` under a name makes, in table order.
+/// The dependent records to create when `other` is attached under a name, in table order.
 std::vector<Mirror> mirrorsOf(const Drawing& other, std::u16string_view name) {
     std::vector<Mirror> mirrors;
     for (const KzDbObjectId id : other.table()->records()) {
@@ -59,7 +59,7 @@ std::vector<Mirror> mirrorsOf(const Drawing& other, std::u16string_view name) {
     return mirrors;
 }
 
-/// Checks a record that is to represent a block; a null id stands for one yet to be made.
+/// Checks the representation of a block; a null id means a new record.
 void checkRepresentation(EditCheck& check, const Record* block, KzDbObjectId id) {
     if (block == nullptr) return;
     if (id.isNull()) {
@@ -89,16 +89,16 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
     EditCheck check;
     Drawing* const drawing = drawingToExtend(check, document);
     Drawing* const attached = check.drawing(other);
-    // If both are null, the first reason is set already.
+    // If both are null, the first error is kept.
     if (drawing == attached) check.refuse(Refusal::ownDrawing);
     check.nameIsFree(drawing, name);
     if (check.isRefused()) return check.creationFailed();
-    // All names are looked at before the first record is made: the whole is done or nothing.
+    // All names are checked before the first record is created, so that all records are created or none.
     const std::vector<Mirror> mirrors = mirrorsOf(*attached, name);
     for (const Mirror& each : mirrors) check.nameIsFree(drawing, each.name);
     if (check.isRefused()) return check.creationFailed();
 
-    const Drawing::Editing stays(*attached); // a reactor cannot close it
+    const Drawing::Editing stays(*attached); // reactors cannot close it
     const KzDbObjectId first = makeRecord(*drawing, name, {.attachedDrawing = attached}).id();
     for (const Mirror& each : mirrors) {
         makeRecord(*drawing, each.name, {.isDependent = true, .source = each.source});
@@ -109,7 +109,7 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
 Outcome rename(KzDbObjectId id, std::u16string_view name) {
     EditCheck check;
     auto* const record = check.editable<Record>(id);
-    // Its own name would be found taken.
+    // A record may keep its own name.
     if (record != nullptr && record->name() != name) check.nameIsFree(&record->drawing(), name);
     if (check.isRefused()) return check.outcome();
     Edit edit("rename", {record});
@@ -136,7 +136,7 @@ Made represent(KzDbObjectId blockId, KzDbObjectId representationId) {
     if (check.isRefused()) return check.creationFailed();
 
     Drawing& drawing = block->drawing();
-    // With a new record these are two edits, one after the other: of the block table, then of the block.
+    // With a new record, these are two edits: of the block table, then of the block.
     Record& representation =
         representationId.isNull()
             ? makeRecord(drawing, drawing.table()->nextAnonymousName(), {.isAnonymous = true})
@@ -150,30 +150,30 @@ Made represent(KzDbObjectId blockId, KzDbObjectId representationId) {
 
 namespace {
 
-/// Makes an attribute without an edit of its own: it comes with its reference, or by an edit of that.
+/// Adds an attribute, as part of an edit of the reference or of the record that owns the reference.
 Attribute& addText(Reference& reference, std::u16string_view tag, std::u16string_view text) {
     auto* const attribute = new Attribute(reference.drawing(), reference.id(), tag, text);
     reference.addAttribute(attribute->id());
     return *attribute;
 }
 
-/// The copies are live and have no reactors, like the reference that gets them.
+/// Copies the live attributes. The copies have no reactors.
 void copyAttributes(const Reference& source, Reference& copy) {
     for (const KzDbObjectId id : source.attributes()) {
         const auto* const attribute = findAs<Attribute>(id);
-        assert(attribute != nullptr); // one that leaves memory takes itself out of the list
+        assert(attribute != nullptr); // attributes that are removed from memory are removed from the list
         if (!attribute->isErased()) addText(copy, attribute->tagText(), attribute->text());
     }
 }
 
-/// Enters a reference among those of its block.
-void file(const Reference& reference) {
-    // The block can be gone only while its drawing is being closed.
+/// Adds a reference to the lists of its block.
+void addToBlock(const Reference& reference) {
+    // The block exists unless its drawing is being closed.
     if (auto* const block = findAs<Record>(reference.block())) block->references().add(reference.id());
 }
 
-/// The source's reactors hear of the copy before it is placed.
-void tellCopied(Reference& source, Reference& copy) {
+/// Notifies the reactors of the source before the copy is placed.
+void notifyCopied(Reference& source, Reference& copy) {
     source.notify("copied", [&](KzDbObjectReactor* reactor) { reactor->copied(&source, &copy); });
 }
 
@@ -192,22 +192,22 @@ Made insert(KzDbObjectId recordId, KzDbObjectId blockId, const std::vector<Attri
         auto* const reference = new Reference(record->drawing(), recordId, blockId);
         made = reference->id();
         for (const AttributeText& each : attributes) addText(*reference, each.tag, each.text);
-        file(*reference);
+        addToBlock(*reference);
     });
-    edit.hasMade(made);
+    edit.traceCreated(made);
     return {{}, made};
 }
 
 Outcome move(KzDbObjectId referenceId, KzDbObjectId recordId) {
     EditCheck check;
     auto* const reference = check.editable<Reference>(referenceId);
-    auto* const left = reference != nullptr ? check.editable<Record>(reference->owner()) : nullptr;
-    auto* const entered = check.editable<Record>(recordId);
-    check.inOneDrawing(reference, entered);
+    auto* const oldOwner = reference != nullptr ? check.editable<Record>(reference->owner()) : nullptr;
+    auto* const newOwner = check.editable<Record>(recordId);
+    check.inOneDrawing(reference, newOwner);
     if (check.isRefused()) return check.outcome();
-    // Within one record, that is opened once.
-    Edit edit("move", {reference, left, left != entered ? entered : nullptr});
-    // The lists of the block stay as they are: they say that it is inserted, not where.
+    // If both records are the same, the record is opened once.
+    Edit edit("move", {reference, oldOwner, oldOwner != newOwner ? newOwner : nullptr});
+    // The lists of the block do not change, because they do not contain the owners of the references.
     edit.make([&] { reference->setOwner(recordId); });
     return {};
 }
@@ -215,24 +215,24 @@ Outcome move(KzDbObjectId referenceId, KzDbObjectId recordId) {
 Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     EditCheck check;
     auto* const source = check.editable<Reference>(referenceId);
-    const bool isBeside = recordId.isNull() && source != nullptr;
-    auto* const record = check.editable<Record>(isBeside ? source->owner() : recordId);
+    const bool usesSameRecord = recordId.isNull() && source != nullptr;
+    auto* const record = check.editable<Record>(usesSameRecord ? source->owner() : recordId);
     check.inOneDrawing(source, record);
     if (check.isRefused()) return check.creationFailed();
 
     Edit edit("copy", {record}); // the record stays open while reactors are notified
-    // It has no owner and is in no list until it is placed. Meanwhile it is open for write, so that reactors
-    // can neither open it nor remove it from memory.
+    // The copy has no owner and is in no list until it is placed. Meanwhile it is open for write, so that
+    // reactors can neither open it nor remove it from memory.
     auto* const copy = new Reference(source->drawing(), KzDbObjectId(), source->block());
     copyAttributes(*source, *copy);
     copy->beginWriting();
-    tellCopied(*source, *copy);
+    notifyCopied(*source, *copy);
     edit.make([&] {
         copy->setOwner(record->id());
-        file(*copy);
+        addToBlock(*copy);
     });
     copy->endWriting();
-    edit.hasMade(copy->id());
+    edit.traceCreated(copy->id());
     return {{}, copy->id()};
 }
 
@@ -243,15 +243,15 @@ Made addAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16str
     KzDbObjectId made;
     Edit edit("add", {reference});
     edit.make([&] { made = addText(*reference, tag, text).id(); });
-    edit.hasMade(made);
+    edit.traceCreated(made);
     return {{}, made};
 }
 
 Outcome setAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16string_view text) {
     EditCheck check;
     const auto* const reference = check.object<Reference>(referenceId);
-    // Among attributes of one tag the first live one counts. An erased one is found only when there is no
-    // other, and then refused as erased.
+    // If several attributes have the tag, the first live one is changed. An erased attribute is found only
+    // if there is no live one; `editable` reports it as erased.
     const KzDbObjectId id = attributeOf(referenceId, tag);
     if (reference != nullptr && id.isNull()) check.refuse(Refusal::noSuchTag, referenceId);
     auto* const attribute = check.editable<Attribute>(id);
@@ -265,13 +265,14 @@ Outcome setAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16
 
 namespace {
 
-/// Has the lists of the block that a reference inserts sorted by the next query for them.
-void refile(const Reference& reference) {
+/// Called when a reference was erased, unerased or removed from memory: the next query sorts the lists of
+/// its block.
+void invalidateReferenceLists(const Reference& reference) {
     if (auto* const block = findAs<Record>(reference.block())) block->references().changed();
 }
 
-/// An object of any kind that can be opened for write. Null only when it is not in memory: what else keeps it
-/// from being edited is in `check`.
+/// An object of any kind, checked to be editable. Null only if it is not in memory; other errors are in
+/// `check`.
 Object* openable(EditCheck& check, KzDbObjectId id) {
     Object* const object = check.any(id);
     if (object != nullptr && object->isErased()) check.refuse(Refusal::erased, id);
@@ -279,33 +280,33 @@ Object* openable(EditCheck& check, KzDbObjectId id) {
     return object;
 }
 
-/// The objects that leave memory with one, in the order of leaving: attributes before their reference, which
-/// they name as their owner. All are checked before the first one leaves. A copy of the list, out of which
-/// each attribute takes itself.
-std::vector<KzDbObjectId> leavingWith(EditCheck& check, KzDbObjectId id) {
-    std::vector<KzDbObjectId> leaving;
-    if (const auto* const reference = findAs<Reference>(id)) leaving = reference->attributes();
-    leaving.push_back(id);
-    for (const KzDbObjectId each : leaving) check.notOpen(check.any(each));
-    return leaving;
+/// The objects that are removed from memory with an object, in order of removal: attributes before the
+/// reference that owns them. All are checked before the first is removed. A copy, because each removal
+/// changes the reference's list.
+std::vector<KzDbObjectId> objectsToRemove(EditCheck& check, KzDbObjectId id) {
+    std::vector<KzDbObjectId> objects;
+    if (const auto* const reference = findAs<Reference>(id)) objects = reference->attributes();
+    objects.push_back(id);
+    for (const KzDbObjectId each : objects) check.notOpen(check.any(each));
+    return objects;
 }
 
-/// Takes an object that leaves memory out of the lists that name it. So a reference lists only
-/// attributes that are in memory.
-void unfile(const Object& object) {
-    if (const auto* const reference = findAs<Reference>(object.id())) refile(*reference);
+/// Removes an object from the lists that contain it, so that a reference only lists attributes that are in
+/// memory.
+void removeFromLists(const Object& object) {
+    if (const auto* const reference = findAs<Reference>(object.id())) invalidateReferenceLists(*reference);
     if (object.kind() != Kind::attribute) return;
     if (auto* const reference = findAs<Reference>(object.owner())) reference->removeAttribute(object.id());
 }
 
-void leave(KzDbObjectId id) {
+void removeFromMemory(KzDbObjectId id) {
     Object* const object = objectTable.find(id);
-    if (object == nullptr) return; // a reactor has sent it away before its turn
-    // A reactor can still open it and find it in the lists; removing it a second time is refused, because
-    // it counts as open meanwhile.
+    if (object == nullptr) return; // a reactor has already removed it
+    // Reactors can still open the object and find it in lists. They cannot remove it, because it counts as
+    // open.
     object->notify("goodbye",
                    [object](KzDbObjectReactor* reactor) { reactor->goodbye(object->hostObject()); });
-    unfile(*object);
+    removeFromLists(*object);
     object->destroy();
 }
 
@@ -316,7 +317,7 @@ Outcome touch(KzDbObjectId id) {
     Object* const object = openable(check, id);
     if (check.isRefused()) return check.outcome();
     Edit edit("touch", {object});
-    // The notifications are all there is to it.
+    // This edit consists of its notifications.
     edit.make([] {});
     return {};
 }
@@ -327,16 +328,16 @@ Outcome erase(KzDbObjectId id, bool isErasing) {
     if (object != nullptr && (object->kind() == Kind::table || object->kind() == Kind::graph)) {
         check.refuse(Refusal::wrongKind, id);
     }
-    // An object that is in that state already is not edited, and reports no error even while it is held open.
+    // If the object is in that state already, there is no edit, and no error even if it is held open.
     if (check.isRefused() || object->isErased() == isErasing) return check.outcome();
     check.notOpen(object);
     if (check.isRefused()) return check.outcome();
 
     Edit edit(isErasing ? "erase" : "unerase", {object});
     edit.make([&] {
-        // Reactors find the object and the lists of its block in the new state.
+        // The object and the lists of its block are updated before the reactors are notified.
         object->setErased(isErasing);
-        if (const auto* const reference = findAs<Reference>(id)) refile(*reference);
+        if (const auto* const reference = findAs<Reference>(id)) invalidateReferenceLists(*reference);
         object->notify("erased",
                        [&](KzDbObjectReactor* reactor) { reactor->erased(object->hostObject(), isErasing); });
     });
@@ -346,13 +347,13 @@ Outcome erase(KzDbObjectId id, bool isErasing) {
 Outcome goodbye(KzDbObjectId id) {
     EditCheck check;
     Object* const object = check.any(id);
-    const bool canLeave =
+    const bool isRemovable =
         object == nullptr || object->kind() == Kind::reference || object->kind() == Kind::attribute;
-    if (!canLeave) check.refuse(Refusal::wrongKind, id);
-    const std::vector<KzDbObjectId> leaving = leavingWith(check, id);
+    if (!isRemovable) check.refuse(Refusal::wrongKind, id);
+    const std::vector<KzDbObjectId> objects = objectsToRemove(check, id);
     if (check.isRefused()) return check.outcome();
     const Drawing::Editing editing(object->drawing());
-    for (const KzDbObjectId each : leaving) leave(each);
+    for (const KzDbObjectId each : objects) removeFromMemory(each);
     return {};
 }
 
@@ -361,7 +362,7 @@ Outcome holdOpen(KzDbObjectId id) {
     Object* const object = openable(check, id);
     if (check.isRefused()) return check.outcome();
     const Drawing::Editing editing(object->drawing());
-    // Open before its reactors hear of it, as in an edit.
+    // The object is open when its reactors are notified, as in an edit.
     object->hold();
     object->notifyAboutToChange();
     return {};
@@ -373,7 +374,7 @@ Outcome letGo(KzDbObjectId id) {
     if (object != nullptr && !object->isHeld()) check.refuse(Refusal::notHeldOpen, id);
     if (check.isRefused()) return check.outcome();
     const Drawing::Editing editing(object->drawing());
-    // Closed before its reactors hear of it, as in an edit.
+    // The object is closed when its reactors are notified, as in an edit.
     object->letGo();
     object->notifyClosed();
     return {};

@@ -10,19 +10,19 @@
 
 /// The edits that a user makes in drawings.
 ///
-/// Every edit opens what it changes for write, tells the reactors, changes, tells them again and closes. All
-/// that an edit needs is checked first: a refused edit changes nothing and notifies no reactor. Objects are
-/// named by id; any id may be passed.
+/// Every edit opens the objects that it changes for write, notifies their reactors, makes the change,
+/// notifies the reactors again and closes the objects. All conditions are checked first: an edit that fails
+/// changes nothing and notifies no reactor. Objects are identified by id; any id may be passed.
 namespace Headless {
 
-/// Why an edit was refused. A refused edit changes nothing and notifies no reactor.
+/// Why an edit failed.
 enum class Refusal {
     none,
     documentClosed,        ///< null, never opened or closed already
     noDrawing,             ///< the document was opened without one
-    notInMemory,           ///< the id is null, made up, or its object has gone
+    notInMemory,           ///< the id is null or was never assigned, or its object no longer exists
     wrongKind,             ///< the object is of another kind than the edit needs
-    erased,                ///< an erased object cannot be edited, nor an erased block inserted
+    erased,                ///< an erased object cannot be edited, and an erased block cannot be inserted
     heldOpen,              ///< the object is open already
     otherDrawing,          ///< the objects belong to different drawings
     nameMissing,           ///< an empty name
@@ -31,25 +31,25 @@ enum class Refusal {
     alreadyRepresentation, ///< the record represents a block already, or is the enhanced block itself
     ownDrawing,            ///< a drawing cannot be attached to itself
     noSuchTag,             ///< the reference has no attribute of that tag
-    notHeldOpen,           ///< `letGo` of what is not held open
+    notHeldOpen,           ///< `letGo` of an object that is not held open
 };
 
-/// The refusal in words, for example "the object is erased". Never null.
+/// Describes an error, for example "the object is erased". Never null.
 [[nodiscard]] HEADLESS_API const char* describe(Refusal refusal);
 
-/// What became of an edit. True when it was done.
+/// The result of an edit. Converts to true if the edit was done.
 struct Outcome {
     Refusal refusal = Refusal::none;
-    KzDbObjectId about; ///< the object that the refusal is about; null when it is about none
+    KzDbObjectId about; ///< the object that the error concerns; may be null
 
     [[nodiscard]] explicit operator bool() const { return refusal == Refusal::none; }
 };
 
-/// What became of an edit that makes an object: its id, null when it was refused.
+/// The result of an edit that creates an object: the id of the object; null if the edit failed.
 struct Made : Outcome {
     KzDbObjectId id;
 
-    // Converts, so that a test can write `const KzDbObjectId block = makeBlock(...)`.
+    // Implicit, so that a test can write `const KzDbObjectId block = makeBlock(...)`.
     operator KzDbObjectId() const { return id; }
 };
 
@@ -60,26 +60,27 @@ struct BlockOptions {
 
     bool isLayout = false;
     bool isDependent = false;
-    /// By its name means: anonymous when the name begins with "*", unless it is a layout.
+    /// `byName`: the record is anonymous if its name begins with "*", unless it is a layout.
     Anonymous anonymous = Anonymous::byName;
 };
 
-/// Makes a record at the end of the document's block table.
+/// Creates a record at the end of the document's block table.
 HEADLESS_API Made makeBlock(KzApDocument* document, std::u16string_view name,
                             const BlockOptions& options = {});
 
-/// Attaches the drawing of `other`: makes a record `name` from an external reference and a dependent record
-/// `name|B` for each live record B of `other` that is no layout and does not itself come from an attached
-/// drawing. Gives the first record. A name that is taken refuses the whole.
+/// Attaches the drawing of `other`: creates a record `name` from an external reference, and a dependent
+/// record `name|B` for each live record B of `other` that is not a layout and does not itself come from an
+/// attached drawing. Returns the record `name`. If one of the names is taken, the edit fails and creates no
+/// record.
 HEADLESS_API Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view name);
 
 HEADLESS_API Outcome rename(KzDbObjectId record, std::u16string_view name);
 
-/// Gives the record an evaluation graph. One that has it keeps it; that is an edit all the same.
+/// Adds an evaluation graph to the record. A record that has one keeps it; this is an edit too.
 HEADLESS_API Outcome enhance(KzDbObjectId record);
 
-/// Makes `representation` a representation of an enhanced block; a null one stands for a new anonymous record
-/// named "*U1", "*U2" and so on. Gives the representation.
+/// Makes `representation` a representation of an enhanced block. Default: a new anonymous record named
+/// "*U1", "*U2" and so on. Returns the representation.
 HEADLESS_API Made represent(KzDbObjectId block, KzDbObjectId representation = {});
 
 // ---- references and attributes
@@ -89,22 +90,23 @@ struct AttributeText {
     std::u16string text;
 };
 
-/// Places a reference of `block` in `record`, with attributes in the order given.
+/// Places a new reference of `block` in `record`, with attributes in the given order.
 HEADLESS_API Made insert(KzDbObjectId record, KzDbObjectId block,
                          const std::vector<AttributeText>& attributes = {});
 HEADLESS_API Outcome move(KzDbObjectId reference, KzDbObjectId record);
-/// Copies a reference with its live attributes into `record`; a null one stands for the reference's own.
+/// Copies a reference with its live attributes into `record`; default: the owner of the reference.
 HEADLESS_API Made copy(KzDbObjectId reference, KzDbObjectId record = {});
 HEADLESS_API Made addAttribute(KzDbObjectId reference, std::u16string_view tag, std::u16string_view text);
 HEADLESS_API Outcome setAttribute(KzDbObjectId reference, std::u16string_view tag, std::u16string_view text);
 
 // ---- every object
 
-/// Opens for write and closes again.
+/// Opens the object for write and closes it: an edit that changes nothing.
 HEADLESS_API Outcome touch(KzDbObjectId object);
-/// Erases, or takes the erasure back. What is in that state already is left alone, without an edit.
+/// Erases or unerases the object. Has no effect, and is not an edit, if the object is in that state
+/// already.
 HEADLESS_API Outcome erase(KzDbObjectId object, bool isErasing = true);
-/// Lets a reference (its attributes before it) or an attribute leave memory.
+/// Removes an attribute, or a reference after its attributes, from memory.
 HEADLESS_API Outcome goodbye(KzDbObjectId object);
 
 /// Holds an object open for write, as during an edit by a user. Its reactors are notified immediately that it

@@ -2,6 +2,6 @@
 
 #include "host/platform_export.h"
 
-/// Marks a function of the headless host that tests, benchmarks and `kzhost` may call. What modules may call
-/// is marked with KZHOST_API instead.
+/// Marks a function of the headless host that tests, benchmarks and `kzhost` may call. Functions that
+/// modules may call are marked with KZHOST_API.
 #define HEADLESS_API KZ_EXPORT

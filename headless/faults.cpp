@@ -9,7 +9,7 @@ namespace Headless {
 namespace {
 
 FaultCountdown countdown;
-std::optional<HostCall> countedKind; // nothing: every kind
+std::optional<HostCall> countedKind; // empty: all kinds
 Orvo::ErrorStatus failure = Orvo::heldOpenForWrite;
 std::bitset<hostCallKinds> refused;
 

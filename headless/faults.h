@@ -8,14 +8,14 @@
 #include <optional>
 #include <span>
 
-/// Makes host calls fail on demand, for tests of what a module does then.
+/// Fault injection: makes host calls fail on demand, to test how modules handle it.
 namespace Headless {
 
-/// The calls of a module that can fail. Those that return a status return the one that was asked for; the
-/// others return null, 0 or false. A call that fails has no effect.
+/// The host calls that can be made to fail. A failed call has no effect. It returns the given status if it
+/// returns a status, otherwise null, 0 or false.
 ///
-/// Calls that cannot fail are not listed: queries of an id or a document, of the tick count, of the number of
-/// a window message, and of whether a command runs or input is waiting.
+/// Not listed, because they cannot fail: queries of an id or a document, the tick count, the number of a
+/// window message, and whether a command is active or input is waiting.
 enum class HostCall : std::uint8_t {
     // objects
     openObject,        ///< `kzdbOpenKzDbObject`
@@ -54,11 +54,11 @@ enum class HostCall : std::uint8_t {
 inline constexpr std::size_t hostCallKinds = static_cast<std::size_t>(HostCall::takeEntry) + 1;
 
 enum class FaultSpan {
-    once,   ///< that call alone
-    onwards ///< that call and all that follow
+    once,   ///< only the selected call
+    onwards ///< the selected call and all later ones
 };
 
-/// Selects the n-th of a series of events, alone or with all that follow.
+/// Selects the n-th event of a series, alone or with all later ones.
 class FaultCountdown {
 public:
     /// `number` 1 is the next event.
@@ -67,12 +67,12 @@ public:
         failed_ = 0;
         span_ = span;
     }
-    /// Selects no more. Returns how many events were selected since `begin`.
+    /// Ends the selection. Returns how many events were selected since `begin`.
     std::size_t end() {
         left_ = 0;
         return failed_;
     }
-    /// Called at each event: whether the event is selected.
+    /// Must be called once for each event. Returns whether the event is selected.
     [[nodiscard]] bool shouldFail() {
         if (left_ == 0) return false;
         if (left_ > 1) {
@@ -85,32 +85,33 @@ public:
     }
 
 private:
-    std::size_t left_ = 0; // up to the selected event, which is 1; 0: there is none
+    std::size_t left_ = 0; // events up to and including the selected one; 0: none is selected
     std::size_t failed_ = 0;
     FaultSpan span_ = FaultSpan::once;
 };
 
-/// Makes the n-th of the following host calls fail, `callNumber` 1 being the next; with `status` if it
-/// returns one. Counts calls of one kind only, all others succeed; without a kind all count. Replaces the
-/// demand before it. What the host does on its own account, also edits made by "headless/edits.h", neither
-/// counts nor fails.
+/// Makes a later host call fail: the next one if `callNumber` is 1. If the call returns a status, it
+/// returns `status`. Only calls of `kind` are counted and fail; without a kind, all calls. Replaces the
+/// previous `failHostCall`. Operations of the host itself, including edits by "headless/edits.h", are not
+/// counted and do not fail.
 HEADLESS_API void failHostCall(std::optional<HostCall> kind, std::size_t callNumber, FaultSpan span,
                                Orvo::ErrorStatus status = Orvo::heldOpenForWrite);
 /// Ends `failHostCall`. Returns how many calls have failed because of it.
 HEADLESS_API std::size_t endFaults();
-/// The last host calls up to the one that failed last, in order; for messages of tests.
+/// The last host calls in order, up to the one that failed last; for messages of tests.
 [[nodiscard]] HEADLESS_API std::span<const std::optional<HostCall>> callsUpToFault();
 
-/// Makes all calls of a kind fail until that is ended by false. They are not counted by `failHostCall`.
+/// Makes all calls of a kind fail (true) or ends this (false). Calls that fail by this are not counted by
+/// `failHostCall`.
 HEADLESS_API void refuse(HostCall kind, bool isRefused);
 
 // ---- for the host itself
 
-/// Called once in each host call: whether the call fails.
+/// Must be called once in each host call. Returns whether the call fails.
 [[nodiscard]] bool shouldFail(HostCall kind);
 /// The status that failing calls return.
 [[nodiscard]] Orvo::ErrorStatus faultStatus();
-/// Ends all of the above.
+/// Ends the effect of `failHostCall` and `refuse`.
 void resetFaults();
 
 } // namespace Headless

@@ -9,13 +9,13 @@ namespace Headless {
 
 namespace {
 
-/// The block table of an open document; null when it has none, or none any more.
+/// The block table of an open document; null if there is none.
 const BlockTable* tableOf(const KzApDocument* document) {
     const Drawing* const drawing = drawingOf(document);
     return drawing != nullptr ? drawing->table() : nullptr;
 }
 
-/// Adds up `count(object)` over the objects of a drawing.
+/// The sum of `count(object)` over the objects of a drawing.
 template <class Count>
 std::size_t sumOver(const KzApDocument* document, Count count) {
     std::size_t sum = 0;
@@ -25,7 +25,7 @@ std::size_t sumOver(const KzApDocument* document, Count count) {
     return sum;
 }
 
-/// Which document a drawing is in; empty while it is opened.
+/// The document that has a drawing; empty while the document is being opened.
 std::string ofDocument(const KzDbDatabase* drawing) {
     for (const Document* const each : documentManager.open) {
         if (drawingOf(each) == drawing) return " of document \"" + Text::toUtf8(each->name) + "\"";
@@ -69,7 +69,7 @@ std::size_t heldOpenCount() {
 KzDbObjectId find(const KzApDocument* document, std::u16string_view name) {
     const BlockTable* const table = tableOf(document);
     const KzDbObjectId id = table != nullptr ? table->named(name) : KzDbObjectId();
-    // The table finds erased records too: they keep their names.
+    // The table also finds erased records, because they keep their names.
     return id.isErased() ? KzDbObjectId() : id;
 }
 
@@ -92,7 +92,7 @@ std::u16string recordName(KzDbObjectId id) {
 std::vector<KzDbObjectId> references(KzDbObjectId id, bool isErased) {
     std::vector<KzDbObjectId> result;
     if (const auto* const record = findAs<Record>(id)) {
-        // Of a record that mirrors another one these are two lists, one behind the other.
+        // A dependent record reports two lists, one after the other.
         record->reportReferences(isErased, [&result](const std::vector<KzDbObjectId>& list) {
             result.insert(result.end(), list.begin(), list.end());
         });
@@ -128,12 +128,12 @@ std::u16string attributeText(KzDbObjectId id) {
     return attribute != nullptr ? attribute->text() : std::u16string();
 }
 
-/// An attribute is described with its reference, which is as deep as it goes.
+/// The description of an attribute contains that of its reference; the recursion ends there.
 std::string describeObject(KzDbObjectId id) {
     std::string number = std::to_string(id.value());
     switch (kindOf(id)) {
     case Kind::none:
-        return "an object that is gone, " + number;
+        return "removed object " + number;
     case Kind::table:
         return "block table " + number + ofDocument(id.database());
     case Kind::record:

@@ -1,5 +1,5 @@
-// The main thread as a module meets it: the message queue with the filters before it, the clock, the window,
-// the message boxes, and the libraries that modules load.
+// The platform services for modules: the message queue and its filters, the clock, the main window, message
+// boxes, and libraries.
 
 #include "headless/message_loop.h"
 
@@ -26,7 +26,7 @@ namespace {
 
 constexpr std::uint32_t firstNumber = 0xC000; // of registered messages
 
-/// Never destroyed either.
+/// The state that `resetMessageLoop` resets. Never destroyed.
 struct MessageLoop {
     std::deque<KzPlatform::Message> queue;
     std::vector<ShownBox> boxes;
@@ -36,14 +36,13 @@ struct MessageLoop {
 };
 MessageLoop& loop = *new MessageLoop;
 std::map<std::u16string, std::uint32_t>& messageNumbers = *new std::map<std::u16string, std::uint32_t>;
-std::vector<KzPlatform::Library>& libraries =
-    *new std::vector<KzPlatform::Library>; // one entry for each load
-char window = 0;                           // its address is the main window
+std::vector<KzPlatform::Library>& libraries = *new std::vector<KzPlatform::Library>; // one entry per load
+char window = 0; // its address is the main window
 
 // ---- traces
 
-/// Modules pass the addresses of documents, among others, so the number is compared with those of all open
-/// documents; it is never used as an address.
+/// Describes a parameter as a document if it is the address of an open one, because modules pass such
+/// addresses. The address is compared, not dereferenced.
 std::string describeParameter(std::uintptr_t value) {
     for (const KzApDocument* const each : documents()) {
         if (reinterpret_cast<std::uintptr_t>(each) == value) {
@@ -67,7 +66,7 @@ TraceEvent eventOf(const char* name, const KzPlatform::Message& message) {
 
 // ---- libraries
 
-/// Looks in the resource folder, then in the system's search order.
+/// Searches the resource folder, then the system's search path.
 LibraryHandle openByBareName(const std::string& name) {
     LibraryHandle library = nullptr;
     if (!resourceFolder.empty()) library = openLibraryFile(resourceFolder + "/" + name).handle;
@@ -85,7 +84,7 @@ void resetMessageLoop() {
 
 // ---- commands
 
-/// The command becomes active after its report and ends before the report of its end: reactors find it
+/// The command is active after the first report and until before the second, so that reactors find it
 /// inactive both times.
 KzApDocument* beginCommand(const std::u16string& name) {
     KzApDocument* const document = currentDocument();
@@ -103,15 +102,15 @@ void endCommand(KzApDocument* document, const std::u16string& name) {
 
 // ---- messages and clock
 
-/// A filter may post, pump or unload its own module. So a message is taken off the queue before it is shown,
-/// and the queue is examined again after each.
+/// A filter may post, pump or unload its own module, so a message is removed from the queue before filters
+/// are called, and the queue is checked again after each message.
 Pumped pump() {
     Pumped result;
     while (!loop.queue.empty()) {
         const KzPlatform::Message message = loop.queue.front();
         loop.queue.pop_front();
         ++result.dispatched;
-        if (callFilters(message)) ++result.taken; // the window itself ignores messages
+        if (callFilters(message)) ++result.taken; // the window ignores messages that no filter took
     }
     return result;
 }
@@ -130,13 +129,13 @@ bool callFilters(const KzPlatform::Message& message) {
     return isTaken;
 }
 
-/// The report makes modules post what they want done at rest, and the pump dispatches it.
+/// Modules post their messages for the idle state when the lock mode is reported; `pump` dispatches them.
 Pumped idle() {
     reportLockMode(currentDocument(), u"#idle");
     return pump();
 }
 
-/// Traced once it is in the queue.
+/// Traces the message after it was added to the queue.
 void post(std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
     loop.queue.push_back(
         {.window = &window, .number = number, .first = first, .second = second, .time = loop.ticks});
@@ -175,7 +174,7 @@ std::size_t loadedLibraryCount() {
 
 using namespace Headless;
 
-/// A filter that is registered already stays in its place, which is a success too.
+/// A filter that is registered already keeps its position; the call succeeds.
 int kzedRegisterFilterWinMsg(KzEdMessageFilter filter) {
     if (shouldFail(HostCall::addFilter) || filter == nullptr) return 0;
     messageFilters.add(filter);
@@ -198,7 +197,7 @@ std::uint32_t tickCount() {
 }
 
 Library loadLibrary(const char16_t* fileName) {
-    // A path would bypass the folder in which modules' libraries are looked up first.
+    // A path would bypass the resource folder.
     const bool isBare =
         fileName != nullptr && std::u16string_view(fileName).find(u'/') == std::u16string_view::npos;
     if (!checkUsage(isBare, "loadLibrary without a bare file name")) return nullptr;
@@ -208,15 +207,15 @@ Library loadLibrary(const char16_t* fileName) {
     return library;
 }
 
-/// One entry for each load: a library that was loaded twice stays by the other one.
+/// Removes one entry: a library that was loaded twice remains loaded once.
 void freeLibrary(Library library) {
     const auto found = std::find(libraries.begin(), libraries.end(), library);
-    if (!checkUsage(found != libraries.end(), "freeLibrary of what is not loaded")) return;
+    if (!checkUsage(found != libraries.end(), "freeLibrary of a library that is not loaded")) return;
     libraries.erase(found);
     closeLibrary(library);
 }
 
-/// Numbers are never given back, so their count tells which is next.
+/// Numbers are never unregistered, so the next number follows from their count.
 std::uint32_t registerWindowMessage(const char16_t* name) {
     if (!checkUsage(name != nullptr, "registerWindowMessage without a name")) return 0;
     const auto next = firstNumber + static_cast<std::uint32_t>(messageNumbers.size());
@@ -230,7 +229,7 @@ Window mainWindow() {
 bool postMessage(Window target, std::uint32_t number, std::uintptr_t first, std::intptr_t second) {
     const bool isKnown = number >= firstNumber && number - firstNumber < messageNumbers.size();
     if (!checkUsage(target != nullptr && isKnown && second == 0,
-                    "postMessage without a window, of an unknown number or with a second parameter")) {
+                    "postMessage without a window, with an unregistered number or with a second parameter")) {
         return false;
     }
     if (shouldFail(HostCall::postMessage) || target != &window) return false;
@@ -243,8 +242,8 @@ bool inputIsWaiting() {
 }
 
 void messageBox(const char16_t* text, BoxStyle style, std::uint32_t helpContext) {
-    const bool isRight = text != nullptr && style == BoxStyle::error && helpContext == 0;
-    if (!checkUsage(isRight, "messageBox without a text, of another style or with help")) return;
+    const bool isValid = text != nullptr && style == BoxStyle::error && helpContext == 0;
+    if (!checkUsage(isValid, "messageBox without a text, with another style or with a help context")) return;
     loop.boxes.push_back({text, style});
 }
 

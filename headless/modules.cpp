@@ -22,7 +22,8 @@ namespace Headless {
 
 namespace {
 
-/// One opening of a library as a module. Two modules may share a library: the system counts the openings.
+/// A loaded module: one opening of a library. Two modules may share a library, because the system counts
+/// the openings.
 struct Module {
     ModuleId id = ModuleId::none;
     std::string path;
@@ -30,25 +31,25 @@ struct Module {
     KzRx::EntryPoint entry = nullptr;
 };
 
-/// What is loaded in the process.
+/// The state of loading. Never destroyed: modules may call until the process ends.
 struct Loader {
     std::vector<Module> modules;               // in the order of loading
-    std::vector<LibraryHandle> waitingToClose; // libraries with calls under way
+    std::vector<LibraryHandle> waitingToClose; // libraries that calls may still need
     std::uint32_t lastId = 0;
-    const void* packet = nullptr; // of the innermost message under way
+    const void* packet = nullptr; // of the innermost active message
 };
 
-// Never destroyed: modules may call as late as the process ends.
 Loader& loader = *new Loader;
-std::vector<std::string>& noted = *new std::vector<std::string>; // what modules did wrong
+std::vector<std::string>& noted = *new std::vector<std::string>; // usage errors of modules
 
 Module* find(ModuleId id) {
     const auto found = std::ranges::find(loader.modules, id, &Module::id);
     return found != loader.modules.end() ? &*found : nullptr;
 }
 
-/// Ensures that nothing calls into a library that is about to be closed. `inside` is any address in it; the
-/// library must still be open, because the system is asked which addresses belong to it.
+/// Removes all filters and reactors whose code is in a library that is about to be closed. `inside` is any
+/// address in the library, which must still be open, because the system determines which addresses belong
+/// to it.
 void dropWhatCallsInto(const void* inside) {
     const auto isInside = [library = libraryContaining(inside)](const void* address) {
         return libraryContaining(address) == library;
@@ -62,7 +63,7 @@ void dropWhatCallsInto(const void* inside) {
                   [&](const auto& entry) { return isInside(entry.second); }); // last: used above
 }
 
-/// Whether another opening keeps the library in the process, that of a loaded module or one that is itself
+/// Whether another opening keeps the library in the process: that of a loaded module, or one that is also
 /// waiting to be closed.
 bool isInUse(LibraryHandle library) {
     const auto& waiting = loader.waitingToClose;
@@ -70,14 +71,14 @@ bool isInUse(LibraryHandle library) {
            std::ranges::find(waiting, library) != waiting.end();
 }
 
-/// The library must be in neither list any more, or it would keep itself.
+/// The opening must already be removed from both lists, because `isInUse` would find it.
 void closeNow(LibraryHandle library) {
     if (!isInUse(library)) dropWhatCallsInto(librarySymbol(library, "kzrxEntryPoint"));
     closeLibrary(library);
 }
 
-/// The calls of all modules count, not those of this one alone: which code is on the stack is unknown.
-/// Without an active call the guard closes the library at once.
+/// Waits for the calls into all modules, because it is unknown whose code is on the stack. Without an
+/// active call, the guard closes the library immediately.
 void closeWhenCallsHaveReturned(LibraryHandle library) {
     loader.waitingToClose.push_back(library);
     const ModuleCall guard;
@@ -85,12 +86,13 @@ void closeWhenCallsHaveReturned(LibraryHandle library) {
 
 /// Why a file could not be opened as a library.
 std::string describeUnopened(const std::string& path, const std::string& failure) {
-    std::error_code unreadable; // then the system's own message says more
+    std::error_code unreadable; // then the system's message describes the problem
     const bool isMissing = !std::filesystem::exists(Text::toPath(path), unreadable) && !unreadable;
     return isMissing ? "no such file" : "cannot be opened as a library: " + failure;
 }
 
-/// Checks the two functions that every module has. Returns what is wrong; empty if nothing is.
+/// Finds the two functions that every module exports and checks the version. Returns the problem; empty if
+/// there is none.
 std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
     constexpr const char* missing = "not a module of this host: it does not export ";
     entry = reinterpret_cast<KzRx::EntryPoint>(librarySymbol(library, "kzrxEntryPoint"));
@@ -98,7 +100,8 @@ std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
     const auto version = reinterpret_cast<KzRx::ApiVersionQuery>(librarySymbol(library, "kzrxGetApiVersion"));
     if (version == nullptr) return std::string(missing) + "kzrxGetApiVersion";
     const ModuleCall guard;
-    // Before the entry point is ever called: in another version its messages may mean something else.
+    // Checked before the entry point is called, because messages may have another meaning in another
+    // version.
     const std::uint32_t number = version();
     if (number == KzRx::apiVersion) return {};
     char text[100];
@@ -107,7 +110,7 @@ std::string readInterface(LibraryHandle library, KzRx::EntryPoint& entry) {
     return text;
 }
 
-/// Why a module that was called was not loaded.
+/// Why a module whose entry point was called was not loaded.
 std::string describeFailedLoad(LibraryHandle library, std::int32_t answer) {
     std::string text = "kzrxEntryPoint returned " + std::to_string(answer);
     if (isInUse(library)) text += " (already loaded)";
@@ -123,7 +126,7 @@ std::string describeFailedLoad(LibraryHandle library, std::int32_t answer) {
 
 int ModuleCall::depth = 0;
 
-/// Closing a library runs its destructors, which may have another one closed.
+/// A loop, because closing a library runs its destructors, which may defer the closing of another one.
 void ModuleCall::closeWaitingLibraries() {
     while (!loader.waitingToClose.empty()) {
         const LibraryHandle library = loader.waitingToClose.back();
@@ -134,8 +137,8 @@ void ModuleCall::closeWaitingLibraries() {
 
 std::int32_t sendMessage(KzRx::EntryPoint entry, KzRx::Message message) {
     const ModuleCall guard;
-    char packet = 0; // its address is all that a module can make use of
-    // Messages nest: a module may have another one loaded while it is loaded itself.
+    char packet = 0; // only its address matters
+    // Messages nest: a module may load another one while it is being loaded.
     const void* const outer = std::exchange(loader.packet, &packet);
     const std::int32_t answer = entry(message, &packet);
     loader.packet = outer;
@@ -144,7 +147,7 @@ std::int32_t sendMessage(KzRx::EntryPoint entry, KzRx::Message message) {
 
 namespace {
 
-/// The same for a module, which a trace tells.
+/// Sends a message to a loaded module, with a trace.
 std::int32_t send(const Module& module, KzRx::Message message) {
     TraceScope trace([&]() -> TraceEvent {
         return {TraceCategory::moduleCall,
@@ -163,10 +166,10 @@ const void* currentPacket() {
     return loader.packet;
 }
 
-/// A module that is being loaded is not in the list yet: what its load message leads to cannot unload it, and
-/// one that refuses was never there.
+/// The module is added to the list after its load message, so that it cannot be unloaded during the
+/// message, and is not in the list if it fails.
 LoadResult loadModule(const std::string& path, const std::string& resources) {
-    // The folder holds for all modules, until the next load.
+    // The folder applies to all modules until the next load.
     resourceFolder = resources;
     librariesNotFound.clear();
     const OpenedLibrary opened = openLibraryFile(path);
@@ -189,13 +192,13 @@ LoadResult loadModule(const std::string& path, const std::string& resources) {
 }
 
 std::optional<std::int32_t> unloadModule(ModuleId id) {
-    // A module could not open, and so not leave, an object that is held open.
+    // A module cannot open an object that is held open, and so could not unregister its reactors.
     if (heldOpenCount() != 0) return std::nullopt;
     const Module* const found = find(id);
     if (found == nullptr) return 0;
-    // A copy, because the entry goes.
+    // A copy, because the entry is erased.
     const Module module = *found;
-    // Out of the list first: what the module does now may ask for another unloading.
+    // Removed from the list first, because the module may cause another unloading during its message.
     std::erase_if(loader.modules, [id](const Module& each) { return each.id == id; });
     const ModuleCall guard;
     const std::int32_t answer = send(module, KzRx::unloadMessage);
@@ -228,21 +231,22 @@ void reportUsageError(const char* call) {
     noted.emplace_back(call);
 }
 
-/// The order matters: faults end first, so that modules can unregister; modules are unloaded while their
-/// documents are still open, the latest first, because it may use an earlier one; documents are closed before
-/// the reactors are dropped that are notified of it.
+/// The order matters: faults end first, so that modules can unregister. Modules are unloaded while their
+/// documents are open, the last loaded first, because a module may use one that was loaded before.
+/// Documents are closed before the reactors of the document manager are removed, so that these are
+/// notified.
 void reset() {
     resetFaults();
-    forgetMistakes(); // those that modules make while they are unloaded are kept
+    forgetMistakes(); // errors during unloading are kept
     if (heldOpenCount() != 0) {
         objectTable.forEach(KzDbObjectId(), [](Object& object) {
             if (object.isHeld()) object.letGo();
         });
     }
-    assert(heldOpenCount() == 0); // else no module is unloaded, and the loop below does not end
+    assert(heldOpenCount() == 0); // otherwise no module is unloaded, and the loop below does not end
     while (lastModule() != ModuleId::none) static_cast<void>(unloadModule(lastModule()));
     while (!documentManager.open.empty()) {
-        if (!closeDocument(documentManager.open.back())) break; // called from inside an edit after all
+        if (!closeDocument(documentManager.open.back())) break; // `reset` was called during an edit
     }
     documentManager.reactors.removeIf([](KzApDocManagerReactor*) { return true; });
     resetMessageLoop();

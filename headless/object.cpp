@@ -10,13 +10,13 @@
 
 namespace Headless {
 
-/// Never destroyed, like all that modules may ask for until the process ends.
+/// Never destroyed: modules may call until the process ends.
 ObjectTable& objectTable = *new ObjectTable;
 std::unordered_map<const KzRxObject*, const void*>& reactorCodes =
     *new std::unordered_map<const KzRxObject*, const void*>;
 
-/// Downcast by kind: `Object` is no base of the host's interfaces and has no virtual functions. Each kind has
-/// one class, which derives from both.
+/// Downcast by kind, because `Object` is not a base of the host's interfaces and has no virtual functions.
+/// Each kind has one class, which derives from both.
 KzDbObject* Object::hostObject() {
     switch (kind_) {
     case Kind::table:
@@ -48,7 +48,7 @@ TraceEvent Object::notificationEvent(const char* name) const {
     return {TraceCategory::notification, name, describeObject(id_), {{"reactors", reactors}}};
 }
 
-/// Counted, because a module cannot be unloaded while any object of any drawing is held.
+/// Counts held objects, because no module can be unloaded while any object is held.
 void Object::hold() {
     beginWriting();
     isHeld_ = true;
@@ -62,8 +62,8 @@ void Object::letGo() {
 }
 
 Orvo::ErrorStatus Object::close() {
-    // A closing does not say which opening it ends: those for read go first, so that reactors can be changed
-    // until the last one for that is closed.
+    // `close` does not say which opening it ends. Openings for read end first, so that reactors can be
+    // changed until the last opening for notification ends.
     if (readers_ != 0) {
         --readers_;
     } else if (notifiers_ != 0) {
@@ -72,18 +72,18 @@ Orvo::ErrorStatus Object::close() {
         reportUsageError("close of an object that is not open");
         return Orvo::notProvidedFor;
     }
-    // The last one who had it open; nothing may be touched after this.
-    if (hasLeft_ && !isOpen()) delete hostObject();
+    // The last opening has ended. Members must not be used after this.
+    if (isRemoved_ && !isOpen()) delete hostObject();
     return Orvo::ok;
 }
 
 void Object::destroy() {
-    // From here on it cannot be found, so it cannot be opened again: the openings that are left are the last.
+    // From here on the object cannot be found, so it cannot be opened again.
     assert(activeNotifications_ == 0);
     objectTable.forget(id_);
     if (isHeld_) letGo();
-    // Deleted now or by the last closing. Not by the end of a notification, because none is active.
-    hasLeft_ = true;
+    // Deleted now or by the last `close`. No notification is active, so the end of one need not delete it.
+    isRemoved_ = true;
     if (!isOpen()) delete hostObject();
 }
 
@@ -100,7 +100,7 @@ bool KzDbObjectId::isErased() const {
 
 bool KzDbObjectId::isEffectivelyErased() const {
     const Headless::Object* object = Headless::objectTable.find(*this);
-    // Up the owners. It ends at the block table, or at a copy that has not been placed: they have none.
+    // Follows the owners. Block tables, and copies that are not placed yet, have no owner.
     while (object != nullptr && !object->isErased()) object = Headless::objectTable.find(object->owner());
     return object != nullptr;
 }
@@ -110,13 +110,14 @@ KzDbDatabase* KzDbObjectId::database() const {
     return object != nullptr ? &object->drawing() : nullptr;
 }
 
-/// The order of the checks matters: a wrong call is a mistake and none of the calls that can be made to fail,
-/// and nothing is opened before all else is in order.
+/// The order of the checks matters: a usage error is not counted by `failHostCall`, and the object is
+/// opened last.
 Orvo::ErrorStatus kzdbOpenKzDbObject(KzDbObject*& object, KzDbObjectId id, KzDb::OpenMode mode,
                                      const KzRxClass* expected, bool openErased) {
     object = nullptr;
     const bool isMode = mode == KzDb::OpenMode::forRead || mode == KzDb::OpenMode::forNotify;
-    if (!Headless::checkUsage(isMode && expected != nullptr, "opening in another mode or of no class")) {
+    if (!Headless::checkUsage(isMode && expected != nullptr,
+                              "kzdbOpenKzDbObject with another mode or without a class")) {
         return Orvo::notProvidedFor;
     }
     if (Headless::shouldFail(Headless::HostCall::openObject)) return Headless::faultStatus();

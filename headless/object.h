@@ -18,8 +18,8 @@ namespace Headless {
 class Drawing;
 class Object;
 
-/// All objects of all drawings, found by id. An id is a position in this table; positions are given out in
-/// ascending order and never again, so any number can be asked for safely.
+/// The objects of all drawings by id. Does not own them. An id is a position in this table; positions are
+/// assigned in ascending order and never reused, so any number can be looked up safely.
 class ObjectTable {
 public:
     ObjectTable() : entries_(1, nullptr) {} // the null id finds nothing
@@ -30,15 +30,15 @@ public:
     }
     void forget(KzDbObjectId id) { entries_[id.value()] = nullptr; }
 
-    /// Null for an id that names nothing in memory.
+    /// Null if no object in memory has the id.
     [[nodiscard]] Object* find(KzDbObjectId id) const {
         return id.value() < entries_.size() ? entries_[id.value()] : nullptr;
     }
 
     [[nodiscard]] KzDbObjectId lastId() const { return KzDbObjectId(entries_.size() - 1); }
 
-    /// Calls `call(object)` for each object with an id from `first` on, in order of creation. `call` may
-    /// remove objects from memory.
+    /// Calls `call(object)` for each object from the id `first` on, in order of creation. `call` may remove
+    /// objects from memory; objects that it creates are not visited.
     template <class Call>
     void forEach(KzDbObjectId first, Call call) const {
         const std::size_t end = entries_.size();
@@ -51,22 +51,22 @@ private:
     std::vector<Object*> entries_;
 };
 
-// Never destroyed: objects may be asked for until the process ends.
+// Never destroyed: modules may call until the process ends.
 extern ObjectTable& objectTable;
 
-/// The table of operations of each reactor that was ever registered. It tells in which library the code of a
-/// reactor is: when that is closed, a reactor that it left registered may already be destroyed.
+/// The vtable of each reactor that was ever registered. It identifies the library that contains the code of
+/// a reactor; a reactor that is still registered when its library is closed may already be destroyed.
 extern std::unordered_map<const KzRxObject*, const void*>& reactorCodes;
 
-inline void noteReactor(const KzRxObject* reactor) {
+inline void addReactorCode(const KzRxObject* reactor) {
     reactorCodes[reactor] = *reinterpret_cast<const void* const*>(reactor);
 }
 
-/// What all objects of a drawing have in common, beside the interface that modules see: id, owner, openings
-/// and reactors.
+/// The common part of all objects of a drawing, apart from the host's interfaces: id, owner, openings and
+/// reactors.
 ///
-/// An object that is removed from memory while it is open is no longer found by its id and is deleted by the
-/// last closing.
+/// An object that is removed from memory while it is open can no longer be found by its id, and is deleted
+/// when it is closed for the last time.
 class Object {
 public:
     Object(Kind kind, Drawing& drawing, KzDbObjectId owner)
@@ -84,11 +84,11 @@ public:
     void setOwner(KzDbObjectId owner) { owner_ = owner; }
     void setErased(bool isErased) { isErased_ = isErased; }
 
-    /// The same object as modules see it.
+    /// The same object as modules use it.
     [[nodiscard]] KzDbObject* hostObject();
 
     // ---- openings
-    /// An object whose reactors are being told counts as open for read.
+    /// An object whose reactors are being notified counts as open for read.
     [[nodiscard]] bool isOpen() const {
         return isWriting_ || readers_ != 0 || notifiers_ != 0 || activeNotifications_ != 0;
     }
@@ -97,29 +97,31 @@ public:
     }
     [[nodiscard]] bool isHeld() const { return isHeld_; }
 
-    /// `mode` is one of the two that there are.
+    /// `mode` must be `forRead` or `forNotify`.
     Orvo::ErrorStatus open(KzDb::OpenMode mode) {
         if (isWriting_) return Orvo::heldOpenForWrite;
         return countUp(mode == KzDb::OpenMode::forRead ? readers_ : notifiers_);
     }
-    /// Ends one opening, and the object itself when it has left memory and this was the last one.
+    /// Ends one opening. If this was the last one and the object was removed from memory, deletes the
+    /// object.
     Orvo::ErrorStatus close();
 
-    // Openings of the host itself, for edits and for scripts, which `close` does not end. They need an object
-    // that is not open.
+    // Openings of the host itself, for edits and scripts, which `close` does not end. The object must not
+    // be open.
     void beginWriting() { isWriting_ = true; }
     void endWriting() { isWriting_ = false; }
     void hold();
     void letGo();
     [[nodiscard]] static std::size_t heldCount() { return held; }
 
-    /// Makes the id invalid and deletes the object as soon as it is not open.
+    /// Removes the object from memory: makes the id invalid, and deletes the object as soon as it is not
+    /// open.
     void destroy();
 
     // ---- reactors
     void addReactor(KzDbObjectReactor* reactor) {
         if (!mayChangeReactors(reactor, "addReactor")) return;
-        noteReactor(reactor);
+        addReactorCode(reactor);
         reactors_.add(reactor);
     }
     void removeReactor(KzDbObjectReactor* reactor) {
@@ -132,7 +134,7 @@ public:
 
     void notifyAboutToChange();
     void notifyClosed();
-    /// Calls `call(reactor)` for each reactor, to tell it of a notification of that name.
+    /// Calls `call(reactor)` for each reactor. `notification` is for traces.
     template <class Call>
     void notify(const char* notification, Call call) {
         const TraceScope trace([&] { return notificationEvent(notification); });
@@ -149,7 +151,7 @@ protected:
 private:
     [[nodiscard]] TraceEvent notificationEvent(const char* name) const;
 
-    /// Refuses to lose count of a user who opens without ever closing.
+    /// Returns an error instead of overflowing.
     static Orvo::ErrorStatus countUp(std::uint16_t& count) {
         if (count == std::numeric_limits<std::uint16_t>::max()) return Orvo::openedTooOften;
         ++count;
@@ -173,10 +175,10 @@ private:
     bool isErased_ : 1 = false;
     bool isWriting_ : 1 = false;
     bool isHeld_ : 1 = false;
-    bool hasLeft_ : 1 = false;
+    bool isRemoved_ : 1 = false;
 };
 
-/// An object behind one of the host's interfaces.
+/// An object that implements one of the host's interfaces.
 template <class Interface>
 class ObjectOf : public Interface, public Object {
 public:
@@ -186,7 +188,8 @@ public:
     [[nodiscard]] KzDbObjectId objectId() const override { return id(); }
     [[nodiscard]] KzDbObjectId ownerId() const override { return owner(); }
     Orvo::ErrorStatus close() override { return Object::close(); }
-    // Const, because reactors are changed through const objects: the subject of a notification is const.
+    // Const in the host's interface, because modules change the reactors of the const objects that
+    // notifications pass.
     void addReactor(KzDbObjectReactor* reactor) const override { self().Object::addReactor(reactor); }
     void removeReactor(KzDbObjectReactor* reactor) const override { self().Object::removeReactor(reactor); }
 
@@ -194,8 +197,8 @@ private:
     [[nodiscard]] Object& self() const { return const_cast<ObjectOf&>(*this); }
 };
 
-/// A position in a list of ids, at an object that is not erased or at the end. The list is borrowed and may
-/// grow: its owner must stay open meanwhile.
+/// A position in a list of ids: at an object that is not erased, or at the end. The list is borrowed and
+/// may grow; its owner must stay open meanwhile.
 class LivePosition {
 public:
     explicit LivePosition(const std::vector<KzDbObjectId>& ids) : ids_(ids) { toStart(); }
@@ -220,7 +223,8 @@ private:
 /// The runtime class of the objects of one kind; null for `none`.
 [[nodiscard]] KzRxClass* classOf(Kind kind);
 
-/// The object of that id when it is a T, else null. T is a class below and has its kind as `ownKind`.
+/// The object of that id if it is a T, otherwise null. T is the class of a kind and has the kind as
+/// `ownKind`.
 template <class T>
 [[nodiscard]] T* findAs(KzDbObjectId id) {
     Object* const object = objectTable.find(id);

@@ -10,18 +10,18 @@
 
 namespace Headless {
 
-/// Merges the two lists and splits the result again, which keeps the order in one pass. References that were
-/// removed from memory are dropped.
+/// Merges the two lists and splits the result again, which keeps the order. Drops references that were
+/// removed from memory. O(references).
 void ReferenceLists::sort() {
     std::vector<KzDbObjectId> all;
     all.reserve(live_.size() + erased_.size());
-    // Unerased references are still in the list of erased ones, and the other way round; both lists ascend.
+    // A reference may be in the wrong list, but both lists are in ascending order.
     std::merge(live_.begin(), live_.end(), erased_.begin(), erased_.end(), std::back_inserter(all));
     std::vector<KzDbObjectId> live;
     std::vector<KzDbObjectId> erased;
     for (const KzDbObjectId id : all) {
         const Object* const reference = objectTable.find(id);
-        if (reference == nullptr) continue; // it has left memory
+        if (reference == nullptr) continue; // removed from memory
         (reference->isErased() ? erased : live).push_back(id);
     }
     live_ = std::move(live);
@@ -32,8 +32,8 @@ void ReferenceLists::sort() {
 Record::Record(Drawing& drawing, KzDbObjectId table, std::u16string_view name, const Origin& origin)
     : ObjectOf(ownKind, drawing, table), name_(name), origin_(origin) {}
 
-/// Both directions are kept: the block lists its representations, and each of them leads back to it. A record
-/// represents one block at most, which the edit has checked.
+/// Stores both directions: the block lists its representations, and each representation has its block. A
+/// record represents at most one block, which the edit has checked.
 void Record::addRepresentation(Record& representation) {
     representations_.push_back(representation.id());
     representation.representedBlock_ = id();
@@ -45,14 +45,14 @@ KzDbDatabase* Record::xrefDatabase(bool flag) const {
 }
 
 Orvo::ErrorStatus Record::getName(const char16_t*& name) const {
-    // Borrowed: it holds until the record is renamed. Given in any case, so that who does not ask for the
-    // status is found out.
+    // Valid until the record is renamed. Also set if the call fails, so that tests detect callers that
+    // ignore the status.
     name = name_.c_str();
     return shouldFail(HostCall::recordName) ? faultStatus() : Orvo::ok;
 }
 
 Orvo::ErrorStatus Record::getBlockReferenceIds(KzDbObjectIdArray& ids, bool first, bool second) const {
-    if (!checkUsage(first && second, "getBlockReferenceIds with a false")) return Orvo::notProvidedFor;
+    if (!checkUsage(first && second, "getBlockReferenceIds with false")) return Orvo::notProvidedFor;
     return appendReferences(false, ids);
 }
 
@@ -61,7 +61,7 @@ Orvo::ErrorStatus Record::getErasedBlockReferenceIds(KzDbObjectIdArray& ids) con
 }
 
 Orvo::ErrorStatus Record::appendReferences(bool isErased, KzDbObjectIdArray& ids) const {
-    // Before anything is appended: a call that fails has done nothing.
+    // First, because a failed call has no effect.
     if (shouldFail(isErased ? HostCall::erasedReferences : HostCall::references)) {
         return faultStatus();
     }

@@ -10,10 +10,11 @@
 
 namespace Headless {
 
-/// The references that insert one record, live and erased ones apart and each in order of creation.
+/// The references that insert one record: a list of the live ones and a list of the erased ones, both in
+/// order of creation. Part of the record.
 ///
-/// A query copies a whole list, so the lists are sorted by the next query and not when a reference is erased
-/// or removed from memory: any number of such changes costs one pass.
+/// The lists are sorted by the next query and not when a reference is erased or removed from memory,
+/// because a query is O(list) anyway: any number of changes costs one pass.
 class ReferenceLists {
 public:
     /// Adds a reference. Reactors of a copied reference may insert others before the copy is placed.
@@ -22,7 +23,7 @@ public:
         live_.insert(isLatest ? live_.end() : std::upper_bound(live_.begin(), live_.end(), reference),
                      reference);
     }
-    /// A reference was erased, brought back or has left memory.
+    /// Must be called when a reference was erased, unerased or removed from memory.
     void changed() { isInOrder_ = false; }
 
     [[nodiscard]] const std::vector<KzDbObjectId>& live() { return inOrder().live_; }
@@ -45,13 +46,13 @@ class Record final : public ObjectOf<KzDbBlockTableRecord> {
 public:
     static constexpr Kind ownKind = Kind::record;
 
-    /// Where the record comes from, fixed at its making.
+    /// The properties that do not change after creation, except for `forgetAttachedDrawing`.
     struct Origin {
         bool isAnonymous = false;
         bool isLayout = false;
         bool isDependent = false;
-        Drawing* attachedDrawing = nullptr; ///< of a record that stands for an attached drawing
-        KzDbObjectId source = {};           ///< the record of it that a dependent record mirrors
+        Drawing* attachedDrawing = nullptr; ///< of a record from an external reference
+        KzDbObjectId source = {};           ///< of a dependent record: the record that it mirrors
     };
 
     Record(Drawing& drawing, KzDbObjectId table, std::u16string_view name, const Origin& origin);
@@ -59,10 +60,10 @@ public:
     [[nodiscard]] const std::u16string& name() const { return name_; }
     void setName(std::u16string_view name) { name_ = name; }
 
-    /// The attached drawing has gone.
+    /// Called when the attached drawing is closed.
     void forgetAttachedDrawing() { origin_.attachedDrawing = nullptr; }
 
-    /// Whether the record came with an attached drawing, be that still open or not.
+    /// Whether the record mirrors a record of an attached drawing, which may be closed by now.
     [[nodiscard]] bool isMirror() const { return !origin_.source.isNull(); }
 
     [[nodiscard]] ReferenceLists& references() const { return references_; }
@@ -76,11 +77,11 @@ public:
     [[nodiscard]] KzDbObjectId graph() const { return graph_; }
     void setGraph(KzDbObjectId graph) { graph_ = graph; }
     [[nodiscard]] const std::vector<KzDbObjectId>& representations() const { return representations_; }
-    /// The enhanced block that this record represents; null when it represents none.
+    /// The enhanced block that this record represents; null if it represents none.
     [[nodiscard]] KzDbObjectId representedBlock() const { return representedBlock_; }
     void addRepresentation(Record& representation);
 
-    // What modules see.
+    // The interface for modules.
     [[nodiscard]] bool isAnonymous() const override { return origin_.isAnonymous; }
     [[nodiscard]] bool isLayout() const override { return origin_.isLayout; }
     [[nodiscard]] bool isDependent() const override { return origin_.isDependent; }

@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::u16string_view enhancedBlockKey = u"ORVO_ENHANCEDBLOCK";
 
-/// Iterator over the attributes of a reference that are not erased. A step with flags that no module passes
-/// is a usage error and moves it to its end.
+/// Iterates over the attributes of a reference that are not erased. A step with other flags than modules
+/// pass is a usage error and moves the iterator to its end.
 class AttributeIterator final : public KzDbObjectIterator {
 public:
     explicit AttributeIterator(const std::vector<KzDbObjectId>& attributes) : position_(attributes) {}
@@ -19,9 +19,9 @@ public:
     [[nodiscard]] bool done() const override { return position_.isAtEnd(); }
     [[nodiscard]] KzDbObjectId objectId() const override { return position_.id(); }
     void step(bool first, bool second) override {
-        const bool isRight =
+        const bool isValid =
             checkUsage(!first && second, "step of an attribute iterator with other flags than false, true");
-        isRight ? position_.toNext() : position_.toEnd();
+        isValid ? position_.toNext() : position_.toEnd();
     }
 
 private:
@@ -31,13 +31,13 @@ private:
 } // namespace
 
 KzDbObjectIterator* Reference::attributeIterator() const {
-    // No attributes at all is null, as the interface says; when all are erased there is an iterator at its
-    // end.
+    // Null if the reference has no attributes. If all are erased, the iterator is at its end.
     if (shouldFail(HostCall::attributeIterator) || attributes().empty()) return nullptr;
     return new AttributeIterator(attributes());
 }
 
-/// Decided at each query: the record may become a representation after the reference was created.
+/// Determined at each query, because the record may become a representation after the reference was
+/// created.
 KzRxObject* Reference::subQueryX(const KzRxClass* protocol) const {
     if (protocol != KzDbBlockRepresentation::desc()) return nullptr;
     const auto* const block = findAs<Record>(block_);
@@ -51,11 +51,11 @@ Orvo::ErrorStatus KzDbEvalGraph::getGraph(const KzDbObject* object, const char16
                                           KzDbEvalGraph*& graph, KzDb::OpenMode mode) {
     using namespace Headless;
     graph = nullptr;
-    const bool isRight =
+    const bool isValid =
         object != nullptr && key != nullptr && enhancedBlockKey == key && mode == KzDb::OpenMode::forRead;
-    if (!checkUsage(isRight, "getGraph with another key or mode")) return Orvo::notProvidedFor;
+    if (!checkUsage(isValid, "getGraph with another key or mode")) return Orvo::notProvidedFor;
     if (shouldFail(HostCall::evaluationGraph)) return faultStatus();
-    // The graph counts as opened by this, and is closed by the caller like any other object.
+    // This opens the graph; the caller must close it like any other object.
     const auto* const record = findAs<Record>(object->objectId());
     auto* const found = record != nullptr ? findAs<Graph>(record->graph()) : nullptr;
     if (found == nullptr) return Orvo::keyNotFound;

@@ -23,10 +23,10 @@ public:
     void addAttribute(KzDbObjectId attribute) { attributes_.push_back(attribute); }
     void removeAttribute(KzDbObjectId attribute) { std::erase(attributes_, attribute); }
 
-    /// The record that is inserted.
+    /// The record that the reference inserts.
     [[nodiscard]] KzDbObjectId block() const { return block_; }
 
-    // What modules see.
+    // The interface for modules.
     [[nodiscard]] KzDbObjectIterator* attributeIterator() const override;
     [[nodiscard]] KzRxObject* subQueryX(const KzRxClass* protocol) const override;
 
@@ -47,7 +47,7 @@ public:
     [[nodiscard]] const std::u16string& text() const { return text_; }
     void setText(std::u16string_view text) { text_ = text; }
 
-    // What modules see.
+    // The interface for modules.
     [[nodiscard]] const char16_t* tag() const override { return tag_.c_str(); }
     [[nodiscard]] const char16_t* value() const override { return text_.c_str(); }
 
@@ -56,7 +56,7 @@ private:
     std::u16string text_;
 };
 
-/// The one protocol object between enhanced blocks and their representations.
+/// The protocol object for enhanced blocks and their representations. Singleton.
 [[nodiscard]] KzDbBlockRepresentation& representationProtocol();
 
 /// The evaluation graph of an enhanced block.

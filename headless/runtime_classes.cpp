@@ -8,7 +8,7 @@ using namespace Headless;
 
 namespace {
 
-/// The protocol object has no state: its answers are stored in the records.
+/// The protocol object. Stateless: the records store the representations.
 class Protocol final : public KzDbBlockRepresentation {
 public:
     [[nodiscard]] KzRxClass* isA() const override { return KzDbBlockRepresentation::desc(); }
@@ -24,14 +24,14 @@ public:
     [[nodiscard]] KzDbObjectId originalBlockTableRecord(const KzDbBlockReference* reference) const override {
         if (!checkUsage(reference != nullptr, "originalBlockTableRecord of null")) return {};
         if (shouldFail(HostCall::originalBlock)) return {};
-        // Every reference that a module can have comes from this host.
+        // Valid cast: all references that a module can have are objects of this host.
         const auto& own = static_cast<const Reference&>(*reference);
         const auto* const record = findAs<Record>(own.block());
         return record != nullptr ? record->representedBlock() : KzDbObjectId();
     }
 };
 
-/// The description of a class. Descriptions compare by identity.
+/// The description of a class. Descriptions are compared by identity.
 class ClassDescription final : public KzRxClass {
 public:
     explicit ClassDescription(const ClassDescription* base) : base_(base) {}
@@ -40,7 +40,7 @@ public:
     [[nodiscard]] bool isDerivedFrom(const KzRxClass* other) const override {
         return this == other || (base_ != nullptr && base_->isDerivedFrom(other));
     }
-    /// The class of references alone has a protocol object.
+    /// Only the class of references has a protocol object.
     [[nodiscard]] KzRxObject* queryX(const KzRxClass* protocol) const override {
         if (shouldFail(HostCall::protocol)) return nullptr;
         const bool hasProtocol =
@@ -52,7 +52,7 @@ private:
     const ClassDescription* base_;
 };
 
-/// All descriptions. They live as long as the process, beyond the destruction of static objects.
+/// All descriptions. Never destroyed: modules may call until the process ends.
 struct Classes {
     ClassDescription object{nullptr};
     ClassDescription dictionary{&object};
@@ -70,7 +70,7 @@ Classes& classes = *new Classes;
 
 } // namespace
 
-/// Never destroyed: the class of references offers it as long as the process lives.
+/// Never destroyed: modules may call until the process ends.
 KzDbBlockRepresentation& Headless::representationProtocol() {
     static Protocol& protocol = *new Protocol;
     return protocol;
@@ -98,7 +98,7 @@ KzRxClass* KzRxObject::desc() {
     return &classes.object;
 }
 
-/// An object alone decides: its class has nothing for all of them.
+/// Queries the object only, because no class has a protocol object for all its objects.
 KzRxObject* KzRxObject::queryX(const KzRxClass* protocol) const {
     return protocol == nullptr || shouldFail(HostCall::protocol) ? nullptr : subQueryX(protocol);
 }

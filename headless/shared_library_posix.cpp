@@ -6,19 +6,19 @@ namespace Headless {
 
 namespace {
 
-/// The loader searches for names without a slash.
+/// A name with a slash, because the loader looks up other names in its search path.
 std::string asPath(const std::string& path) {
     return path.find('/') == std::string::npos ? "./" + path : path;
 }
 
 } // namespace
 
-/// All symbols are looked up at once, so that a missing one is an answer here and not a crash later. They are
-/// kept local, because every module has exports of the same names.
+/// Resolves all symbols immediately, so that a missing one is an error here and not a crash later. Symbols
+/// are local, because all modules have exports of the same names.
 OpenedLibrary openLibraryFile(const std::string& path) {
     void* const handle = dlopen(asPath(path).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle != nullptr) return {.handle = handle};
-    return {.failure = dlerror()}; // copied: it is valid until the next call
+    return {.failure = dlerror()}; // a copy: valid until the next call
 }
 
 LibraryHandle openLibraryByName(const std::string& name) {
@@ -33,7 +33,7 @@ void* librarySymbol(LibraryHandle library, const char* name) {
     return dlsym(library, name);
 }
 
-/// The address at which the library begins stands for it.
+/// The base address of the library identifies it.
 const void* libraryContaining(const void* address) {
     Dl_info info{};
     return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
@@ -41,7 +41,7 @@ const void* libraryContaining(const void* address) {
 
 bool isLibraryOpen(const std::string& path) {
     void* const handle = dlopen(asPath(path).c_str(), RTLD_NOW | RTLD_NOLOAD);
-    // The question has counted as an opening when it was open.
+    // If the library was open, this call counts as another opening.
     if (handle != nullptr) dlclose(handle);
     return handle != nullptr;
 }

@@ -12,15 +12,15 @@ namespace Headless {
 
 namespace {
 
-/// Wide as the loader wants it: whole and with this system's separators, so that nothing is searched for.
+/// An absolute path with the system's separators, so that the loader does not use its search path.
 std::wstring asPath(const std::string& path) {
     std::error_code error;
     return std::filesystem::absolute(Text::toPath(path), error).make_preferred().wstring();
 }
 
-/// Why the call before this one has failed, in the system's words, without the end of the sentence.
+/// The system's error message for the previous call, without the final full stop.
 std::string lastFailure() {
-    wchar_t text[512]; // NOLINT(modernize-avoid-c-arrays): the system fills it
+    wchar_t text[512]; // NOLINT(modernize-avoid-c-arrays): a buffer for the system
     const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                         GetLastError(), 0, text, DWORD(std::size(text)), nullptr);
     std::u16string message(text, text + length);
@@ -35,7 +35,8 @@ HMODULE asModule(LibraryHandle library) {
 } // namespace
 
 OpenedLibrary openLibraryFile(const std::string& path) {
-    // What the library itself needs is looked for beside it, then beside the program and among the system's.
+    // The libraries that this one needs are looked up in its folder, then in the program's and the
+    // system's.
     constexpr DWORD places = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS;
     const HMODULE module = LoadLibraryExW(asPath(path).c_str(), nullptr, places);
     if (module == nullptr) return {.failure = lastFailure()};
@@ -62,7 +63,7 @@ const void* libraryContaining(const void* address) {
                                                                                              : nullptr;
 }
 
-/// Asking does not count as an opening here.
+/// This call does not count as an opening.
 bool isLibraryOpen(const std::string& path) {
     return GetModuleHandleW(asPath(path).c_str()) != nullptr;
 }

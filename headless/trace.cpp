@@ -5,7 +5,7 @@ namespace Headless {
 namespace {
 
 std::vector<TraceListener*>& listeners =
-    *new std::vector<TraceListener*>; // never destroyed: modules may end later
+    *new std::vector<TraceListener*>; // never destroyed: modules may call until the process ends
 
 } // namespace
 

@@ -8,11 +8,11 @@
 #include <variant>
 #include <vector>
 
-/// Traces what happens in the host, in order and nested: edits, notifications, messages, calls into modules
-/// and out of them.
+/// Traces the events of the host, in order and nested: edits, notifications, messages, calls into modules
+/// and calls of clients.
 namespace Headless {
 
-/// A number or words, under a name.
+/// A named number or text.
 struct TraceDetail {
     std::string name;
     std::variant<std::int64_t, std::string> value;
@@ -20,16 +20,16 @@ struct TraceDetail {
 
 enum class TraceCategory : std::uint8_t { edit, notification, message, moduleCall, clientCall };
 
-/// Something that begins. What happens until it ends is inside of it.
+/// An event that begins. Events that begin before it ends are nested in it.
 struct TraceEvent {
     TraceCategory category;
-    std::string name;                      ///< what happens, for example "modified"
-    std::string subject;                   ///< to what, for example `record 12 "Door"`; may be empty
-    std::vector<TraceDetail> details = {}; ///< what else is known
+    std::string name;                      ///< for example "modified"
+    std::string subject;                   ///< the object, for example `record 12 "Door"`; may be empty
+    std::vector<TraceDetail> details = {}; ///< additional values
 };
 
-/// Is notified of all events while it exists. Must not cause events itself. An end or a result may belong to
-/// an event that began before the listener did: then no event that it knows is active.
+/// Receives all events while it exists. Must not cause events. If the listener has received no event that
+/// is still active, an end or a result belongs to an event that began before the listener was created.
 class HEADLESS_API TraceListener {
 public:
     TraceListener();
@@ -38,16 +38,16 @@ public:
     virtual ~TraceListener();
 
     virtual void begins(const TraceEvent& event) = 0;
-    /// The innermost active event has this result.
+    /// Called when the innermost active event has a result.
     virtual void gives(const TraceDetail& result) = 0;
-    /// The innermost active event ends.
+    /// Called when the innermost active event ends.
     virtual void ends() = 0;
 };
 
-/// Scope guard around an event. Costs a comparison without a listener.
+/// Scope guard: begins an event and ends it. Costs one comparison if there is no listener.
 class HEADLESS_API TraceScope {
 public:
-    /// `describe()` returns the event. It is called only if there is a listener.
+    /// `describe()` returns the event; only called if there is a listener.
     template <class Describe>
     explicit TraceScope(Describe describe) {
         if (listenerCount != 0) begin(describe());
@@ -58,7 +58,7 @@ public:
         if (listenerCount != 0) end();
     }
 
-    /// `describe()` returns a result, under the same condition.
+    /// Reports a result. `describe()` returns the result; only called if there is a listener.
     template <class Describe>
     void gives(Describe describe) {
         if (listenerCount != 0) give(describe());

@@ -13,15 +13,15 @@ namespace KzHost {
 
 namespace {
 
-/// An argument in words. Tables, functions and coroutines by type alone: the words of a table would run the
-/// script's code in the middle of an error.
+/// Describes an argument for a message. Tables, functions and coroutines only by their type, because
+/// `__tostring` of a table would run the script's code.
 std::string describeArgument(lua_State* state, int index) {
     switch (lua_type(state, index)) {
     case LUA_TNONE:
         return "nothing";
     case LUA_TSTRING: {
         const std::string text = lua_tostring(state, index);
-        std::size_t end = std::min<std::size_t>(text.size(), 60); // moved back to the end of a character
+        std::size_t end = std::min<std::size_t>(text.size(), 60); // moved back to a character boundary
         while (end < text.size() && (text[end] & 0xC0) == 0x80) --end;
         return "the string \"" + text.substr(0, end) + (end < text.size() ? "\"..." : "\"");
     }
@@ -38,8 +38,9 @@ std::string describeArgument(lua_State* state, int index) {
     }
 }
 
-/// Every function of the host is called here and finds itself in its first upvalue. Lua is compiled as C++,
-/// so an error unwinds the stack like an exception; an exception must not get into Lua and becomes an error.
+/// The C function of all functions for scripts; the first upvalue is the `Function`. Lua is compiled as
+/// C++, so a Lua error unwinds the stack like an exception. A C++ exception must not enter Lua and is
+/// converted to an error.
 int dispatch(lua_State* state) {
     const auto& function = *static_cast<const Function*>(lua_touserdata(state, lua_upvalueindex(1)));
     const Call call(state, function);
@@ -47,19 +48,20 @@ int dispatch(lua_State* state) {
     try {
         ScriptCall scriptCall(state);
         const int results = function.run(call);
-        // An error of a client comes before what the module did: it is the script's own.
+        // An error of a client takes precedence over usage errors, because it is the script's own.
         scriptCall.rethrowPending();
         if (Headless::mistakes().empty()) return results;
         failure = "invalid host call by a module: " + Headless::mistakes().front();
         Headless::forgetMistakes();
-    } catch (const std::exception& exception) { // Lua's own errors are not of this type
+    } catch (const std::exception& exception) { // Lua errors are not of this type
         failure = exception.what();
     }
-    // Out here, where `scriptCall` has ended and no exception is being handled: an error unwinds once more.
+    // Raised here, where `scriptCall` is destroyed and no exception is being handled, because a Lua error
+    // unwinds the stack.
     call.fail(failure);
 }
 
-/// A kind with its article.
+/// The name of a kind with its article.
 std::string article(Headless::Kind kind) {
     const std::string name = kindName(kind);
     return (name[0] == 'o' || name[0] == 'a' ? "an " : "a ") + name;
@@ -68,8 +70,8 @@ std::string article(Headless::Kind kind) {
 } // namespace
 
 void Call::expected(int index, const std::string& what) const {
-    // The arguments of a method are counted without its object, as in the call. Values that are read from a
-    // table are above the arguments on the stack.
+    // The arguments of a method are counted without its object, as in the script. Values above the
+    // arguments on the stack were read from a table.
     const int at = std::strchr(function_.name, ':') != nullptr ? index - 1 : index;
     const bool isArgument = at > 0 && (index <= count_ || lua_isnone(state_, index));
     const std::string where = isArgument ? "argument " + std::to_string(at) + ": " : "";
@@ -77,7 +79,7 @@ void Call::expected(int index, const std::string& what) const {
 }
 
 void Call::fail(const std::string& message) const {
-    // A field is read by a function of C, which has no place in the script: its caller has.
+    // Fields are read by a C function, which has no position in the script; its caller has one.
     for (int level = 1; level <= 2; ++level) {
         luaL_where(state_, level);
         if (*lua_tostring(state_, -1) != '\0') break;
@@ -105,7 +107,7 @@ std::string Argument<std::string>::read(const Call& call, int index) {
 std::u16string Argument<std::u16string>::read(const Call& call, int index) {
     const std::optional<std::u16string> text = Text::toUtf16(Argument<std::string>::read(call, index));
     if (!text.has_value()) call.fail("expected a string of valid UTF-8, got other bytes");
-    // Strings of the host end with a null character.
+    // Strings of the host are null-terminated.
     if (text->find(u'\0') != std::u16string::npos) {
         call.fail("expected a string without a null character, got one with it");
     }
@@ -114,7 +116,7 @@ std::u16string Argument<std::u16string>::read(const Call& call, int index) {
 
 lua_Integer Argument<lua_Integer>::read(const Call& call, int index) {
     int isInteger = 0;
-    // Lua would convert a string to a number here, but a string is mostly a mistake.
+    // Lua would convert a string to a number, but a string is probably an error in the script.
     const lua_Integer value = lua_tointegerx(call.state(), index, &isInteger);
     if (isInteger == 0 || lua_type(call.state(), index) != LUA_TNUMBER) call.expected(index, "an integer");
     return value;
@@ -145,7 +147,7 @@ KzDbObjectId readObject(const Call& call, int index, Headless::Kind kind) {
     const ObjectValue* const value = toObject(call.state(), index, kind);
     if (value == nullptr) call.expected(index, article(kind));
     if (value->id.isValid()) return value->id;
-    // The value outlives the object; its document tells what became of the object.
+    // The value outlives the object. If the document is open, only the object was removed.
     const bool isDrawingGone = !Headless::isOpen(value->document);
     call.fail("expected " + article(kind) + " in memory, got one " +
               (isDrawingGone ? "of a drawing that is closed" : "that no longer exists") + " (id " +
@@ -196,7 +198,7 @@ int push(const Call& call, const Headless::Pumped& pumped) {
 
 void pushFunction(lua_State* state, const Function& function, int upvalues) {
     lua_pushlightuserdata(state, const_cast<Function*>(&function));
-    lua_insert(state, -1 - upvalues); // the first upvalue
+    lua_insert(state, -1 - upvalues); // as the first upvalue
     lua_pushcclosure(state, dispatch, 1 + upvalues);
     pushFunctionNames(state);
     lua_pushvalue(state, -2);
@@ -225,7 +227,7 @@ void pushWeakTable(lua_State* state, const char* name, const char* mode) {
     lua_setmetatable(state, -2);
 }
 
-/// Weak, because each loaded module has functions of its own.
+/// Weak, because each loaded module has its own functions.
 void pushFunctionNames(lua_State* state) {
     pushWeakTable(state, "kzhost function names", "k");
 }

@@ -18,21 +18,21 @@
 #include <utility>
 #include <vector>
 
-/// Makes functions of C++ callable from Lua: the parameter types say which arguments are expected, the result
-/// type says what Lua gets.
+/// Makes C++ functions callable from Lua. The parameter types determine the expected arguments; the result
+/// type determines the results.
 namespace KzHost {
 
 class Call;
 
-/// A function or a computed field that scripts reach; api.lua describes it under the same name.
+/// A function or a computed field for scripts; api.lua describes it under the same name.
 struct Function {
     const char* name = "";                  ///< "host.open", "document:block"; of a field "document.name"
-    int (*run)(const Call& call) = nullptr; ///< returns how many results it has pushed
-    const char* traced = ""; ///< of an export: what a trace calls its arguments and, after "->", its results
+    int (*run)(const Call& call) = nullptr; ///< returns the number of results that it has pushed
+    const char* traced = ""; ///< of an export: names of its arguments and, after "->", results in a trace
 };
 
-/// One call from Lua. Arguments are counted from 1; in a method 1 is the object itself. Errors are raised, so
-/// callers need not check anything.
+/// One call from Lua. Arguments are counted from 1; in a method, argument 1 is the object. Errors are
+/// raised as Lua errors, so callers need no checks.
 class Call {
 public:
     Call(lua_State* state, const Function& function)
@@ -40,12 +40,12 @@ public:
 
     [[nodiscard]] lua_State* state() const { return state_; }
     [[nodiscard]] const Function& function() const { return function_; }
-    /// Whether an argument is there and not nil.
+    /// Whether an argument was passed and is not nil.
     [[nodiscard]] bool has(int index) const { return !lua_isnoneornil(state_, index); }
 
-    /// Raises an error that says what argument was expected, for example "a string", and what came.
+    /// Raises an error with the expected argument, for example "a string", and the actual one.
     [[noreturn]] void expected(int index, const std::string& what) const;
-    /// Raises an error that begins with the place in the script and the name of the function.
+    /// Raises an error that begins with the position in the script and the name of the function.
     [[noreturn]] void fail(const std::string& message) const;
 
 private:
@@ -54,7 +54,7 @@ private:
     int count_; // of the arguments
 };
 
-// ---- arguments. `Argument<T>::read` reads one or raises an error.
+// ---- arguments. `Argument<T>::read` reads an argument or raises an error.
 
 template <class T>
 struct Argument;
@@ -77,7 +77,7 @@ template <>
 struct Argument<lua_Integer> {
     static lua_Integer read(const Call& call, int index);
 };
-/// An integer modulo 2^32: scripts may write -1 for the largest.
+/// An integer modulo 2^32: scripts may write -1 for the maximum.
 template <>
 struct Argument<std::uint32_t> {
     static std::uint32_t read(const Call& call, int index);
@@ -123,14 +123,14 @@ struct Argument<ObjectArgument<kind>> {
     static ObjectArgument<kind> read(const Call& call, int index) { return {readObject(call, index, kind)}; }
 };
 
-/// An argument that is optional.
+/// An optional argument.
 template <class T>
 struct Argument<std::optional<T>> {
     static std::optional<T> read(const Call& call, int index) {
         return call.has(index) ? std::optional<T>(Argument<T>::read(call, index)) : std::nullopt;
     }
 };
-/// An argument that is optional and otherwise the default value of `Value`: null, false.
+/// An optional argument. If it is missing, the value is `Value()`, for example null.
 template <class T, class Value>
 struct Or {
     Value value{};
@@ -145,8 +145,8 @@ struct Argument<Or<T, Value>> {
 using DocumentOrNull = Or<OpenDocument, KzApDocument*>;
 using RecordOrNull = Or<Record, KzDbObjectId>;
 
-/// Calls `take(index)` for each item of a list, without metamethods: these could close what the list goes
-/// with. The item is at `index` of the stack meanwhile.
+/// Calls `take(index)` for each item of a list. The item is at `index` of the stack meanwhile. Does not
+/// call metamethods, because these could close documents whose arguments were already read.
 template <class Take>
 void readList(const Call& call, int index, const char* what, Take take) {
     lua_State* const state = call.state();
@@ -158,20 +158,22 @@ void readList(const Call& call, int index, const char* what, Take take) {
         lua_pop(state, 1);
     }
 }
-/// Calls `take(key, index)` for each entry of a table whose keys are strings. The value is at `index`.
+/// Calls `take(key, index)` for each entry of a table whose keys are strings. The key is at `key` of the
+/// stack, the value at `index`.
 template <class Take>
 void readTable(const Call& call, int index, const char* what, Take take) {
     lua_State* const state = call.state();
     if (!lua_istable(state, index)) call.expected(index, what);
     for (lua_pushnil(state); lua_next(state, index) != 0; lua_pop(state, 1)) {
         const int value = lua_gettop(state);
-        // Asked first: reading a number as a string would change it in place and lead the walk astray.
+        // Checked first: reading a number as a string would convert the key in place and break the
+        // iteration.
         if (lua_type(state, value - 1) != LUA_TSTRING) call.expected(index, what);
         take(value - 1, value);
     }
 }
 
-// ---- results. `push` pushes one and returns how many Lua values it is.
+// ---- results. `push` pushes a result and returns the number of its Lua values.
 
 int push(const Call& call, bool value);
 template <std::integral T>
@@ -181,9 +183,9 @@ int push(const Call& call, T value) {
 }
 int push(const Call& call, std::u16string_view text);
 int push(const Call& call, KzApDocument* document);
-/// An object that is probably in the document of the first argument; nil for an invalid id.
+/// An object; nil for an invalid id. Fastest if the object is in the document of the first argument.
 int push(const Call& call, KzDbObjectId id);
-/// Raises why an edit failed.
+/// Raises an error if the edit failed.
 int push(const Call& call, const Headless::Outcome& outcome);
 int push(const Call& call, const Headless::Made& made);
 int push(const Call& call, const Headless::Pumped& pumped);
@@ -225,10 +227,11 @@ Arguments<std::remove_cvref_t<P>...> argumentsOf(R (*)(P...));
 template <class R, class... P>
 Arguments<std::remove_cvref_t<P>...> argumentsOf(R (*)(const Call&, P...));
 
-/// Calls a function with arguments of the types `A`, and with the call before them if it wants that.
+/// Calls a function with arguments of the types `A`. If its first parameter is a `Call`, the call is passed
+/// too.
 template <auto function, class... A, std::size_t... at>
 int run(const Call& call, Arguments<A...> /*types*/, std::index_sequence<at...> /*positions*/) {
-    // Braces, so that the arguments are read in their order.
+    // Braces guarantee that the arguments are read in order.
     const std::tuple<A...> arguments{Argument<A>::read(call, static_cast<int>(at) + 1)...};
     const auto result = [&]() -> decltype(auto) {
         if constexpr (std::is_invocable_v<decltype(function), const Call&, const A&...>) {
@@ -245,7 +248,8 @@ int run(const Call& call, Arguments<A...> /*types*/, std::index_sequence<at...> 
     }
 }
 
-/// Runs a function of C++ as one of Lua. Without `A` its own parameter types are the types of the arguments.
+/// Runs a C++ function for a call from Lua. The types of the arguments are `A`, by default the types of its
+/// parameters.
 template <auto function, class... A>
 int bind(const Call& call) {
     using Own = decltype(argumentsOf(function));
@@ -257,20 +261,20 @@ int bind(const Call& call) {
 
 // ---- functions in Lua
 
-/// Pushes a function, whose upvalues from 2 on are on the stack. `function` must outlive the state.
+/// Pushes a function. Its upvalues from 2 on are popped from the stack. `function` must outlive the state.
 void pushFunction(lua_State* state, const Function& function, int upvalues = 0);
 
-/// The last word of a function's name.
+/// The part of a function's name after the separator.
 [[nodiscard]] const char* shortName(const Function& function);
 
-/// Adds functions under their last words to the table on top of the stack.
+/// Adds functions under their short names to the table on top of the stack.
 void addFunctions(lua_State* state, std::span<const Function> functions);
 
-/// Pushes the table of the names of all functions, by function.
+/// Pushes the table of the names of all functions. Keys are the functions.
 void pushFunctionNames(lua_State* state);
 
-/// Pushes the table of that name in the registry. `mode` says what does not keep its entries: "k" keys, "v"
-/// values.
+/// Pushes a weak table of the registry. `mode`: "k" for weak keys, "v" for weak values. Creates the table
+/// if necessary.
 void pushWeakTable(lua_State* state, const char* name, const char* mode);
 
 } // namespace KzHost

@@ -15,15 +15,16 @@ namespace KzHost {
 
 namespace {
 
-/// What one plain function calls. A slot can be given to another client when neither the script refers to
-/// this one nor a module knows it.
+/// The client that one trampoline calls. A slot can be reused when the script has no reference to the
+/// client and no module can call it.
 struct Slot {
     int function = LUA_NOREF; ///< the Lua function
-    std::string name;         ///< in quotes, or the line of its function
+    std::string name;         ///< in quotes, or the position of its function
     bool isReferenced = false;
     std::set<ClientUse> uses;
 
-    /// Forgets the uses that ended with their document or module: neither address nor id is used again.
+    /// Removes uses that ended with their document or module, which is safe because addresses and ids are
+    /// not reused.
     [[nodiscard]] bool isFree() {
         if (isReferenced) return false;
         std::erase_if(uses, [](const ClientUse& use) {
@@ -33,7 +34,7 @@ struct Slot {
     }
 };
 
-/// One table for the process, because a plain function carries no data by which to find another.
+/// One table for the process, because a trampoline has no data.
 std::array<Slot, maxClients>& slots() {
     static std::array<Slot, maxClients> slots;
     return slots;
@@ -41,7 +42,7 @@ std::array<Slot, maxClients>& slots() {
 
 void call(std::size_t number) {
     const int function = slots()[number].function;
-    const std::string name = slots()[number].name; // a copy: the client may end
+    const std::string name = slots()[number].name; // a copy: the slot may be reused meanwhile
     const Headless::TraceScope trace([&]() -> Headless::TraceEvent {
         return {Headless::TraceCategory::clientCall, "client " + name, ""};
     });
@@ -50,14 +51,15 @@ void call(std::size_t number) {
 
 constexpr auto callbacks = Zelvane::trampolines<call, maxClients>();
 
-/// The lowest slot that is free; `maxClients` if none is.
+/// The first free slot; `maxClients` if there is none.
 std::size_t findFreeSlot() {
     std::size_t slot = 0;
     while (slot < maxClients && !slots()[slot].isFree()) ++slot;
     return slot;
 }
 
-/// What a Lua value of a client holds; `maxClients` if it has no slot (yet, or any more).
+/// The content of the Lua value of a client. `maxClients` before the slot is assigned and after
+/// finalization.
 struct ClientValue {
     std::size_t slot = maxClients;
 };
@@ -66,7 +68,8 @@ ClientValue* toClient(lua_State* state, int index) {
     return static_cast<ClientValue*>(luaL_testudata(state, index, "client"));
 }
 
-/// Names a client by the line at which its function, the first argument, begins, and by its address.
+/// The default name of a client: the position of its function, which is the first argument, and its
+/// address.
 std::string placeOf(lua_State* state, std::size_t slot) {
     lua_Debug place{};
     lua_pushvalue(state, 1);
@@ -78,14 +81,14 @@ std::string placeOf(lua_State* state, std::size_t slot) {
     return text;
 }
 
-/// Whatever allocates may run finalizers, which may create clients too: the slot is looked up when nothing
-/// but taking it is left to do.
+/// Allocations may run finalizers, which may create clients too, so the free slot is found immediately
+/// before it is taken.
 Pushed newClient(const Call& call, FunctionArgument /*function*/, const std::optional<std::u16string>& name) {
     lua_State* const state = call.state();
     auto* const value = static_cast<ClientValue*>(lua_newuserdatauv(state, sizeof(ClientValue), 0));
     *value = {};
     luaL_setmetatable(state, "client");
-    if (findFreeSlot() == maxClients) lua_gc(state, LUA_GCCOLLECT); // takes long, so only when slots run out
+    if (findFreeSlot() == maxClients) lua_gc(state, LUA_GCCOLLECT); // slow, so only if there is no free slot
     const std::size_t number = findFreeSlot();
     if (number == maxClients) call.fail("all " + std::to_string(maxClients) + " clients are in use");
     value->slot = number;
@@ -98,7 +101,7 @@ Pushed newClient(const Call& call, FunctionArgument /*function*/, const std::opt
     return {1};
 }
 
-/// Finalizer. A value that another finalizer brings back is dead.
+/// Finalizer. If another finalizer resurrects the value, the value has no slot.
 int collectClient(lua_State* state) {
     ClientValue& value = *toClient(state, 1);
     if (value.slot != maxClients) slots()[value.slot].isReferenced = false;

@@ -8,10 +8,10 @@
 
 namespace KzHost {
 
-/// How many clients can be in use at a time.
+/// The maximum number of clients in use.
 inline constexpr std::size_t maxClients = 1024;
 
-/// What a module may call a client for. Attaching and detaching concern one use alone.
+/// The reason for which a module may call a client. A client may have several uses.
 struct ClientUse {
     Headless::ModuleId module;
     const KzApDocument* document;
@@ -25,8 +25,8 @@ struct Client {
     std::size_t slot;
 
     [[nodiscard]] KzDxClientCallback function() const;
-    /// Keeps the client in use until `release` of the same use, while the document is open and the module
-    /// loaded, although the script may forget it.
+    /// Keeps the client until `release` with the same use, or until the document is closed or the module
+    /// unloaded, even if the script has no reference to the client.
     void keep(const ClientUse& use) const;
     void release(const ClientUse& use) const;
 };

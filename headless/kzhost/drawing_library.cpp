@@ -12,7 +12,7 @@ using Headless::AttributeText;
 using Headless::BlockOptions;
 using Headless::Kind;
 
-/// The options of a new block. Unknown options are errors, so that typos are reported.
+/// The options of a new block. An unknown option is an error, so that typos are reported.
 template <>
 struct Argument<BlockOptions> {
     static BlockOptions read(const Call& call, int index) {
@@ -41,7 +41,7 @@ struct Argument<BlockOptions> {
 template <>
 struct Argument<std::vector<AttributeText>> {
     static std::vector<AttributeText> read(const Call& call, int index) {
-        std::map<std::string, AttributeText> byTag; // bytes of UTF-8 ascend as the characters do
+        std::map<std::string, AttributeText> byTag; // the order of UTF-8 bytes is that of the characters
         if (!call.has(index)) return {};
         readTable(call, index, "a table of texts by tag", [&](int key, int value) {
             byTag[Argument<std::string>::read(call, key)] = {Argument<std::u16string>::read(call, key),
@@ -69,7 +69,7 @@ bool ready(OpenDocument document, std::optional<bool> value) {
     return isReady = value.value_or(isReady);
 }
 
-/// The number wraps around to 32 bits, as the host has it.
+/// The number is reduced to 32 bits, the width in the host.
 std::int32_t busy(OpenDocument document, std::optional<std::uint32_t> value) {
     std::int32_t& number = Headless::documentState(document).busy;
     return number = value.has_value() ? static_cast<std::int32_t>(*value) : number;
@@ -111,28 +111,28 @@ int describeDocument(lua_State* state) {
 
 // ---- objects
 
-/// Whether the first argument is an object that no longer exists, of a drawing that does.
-bool isGone(const Call& call) {
+/// Whether the first argument is an object that was removed from a drawing that is still open.
+bool isRemoved(const Call& call) {
     const ObjectValue* const value = toObject(call.state(), 1, Kind::none);
     return value != nullptr && !value->id.isValid() && Headless::isOpen(value->document);
 }
 
 bool erased(const Call& call) {
-    return !isGone(call) && readObject(call, 1, Kind::none).isErased();
+    return !isRemoved(call) && readObject(call, 1, Kind::none).isErased();
 }
 
 Headless::Outcome erase(Object object, std::optional<bool> isErasing) {
     return Headless::erase(object, isErasing.value_or(true));
 }
 
-/// Always readable, whatever became of the object.
+/// Available even if the object no longer exists.
 std::uint64_t id(const Call& call) {
     const ObjectValue* const value = toObject(call.state(), 1, Kind::none);
     if (value == nullptr) call.expected(1, "an object");
     return value->id.value();
 }
 
-/// An erased attribute is found if no other has its tag; it has no text then.
+/// `attributeOf` finds an erased attribute if no live one has the tag; the result is then nil.
 std::optional<String> get(Reference reference, const String& tag) {
     const KzDbObjectId attribute = Headless::attributeOf(reference, tag);
     if (attribute.isNull() || attribute.isErased()) return std::nullopt;

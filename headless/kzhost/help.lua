@@ -1,5 +1,6 @@
--- The global function `help`: it prints the comments of api.lua. Takes the text of api.lua and the names of all
--- functions by function. Returns `help` and the list of entries, of which docs/kzhost.md is made.
+-- The global function `help`: it prints the comments of api.lua. Takes the text of api.lua and the names of
+-- all functions by function. Returns `help` and the list of entries, from which docs/kzhost.md is
+-- generated.
 
 local api, names = ...
 local getmetatable, host, ipairs, print, select, type = debug.getmetatable, host, ipairs, print, select, type
@@ -9,7 +10,8 @@ local overview = [[
 Available functions. For details: help(host.idle), help(host), help(value) for a value of the host,
 or by name help("document:block"), help("document").]]
 
--- Optional parameters nest, because what follows an optional one is optional too: "name [, first [, second]]".
+-- Optional parameters nest, because all parameters after an optional one are optional: "name [, first [,
+-- second]]".
 local function signature(name, comment)
   local list, optional = "", 0
   for parameter, mark in gmatch(comment, "@param (%w+)(%??)") do
@@ -22,15 +24,15 @@ local function signature(name, comment)
   return name .. "(" .. list .. rep("]", optional) .. ")"
 end
 
--- An annotation, or any other line of a comment, in words.
+-- A line of a comment as text. Annotations of parameters and results become list items.
 local function inWords(line)
   line = gsub(line, "^@param (%w+)%? (.-) # ", "- `%1` (`%2`, optional): ")
   line = gsub(line, "^@param (%w+) (.-) # ", "- `%1` (`%2`): ")
   return (gsub(line, "^@return (.-) ([%w.]+) # ", "- returns `%2` (`%1`): "))
 end
 
--- Headings, classes, fields and functions in the order of the file: what each is, its name, its heading and its
--- comment in words.
+-- The headings, classes, fields and functions in the order of the file. Each entry has its kind, name,
+-- title and text.
 local function read()
   local entries, comment = {}, ""
   for line in gmatch(api, "[^\n]+") do
@@ -66,7 +68,8 @@ local function summary(entry)
   print(format("  %-42s %s.", entry.title, (gsub(sentence, "\n", " "))))
 end
 
--- A class with what it inherits, or a function or field alone. Returns whether there is one of that name.
+-- Prints a class with its members and bases, or a function or field. Returns false if there is none of that
+-- name.
 local function explain(name)
   for _, entry in ipairs(entries) do
     if entry.kind ~= "heading" and entry.name == name then

@@ -1,4 +1,4 @@
-// The functions of the table `host` about documents, commands, messages and what the host refuses.
+// The functions of the table `host` for documents, commands, messages and failing host calls.
 
 #include "headless/kzhost/libraries.h"
 #include "headless/kzhost/values.h"
@@ -32,7 +32,7 @@ KzApDocument* open(const Call& call, const std::u16string& name) {
     return Headless::openDocument(name, hasDrawing);
 }
 
-/// Making a document current calls reactors, which may close it.
+/// Queried afterwards, because reactors may close the document when it becomes current.
 KzApDocument* current(DocumentOrNull document) {
     if (document.value != nullptr) Headless::makeCurrent(document);
     return Headless::currentDocument();
@@ -40,8 +40,8 @@ KzApDocument* current(DocumentOrNull document) {
 
 // ---- commands
 
-/// The function is called in protected mode, so that the command ends in any case. The results of the
-/// function are all values above the name.
+/// Calls the function in protected mode, so that the command always ends. The results of the function are
+/// all values above the name.
 Pushed command(const Call& call, const std::u16string& name, FunctionArgument /*function*/) {
     lua_State* const state = call.state();
     KzApDocument* const document = Headless::beginCommand(name);
@@ -53,14 +53,14 @@ Pushed command(const Call& call, const std::u16string& name, FunctionArgument /*
     return {lua_gettop(state) - 1};
 }
 
-/// A null name is different from an empty one.
+/// A null name and an empty name are different.
 void lock(OpenDocument document, const std::optional<std::u16string>& name) {
     Headless::reportLockMode(document, name.has_value() ? name->c_str() : nullptr);
 }
 
 // ---- messages and clock
 
-/// A message parameter: an integer, or a document (open or not), which means its address.
+/// A message parameter: an integer, or a document, open or not, for its address.
 std::uintptr_t messageParameter(const Call& call, int index) {
     if (!call.has(index)) return 0;
     if (const KzApDocument* const document = toDocument(call.state(), index)) {
@@ -82,15 +82,15 @@ std::uint32_t ticks(std::optional<std::uint32_t> value) {
     return Headless::ticks();
 }
 
-/// Queried as a module does.
+/// Returns what modules get.
 bool input(std::optional<bool> isWaiting) {
     if (isWaiting.has_value()) Headless::setInputWaiting(*isWaiting);
     return KzPlatform::inputIsWaiting();
 }
 
-// ---- observations and refusals
+// ---- queries and failures
 
-/// What scripts can have refused, by name: the host calls that fail then.
+/// Makes the host calls of one of these names fail, or ends this.
 void refuse(const Call& call, const std::string& what, bool isRefused) {
     using Headless::HostCall;
     static const std::map<std::string, std::vector<HostCall>> calls = {

@@ -6,10 +6,10 @@
 
 namespace KzHost {
 
-/// Where a script finds modules.
+/// The default locations of modules.
 struct Setup {
-    std::string modulePath; ///< what `host.load()` loads by default
-    std::string resources;  ///< the folder in which libraries are looked up first by default
+    std::string modulePath; ///< the default module of `host.load`
+    std::string resources;  ///< the default folder in which libraries loaded by bare name are looked up first
 };
 
 /// Registers all tables, functions and kinds of values in a new state. `setup` must outlive the state.
@@ -20,11 +20,12 @@ extern const char* const apiLua;
 extern const char* const helpLua;
 extern const char* const promptLua;
 
-/// Traces the whole run to a file of trace events, or as text to standard error if the file is "-". False if
-/// the file cannot be written.
+/// Traces the run to a file of trace events, or as text to standard error if the file is "-". False if the
+/// file cannot be written.
 [[nodiscard]] bool traceRun(const std::string& file);
 
-/// Ends all tracing and closes the files. False if one could not be written: a message is on standard error.
+/// Ends all traces and closes the files. If a file could not be written, prints a message to standard error
+/// and returns false.
 [[nodiscard]] bool endTracing();
 
 // Each adds its functions to the table `host` on top of the stack, and registers its kinds of values.

@@ -19,7 +19,7 @@ namespace KzHost {
 
 namespace {
 
-// What the process ends with.
+// The exit statuses.
 constexpr int done = 0;
 constexpr int scriptFailed = 1;
 constexpr int wrongUsage = 2;
@@ -31,13 +31,13 @@ struct CommandLine {
     bool isInteractive = false;
     bool hasNoHistory = false;
 
-    std::vector<std::string> words; ///< all words, the program's own first
-    std::size_t script = 0;         ///< where the script is among them; 0: there is none
+    std::vector<std::string> words; ///< all words, beginning with the program
+    std::size_t script = 0;         ///< the position of the script in `words`; 0: none
 };
 
 // ---- reading the command line
 
-/// The script and its arguments are not read by the library, which cannot describe them either.
+/// Adds the script and its arguments to the help, because the library does not parse them.
 class HelpFormatter final : public CLI::Formatter {
 public:
     [[nodiscard]] std::string make_usage(const CLI::App* /*app*/, std::string name) const override {
@@ -53,8 +53,8 @@ public:
 
 void addOptions(CLI::App& app, CommandLine& line) {
     app.formatter(std::make_shared<HelpFormatter>());
-    app.allow_windows_style_options(false); // a script may be in the root folder
-    app.prefix_command();                   // from the script on all words are the script's
+    app.allow_windows_style_options(false); // the path of a script may begin with a slash
+    app.prefix_command();                   // all words from the script on belong to the script
     app.add_option("--module", line.module, "Default module for host.load()")->type_name("PATH");
     app.add_option("--trace", line.trace, "Write a trace of all events to FILE; - for text on standard error")
         ->type_name("FILE");
@@ -69,15 +69,15 @@ void addOptions(CLI::App& app, CommandLine& line) {
     }
     const auto printDeclarations = [] {
         std::cout << apiLua;
-        throw CLI::Success(); // tells the library that nothing is left to do
+        throw CLI::Success(); // ends parsing: nothing is left to do
     };
     app.add_flag_callback("--declarations", printDeclarations,
                           "Print declarations for the Lua language server");
     app.set_version_flag("--version", "kzhost " KZHOST_VERSION);
 }
 
-int refuse(const std::string& why) {
-    std::cerr << "kzhost: " << why << '\n';
+int usageError(const std::string& problem) {
+    std::cerr << "kzhost: " << problem << '\n';
     return wrongUsage;
 }
 
@@ -87,20 +87,20 @@ std::optional<int> readCommandLine(CommandLine& line) {
                  "kzhost");
     addOptions(app, line);
     try {
-        // The library reads from the back.
+        // The library expects the words in reverse order.
         app.parse(std::vector<std::string>(line.words.rbegin(), line.words.rend() - 1));
     } catch (const CLI::Success& success) {
         return app.exit(success);
     } catch (const CLI::ParseError& error) {
-        return refuse(std::string(error.what()) + " (see --help)");
+        return usageError(std::string(error.what()) + " (see --help)");
     }
-    // What remains begins with the script, with "--" before a script that looks like an option, or with an
-    // unknown option.
+    // The remaining words begin with the script, with "--" before a script that looks like an option, or
+    // with an unknown option.
     const std::vector<std::string> rest = app.remaining();
     if (rest.empty()) return std::nullopt;
     const bool isMarked = rest.front() == "--";
     if (!isMarked && rest.front().size() > 1 && rest.front()[0] == '-') {
-        return refuse("unknown option: " + rest.front() + " (see --help)");
+        return usageError("unknown option: " + rest.front() + " (see --help)");
     }
     const std::size_t script = line.words.size() - rest.size() + (isMarked ? 1 : 0);
     if (script < line.words.size()) line.script = script;
@@ -109,8 +109,8 @@ std::optional<int> readCommandLine(CommandLine& line) {
 
 // ---- running
 
-/// The folder of modules and of the libraries that these load. A build tree must not load what is installed,
-/// so the program's own folder comes first.
+/// The folder of modules and of the libraries that they load. The program's own folder comes first, so that
+/// a build tree does not load installed modules.
 std::string libraryFolder() {
     constexpr const char* module = "Zelvane.hmx";
     const auto own = Text::toPath(programFolder());
@@ -131,31 +131,31 @@ bool runAll(Session& session, const CommandLine& line) {
     return session.runFile(*script, {script + 1, line.words.end()});
 }
 
-/// Why the script cannot be run; empty if it can.
+/// Why the script cannot be run; empty if it can be run.
 std::string describeUnreadable(const CommandLine& line) {
     const std::string& script = line.words[line.script];
-    std::error_code error; // then the file is not there yet
+    std::error_code error; // ignored: the trace file may not exist yet
     if (line.script == 0 || script == "-") return {};
     if (std::filesystem::is_directory(script, error)) return "is a folder";
     if (!std::ifstream(script).is_open()) return std::strerror(errno);
     return std::filesystem::equivalent(script, line.trace.value_or(""), error) ? "is the trace file" : "";
 }
 
-/// Wrong usage is reported before anything runs. The trace begins before the session, and so contains all of
-/// it.
+/// Reports wrong usage before anything runs. The trace begins before the session, so that it contains all
+/// events of the session.
 int run(const CommandLine& line) {
     const bool hasNothingToRun = line.script == 0 && line.texts.empty();
     if (const std::string why = describeUnreadable(line); !why.empty()) {
-        return refuse(line.words[line.script] + ": " + why);
+        return usageError(line.words[line.script] + ": " + why);
     }
     if (hasNothingToRun && !line.isInteractive && !isInputTyped()) {
-        return refuse("missing SCRIPT (- for standard input)");
+        return usageError("missing SCRIPT (- for standard input)");
     }
     Setup setup;
     setup.resources = libraryFolder();
     setup.modulePath = line.module.value_or(setup.resources + "/Zelvane.hmx");
     if (line.trace.has_value() && !traceRun(*line.trace)) {
-        return refuse(*line.trace + ": " + std::strerror(errno));
+        return usageError(*line.trace + ": " + std::strerror(errno));
     }
     const bool isPrompting = hasNothingToRun || line.isInteractive;
     bool isDone = false;
@@ -165,7 +165,7 @@ int run(const CommandLine& line) {
             if (isPrompting) preparePrompt(session);
         }
         isDone = runAll(session, line);
-        // The prompt also follows a script that failed; it does not change the exit status.
+        // The prompt also starts after a script that failed; it does not change the exit status.
         if constexpr (hasPrompt) {
             if (isPrompting) prompt(session, setup, !line.hasNoHistory);
         }

@@ -1,4 +1,4 @@
-// Loading and unloading of modules, and what Zelvane.hmx exports.
+// Loading and unloading of modules, and the exports of Zelvane.hmx.
 
 #include "headless/kzhost/clients.h"
 #include "headless/kzhost/libraries.h"
@@ -18,8 +18,8 @@ using Headless::ModuleId;
 
 namespace {
 
-/// What a Lua value of a module holds, which may outlive the module: the id is not used again. The user value
-/// is a table of its exports and of its fields.
+/// The content of the Lua value of a module. The value may outlive the module, because ids are not reused.
+/// Its user value is a table of the exports and fields.
 struct ModuleValue {
     ModuleId id;
 };
@@ -38,7 +38,7 @@ struct Argument<ModuleId> {
 
 namespace {
 
-/// A boolean, or an integer that is 0 or not.
+/// A boolean, or an integer where 0 is false.
 struct Flag {
     bool isSet;
 };
@@ -53,7 +53,7 @@ struct Argument<Flag> {
     }
 };
 
-/// A list of ids or objects; nothing for nil.
+/// A list of ids or objects.
 template <>
 struct Argument<KzDbObjectIdArray> {
     static KzDbObjectIdArray read(const Call& call, int index) {
@@ -81,7 +81,7 @@ struct Argument<std::vector<std::u16string>> {
     }
 };
 
-/// Ids go back as integers.
+/// Ids are returned as integers.
 static int push(const Call& call, const KzDbObjectIdArray& ids) {
     std::vector<std::uint64_t> numbers;
     numbers.reserve(static_cast<std::size_t>(ids.length()));
@@ -91,14 +91,14 @@ static int push(const Call& call, const KzDbObjectIdArray& ids) {
 
 namespace {
 
-// ---- exports. Each closure has the number of its module as its second upvalue.
+// ---- exports. The second upvalue of each function is the id of its module.
 
 ModuleId moduleOf(const Call& call) {
     return ModuleId(static_cast<std::uint32_t>(lua_tointeger(call.state(), lua_upvalueindex(2))));
 }
 
-/// Calls the export that a function is named for, of the type that the public header declares. The guard
-/// keeps the library open if a client unloads the module.
+/// Calls the export with the name of the function. `F` is its type in the public header. The guard keeps
+/// the library open if a client unloads the module.
 template <class F, class... A>
 auto callExport(const Call& call, A&&... arguments) {
     const ModuleId module = moduleOf(call);
@@ -117,8 +117,8 @@ KzDxClientCallback functionOf(const ClientOrNull& client) {
     return client.has_value() ? client->function() : nullptr;
 }
 
-/// A client is kept before the call, so that the module never knows one that nothing keeps, and released
-/// after.
+/// Keeps a client before the call and releases it after the call, so that the module never has a client
+/// that is not kept.
 std::int32_t docTimerAttach(const Call& call, DocumentOrNull document, const ClientOrNull& client,
                             std::uint32_t interval, std::uint32_t attach) {
     const ClientUse use{moduleOf(call), document, ClientUse::Purpose::timer};
@@ -145,7 +145,8 @@ std::int32_t updateBlockGraph(const Call& call, DocumentOrNull document, Flag fo
     return callExport<decltype(kzdxUpdateBlockGraph)>(call, document, force.isSet, notify.isSet);
 }
 
-/// Both table queries. The array goes in as it is, to show that what it contains stays.
+/// Both table queries. The array of the script is passed to the export, so that scripts can see that its
+/// content is kept.
 std::tuple<std::int32_t, Ids> tableQuery(const Call& call, DocumentOrNull document,
                                          const std::optional<Ids>& ids) {
     Ids found = ids.value_or(Ids());
@@ -159,7 +160,7 @@ std::tuple<Names, Names> readTemplate(const Call& call, const std::u16string& pa
     return lists;
 }
 
-/// Tables by type alone, because a trace must not run code of the script.
+/// Tables only by their type, because a trace must not run code of the script.
 std::string describe(lua_State* state, int index) {
     if (lua_istable(state, index)) return "a table";
     std::string text = luaL_tolstring(state, index, nullptr);
@@ -167,7 +168,7 @@ std::string describe(lua_State* state, int index) {
     return text;
 }
 
-/// An argument or result of an export in a trace: numbers stay numbers, and lists are listed.
+/// An argument or result of an export in a trace. Integers stay integers; the items of lists are listed.
 Headless::TraceDetail detailOf(lua_State* state, int index, const std::string& name) {
     if (lua_isinteger(state, index) != 0) return {name, std::int64_t{lua_tointeger(state, index)}};
     if (!lua_istable(state, index)) return {name, describe(state, index)};
@@ -181,7 +182,7 @@ Headless::TraceDetail detailOf(lua_State* state, int index, const std::string& n
     return {name, text + "}"};
 }
 
-/// Runs an export in a trace, which names the arguments and the results.
+/// Runs an export and traces its arguments and results.
 template <int (*run)(const Call&)>
 int traced(const Call& call) {
     lua_State* const state = call.state();
@@ -251,8 +252,8 @@ bool exists(const std::string& path) {
     return std::filesystem::exists(Text::toPath(path), unreadable);
 }
 
-/// Says why a load failed, so that it is seen although the script may not look, and pushes what the script
-/// gets: what the module returned, or the same words if it was not called.
+/// Prints why a load failed, because the script may ignore it, and pushes the results for the script: nil,
+/// and what the module returned or, if it was not called, the message.
 Pushed loadFailed(lua_State* state, const std::string& message, std::int32_t answer) {
     std::fflush(stdout);
     std::fprintf(stderr, "kzhost: cannot load %s\n", message.c_str());
@@ -281,7 +282,7 @@ Pushed load(const Call& call, const std::optional<std::string>& given,
     return {1};
 }
 
-/// A module that is no longer loaded returns 0, so it may be unloaded twice.
+/// Returns 0 for a module that is no longer loaded, so that a module may be unloaded twice.
 std::int32_t unload(const Call& call, std::optional<ModuleId> module) {
     const std::optional<std::int32_t> answer =
         Headless::unloadModule(module.value_or(Headless::lastModule()));

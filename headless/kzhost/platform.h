@@ -2,17 +2,17 @@
 
 #include <string>
 
-/// What differs between operating systems.
+/// Functions with an implementation for each operating system.
 namespace KzHost {
 
 /// The folder of the program.
 [[nodiscard]] std::string programFolder();
 
-/// Whether a person types what the program reads, so that a prompt makes sense.
+/// Whether standard input is a terminal, so that a prompt is useful.
 [[nodiscard]] bool isInputTyped();
 
-/// From now on a crash prints the running client, if any, to standard error first, and writing to a closed
-/// pipe fails instead of ending the process.
+/// Installs signal handlers: a crash prints the running client, if any, to standard error before the
+/// process ends, and writing to a closed pipe fails instead of ending the process.
 void handleSignals();
 
 } // namespace KzHost

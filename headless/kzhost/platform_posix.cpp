@@ -16,13 +16,13 @@ namespace {
 
 constexpr int crashes[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 struct sigaction formerActions[std::size(crashes)];
-std::array<void*, 16> calls; // a handler must not allocate
+std::array<void*, 16> calls; // global, because a signal handler must not allocate
 
 void print(const char* text) {
     static_cast<void>(!write(STDERR_FILENO, text, std::strlen(text)));
 }
 
-/// The library of each call is printed too: a module that crashes by itself is identified by name.
+/// Also prints the library of each call, which identifies the module that crashed.
 void onCrash(int signal) {
     if (const char* const client = runningClient()) {
         print("kzhost: crashed in the client ");
@@ -32,7 +32,7 @@ void onCrash(int signal) {
     print("kzhost: crashed in these calls, the innermost first:\n");
     backtrace_symbols_fd(calls.data(), backtrace(calls.data(), static_cast<int>(calls.size())),
                          STDERR_FILENO);
-    // The signal comes again when the handler has returned, and ends the process as it would have without it.
+    // Raised again when the handler has returned, so that the signal ends the process as without a handler.
     for (std::size_t at = 0; at < std::size(crashes); ++at) {
         sigaction(crashes[at], &formerActions[at], nullptr);
     }
@@ -44,7 +44,7 @@ void onCrash(int signal) {
 std::string programFolder() {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? "." : program.parent_path().string(); // the working folder is as good a guess as any
+    return error ? "." : program.parent_path().string(); // fallback: the working folder
 }
 
 bool isInputTyped() {
@@ -52,9 +52,9 @@ bool isInputTyped() {
 }
 
 void handleSignals() {
-    std::signal(SIGPIPE, [](int) {}); // not ignored, which programs that scripts run would inherit
-    static_cast<void>(backtrace(calls.data(), 1)); // the first call allocates
-    static char stack[1 << 16];                    // the program's own may be what overflowed
+    std::signal(SIGPIPE, [](int) {});              // not SIG_IGN, which child processes would inherit
+    static_cast<void>(backtrace(calls.data(), 1)); // now, because the first call allocates
+    static char stack[1 << 16];                    // the normal stack may have overflowed
     const stack_t ownStack = {stack, 0, sizeof stack};
     sigaltstack(&ownStack, nullptr);
     struct sigaction action {};

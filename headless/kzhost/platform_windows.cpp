@@ -12,7 +12,7 @@ namespace KzHost {
 
 namespace {
 
-/// Leaves the crash itself to the system.
+/// The system handles the crash afterwards.
 LONG WINAPI onCrash(EXCEPTION_POINTERS* /*what*/) {
     if (const char* const client = runningClient()) {
         std::fprintf(stderr, "kzhost: crashed in the client %s\n", client);
@@ -24,7 +24,7 @@ LONG WINAPI onCrash(EXCEPTION_POINTERS* /*what*/) {
 
 std::string programFolder() {
     std::vector<wchar_t> name(MAX_PATH);
-    // The system does not say how long the name is, only that it did not fit.
+    // The system does not return the length of the name if the buffer is too small.
     for (;;) {
         const DWORD length = GetModuleFileNameW(nullptr, name.data(), DWORD(name.size()));
         if (length < name.size()) {
@@ -34,7 +34,7 @@ std::string programFolder() {
     }
 }
 
-/// There is no prompt here.
+/// False, because there is no prompt on Windows.
 bool isInputTyped() {
     return false;
 }

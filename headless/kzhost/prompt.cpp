@@ -30,8 +30,8 @@ constexpr int stepsBetweenChecks = 1000;
 
 volatile std::sig_atomic_t isInterrupted = 0;
 
-/// Hook of each Lua thread. Once interrupted it raises the error at each step, so that a `pcall` only delays
-/// it.
+/// Hook of each Lua thread. After an interrupt, it raises the error at each step, so that `pcall` only
+/// delays the error.
 void checkInterrupt(lua_State* state, lua_Debug* /*place*/) {
     if (isInterrupted == 0) return lua_sethook(state, checkInterrupt, LUA_MASKCOUNT, stepsBetweenChecks);
     lua_sethook(state, checkInterrupt, LUA_MASKCALL | LUA_MASKRET | LUA_MASKLINE | LUA_MASKCOUNT, 1);
@@ -48,7 +48,7 @@ bool takeInterrupt() {
     return wasInterrupted;
 }
 
-/// A second Ctrl-C before the first one was noticed ends the process: what runs is not Lua.
+/// A second Ctrl-C before the first was processed ends the process, because the running code is not Lua.
 void onInterrupt(int signal) {
     if (isInterrupted != 0) {
         std::signal(signal, SIG_DFL);
@@ -57,12 +57,12 @@ void onInterrupt(int signal) {
     isInterrupted = 1;
 }
 
-// ---- completion. The library's callbacks carry no data.
+// ---- completion. Global state, because the library's callbacks have no data.
 
 lua_State* completingState = nullptr;
 int completeFunction = LUA_NOREF;
 
-/// A failure means that there are no completions.
+/// The completions of a word; none if the completion fails.
 std::vector<std::string> completions(const char* word) {
     lua_State* const state = completingState;
     std::vector<std::string> found;
@@ -79,8 +79,8 @@ std::vector<std::string> completions(const char* word) {
     return found;
 }
 
-/// Called by the library until it returns null, at first with 0 as `isContinued`. The library frees each
-/// text.
+/// Called by the library until it returns null; `isContinued` is 0 in the first call. The library frees
+/// each result.
 char* nextCompletion(const char* word, int isContinued) {
     static std::vector<std::string> found;
     if (isContinued == 0) {
@@ -93,16 +93,16 @@ char* nextCompletion(const char* word, int isContinued) {
     return result;
 }
 
-/// Nothing is appended to a completed name: a dot, a colon or a bracket may follow.
+/// Appends nothing to a completed name, because a dot, a colon or a bracket may follow.
 char** complete(const char* word, int /*begin*/, int /*end*/) {
     rl_attempted_completion_over = 1; // no file names
     rl_completion_append_character = '\0';
     return rl_completion_matches(word, nextCompletion);
 }
 
-// ---- lines, with editing and history if a person types them
+// ---- input lines, with editing and history on a terminal
 
-/// The file of the history, created if necessary; empty if that is impossible.
+/// The path of the history file, which is created if necessary; empty if that fails.
 std::string openHistory() {
     const char* const chosen = std::getenv("XDG_STATE_HOME");
     const char* const home = std::getenv("HOME");
@@ -124,16 +124,18 @@ std::string openHistory() {
     return file;
 }
 
-/// The library has one state for the process.
+/// Reads lines of input. There must be only one, because the library has global state.
 class LineReader {
 public:
     explicit LineReader(bool hasHistory) {
         if (!isInputTyped()) return;
-        // Strings are UTF-8 whatever the user's locale; without one the library drops what is not ASCII.
+        // Strings are UTF-8 in any locale; without a UTF-8 locale the library drops characters that are not
+        // ASCII.
         std::setlocale(LC_CTYPE, "");
         if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") std::setlocale(LC_CTYPE, "C.UTF-8");
         rl_attempted_completion_function = complete;
-        // Without dots and colons: a chain of names is one word. The library keeps the address.
+        // Without dots and colons, so that "host.open" is one word. Static, because the library keeps the
+        // address.
         static std::array<char, 16> breaks = {" \t\n\"'=,(){}[]+"};
         rl_completer_word_break_characters = breaks.data();
         using_history();
@@ -146,7 +148,7 @@ public:
         }
     }
 
-    /// Nothing at the end of input, or with `wasInterrupted` after Ctrl-C.
+    /// Returns nothing at the end of input; also after Ctrl-C, with `wasInterrupted`.
     std::optional<std::string> read(const char* sign, bool& wasInterrupted) {
         wasInterrupted = false;
         std::string text;
@@ -163,8 +165,8 @@ public:
         return text;
     }
 
-    /// Writes at once, because a statement may end the process; reads before that, because another session
-    /// may have written too.
+    /// Adds a statement to the history. Writes the file immediately, because the statement may end the
+    /// process; reads it first, because another session may have written it.
     void remember(const std::string& statement) {
         if (!isInputTyped() || statement == last_) return;
         last_ = statement;
@@ -184,7 +186,7 @@ private:
 
 // ---- statements
 
-/// Compiles without running. Leaves the function or the message.
+/// Compiles without running. Leaves the function on the stack, or the message and returns false.
 bool compile(lua_State* state, const std::string& text) {
     return luaL_loadbuffer(state, text.data(), text.size(), "=prompt") == LUA_OK;
 }
@@ -194,13 +196,14 @@ void printMessage(lua_State* state) {
     std::fprintf(stderr, "%s\n", lua_tostring(state, -1));
 }
 
-/// Completes a statement by further lines if necessary. Leaves a function, of an expression if it is one, or
-/// a message and false; or nothing and false, if the user gives up.
+/// Reads more lines until the statement is complete. Leaves its function on the stack; an expression
+/// becomes a function that returns its values. On failure, leaves the message and returns false. If the
+/// user cancels, leaves nothing and returns false.
 bool readStatement(lua_State* state, LineReader& reader, std::string& statement) {
     if (compile(state, "return " + statement)) return true;
     lua_pop(state, 1);
     while (!compile(state, statement)) {
-        // The message is the only sign that a statement goes on.
+        // Only the message shows that the statement is incomplete.
         if (!std::string_view(lua_tostring(state, -1)).ends_with("<eof>")) return false;
         bool wasInterrupted = false;
         const std::optional<std::string> more = reader.read("...> ", wasInterrupted);
@@ -224,7 +227,7 @@ void runAndPrint(Session& session) {
         isDone = session.call(lua_gettop(state) - 1);
     }
     if (isDone) return;
-    if (takeInterrupt()) std::printf("\n"); // the terminal shows Ctrl-C in the line
+    if (takeInterrupt()) std::printf("\n"); // the terminal has printed ^C in the line
     printMessage(state);
 }
 
@@ -234,7 +237,7 @@ void greet(const Setup& setup) {
                   ": help() lists the available functions, traceback() prints the origin of "
                   "an error; Ctrl-D exits");
     }
-    std::error_code unreadable; // then host.load() says more
+    std::error_code unreadable; // then host.load() reports the problem
     if (std::filesystem::exists(Text::toPath(setup.modulePath), unreadable) || unreadable) return;
     std::fflush(stdout);
     std::fprintf(stderr, "kzhost: no default module for host.load(): no such file: %s\n",

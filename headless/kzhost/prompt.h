@@ -4,20 +4,20 @@
 
 namespace KzHost {
 
-/// Only on systems whose terminals it knows.
+/// Whether this system has a prompt.
 #ifdef _WIN32
 inline constexpr bool hasPrompt = false;
 #else
 inline constexpr bool hasPrompt = true;
 #endif
 
-/// Comes before the scripts of a session that ends with a prompt: Lua is interruptible from then on, also in
-/// coroutines, and slower for that.
+/// Must be called before the scripts of a session that ends with a prompt. From then on Ctrl-C interrupts
+/// Lua, also in coroutines, which makes Lua slower.
 void preparePrompt(Session& session);
 
-/// Reads lines, runs them and prints their values, until the end of input. A statement may span several
-/// lines. An error is printed in one line and ends nothing. Ctrl-C ends what runs, or clears the line being
-/// typed.
+/// Reads statements, runs them and prints their values, until the end of input. A statement may span
+/// several lines. An error is printed in one line; the prompt continues. Ctrl-C interrupts the running
+/// statement, or clears the input line.
 void prompt(Session& session, const Setup& setup, bool hasHistory);
 
 } // namespace KzHost

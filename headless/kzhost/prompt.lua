@@ -1,4 +1,4 @@
--- What the prompt prints and completes. Returns `show`, which prints values, and `complete`.
+-- Output and completion of the prompt. Returns `show`, which prints values, and `complete`.
 
 local getmetatable, getuservalue, registry = debug.getmetatable, debug.getuservalue, debug.getregistry()
 local globals, next, pairs, print, rawget = _G, next, pairs, print, rawget
@@ -9,7 +9,7 @@ local concat, sort = table.concat, table.sort
 
 local maxDepth, maxEntries = 3, 20
 
--- Control characters by number, as Lua reads them: with three digits if a digit follows.
+-- Control characters become numeric escapes of Lua, with three digits if a digit follows.
 local function quoted(text)
   return '"' .. gsub(text, '([%c"\\])(%d?)', function(character, digit)
     if character == '"' or character == "\\" then return "\\" .. character .. digit end
@@ -29,7 +29,7 @@ local function readable(value, depth)
       break
     end
     local text = readable(item, depth + 1)
-    -- An entry at its own position is one of a list and is printed without its key.
+    -- The items of a list are printed without their keys.
     if not (mathtype(key) == "integer" and key == #parts + 1) then
       local isName = type(key) == "string" and find(key, "^[%a_][%w_]*$")
       text = (isName and key or "[" .. readable(key, depth + 1) .. "]") .. " = " .. text
@@ -45,7 +45,7 @@ local function show(...)
   if #parts > 0 then print(concat(parts, "  ")) end
 end
 
--- The tables that list the members of a value. No metamethod runs because of a completion.
+-- The tables that list the members of a value. Raw access, because completion must not run metamethods.
 local function membersOf(value)
   if type(value) == "table" then return {value} end
   local meta = getmetatable(value)

@@ -7,14 +7,14 @@ namespace KzHost {
 
 namespace {
 
-/// A running client, and the call that it fails.
+/// A running client, and the call that gets its error.
 struct ClientRun {
     ScriptCall& call;
     const std::string& name;
 };
 const ClientRun* running = nullptr; // the innermost one
 
-// The last error that passed a client, by its place in the registry, and the clients that it passed.
+// The last error that passed a client, by its key in the registry, and the clients that it passed.
 int lastError = LUA_NOREF;
 std::string lastOrigin;
 
@@ -28,7 +28,8 @@ ScriptCall::~ScriptCall() {
     luaL_unref(state_, LUA_REGISTRYINDEX, pendingError_); // has no effect if there is none
 }
 
-/// Message handler: notes where the first error was raised. Others become text here, because that may fail.
+/// Message handler: records the origin of the first error. Converts later errors to text here, in protected
+/// mode, because the conversion may fail.
 int ScriptCall::noteOrigin(lua_State* state) {
     ScriptCall& call = running->call;
     if (call.pendingError_ != LUA_NOREF) {
@@ -46,11 +47,11 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
     ScriptCall* const scriptCall = innermost;
     if (scriptCall == nullptr) return; // the script has ended
     lua_State* const state = scriptCall->state_;
-    // A client that is not called does less harm than a stack that overflows below a module.
+    // Skips the client if the stack is full, because an error must not be raised across the module.
     if (lua_checkstack(state, LUA_MINSTACK) == 0) return;
     const ClientRun run{*scriptCall, name};
     const ClientRun* const outer = std::exchange(running, &run);
-    lastOrigin.clear(); // an equal error that this client raises is another one
+    lastOrigin.clear(); // an equal error value of this client is a new error
     const int top = lua_gettop(state);
     lua_pushcfunction(state, noteOrigin);
     lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
@@ -65,7 +66,7 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
     running = outer;
 }
 
-/// Leaves the origin where `originOfError` finds it.
+/// Stores the origin for `originOfError`.
 void ScriptCall::rethrowPending() {
     if (pendingError_ == LUA_NOREF) return;
     luaL_unref(state_, LUA_REGISTRYINDEX, lastError);
@@ -79,7 +80,7 @@ const char* runningClient() {
     return running != nullptr ? running->name.c_str() : nullptr;
 }
 
-/// The script may have caught the last error and raised another one since.
+/// Compares with the last error, because the script may have caught that and raised another one.
 std::string originOfError(lua_State* state, int index) {
     const int error = lua_absindex(state, index);
     lua_rawgeti(state, LUA_REGISTRYINDEX, lastError);

@@ -6,9 +6,9 @@
 
 namespace KzHost {
 
-/// Scope guard around all that a function does in the host, because that may call client functions. The first
-/// error of a client is kept and raised when the function is done: no error crosses a module. Further errors
-/// are printed.
+/// Scope guard around every function that a script calls in the host, because the function may call
+/// clients. The first error of a client is kept and raised after the function has returned, because no
+/// error may cross a module. Further errors are printed.
 class ScriptCall {
 public:
     explicit ScriptCall(lua_State* state) : state_(state), outer_(innermost) { innermost = this; }
@@ -16,11 +16,11 @@ public:
     ScriptCall& operator=(const ScriptCall&) = delete;
     ~ScriptCall();
 
-    /// Calls the Lua function of a client, by its place in the registry, in the state of the innermost active
-    /// call. `name` is for messages.
+    /// Calls the Lua function of a client in the state of the innermost active call. `functionReference` is
+    /// its key in the registry; `name` is for messages.
     static void callClient(int functionReference, const std::string& name);
 
-    /// Raises the kept error, if there is one.
+    /// Raises the pending error, if there is one.
     void rethrowPending();
 
 private:
@@ -31,10 +31,10 @@ private:
     lua_State* state_;
     ScriptCall* outer_;
     int pendingError_ = LUA_NOREF;
-    std::string origin_; // the clients that the kept error passed, with their tracebacks
+    std::string origin_; // the clients that the pending error passed, with their tracebacks
 };
 
-/// The innermost client that is running; null if none is.
+/// The name of the innermost running client; null if none is running.
 [[nodiscard]] const char* runningClient();
 
 /// The clients that an error passed before it was raised in the script, with their tracebacks; empty if it

@@ -11,7 +11,8 @@ namespace KzHost {
 
 namespace {
 
-/// Resets the host and reports what the modules did wrong meanwhile, since no script is left to notice.
+/// Resets the host and prints the usage errors of modules during the reset, because no script can catch
+/// them.
 void endInOrder() {
     Headless::reset();
     for (const std::string& each : Headless::mistakes()) {
@@ -19,9 +20,10 @@ void endInOrder() {
     }
 }
 
-/// `os.exit` ends the process without unwinding anything, so the host is reset first.
+/// Replaces `os.exit`: resets the host first, because `os.exit` ends the process without running
+/// destructors.
 int exitInOrder(lua_State* state) {
-    // A wrong argument is an error before anything ends.
+    // Checks the argument first, so that a wrong one has no effect.
     if (!lua_isnoneornil(state, 1) && !lua_isboolean(state, 1)) luaL_checkinteger(state, 1);
     endInOrder();
     const bool isWritten = finishOutput();
@@ -57,7 +59,7 @@ Session::Session(const Setup& setup) : state_(luaL_newstate()) {
     addHelp();
 }
 
-/// Finalizers that run at the very end may have opened documents and loaded modules again.
+/// Resets the host twice, because finalizers that run in `lua_close` may open documents and load modules.
 Session::~Session() {
     {
         const ScriptCall scriptCall(state_); // for the clients that modules still call
@@ -126,15 +128,14 @@ bool Session::runLoaded(int loadStatus, const std::vector<std::string>& argument
     } else if (isLoaded) {
         lua_pushstring(state_, "kzhost: too many arguments");
     }
-    std::fflush(stdout); // what was printed comes first, if both go to one place
+    std::fflush(stdout); // the script's output comes before the message
     if (!isDone) std::fprintf(stderr, "%s\n", lua_tostring(state_, -1));
     if (!isDone && isLoaded) std::fprintf(stderr, "%s\n", traceback_.c_str());
     lua_settop(state_, 0);
     return isDone;
 }
 
-/// Message handler: turns any error value into a message and keeps where it came from while the stack still
-/// exists.
+/// Message handler: stores the traceback while the stack exists, and converts any error value to a message.
 int Session::keepTraceback(lua_State* state) {
     auto& traceback = *static_cast<std::string*>(lua_touserdata(state, lua_upvalueindex(1)));
     luaL_traceback(state, state, nullptr, 1);

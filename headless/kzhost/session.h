@@ -7,8 +7,8 @@
 
 namespace KzHost {
 
-/// A Lua state in which scripts drive the host. At its end the host is reset: objects that are held open are
-/// released, modules unloaded, documents closed.
+/// A Lua state in which scripts drive the host. The destructor resets the host: it closes objects that are
+/// held open, unloads modules and closes documents.
 class Session {
 public:
     /// `setup` must outlive the session.
@@ -19,21 +19,22 @@ public:
 
     [[nodiscard]] lua_State* state() const { return state_; }
 
-    /// Fills the table `arg` as the program `lua` does: the script at 0, its arguments from 1 on, the words
-    /// before it, the program first, below 0. Without a script (0) the program is at 0.
+    /// Fills the table `arg` as the program `lua` does: the script is at 0, its arguments from 1 on; the
+    /// words before it, which begin with the program, are below 0. `script` is the position of the script
+    /// in `words`; without a script (0), the program is at 0.
     void setArguments(const std::vector<std::string>& words, std::size_t script);
 
-    /// Runs a script ("-" is standard input) with arguments, or a text. False if that failed: the message and
-    /// a traceback are on standard error.
+    /// Runs a script ("-" is standard input) with arguments, or a text. If it fails, prints the message and
+    /// a traceback to standard error and returns false.
     [[nodiscard]] bool runFile(const std::string& script, const std::vector<std::string>& arguments);
     [[nodiscard]] bool runText(const std::string& text);
 
-    /// Calls the function below its `argumentCount` arguments on the stack. Leaves all results, or the
-    /// message alone and false.
+    /// Calls the function below its `argumentCount` arguments on the stack. Leaves all results on the
+    /// stack; if the call fails, leaves the message and returns false.
     [[nodiscard]] bool call(int argumentCount);
 
-    /// Runs one of the embedded Lua files, with the `argumentCount` values on top of the stack as arguments.
-    /// Leaves its `resultCount` results.
+    /// Runs an embedded Lua file with the `argumentCount` values on top of the stack as arguments. Leaves
+    /// `resultCount` results on the stack.
     void runEmbedded(const char* lua, int argumentCount, int resultCount);
 
 private:
@@ -42,10 +43,11 @@ private:
     void addHelp();
 
     lua_State* state_;
-    std::string traceback_; // of the last error that ended a call, through all clients
+    std::string traceback_; // of the last error, including its path through clients
 };
 
-/// Ends the traces and writes all output. False if that failed: a message is on standard error.
+/// Ends the traces and writes all output. If this fails, prints a message to standard error and returns
+/// false.
 [[nodiscard]] bool finishOutput();
 
 } // namespace KzHost

@@ -33,16 +33,16 @@ public:
             separator = ", ";
         }
         print(line);
-        // The end of an edit matters to readers; for all else the indentation says enough.
+        // Only the end of an edit has a line; for other events the indentation is sufficient.
         ends_.push_back(event.category == TraceCategory::edit ? "end of " + title : "");
     }
     void gives(const TraceDetail& result) override {
         if (!ends_.empty()) print("-> " + inWords(result));
     }
     void ends() override {
-        if (ends_.empty()) return; // it began before the trace
+        if (ends_.empty()) return; // the event began before the trace
         const std::string line = std::move(ends_.back());
-        ends_.pop_back(); // the end is indented like the beginning
+        ends_.pop_back(); // first, so that the end is indented like the beginning
         if (!line.empty()) print(line);
     }
 
@@ -52,24 +52,24 @@ private:
         return detail.name + " " +
                (number != nullptr ? std::to_string(*number) : std::get<std::string>(detail.value));
     }
-    /// What the script has printed comes first.
+    /// Prints the line after the output of the script.
     void print(const std::string& text) {
         std::fflush(stdout);
         std::fprintf(stderr, "%*s%s\n", static_cast<int>(2 * ends_.size()), "", text.c_str());
     }
 
-    std::vector<std::string> ends_; // of each active event, what is printed at its end; empty: nothing
+    std::vector<std::string> ends_; // the line for the end of each active event; empty: none
 };
 
 // ---- as a file of trace events
 
 bool isComplete = true; // false: a file could not be written
 
-/// Written after each event, and overwritten by the next one.
+/// Written after each event and overwritten by the next one.
 constexpr const char* listEnd = "\n]}\n";
 
-/// Trace viewers open the file, which is well-formed after each event, however the process ends. Only where a
-/// file has no positions, as a pipe, its end is written at the end.
+/// Trace viewers can open the file. It is well-formed after each event, even if the process crashes. In a
+/// pipe, which cannot seek, the end of the list is only written by the destructor.
 class TraceJson final : public TraceListener {
 public:
     TraceJson(std::string name, std::FILE* file)
@@ -79,7 +79,7 @@ public:
                    file_);
         if (canGoBack_) putEnd();
     }
-    /// Ends the active events, since a viewer wants an end for each beginning.
+    /// Ends the active events, because viewers expect an end for each beginning.
     ~TraceJson() override {
         while (!ends_.empty()) end();
         if (!canGoBack_) putEnd();
@@ -89,7 +89,7 @@ public:
         isComplete = false;
     }
 
-    /// The end repeats the name and collects the results until it is written.
+    /// Prepares the end of the event, which collects results until it is written.
     void begins(const TraceEvent& event) override {
         json arguments = json::object();
         if (!event.subject.empty()) arguments["object"] = event.subject;
@@ -102,16 +102,16 @@ public:
         if (!ends_.empty()) add(ends_.back()["args"], result);
     }
     void ends() override {
-        if (!ends_.empty()) end(); // else it began before the trace
+        if (!ends_.empty()) end(); // empty: the event began before the trace
     }
 
 private:
-    /// By which a viewer can filter.
+    /// The category, by which viewers can filter.
     static const char* nameOf(TraceCategory category) {
         constexpr const char* names[] = {"edit", "notification", "message", "module", "client"};
         return names[static_cast<std::size_t>(category)];
     }
-    /// Numbers stay numbers.
+    /// Adds a number or a string.
     static void add(json& arguments, const TraceDetail& detail) {
         std::visit([&](const auto& value) { arguments[detail.name] = value; }, detail.value);
     }
@@ -122,7 +122,7 @@ private:
     void put(json event) {
         const std::chrono::duration<double, std::micro> now = std::chrono::steady_clock::now() - start_;
         event["ts"] = now.count();
-        // One process and one thread: viewers nest events by them.
+        // Constant: viewers nest events by process and thread.
         event["pid"] = 1;
         event["tid"] = 1;
         // Paths may not be UTF-8.
@@ -143,14 +143,15 @@ private:
     std::vector<json> ends_; // of each active event, with its results
 };
 
-/// Text or a file; null if the file cannot be written. Binary, because going back counts bytes.
+/// Opens a trace as text or a file; null if the file cannot be written. Binary, because `canGoBack_` seeks
+/// by bytes.
 std::unique_ptr<TraceListener> open(const std::string& file) {
     if (file == "-") return std::make_unique<TraceText>();
     std::FILE* const opened = std::fopen(file.c_str(), "wb");
     return opened != nullptr ? std::make_unique<TraceJson>(file, opened) : nullptr;
 }
 
-// What the command line and the script have asked for.
+// The traces of the option `--trace` and of `host.trace`.
 std::unique_ptr<TraceListener> traceOfRun;
 std::unique_ptr<TraceListener> traceOfScript;
 

@@ -10,13 +10,14 @@ using Headless::Kind;
 
 namespace {
 
-/// What the Lua value of a document holds. The document may be closed: its address is not used again.
+/// The content of the Lua value of a document. The document may be closed, because addresses are not
+/// reused.
 struct DocumentValue {
     KzApDocument* document;
 };
 
-/// Pushes the existing value of a key. If there is none, pushes a new one, whose memory the caller fills:
-/// values are kept, by id or address, as long as they are used.
+/// Pushes the existing value of a key; if there is none, a new one with the content. Values are in a weak
+/// table by id or address, so each exists as long as a script refers to it.
 template <class Value>
 void pushValue(lua_State* state, lua_Integer key, const char* kind, Value content) {
     pushWeakTable(state, "kzhost values", "v");
@@ -30,7 +31,7 @@ void pushValue(lua_State* state, lua_Integer key, const char* kind, Value conten
     lua_remove(state, -2);
 }
 
-/// The document that contains an object; null while that is being opened. The guess saves the search.
+/// The document that contains an object; null while the document is being opened. `near` avoids the search.
 KzApDocument* documentOf(KzDbObjectId id, KzApDocument* near) {
     const KzDbDatabase* const drawing = id.database();
     if (near != nullptr && Headless::isOpen(near) && near->database() == drawing) return near;
@@ -40,7 +41,7 @@ KzApDocument* documentOf(KzDbObjectId id, KzApDocument* near) {
     return nullptr;
 }
 
-/// Members are methods, or fields, which are called with the value.
+/// The metamethod `__index`: returns a method, or calls the function of a field with the value.
 int index(lua_State* state) {
     lua_pushvalue(state, 2);
     if (lua_rawget(state, lua_upvalueindex(1)) != LUA_TNIL) return 1;
@@ -73,7 +74,7 @@ const char* kindName(Kind kind) {
     }
 }
 
-/// The metatable has the members for completions too.
+/// The metatable also has the tables of members, for completion.
 void registerKind(lua_State* state, const char* name,
                   std::initializer_list<std::span<const Function>> functions, lua_CFunction describe) {
     luaL_newmetatable(state, name);
@@ -100,7 +101,7 @@ void registerKind(lua_State* state, const char* name,
     lua_setfield(state, -2, "__metatable");
 }
 
-/// Ids ascend from 1, so negated addresses are different from all of them.
+/// The key is the negated address, because ids are positive.
 void pushDocument(lua_State* state, KzApDocument* document) {
     if (document == nullptr) return lua_pushnil(state);
     const auto key = -static_cast<lua_Integer>(reinterpret_cast<std::uintptr_t>(document));
@@ -112,7 +113,7 @@ KzApDocument* toDocument(lua_State* state, int index) {
     return value != nullptr ? value->document : nullptr;
 }
 
-/// The document is found now, while the object is in memory; later its id leads nowhere.
+/// Finds the document now, because it cannot be found by the id after the object was removed.
 void pushObject(lua_State* state, KzDbObjectId id, KzApDocument* near) {
     if (!id.isValid()) return lua_pushnil(state);
     const ObjectValue value{id, documentOf(id, near)};
