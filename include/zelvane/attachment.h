@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What watches and timers hold.
+/// The implementation objects of watches and timers, and their owner.
 
 #include "host/id_array.h"
 #include "zelvane/document_client.h"
@@ -17,8 +17,9 @@
 
 namespace Zelvane::detail {
 
-/// What a watch or a timer holds. Its operations are virtual, so that they run in the library that attached
-/// it and on that library's state, whichever library's copy of an inline function calls them.
+/// The implementation of a watch or a timer. Owned by its `AttachmentOwner`. Its operations are virtual
+/// because they must run in the library that attached it, on that library's state, even if another
+/// library's copy of an inline function calls them.
 class Attachment {
 public:
     Attachment() = default;
@@ -28,17 +29,17 @@ public:
 
     virtual void end() noexcept = 0;
     [[nodiscard]] virtual bool isAttached() const noexcept = 0;
-    /// Of a watch: attaches further blocks, and replaces `unknown` by the ids that name none.
+    /// Of a watch: attaches more blocks, and replaces `unknown` by the ids that identify no block.
     [[nodiscard]] virtual Status attach(const KzDbObjectIdArray& /*blocks*/, KzDbObjectIdArray& /*unknown*/) {
         return Status::notAttached;
     }
-    /// Of a watch: reports what can be reported now.
+    /// Of a watch: reports pending changes that can be read now.
     virtual void update() noexcept {}
     /// Of a watch: its blocks in order of attaching.
     [[nodiscard]] virtual KzDbObjectIdArray blocks() const { return {}; }
 };
 
-/// Whether a function object is there to be called: pointers and wrappers can be null.
+/// Whether a function object can be called: pointers and wrappers can be null.
 template <class Function>
 [[nodiscard]] bool isCallable(const Function& function) {
     if constexpr (std::is_same_v<Function, std::nullptr_t>) {
@@ -52,7 +53,7 @@ template <class Function>
     }
 }
 
-/// A function object as a std::function of class Result, also one that moves but does not copy.
+/// Converts a function object to a std::function of type Result. The function object may be move-only.
 template <class Result, class Function>
 [[nodiscard]] Result storable(Function&& function) {
     using Stored = std::decay_t<Function>;
@@ -64,7 +65,7 @@ template <class Result, class Function>
     }
 }
 
-/// Runs what attaches: a lack of memory is a status as well.
+/// Runs an operation that attaches. Out of memory becomes a status.
 template <class Work>
 [[nodiscard]] Status statusOf(Work work) noexcept {
     try {
@@ -74,8 +75,8 @@ template <class Work>
     }
 }
 
-/// Attaches, and ends what is attached with its owner. Function objects in calls under way live until these
-/// return.
+/// Owns the attachment of a watch or a timer, and ends it when destroyed. If the function object is being
+/// called then, it is destroyed after it has returned.
 class AttachmentOwner {
 public:
     AttachmentOwner() = default;
@@ -87,9 +88,9 @@ public:
     }
     ZELVANE_OWN ~AttachmentOwner() { reset(); }
 
-    /// Makes a receiver with these arguments, lets `start` start it, and gives it the function: last,
-    /// because the function has to be still whole after a failure. A watch starts although some ids name no
-    /// block.
+    /// Creates a receiver with the arguments, starts it by `start`, and moves the function into it; last,
+    /// because the function must be unchanged after a failure. A watch is started even if some ids identify
+    /// no block.
     template <class Receiver, class Function, class Start, class... Arguments>
     [[nodiscard]] ZELVANE_OWN Status attach(KzApDocument* document, Function&& function, Start start,
                                             const Arguments&... arguments) {
@@ -97,7 +98,7 @@ public:
             if (isAttached()) return Status::alreadyAttached;
             if (!isCallable(function)) return Status::noFunction;
             if (!isOpen(document) || document->database() == nullptr) return Status::noDocument;
-            // Not std::make_shared, which brings in a symbol that keeps the library in memory.
+            // Not std::make_shared, which adds a symbol that keeps the library in memory.
             const std::shared_ptr<Receiver> made(
                 new Receiver(Kit::DocumentClient::of(document), arguments...));
             const Status status = start(*made);
@@ -116,7 +117,8 @@ public:
     }
 
 private:
-    /// The old one is destroyed last: what its function object has captured may use this owner.
+    /// The old attachment is destroyed last, because the captures of its function object may use this
+    /// owner.
     ZELVANE_OWN void replace(std::shared_ptr<Attachment> next) noexcept {
         attachment_.swap(next);
         if (next != nullptr) next->end();

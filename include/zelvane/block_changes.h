@@ -11,32 +11,32 @@
 
 namespace Zelvane {
 
-/// A reference that was taken out of one record and put into another.
+/// A reference that was moved from one record to another.
 ///
 ///     for (const Zelvane::BlockMove& move : change.moved) std::puts(Zelvane::nameOf(move.to).c_str());
 struct BlockMove {
     KzDbObjectId reference; ///< the reference
-    KzDbObjectId from;      ///< the record that it left
-    KzDbObjectId to;        ///< the record that it entered
+    KzDbObjectId from;      ///< the record that owned it before
+    KzDbObjectId to;        ///< the record that owns it now
 };
 
-// The operations that the compiler makes for the struct use its deprecated members.
+// The implicit operations of the struct use its deprecated members.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
-/// What the drawing shows about the change of one block: live references, in ascending order of their ids.
-/// References of the representations of an enhanced block are its own.
+/// The change of one block. All references are live references, in ascending order of their ids. The
+/// references of the representations of an enhanced block count as references of the block.
 ///
 ///     std::printf("%s: %zu -> %zu\n", Zelvane::nameOf(change.block).c_str(), change.before, change.after);
 struct BlockChange {
     KzDbObjectId block;                ///< the block
-    std::size_t before = 0;            ///< its references when it was read last
-    std::size_t after = 0;             ///< its references now
-    std::vector<KzDbObjectId> added;   ///< references that are new
-    std::vector<KzDbObjectId> removed; ///< references that are gone
-    std::vector<BlockMove> moved;      ///< references that lie in another record now
-    /// Other blocks of which references were added, removed or moved, and inside which this block lies at any
-    /// depth, in ascending order. Found only with `WatchOptions::changedAncestors`.
+    std::size_t before = 0;            ///< number of its references when it was read last
+    std::size_t after = 0;             ///< number of its references now
+    std::vector<KzDbObjectId> added;   ///< new references
+    std::vector<KzDbObjectId> removed; ///< references that no longer exist or are erased
+    std::vector<BlockMove> moved;      ///< references that are in another record now
+    /// The other blocks in which this block is nested, at any depth, and whose references were added,
+    /// removed or moved, in ascending order. Empty without `WatchOptions::changedAncestors`.
     std::vector<KzDbObjectId> changedAncestors;
 
     /// Former names of `added`, `removed` and `changedAncestors`, with the same contents.
@@ -54,9 +54,9 @@ struct BlockChange {
 
 /// What a watch reports in one call.
 ///
-/// As a range: the blocks whose references were added, removed or moved, or that have changed ancestors, each
-/// once, in the order in which they were attached. Empty if all references are where they were: one was
-/// modified in its place, or an attribute.
+/// As a range: the blocks whose references were added, removed or moved, or that have changed ancestors,
+/// each once, in the order in which they were attached. Empty if references or attributes were only
+/// modified.
 ///
 ///     for (const Zelvane::BlockChange& change : changes) std::puts(Zelvane::nameOf(change.block).c_str());
 ///     for (const KzDbObjectId block : changes.affected()) readAttributesAgain(block);
@@ -71,7 +71,7 @@ public:
           unread_(std::move(unread)),
           isExact_(isExact),
           isComplete_(unread_.empty()) {}
-    /// Nothing could be read, because memory ran out.
+    /// The changes of a call for which no block could be read, because memory ran out.
     [[nodiscard]] static BlockChanges notRead() {
         BlockChanges changes;
         changes.isComplete_ = false;
@@ -86,20 +86,20 @@ public:
     [[nodiscard]] auto end() const { return all_.end(); }
     /// @}
 
-    /// The watched blocks that changed or lie in a changed block, at any depth: all that a client has to read
-    /// again, attributes for example. In the order in which they were attached.
+    /// The watched blocks that changed or are nested in a changed block, at any depth: the blocks that a
+    /// client must read again, for example their attributes. In the order in which they were attached.
     [[nodiscard]] const std::vector<KzDbObjectId>& affected() const { return affected_; }
 
-    /// Whether `affected()` holds nothing else. False is possible only when more than 127 blocks of the
-    /// document are watched and many changed at once: then it can hold some blocks that did not change. It
-    /// never misses one that did.
+    /// Whether `affected()` only contains affected blocks. False is possible only if more than 127 blocks
+    /// of the document are watched and many changed at once: then `affected()` may also contain blocks that
+    /// did not change. It always contains all blocks that did.
     [[nodiscard]] bool isExact() const { return isExact_; }
 
-    /// Whether all affected blocks could be read. Otherwise "no change" means "not known yet": what was not
-    /// read keeps its last known place, and the next call after it can be read reports it. When memory runs
-    /// out, nothing is read, and even the lists are empty.
+    /// Whether all affected blocks could be read. If not, some changes are not known yet: references that
+    /// were not read keep their last known owner, and the first call after they can be read reports their
+    /// changes. If memory runs out, no block is read, and all lists are empty.
     [[nodiscard]] bool isComplete() const { return isComplete_; }
-    /// The blocks that could not be read completely, because an object of them is held open or the host
+    /// The blocks that could not be read completely, because one of their objects is held open or the host
     /// failed.
     [[nodiscard]] const std::vector<KzDbObjectId>& unread() const { return unread_; }
 

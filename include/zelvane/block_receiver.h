@@ -23,21 +23,21 @@
 
 namespace Zelvane {
 
-/// What a watch reports beyond the minimum, at a price.
+/// Optional reports of a watch, which cost more.
 struct WatchOptions {
-    /// Whether `BlockChange::changedAncestors` is found. The blocks around those that are watched are then
-    /// watched and kept, too.
+    /// Whether `BlockChange::changedAncestors` is filled. If so, the ancestors of the watched blocks are
+    /// watched too.
     bool changedAncestors = false;
 };
 
 namespace Kit ZELVANE_OWN {
 
-/// A watch while it is attached: its blocks, where their references were placed when they were read last, and
-/// which of the blocks have to be read again.
+/// The implementation of an attached watch: its blocks, the placements of their references when they were
+/// read last, and which of the blocks must be read again.
 ///
-/// After a round, only blocks that can have changed are read: the candidates of the superimposed code, and
-/// those that could not be read before. What is found replaces what is known only after all of it was read,
-/// so that nothing is lost when memory runs out.
+/// After a round, only blocks that may have changed are read: the candidates of the superimposed code, and
+/// blocks that could not be read before. The results are stored only after all blocks were read, so that no
+/// change is lost if memory runs out.
 class BlockReceiver : public WatchReceiver,
                       public detail::Attachment,
                       public std::enable_shared_from_this<BlockReceiver> {
@@ -52,7 +52,7 @@ public:
 
     void setFunction(Function function) { function_ = std::move(function); }
 
-    /// Watches further blocks from now on. Throws std::bad_alloc, with nothing changed.
+    /// Watches more blocks. May throw std::bad_alloc, without effect.
     [[nodiscard]] Status attach(const KzDbObjectIdArray& blocks, KzDbObjectIdArray& unknown) override {
         unknown.clear();
         if (blocks.isEmpty()) return Status::noBlocks;
@@ -65,7 +65,8 @@ public:
         return unknown.isEmpty() ? Status::ok : Status::noSuchBlock;
     }
 
-    /// Watches all blocks of the drawing, also those that are defined later. Throws std::bad_alloc.
+    /// Watches all blocks of the drawing, including blocks that are defined later. May throw
+    /// std::bad_alloc.
     [[nodiscard]] Status attachAll() {
         watchesAll_ = true;
         const Status status = addNewBlocks(Baseline::now);
@@ -116,8 +117,9 @@ public:
         for (const std::uint32_t position : byNumber_) markDue(position);
     }
 
-    /// A function that runs the message loop is not called inside itself. What was marked meanwhile is
-    /// reported once after it has returned; what that call marks waits for the next round.
+    /// Calls do not nest. If the function runs the message loop, blocks that are marked during this time
+    /// are reported once after it has returned; blocks that are marked during that second call are reported
+    /// by the next round.
     void call() noexcept override {
         if (isRunning_ || client_ == nullptr || !(hasDue() || hasNewBlocks())) return;
         const auto keptAlive = shared_from_this();
@@ -128,10 +130,10 @@ public:
     }
 
 private:
-    /// Since when the references of a block count as known.
+    /// Which references of a block count as known when it is added.
     enum class Baseline {
-        now,   ///< as they are found
-        empty, ///< the block is new, and so are its references
+        now,   ///< the current ones
+        empty, ///< none: the block is new, and so are its references
     };
     enum class Purpose {
         report,  ///< the client watches these blocks
@@ -141,14 +143,14 @@ private:
     struct Block {
         KzDbObjectId id;
         std::uint32_t number = 0; ///< in the document
-        bool isReported = false;  ///< watched by the client, not only because it contains such a block
-        bool isKnown = false;     ///< it was readable at least once
-        bool isDue = false;       ///< it has to be read again
-        bool isCandidate = false; ///< because it may have changed
+        bool isReported = false;  ///< watched by the client, not only as an ancestor
+        bool isKnown = false;     ///< was read at least once
+        bool isDue = false;       ///< must be read again
+        bool isCandidate = false; ///< is due because it may have changed
         Placements placements;    ///< when it was read last
     };
 
-    /// What was found about a block.
+    /// The result of reading a block.
     struct Update {
         std::uint32_t position;
         Placements now;
@@ -157,7 +159,7 @@ private:
 
     // ---- attaching
 
-    /// The blocks that ids name, each once; representations count as their block.
+    /// The blocks that ids identify, each once. Representations count as their enhanced block.
     [[nodiscard]] std::vector<KzDbObjectId> resolve(const KzDbObjectIdArray& ids,
                                                     KzDbObjectIdArray& unknown) {
         std::vector<KzDbObjectId> blocks;
@@ -176,11 +178,11 @@ private:
 
     [[nodiscard]] bool isBlock(KzDbObjectId id) const {
         if (!id.isValid() || id.isErased() || id.database() != client_->drawing()) return false;
-        // A record that is held open does not open as anything.
+        // An object that is held open cannot be opened as any class, and counts as a block.
         return Opened<KzDbBlockTableRecord>(id) || !Opened<KzDbObject>(id);
     }
 
-    /// Adds blocks, and those around them if they are asked for.
+    /// Adds blocks, and their ancestors if these are watched too.
     [[nodiscard]] Status watch(std::vector<KzDbObjectId> ids, Purpose purpose,
                                Baseline baseline = Baseline::now) {
         Containers containers(client_->drawing());
@@ -195,7 +197,7 @@ private:
             }
             const Status status = addAll(std::move(read));
             if (status != Status::ok && purpose == Purpose::report) return status;
-            const bool isMissing = status != Status::ok; // containers: tried again after the next round
+            const bool isMissing = status != Status::ok; // of ancestors: retried after the next round
             if (isMissing) around_.insert(around_.end(), ids.begin(), ids.end());
             makeUnique(around);
             ids = std::move(around);
@@ -232,7 +234,7 @@ private:
         return watchesAll_ && client_->tableChanges() != tableChanges_;
     }
 
-    /// Reads the block table and watches what it has in addition. What could not be read is tried again.
+    /// Reads the block table and watches its new blocks. Reading is retried if it was incomplete.
     [[nodiscard]] Status addNewBlocks(Baseline baseline) {
         const std::uint64_t changes = client_->tableChanges();
         KzDbObjectIdArray all;
@@ -248,13 +250,13 @@ private:
         return status;
     }
 
-    /// All that allocates comes first.
+    /// Adds blocks that were read. Allocates before anything changes.
     [[nodiscard]] Status addAll(std::vector<Block> added) {
         if (added.empty()) return Status::ok;
         std::vector<KzDbObjectId> ids(added.size());
         std::ranges::transform(added, ids.begin(), &Block::id);
         const std::size_t size = blocks_.size() + added.size();
-        // Exact for many blocks at once, and still linear when blocks are added one by one.
+        // Exact for many blocks at once, and amortized O(1) if blocks are added one by one.
         if (size > blocks_.capacity()) blocks_.reserve(std::max(size, blocks_.size() * 3 / 2));
         byNumber_.reserve(blocks_.capacity());
         due_.reserve(blocks_.capacity());
@@ -275,7 +277,7 @@ private:
         return Status::ok;
     }
 
-    /// A block that was known as a container of others is watched from now on. `sorted`: how many of
+    /// Adds a block, or replaces it if it was watched as an ancestor. The first `sorted` items of
     /// `byNumber_` are in order.
     void add(Block&& added, std::size_t sorted) noexcept {
         const bool isDue = std::exchange(added.isDue, false);
@@ -315,7 +317,7 @@ private:
         if (!std::exchange(blocks_[position].isDue, true)) due_.push_back(position); // there is room for all
     }
 
-    /// No exception may leave a callback: one of the function ends here.
+    /// Ignores an exception of the function, because no exception may leave a callback.
     void report() noexcept try {
         const BlockChanges changes = changesSinceLast();
         const bool isWorthIt = !changes.isEmpty() || !changes.affected().empty() || isOutOfMemory_;
@@ -326,7 +328,7 @@ private:
     [[nodiscard]] BlockChanges changesSinceLast() noexcept try {
         isOutOfMemory_ = false;
         isMarked_ = false;
-        // What fails is tried again by the next call.
+        // A failure is retried by the next call.
         if (hasNewBlocks()) static_cast<void>(addNewBlocks(Baseline::empty));
         std::ranges::sort(due_); // in order of attaching
         std::vector<std::uint32_t> unread;
@@ -350,7 +352,7 @@ private:
         for (const std::uint32_t position : due_) {
             const Block& block = blocks_[position];
             if (!block.isKnown) {
-                // Its first reading: where its references are is how it has been.
+                // The first reading: the references count as placed there from the beginning.
                 if (!reader_.read(block.id)) unread.push_back(position);
                 if (reader_.isListRead()) updates.push_back({position, std::move(reader_.now()), {}});
                 continue;
@@ -369,7 +371,8 @@ private:
         std::vector<BlockChange> changes;
         std::vector<KzDbObjectId> affected;
         auto next = updates.begin();
-        // Any block can lie in a changed one, also where Zelvane does not tell: inside a representation.
+        // All blocks, because Zelvane does not call for blocks that are nested in a changed block through a
+        // representation.
         for (const std::uint32_t position : ancestors.isNeeded() ? allPositions() : due_) {
             const Block& block = blocks_[position];
             const bool isUpdated = next != updates.end() && next->position == position;
@@ -415,7 +418,7 @@ private:
         return ids;
     }
 
-    /// Nothing here fails: either all of what was read is stored and reported, or nothing is.
+    /// Cannot fail, so that either all changes are stored and reported, or none.
     void store(std::vector<Update>& updates, std::span<const std::uint32_t> unread) noexcept {
         for (const std::uint32_t position : due_) {
             blocks_[position].isDue = false;
@@ -430,7 +433,7 @@ private:
         isExact_ = true;
     }
 
-    // ---- blocks around
+    // ---- ancestors
 
     [[nodiscard]] AncestorSearch ancestorSearch(std::span<const Update> updates,
                                                 Containers& containers) const {
@@ -450,7 +453,7 @@ private:
         return AncestorSearch(containers, placementsOf, std::move(changed));
     }
 
-    /// Watches what has come to lie around the blocks.
+    /// Watches new ancestors.
     void watchAround() {
         if (around_.empty()) return;
         makeUnique(around_);
@@ -460,16 +463,16 @@ private:
     std::shared_ptr<DocumentClient> client_; ///< null when detached
     WatchOptions options_;
     bool watchesAll_ = false;
-    std::uint64_t tableChanges_ = 0; ///< when the block table was read last
+    std::uint64_t tableChanges_ = 0; ///< the edits of the block table when it was read last
     Function function_;
     std::vector<Block> blocks_;           ///< in order of attaching
-    std::vector<std::uint32_t> byNumber_; ///< their positions in ascending order of their numbers
-    std::vector<std::uint32_t> due_;      ///< positions of those to be read again; has room for all
-    std::vector<KzDbObjectId> around_;    ///< blocks that have come to lie around those, not yet watched
+    std::vector<std::uint32_t> byNumber_; ///< positions in ascending order of the blocks' numbers
+    std::vector<std::uint32_t> due_;      ///< positions of blocks to read; reserved for all blocks
+    std::vector<KzDbObjectId> around_;    ///< new ancestors that are not watched yet
     PlacementReader reader_;
     bool isRunning_ = false;
-    bool isMarked_ = false; ///< since the last report
-    bool isExact_ = true;   ///< all candidates are certain
+    bool isMarked_ = false; ///< candidates since the last report
+    bool isExact_ = true;   ///< whether all candidates are certain
     bool isOutOfMemory_ = false;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Noticing that a drawing has new blocks.
+/// Detection of new blocks in a drawing.
 
 #include "host/block_table.h"
 #include "host/object_reactor.h"
@@ -21,7 +21,8 @@ namespace Kit ZELVANE_OWN {
 /// deletion: such a reactor is kept and removed later, at the latest when the library is unloaded.
 class BlockTableReactor final : public KzDbObjectReactor {
 public:
-    /// Changes with each edit of the table. While the table cannot be observed, with each call.
+    /// A number that changes with each edit of the table; while the table cannot be observed, with each
+    /// call.
     [[nodiscard]] std::uint64_t changes(const KzDbDatabase& drawing) {
         if (table_.isNull()) {
             ++changes_;
@@ -65,9 +66,9 @@ private:
 
     static inline constinit BlockTableReactor* stranded = nullptr;
 
-    KzDbObjectId table_; ///< null while it is the reactor of none
+    KzDbObjectId table_; ///< null while the reactor is not registered
     std::uint64_t changes_ = 0;
-    BlockTableReactor* next_ = nullptr; ///< in the list of those that could not be removed
+    BlockTableReactor* next_ = nullptr; ///< in the list of reactors that could not be removed
 };
 
 struct RemoveBlockTableReactor {

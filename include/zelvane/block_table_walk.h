@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The walk over the block table.
+/// Iteration over the block table.
 
 #include "host/block_table.h"
 #include "zelvane/opened.h"
@@ -11,8 +11,8 @@
 namespace Zelvane {
 
 /// Calls `visit(id)` for the id of each record of a drawing's block table, in table order, with the table
-/// open for read; ends when a visit returns false. The id is null if the host does not return it. Returns
-/// false, without a visit, if the table cannot be walked.
+/// open for read; stops if a visit returns false. The id is null if the host fails to return it. Returns
+/// false, without a visit, if the table cannot be read.
 template <class Visit>
 bool forEachRecordId(const KzDbDatabase& drawing, Visit visit) {
     const Opened<KzDbBlockTable> table(drawing.blockTableId());

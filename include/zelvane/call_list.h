@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Calls of registered pointers, in the order of registration.
+/// A list of registered pointers that may change while it is walked.
 
 #include <algorithm>
 #include <cstddef>
@@ -10,16 +10,16 @@
 
 namespace Zelvane {
 
-/// Borrowed pointers to call when something happens, in the order of their registration, each once: the
-/// watches and timers of a document, and in the headless host the reactors and message filters.
+/// A list of borrowed pointers, each once, which are called in the order of registration. Used for the
+/// watches and timers of a document, and in the headless host for reactors and message filters.
 ///
-/// A member may change the list while it is called: a member that is removed before its turn is not called,
+/// A member may change the list while it is called: a member that is removed before its call is not called,
 /// a member that is added is called from the next walk on, and walks may nest. The list must outlive its
 /// walks.
 template <class T>
 class CallList {
 public:
-    /// False if it is there already. Throws std::bad_alloc, with nothing changed.
+    /// Adds a member; false if it is registered already. May throw std::bad_alloc, without effect.
     bool add(T member) {
         if (contains(member)) return false;
         members_.push_back(member);
@@ -27,12 +27,13 @@ public:
         return true;
     }
 
-    /// False if it is not there.
+    /// Removes a member; false if it is not registered.
     bool remove(T member) noexcept {
         return removeIf([member](T each) { return each == member; }) != 0;
     }
 
-    /// Removes all that `isUnwanted` selects, and returns how many. `isUnwanted` must not change the list.
+    /// Removes all members for which `isUnwanted(member)` is true, and returns their number. `isUnwanted`
+    /// must not change the list.
     template <class Predicate>
     std::size_t removeIf(Predicate isUnwanted) {
         const std::size_t before = size_;
@@ -45,11 +46,11 @@ public:
         return before - size_;
     }
 
-    /// Whether it is registered.
+    /// Whether a member is registered.
     [[nodiscard]] bool contains(T member) const {
         return std::find(members_.begin(), members_.end(), member) != members_.end();
     }
-    /// How many are registered.
+    /// The number of members.
     [[nodiscard]] std::size_t size() const { return size_; }
 
     /// Calls `call(member)` for each member. Does not allocate.
@@ -65,8 +66,8 @@ public:
     }
 
 private:
-    /// Removal leaves a null pointer, so that positions keep their meaning until the outermost walk has
-    /// ended.
+    /// Removes the null pointers of removed members after the outermost walk has ended; until then
+    /// positions must not change.
     void sweep() {
         if (walks_ == 0 && size_ != members_.size()) std::erase(members_, nullptr);
     }

@@ -21,24 +21,25 @@ namespace Kit ZELVANE_OWN {
 
 using detail::SuperimposedCode;
 
-/// For how many documents there are plain functions of their own. Further documents share them.
+/// The number of documents with separate plain functions. More documents share them.
 inline constexpr std::size_t documentSlots = 64;
 
-/// What a plain function means. Zelvane calls the functions of a round in ascending order of address, so the
-/// lowest addresses open a round, the highest ones close it, and the code is in between.
+/// The purpose of a plain function. Zelvane calls the functions of a round in ascending order of address,
+/// so the functions with the lowest addresses open a round, those with the highest addresses close it, and
+/// those of the code are in between.
 enum class Role : std::uint8_t {
     opensRound,  ///< a round of a document begins
     code,        ///< a callback of the superimposed code; the same ones for all documents
-    closesRound, ///< a round of a document ends: now it is known which blocks may have changed
+    closesRound, ///< a round of a document ends: all callbacks of the code were called
     timer,       ///< the timers of a document; never called in a round of blocks
 };
 
 inline constexpr std::size_t slotCount = 3 * documentSlots + SuperimposedCode::callbacks;
 
-/// Called by the plain function of a slot. Defined with the documents that it leads to.
+/// Called by the plain function of a slot. Defined in `document_client.h`.
 void callSlot(std::size_t slot) noexcept;
 
-/// Which plain function has which role: by address, which is known only at run time.
+/// Assigns roles to the plain functions by their addresses, which are known only at run time. Immutable.
 class CallTable {
 public:
     CallTable() : inOrder_(trampolines<callSlot, slotCount>()) {
@@ -52,7 +53,7 @@ public:
         }
     }
 
-    /// The function of a role. `number`: of the document's slot, or of the code's callback.
+    /// The function of a role. `number` is the slot of the document, or the callback of the code.
     [[nodiscard]] KzDxClientCallback function(Role role, std::size_t number) const {
         return inOrder_[firstRank(role) + number];
     }
@@ -90,11 +91,11 @@ private:
     return table;
 }
 
-/// The rounds of calls that are under way, the innermost last: a callback between the opening and the closing
-/// one may run the message loop, and a round in that round begins.
+/// The active rounds, the innermost last. Rounds nest, because a callback between the opening and the
+/// closing one may run the message loop.
 ///
-/// A round that is cut off (its document closes, Zelvane is unloaded) leaves its entry behind. The closing of
-/// a round around it takes such entries along; what was called since then was called for that outer round.
+/// A round that is aborted (its document is closed, or Zelvane is unloaded) leaves its entry. When an outer
+/// round closes, such entries are merged into it, because later callbacks were called for the outer round.
 class CallRounds {
 public:
     void open(std::size_t documentSlot) {
@@ -104,8 +105,8 @@ public:
     void note(std::size_t callback) {
         if (depth_ != 0) rounds_[depth_ - 1].called.set(callback);
     }
-    /// What was called in the round that ends; nothing if its opening was not seen, and then any block can
-    /// have changed.
+    /// Ends a round. Returns the callbacks that were called in it; nothing if the round has no entry: then
+    /// any block may have changed.
     [[nodiscard]] std::optional<SuperimposedCode::Called> close(std::size_t documentSlot) {
         SuperimposedCode::Called called;
         for (std::size_t depth = depth_; depth-- != 0;) {
@@ -116,7 +117,7 @@ public:
         }
         return std::nullopt;
     }
-    /// The document of the slot takes no further calls.
+    /// Removes the rounds of a document that ends.
     void forget(std::size_t documentSlot) {
         const auto end = rounds_.begin() + static_cast<std::ptrdiff_t>(depth_);
         const auto kept = std::remove_if(

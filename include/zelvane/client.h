@@ -1,25 +1,25 @@
 #pragma once
 
 /// @file
-/// How a client finds the exports.
+/// Access of clients to the exports.
 
 #include "zelvane/platform_library.h"
 #include "zelvane/zelvane.h"
 
-/// The exports of the loaded "Zelvane.hmx", found at run time: a client links no library of the module.
-/// `client_module.h`, `block_watch.h` and `idle_timer.h` are made of it, and do more.
+/// The exports of the loaded "Zelvane.hmx", found at run time: a client does not link the module. The
+/// higher-level headers `client_module.h`, `block_watch.h` and `idle_timer.h` are based on it.
 ///
-///     KzDxExports zelvane;                  // in the answer to the load message
+///     KzDxExports zelvane;                  // when the load message is processed
 ///     if (!zelvane.isAvailable()) return KzRx::loadFailed;
 ///     zelvane.kzdxDocTimerAttach(document, &save, 60000, 1);
 ///
-/// The functions may be called as long as this object exists: it keeps the library in memory, also after
-/// the module was unloaded, and an unloaded module returns its failure values. Keep one from the load
-/// message to the unload message, and destroy it there: until then, loading the module again brings the
-/// same library back.
+/// The functions may be called as long as this object exists. It keeps the library in memory even if the
+/// module is unloaded; the functions of an unloaded module return their failure values. Create one object
+/// at the load message and destroy it at the unload message. While it exists, loading the module again
+/// loads the same library.
 class KzDxExports {
 public:
-    /// Finds the module if it is loaded already; does not load it.
+    /// Finds the module if it is loaded. Does not load it.
     KzDxExports() noexcept : library_("Zelvane.hmx") {
         find(docTimerAttach_, "kzdxDocTimerAttach");
         find(monitorAttach_, "kzdxBlockReferenceMonitorAttach");
@@ -37,7 +37,8 @@ public:
     /// Former name of `isAvailable`.
     [[deprecated("use isAvailable")]] [[nodiscard]] bool areFound() const noexcept { return isAvailable(); }
 
-    /// The exports, as `zelvane.h` describes them; their failure value if the module was not found.
+    /// The exports, which `zelvane.h` describes. They return their failure values if the module was not
+    /// found.
     /// @{
     std::int32_t kzdxDocTimerAttach(KzApDocument* document, KzDxClientCallback callback,
                                     std::uint32_t interval, std::int32_t attach) const noexcept {

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// A client module as one class.
+/// A base class for client modules.
 
 #include "host/module_interface.h"
 #include "zelvane/document_client.h"
@@ -12,7 +12,7 @@
 
 namespace Zelvane {
 
-/// A client module as an object: made at the load message, destroyed at the unload message.
+/// A client module. The object is created at the load message and destroyed at the unload message.
 ///
 ///     struct Greeter : Zelvane::ClientModule {
 ///         Zelvane::IdleTimer timer;
@@ -20,8 +20,8 @@ namespace Zelvane {
 ///     };
 ///     ZELVANE_CLIENT_MODULE(Greeter)
 ///
-/// What it owns is destroyed with it. At the unload message all other watches and timers of the library are
-/// detached, too, static ones for instance; after that the exports are released.
+/// Its members are destroyed with it. At the unload message all other watches and timers of the library,
+/// for example static ones, are detached too; then the exports are released.
 class ClientModule {
 public:
     ClientModule() = default;
@@ -29,11 +29,12 @@ public:
     ClientModule& operator=(const ClientModule&) = delete;
     virtual ~ClientModule() = default;
 
-    /// Begins to work. False: the object is destroyed again, and the host closes the module.
+    /// Called at the load message. If it returns false, the object is destroyed and the host closes the
+    /// module.
     [[nodiscard]] virtual bool load() = 0;
 
 protected:
-    /// The exports of Zelvane, as far as it was loaded before.
+    /// The exports of Zelvane. Available if Zelvane was loaded before this module.
     [[nodiscard]] const KzDxExports& zelvane() const { return zelvane_; }
 
 private:
@@ -42,10 +43,10 @@ private:
 
 namespace detail {
 
-/// From the load message to the unload message.
+/// The client between the load message and the unload message; otherwise null.
 ZELVANE_OWN inline constinit ClientModule* loadedClient = nullptr;
 
-/// Loads a client of class Client. False if it does not want to be loaded or throws.
+/// Creates and loads the client. False if its `load` returns false or throws.
 template <class Client>
 [[nodiscard]] ZELVANE_OWN bool loadClient() noexcept try {
     auto client = std::make_unique<Client>();
@@ -56,7 +57,7 @@ template <class Client>
     return false;
 }
 
-/// Answers the messages of the host with a client of class Client. No exception leaves it.
+/// Processes a message of the host with a client of class Client. Throws no exception.
 template <class Client>
 [[nodiscard]] ZELVANE_OWN std::int32_t answer(std::int32_t message) noexcept {
     const bool hasToLoad = message == KzRx::loadMessage && loadedClient == nullptr;
@@ -70,8 +71,8 @@ template <class Client>
 
 } // namespace Zelvane
 
-/// Makes the two functions that the host asks of a module. To be written once in a module, outside every
-/// namespace.
+/// Defines the two functions that the host requires of a module. Must be used once in a module, outside all
+/// namespaces.
 #define ZELVANE_CLIENT_MODULE(Client)                                                                        \
     ZELVANE_EXPORT std::uint32_t kzrxGetApiVersion() noexcept {                                              \
         return KzRx::apiVersion;                                                                             \

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// In which blocks the references of a block lie.
+/// The blocks in which the references of a block are placed.
 
 #include "zelvane/drawing.h"
 #include "zelvane/own_state.h"
@@ -17,7 +17,7 @@
 namespace Zelvane { // NOLINT(modernize-concat-nested-namespaces): only one of them has the attribute
 namespace Kit ZELVANE_OWN {
 
-/// Which block a representation counts as. Valid until the drawing is edited.
+/// Finds the blocks of representations. Valid until the drawing is edited.
 class RepresentedBlocks {
 public:
     explicit RepresentedBlocks(const KzDbDatabase* drawing) : drawing_(drawing) {}
@@ -25,15 +25,15 @@ public:
     /// The enhanced block that a record represents, otherwise the record itself.
     [[nodiscard]] KzDbObjectId blockOf(KzDbObjectId record) {
         KzDbObjectIdArray own;
-        static_cast<void>(detail::appendReferences(record, own)); // failed: the blocks know, too
+        static_cast<void>(detail::appendReferences(record, own)); // on failure, the blocks are read
         for (const KzDbBlockReference& reference : OpenedEach<KzDbBlockReference>(std::move(own))) {
             const auto* const protocol = detail::representationProtocol(reference);
             const KzDbObjectId block =
                 protocol != nullptr ? protocol->originalBlockTableRecord(&reference) : KzDbObjectId();
             return block.isNull() ? record : block;
         }
-        // No reference knows. A representation is anonymous as a rule, so the blocks are asked for those
-        // only.
+        // No reference could be read. Representations are usually anonymous, so the representations of all
+        // blocks are only read for anonymous records.
         const Opened<KzDbBlockTableRecord> opened(record);
         if (!opened || !opened->isAnonymous()) return record;
         const auto found = blocks().find(record);
@@ -41,13 +41,13 @@ public:
     }
 
 private:
-    /// By representation; read once.
+    /// The blocks by representation; read on first use.
     [[nodiscard]] const std::unordered_map<KzDbObjectId, KzDbObjectId>& blocks() {
         if (std::exchange(isRead_, true)) return blocks_;
         KzDbObjectIdArray representations;
         for (const KzDbObjectId block : recordIds(drawing_)) {
             representations.clear();
-            static_cast<void>(detail::appendRepresentations(block, representations)); // failed: none known
+            static_cast<void>(detail::appendRepresentations(block, representations)); // failed: none
             for (const KzDbObjectId each : representations) blocks_.try_emplace(each, block);
         }
         return blocks_;
@@ -58,20 +58,20 @@ private:
     bool isRead_ = false;
 };
 
-/// Which block of the drawing a record belongs to. Valid until the drawing is edited.
+/// Finds the block of the drawing to which a record belongs. Valid until the drawing is edited.
 class Containers {
 public:
     explicit Containers(const KzDbDatabase* drawing) : drawing_(drawing), representedBlocks_(drawing) {}
 
-    /// For a representation its enhanced block, for the model space of an attached drawing the record that
-    /// stands for that drawing, otherwise the record itself. Null for other records of attached drawings.
+    /// The enhanced block of a representation; the record from an external reference for the model space of
+    /// an attached drawing; null for other records of attached drawings; otherwise the record itself.
     [[nodiscard]] KzDbObjectId blockOf(KzDbObjectId owner) {
         const auto [entry, isNew] = blocks_.try_emplace(owner);
         if (isNew) entry->second = read(owner);
         return entry->second;
     }
 
-    /// Appends the blocks in which references lie, each once in a row of equal ones.
+    /// Appends the blocks in which references are placed. Consecutive equal blocks are appended once.
     void append(const Placements& placements, std::vector<KzDbObjectId>& blocks) {
         KzDbObjectId last;
         for (const KzDbObjectId owner : placements.owners) {
@@ -94,10 +94,10 @@ private:
     std::unordered_map<KzDbObjectId, KzDbObjectId> blocks_;
 };
 
-/// Finds the changed blocks inside which others lie, at any depth.
+/// Finds the changed blocks in which a block is nested, at any depth.
 class AncestorSearch {
 public:
-    /// Where the references of a block are now; null if that is not known.
+    /// The current placements of a block; null if they are unknown.
     using PlacementsOf = std::function<const Placements*(KzDbObjectId)>;
 
     AncestorSearch(Containers& containers, PlacementsOf placementsOf, std::vector<KzDbObjectId> changed)
@@ -105,9 +105,9 @@ public:
         std::ranges::sort(changed_);
     }
 
-    /// Whether there is anything to be found.
+    /// Whether there are changed blocks.
     [[nodiscard]] bool isNeeded() const { return !changed_.empty(); }
-    /// The changed blocks around a block, without itself, in ascending order.
+    /// The changed ancestors of a block, without the block itself, in ascending order.
     [[nodiscard]] std::vector<KzDbObjectId> changedAround(KzDbObjectId block) {
         std::vector<KzDbObjectId> found;
         if (changed_.empty()) return found;
@@ -127,7 +127,7 @@ public:
     }
 
 private:
-    /// The blocks in which a block lies, each once.
+    /// The blocks in which a block is placed, each once.
     [[nodiscard]] const std::vector<KzDbObjectId>& containersOf(KzDbObjectId block) {
         const auto [entry, isNew] = containersOf_.try_emplace(block);
         const Placements* const placements = isNew ? placementsOf_(block) : nullptr;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// All that a library has attached to one document.
+/// The watches and timers of a library for one document.
 
 #include "host/services.h"
 #include "zelvane/block_table_reactor.h"
@@ -30,11 +30,11 @@ namespace Kit ZELVANE_OWN {
 
 /// A block that may have changed.
 struct Candidate {
-    std::uint32_t number; ///< its number in the document
-    bool isCertain;       ///< no other blocks can be the reason for all of its callbacks
+    std::uint32_t number; ///< the number of the block in the document
+    bool isCertain;       ///< whether it must have changed: other candidates do not explain all its callbacks
 };
 
-/// A watch as its document sees it.
+/// The interface of a watch for its document.
 class WatchReceiver {
 public:
     WatchReceiver() = default;
@@ -42,17 +42,17 @@ public:
     WatchReceiver& operator=(const WatchReceiver&) = delete;
     virtual ~WatchReceiver() = default;
 
-    /// Marks those of the candidates (in ascending order) that are watched. Does not allocate.
+    /// Marks the candidates that are watched; they are in ascending order. Does not allocate.
     virtual void mark(std::span<const Candidate> candidates) noexcept = 0;
-    /// Marks all blocks: they have to be read again. Does not allocate.
+    /// Marks all blocks as to be read again. Does not allocate.
     virtual void markUnread() noexcept = 0;
-    /// A round is over: reports what is marked. May do anything to watches and timers.
+    /// Called after a round: reports the marked blocks. May attach, detach and destroy watches and timers.
     virtual void call() noexcept = 0;
     /// Leaves its document.
     virtual void detach() noexcept = 0;
 };
 
-/// A timer as its document sees it.
+/// The interface of a timer for its document.
 class TimerReceiver {
 public:
     TimerReceiver() = default;
@@ -60,25 +60,26 @@ public:
     TimerReceiver& operator=(const TimerReceiver&) = delete;
     virtual ~TimerReceiver() = default;
 
-    /// Milliseconds until it is due.
+    /// Milliseconds until the timer is due.
     [[nodiscard]] virtual std::uint32_t remaining() const noexcept = 0;
-    /// Calls its function if it is due. May do anything to watches and timers.
+    /// Calls the function if the timer is due. May attach, detach and destroy watches and timers.
     virtual void call() noexcept = 0;
     /// Leaves its document.
     virtual void detach() noexcept = 0;
 };
 
-/// One document as this library uses it: the blocks of all its watches, numbered for the superimposed code,
-/// and its timers, which share one plain function. Owned by its receivers; ends with the last one.
+/// The state of this library for one document: the blocks of all watches, numbered for the superimposed
+/// code, and the timers, which share one plain function. Owned by its receivers; destroyed with the last
+/// one.
 ///
-/// Zelvane removes a callback only from all blocks of a document at once. So a block keeps its number after
-/// its last watch was detached, until the document has no watch left.
+/// A block keeps its number after its last watch was detached, until the document has no watch, because
+/// Zelvane detaches a callback only from all blocks of a document at once.
 ///
-/// Destructors of what touches the kit's state are virtual, and their classes are not final: smart pointers
-/// of the standard library can be merged across libraries, and must not call the destructor of another one.
+/// Classes that use the kit's state have virtual destructors and are not final, because smart pointers of
+/// the standard library may be merged across libraries and must not call the destructor of another library.
 class DocumentClient : public std::enable_shared_from_this<DocumentClient> {
 public:
-    /// The client of an open document that has a drawing, made if needed. Throws std::bad_alloc.
+    /// The client of an open document that has a drawing; created if necessary. May throw std::bad_alloc.
     [[nodiscard]] static std::shared_ptr<DocumentClient> of(KzApDocument* document);
 
     explicit DocumentClient(KzApDocument* document);
@@ -90,40 +91,41 @@ public:
     [[nodiscard]] const KzDbDatabase* drawing() const { return drawing_; }
     /// Whether the document is open.
     [[nodiscard]] bool isAlive() const { return isOpen(document_) && document_->database() == drawing_; }
-    /// Whether Zelvane calls this client. After Zelvane was unloaded and loaded again, all is attached again.
+    /// Whether Zelvane calls this client. If Zelvane was unloaded and loaded again, attaches everything
+    /// again first.
     [[nodiscard]] bool isAttached() noexcept;
 
     // ---- watches
     void add(WatchReceiver& watch) { watches_.add(&watch); }
     void remove(WatchReceiver& watch) noexcept;
-    /// Attaches blocks for all watches of the document, and appends their numbers in the same order. Throws
-    /// std::bad_alloc. A failure changes nothing.
+    /// Attaches blocks for all watches of the document, and appends their numbers in the same order. May
+    /// throw std::bad_alloc. A failure has no effect.
     [[nodiscard]] Status attach(std::span<const KzDbObjectId> blocks, std::vector<std::uint32_t>& numbers);
-    /// The number of a block; nothing when it has none.
+    /// The number of a block; nothing if it has none.
     [[nodiscard]] std::optional<std::uint32_t> numberOf(KzDbObjectId block) const;
-    /// Whether Zelvane is there for a watch without blocks.
+    /// Whether Zelvane is loaded, for a watch without blocks.
     [[nodiscard]] Status probe() const {
         return failure() == Status::notLoaded ? Status::notLoaded : Status::ok;
     }
 
-    /// Grows with each edit of the block table, new blocks among them; counting begins with the first call.
+    /// The number of edits of the block table, for example new blocks. Counting begins with the first call.
     [[nodiscard]] std::uint64_t tableChanges();
 
     // ---- timers
-    /// Throws std::bad_alloc. A failure changes nothing.
+    /// May throw std::bad_alloc. A failure has no effect.
     [[nodiscard]] Status add(TimerReceiver& timer);
     void remove(TimerReceiver& timer) noexcept;
 
     // ---- calls from Zelvane
     static void closeRound(std::size_t slot) noexcept;
     static void callTimers(std::size_t slot) noexcept;
-    /// A command of the document has ended: attaches again what Zelvane does not know (any more).
+    /// Called after a command of the document: attaches the blocks that Zelvane does not know.
     static void endCommand(const KzApDocument* document) noexcept;
-    /// Ends all watches and timers of this library, which may be closed next.
+    /// Ends all watches and timers of this library, so that it can be closed.
     static void detachAll() noexcept;
 
 private:
-    /// Different after Zelvane was unloaded, and perhaps without a reason.
+    /// Changes when Zelvane is unloaded or loaded; may also change for other reasons.
     struct Generation {
         bool isRegistered = false;
         std::uint64_t libraryChanges = 0;
@@ -137,7 +139,7 @@ private:
     template <class Call>
     static void callEach(std::size_t slot, Call call) noexcept;
 
-    /// Whether a round of calls goes on: a function may have closed the document or unloaded Zelvane.
+    /// Whether a round of calls continues: a function may have closed the document or unloaded Zelvane.
     [[nodiscard]] bool isCalled() const {
         return isAlive() && (!generation_.isRegistered || kzrxServiceIsRegistered(u"Zelvane"));
     }
@@ -156,16 +158,16 @@ private:
     const KzDbDatabase* drawing_;
     std::size_t slot_;
     Generation generation_ = currentGeneration();
-    bool isLost_ = false; ///< Zelvane was unloaded, and not all is attached again
+    bool isLost_ = false; ///< Zelvane was unloaded, and not everything is attached again
     bool isDue_ = false;
     DocumentClient* next_; ///< in the list of all clients
 
     std::vector<KzDbObjectId> blocks_;    ///< by number
-    std::size_t settled_ = 0;             ///< from this number on, Zelvane may not know them
-    std::size_t commandsSinceAttach_ = 0; ///< counted while some block is not settled
+    std::size_t settled_ = 0;             ///< Zelvane may not know blocks from this number on
+    std::size_t commandsSinceAttach_ = 0; ///< counted while a block is not settled
     std::unordered_map<KzDbObjectId, std::uint32_t> numbers_;
-    SuperimposedCode::Called usedCallbacks_; ///< those that some block is attached to
-    std::vector<Candidate> candidates_;      ///< has room for all blocks, so that marking does not allocate
+    SuperimposedCode::Called usedCallbacks_; ///< callbacks to which blocks are attached
+    std::vector<Candidate> candidates_;      ///< reserved for all blocks, because marking must not allocate
     CallList<WatchReceiver*> watches_;
 
     BlockTableReactorOwner table_;
@@ -177,8 +179,8 @@ private:
 /// The list of all clients.
 inline constinit DocumentClient* firstClient = nullptr;
 
-/// Hears of the end of commands, after which documents become idle. In the document manager's list while
-/// there are clients.
+/// Is notified of the end of commands, after which documents become idle. Registered with the document
+/// manager while there are clients.
 class CommandReactor final : public KzApDocManagerReactor {
 public:
     void documentLockModeChanged(KzApDocument* document, KzAp::DocLockMode, KzAp::DocLockMode,
@@ -186,7 +188,7 @@ public:
         if (command != nullptr && *command == u'#') DocumentClient::endCommand(document);
     }
 
-    /// Adds or removes the one reactor, as it is needed. False if the document manager cannot be reached.
+    /// Adds or removes the reactor as required. False if there is no document manager.
     static bool update() noexcept {
         static CommandReactor* added = nullptr;
         const bool isNeeded = firstClient != nullptr;
@@ -204,9 +206,9 @@ public:
     }
 };
 
-/// Lets all receivers end before the process does: when objects with static storage are destroyed, Zelvane
-/// and the host may be gone. What is registered last is called first, so this is done after Zelvane was
-/// loaded.
+/// Ends all receivers before the process ends, because Zelvane and the host may be destroyed before static
+/// objects of this library. Must be called after Zelvane was loaded, because functions that are registered
+/// last are called first.
 inline void detachAllAtExit() {
     static_cast<void>(std::atexit([] { DocumentClient::detachAll(); }));
 }
@@ -216,7 +218,7 @@ inline std::shared_ptr<DocumentClient> DocumentClient::of(KzApDocument* document
     for (DocumentClient* each = firstClient; each != nullptr; each = each->next_) {
         if (each->document_ == document && each->isAlive()) return each->shared_from_this();
     }
-    // std::make_shared brings in a symbol that keeps the library in memory.
+    // std::make_shared adds a symbol that keeps the library in memory.
     return std::shared_ptr<DocumentClient>(new DocumentClient(document)); // NOLINT(modernize-make-shared)
 }
 
@@ -236,7 +238,7 @@ inline DocumentClient::~DocumentClient() {
     CommandReactor::update();
 }
 
-/// A slot that no other document uses, if there is one.
+/// The slot with the fewest documents.
 inline std::size_t DocumentClient::freeSlot() {
     std::array<std::size_t, documentSlots> users{};
     for (const DocumentClient* each = firstClient; each != nullptr; each = each->next_) ++users[each->slot_];
@@ -248,8 +250,8 @@ inline Status DocumentClient::failure() const {
     return isLoaded ? Status::failed : Status::notLoaded;
 }
 
-/// That Zelvane was unloaded shows by its service; that it was also loaded again, by the number of libraries
-/// that came and went. Attaching what is attached has no effect.
+/// The service shows that Zelvane was unloaded; the number of library changes shows that it was also loaded
+/// again. Attaching again has no effect on blocks that are attached.
 inline bool DocumentClient::isAttached() noexcept try {
     if (!isAlive()) return false;
     const Generation now = currentGeneration();
@@ -258,7 +260,7 @@ inline bool DocumentClient::isAttached() noexcept try {
     if (isLost_ && !now.isRegistered) return false;
     const bool hasTimers = timers_.size() != 0;
     if (!attachBlocksFrom(0) || (hasTimers && !schedule())) return false;
-    if (isLost_) watches_.callEach([](WatchReceiver* watch) { watch->markUnread(); }); // edited unnoticed
+    if (isLost_) watches_.callEach([](WatchReceiver* watch) { watch->markUnread(); }); // edits were missed
     isLost_ = false;
     generation_ = now;
     detachAllAtExit();
@@ -355,15 +357,15 @@ inline void DocumentClient::detachBlocks() noexcept {
     detach(Role::closesRound, slot_);
 }
 
-/// Calls `call(client)` for each client of a slot. Marks them first and looks for the next marked one each
-/// time, so calls may make and destroy clients.
+/// Calls `call(client)` for each client of a slot. Marks the clients first and finds the next marked one
+/// after each call, so calls may create and destroy clients.
 template <class Call>
 void DocumentClient::callEach(std::size_t slot, Call call) noexcept {
     for (DocumentClient* each = firstClient; each != nullptr; each = each->next_) {
         each->isDue_ = each->slot_ == slot;
     }
     const auto callOne = [&](DocumentClient& client) {
-        const auto keptAlive = client.shared_from_this(); // until the call has returned, and no longer
+        const auto keptAlive = client.shared_from_this(); // until the call has returned
         call(client);
     };
     DocumentClient* client = firstClient;
@@ -376,7 +378,8 @@ void DocumentClient::callEach(std::size_t slot, Call call) noexcept {
 
 inline void DocumentClient::closeRound(std::size_t slot) noexcept {
     const auto called = callRounds.close(slot);
-    // All of them before any function is called: a document that cannot be reported now is marked at least.
+    // Marks all of them before any function is called, so that no change is lost if a document cannot be
+    // reported now.
     for (DocumentClient* each = firstClient; each != nullptr; each = each->next_) {
         if (each->slot_ == slot) each->markCalled(called);
     }
@@ -387,7 +390,8 @@ inline void DocumentClient::closeRound(std::size_t slot) noexcept {
     });
 }
 
-/// Decodes what was called. A candidate is certain if one of its callbacks belongs to no other candidate.
+/// Decodes the callbacks that were called. A candidate is certain if one of its callbacks belongs to no
+/// other candidate.
 inline void DocumentClient::markCalled(const std::optional<SuperimposedCode::Called>& called) noexcept {
     candidates_.clear();
     std::array<std::uint32_t, SuperimposedCode::callbacks> users{};
@@ -420,7 +424,7 @@ inline Status DocumentClient::add(TimerReceiver& timer) {
 inline void DocumentClient::remove(TimerReceiver& timer) noexcept {
     timers_.remove(&timer);
     if (timers_.size() != 0) {
-        static_cast<void>(schedule()); // a failure leaves an interval that is too short, or calls that end
+        static_cast<void>(schedule()); // on failure the interval is too short, or the calls end
     } else {
         const KzDxClientCallback callback = callTable().function(Role::timer, slot_);
         exports_.kzdxDocTimerAttach(document_, callback, askedInterval_, 0);
@@ -428,20 +432,21 @@ inline void DocumentClient::remove(TimerReceiver& timer) noexcept {
 }
 
 inline std::uint32_t DocumentClient::remaining() {
-    // Larger values are negative for Zelvane.
+    // Zelvane treats larger values as negative.
     std::uint32_t shortest = std::numeric_limits<std::int32_t>::max();
     timers_.callEach([&](const TimerReceiver* timer) { shortest = std::min(shortest, timer->remaining()); });
     return shortest;
 }
 
-/// Asks to be called when the next timer is due.
+/// Sets the interval to the time until the next timer is due.
 inline bool DocumentClient::schedule() {
     askedInterval_ = remaining();
     const KzDxClientCallback callback = callTable().function(Role::timer, slot_);
     return exports_.kzdxDocTimerAttach(document_, callback, askedInterval_, 1) == 1;
 }
 
-/// A function that documents share is called for each of them: the one that is idle is the current one.
+/// If documents share a plain function, only the timers of the current document are called, because it is
+/// the idle one.
 inline void DocumentClient::callTimers(std::size_t slot) noexcept {
     callEach(slot, [](DocumentClient& client) {
         client.timers_.callEach([&](TimerReceiver* timer) {
@@ -458,12 +463,12 @@ inline void DocumentClient::endCommand(const KzApDocument* document) noexcept {
     }
 }
 
-/// Zelvane skips blocks that it does not know yet: those that were defined since its last update. After the
-/// next command it knows them.
+/// Zelvane ignores blocks that were defined since its last update. It knows them after the next command, so
+/// they are attached again then.
 inline void DocumentClient::settle() noexcept try {
     if (settled_ == blocks_.size() || ++commandsSinceAttach_ < 2) return;
     if (attachBlocksFrom(settled_)) settled_ = blocks_.size();
-} catch (const std::bad_alloc&) { // the next command tries again
+} catch (const std::bad_alloc&) { // retried after the next command
 }
 
 inline void DocumentClient::detachAll() noexcept {
@@ -475,7 +480,7 @@ inline void DocumentClient::detachAll() noexcept {
     }
     client.reset();
     BlockTableReactor::removeStranded();
-    // What the host may still call has to stay in memory.
+    // Reactors that the host may still call must stay in memory.
     const bool isLeft = CommandReactor::update() && !BlockTableReactor::isAnyStranded();
     if (!isLeft) detail::keepLibraryOf(&firstClient);
 }

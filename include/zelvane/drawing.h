@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Reading a drawing: the common questions, in one call each.
+/// Common queries of a drawing, in one call each.
 
 #include "host/block_table.h"
 #include "host/documents.h"
@@ -16,17 +16,17 @@
 #include <string_view>
 #include <utility>
 
-/// Reading a drawing. A null drawing is empty, and so is an object that does not open.
+/// Queries of drawings. A null drawing counts as empty, and so does an object that cannot be opened.
 namespace Zelvane {
 
-/// The document that the user works in; null when there is none.
+/// The current document; null if there is none.
 [[nodiscard]] inline KzApDocument* currentDocument() {
     const KzApDocManager* const manager = kzDocManagerPtr();
     return manager != nullptr ? manager->currentDocument() : nullptr;
 }
 
-/// Whether this is the address of an open document. The address is compared and not used, so that it may be
-/// one of a document that has closed.
+/// Whether an address is that of an open document. The address is compared, not dereferenced, so it may be
+/// that of a closed document.
 [[nodiscard]] inline bool isOpen(const KzApDocument* document) {
     const KzApDocManager* const manager = kzDocManagerPtr();
     if (document == nullptr || manager == nullptr) return false;
@@ -39,12 +39,12 @@ namespace Zelvane {
     return false;
 }
 
-/// The drawing of a document; null without a document, and for one without a drawing.
+/// The drawing of a document; null if the document is null or has no drawing.
 [[nodiscard]] inline KzDbDatabase* drawingOf(const KzApDocument* document) {
     return document != nullptr ? document->database() : nullptr;
 }
 
-/// An array of ids, as the exports take it, from any range of ids: `idArray(std::set{door, window})`.
+/// Converts any range of ids to the array type of the exports: `idArray(std::set{door, window})`.
 template <class Ids>
 [[nodiscard]] KzDbObjectIdArray idArray(const Ids& ids) {
     KzDbObjectIdArray array;
@@ -54,7 +54,7 @@ template <class Ids>
 
 namespace detail {
 
-/// Appends the ids of the block table records, layouts too. False when not all of them can be read now.
+/// Appends the ids of the block table records, including layouts. False if not all of them can be read now.
 [[nodiscard]] inline bool appendRecordIds(const KzDbDatabase& drawing, KzDbObjectIdArray& ids) {
     bool isComplete = true;
     const bool isWalked = forEachRecordId(drawing, [&](KzDbObjectId id) {
@@ -65,7 +65,7 @@ namespace detail {
     return isWalked && isComplete;
 }
 
-/// Appends the ids of the block definitions: the records without the layouts. False when not all of them can
+/// Appends the ids of the block definitions: the records that are not layouts. False if not all of them can
 /// be read now.
 [[nodiscard]] inline bool appendBlockIds(const KzDbDatabase& drawing, KzDbObjectIdArray& ids) {
     KzDbObjectIdArray records;
@@ -80,26 +80,26 @@ namespace detail {
 
 } // namespace detail
 
-/// The ids of the block table records, layouts too, in the order of the table.
+/// The ids of the block table records, including layouts, in table order.
 [[nodiscard]] inline KzDbObjectIdArray recordIds(const KzDbDatabase* drawing) {
     KzDbObjectIdArray ids;
     if (drawing != nullptr) static_cast<void>(detail::appendRecordIds(*drawing, ids));
     return ids;
 }
 
-/// The block table records, layouts too, each open while the loop is at it.
+/// The block table records, including layouts. Each is open during its loop iteration.
 [[nodiscard]] inline OpenedEach<KzDbBlockTableRecord> records(const KzDbDatabase* drawing) {
     return OpenedEach<KzDbBlockTableRecord>(recordIds(drawing));
 }
 
-/// The ids of the block definitions: the records without the layouts.
+/// The ids of the block definitions: the records that are not layouts.
 [[nodiscard]] inline KzDbObjectIdArray blockIds(const KzDbDatabase* drawing) {
     KzDbObjectIdArray ids;
     if (drawing != nullptr) static_cast<void>(detail::appendBlockIds(*drawing, ids));
     return ids;
 }
 
-/// The record of that name (UTF-8), a block definition or a layout; null when there is none.
+/// The record of that name (UTF-8), a block definition or a layout; null if there is none.
 [[nodiscard]] inline KzDbObjectId findBlock(const KzDbDatabase* drawing, std::string_view name) {
     KzDbObjectId id;
     if (drawing == nullptr) return id;
@@ -114,13 +114,13 @@ namespace detail {
     return findBlock(drawing, name);
 }
 
-/// The model-space record of a drawing; null when there is none.
+/// The model-space record of a drawing; null if there is none.
 [[nodiscard]] inline KzDbObjectId modelSpaceId(const KzDbDatabase* drawing) {
     const KzDbSymbolUtilities::Services* const services = KzDbSymbolUtilities::servicesPtr106();
     return drawing != nullptr && services != nullptr ? services->modelSpaceRecordId(drawing) : KzDbObjectId();
 }
 
-/// The name of a record, in UTF-8; empty when it does not open.
+/// The name of a record, in UTF-8; empty if the record cannot be opened.
 [[nodiscard]] inline std::string nameOf(KzDbObjectId record) {
     const Opened<KzDbBlockTableRecord> opened(record);
     const char16_t* name = nullptr;
@@ -129,7 +129,7 @@ namespace detail {
 
 namespace detail {
 
-/// The protocol of representations that an object or a class offers; null when it offers none.
+/// The representation protocol of an object or a class; null if there is none.
 template <class Asked>
 [[nodiscard]] const KzDbBlockRepresentation* representationProtocol(const Asked& asked) {
     const KzRxObject* const protocol = asked.queryX(KzDbBlockRepresentation::desc());
@@ -137,15 +137,15 @@ template <class Asked>
     return isOne ? static_cast<const KzDbBlockRepresentation*>(protocol) : nullptr;
 }
 
-/// Appends the live references that insert a record. False when they cannot be read now; a record that is
-/// erased or gone has none.
+/// Appends the live references that insert a record. False if they cannot be read now. A record that is
+/// erased or no longer exists has none.
 [[nodiscard]] inline bool appendReferences(KzDbObjectId record, KzDbObjectIdArray& ids) {
     const Opened<KzDbBlockTableRecord> opened(record);
     if (!opened) return !record.isValid() || record.isErased();
     return opened->getBlockReferenceIds(ids, true, true) == Orvo::ok;
 }
 
-/// Appends the records that represent a block. False when they cannot be read now.
+/// Appends the records that represent a block. False if they cannot be read now.
 [[nodiscard]] inline bool appendRepresentations(KzDbObjectId block, KzDbObjectIdArray& ids) {
     const KzDbBlockRepresentation* const protocol = representationProtocol(*KzDbBlockReference::desc());
     if (protocol == nullptr) return false;
@@ -154,8 +154,8 @@ template <class Asked>
 
 } // namespace detail
 
-/// The ids of the live references of a block, in order of creation. With the references of an enhanced
-/// block, those of its anonymous representations come after its own, representation by representation.
+/// The ids of the live references of a block, in order of creation. For an enhanced block, the references
+/// of each of its representations follow.
 [[nodiscard]] inline KzDbObjectIdArray referenceIds(KzDbObjectId block) {
     KzDbObjectIdArray records;
     records.append(block);
@@ -167,16 +167,16 @@ template <class Asked>
     return ids;
 }
 
-/// The live references of a block, as `referenceIds` returns them, each open while the loop is at it.
+/// The live references of a block, in the order of `referenceIds`. Each is open during its loop iteration.
 [[nodiscard]] inline OpenedEach<KzDbBlockReference> references(KzDbObjectId block) {
     return OpenedEach<KzDbBlockReference>(referenceIds(block));
 }
 
-/// The enhanced block that a record represents; null for every other record. O(1) when the record has a live
-/// reference, which knows; otherwise the blocks of the drawing are asked for their representations.
+/// The enhanced block that a record represents; null for every other record. O(1) if a live reference of
+/// the record can be opened; otherwise the representations of all blocks of the drawing are read.
 [[nodiscard]] inline KzDbObjectId enhancedBlockOf(KzDbObjectId record) {
     KzDbObjectIdArray own;
-    static_cast<void>(detail::appendReferences(record, own)); // failed: the blocks know, too
+    static_cast<void>(detail::appendReferences(record, own)); // on failure, the blocks are read
     for (const KzDbBlockReference& reference : OpenedEach<KzDbBlockReference>(std::move(own))) {
         const KzDbBlockRepresentation* const protocol = detail::representationProtocol(reference);
         return protocol != nullptr ? protocol->originalBlockTableRecord(&reference) : KzDbObjectId();
@@ -191,8 +191,8 @@ template <class Asked>
     return {};
 }
 
-/// The record of a drawing that stands for another drawing attached to it; the first of several, null when
-/// there is none.
+/// The record of a drawing that represents another drawing attached to it; the first if there are several,
+/// null if there is none.
 [[nodiscard]] inline KzDbObjectId attachmentOf(const KzDbDatabase* drawing, const KzDbDatabase* attached) {
     for (const KzDbBlockTableRecord& record : records(drawing)) {
         if (record.isFromExternalReference() && record.xrefDatabase(false) == attached) {

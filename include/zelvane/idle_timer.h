@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// To be called while a document is idle.
+/// Timers that call a function while a document is idle.
 
 #include "zelvane/attachment.h"
 #include "zelvane/document_client.h"
@@ -16,7 +16,7 @@ namespace Zelvane {
 
 namespace Kit ZELVANE_OWN {
 
-/// A timer while it is attached.
+/// The implementation of an attached timer.
 class IdleReceiver : public TimerReceiver,
                      public detail::Attachment,
                      public std::enable_shared_from_this<IdleReceiver> {
@@ -38,7 +38,7 @@ public:
         const std::uint32_t elapsed = isRunning_ ? 0 : detail::tickCount() - start_;
         return elapsed < interval_ ? interval_ - elapsed : 0;
     }
-    /// Skipped inside itself. No exception may leave a callback: one of the function ends here.
+    /// Calls do not nest. Ignores an exception of the function, because no exception may leave a callback.
     void call() noexcept override {
         if (isRunning_ || remaining() != 0) return;
         const auto keptAlive = shared_from_this();
@@ -63,7 +63,7 @@ public:
 private:
     std::shared_ptr<DocumentClient> client_; ///< null when detached
     std::uint32_t interval_;
-    std::uint32_t start_ = detail::tickCount(); ///< of the interval that runs
+    std::uint32_t start_ = detail::tickCount(); ///< of the current interval
     Function function_;
     bool isAdded_ = false;
     bool isRunning_ = false;
@@ -76,19 +76,18 @@ private:
 ///     Zelvane::IdleTimer timer;
 ///     const Zelvane::Status status = timer.attach(document, 60000, [] { save(); });
 ///
-/// Each timer keeps its own interval. Zelvane has one interval for all callbacks of a document, those of
-/// other modules too: the one that was passed last. The kit passes the time until the next of its timers is
-/// due, so callbacks of other modules may be called more often than they asked for.
+/// Each timer has its own interval. Zelvane has one interval for all callbacks of a document, including
+/// those of other modules: the one that was passed last. The kit passes the time until its next timer is
+/// due, so callbacks of other modules may be called more often than at their own interval.
 ///
-/// What the function may do, and what ends or interrupts the calls, is as with `BlockWatch`. It is not called
-/// inside itself: while it runs the message loop, it is skipped.
+/// For what the function may do, and what ends or interrupts a timer, see `BlockWatch`. Calls do not nest:
+/// if the function runs the message loop, calls during this time are skipped.
 class IdleTimer {
 public:
-    /// The functions that can be attached: all that can be called like this, also those that move but do not
-    /// copy.
+    /// The signature of the function. Move-only function objects can be attached too.
     using Function = std::function<void()>;
 
-    /// Nothing is attached yet. A timer moves with what is attached; what the target had attached ends.
+    /// A new timer is not attached. Moving transfers the attachment; that of the target ends.
     /// @{
     ZELVANE_OWN IdleTimer() = default;
     ZELVANE_OWN IdleTimer(IdleTimer&&) noexcept = default;
@@ -96,18 +95,20 @@ public:
     ZELVANE_OWN ~IdleTimer() = default;
     /// @}
 
-    /// Calls `function` at idle checks at which at least `interval` milliseconds have passed since it
-    /// returned, at first since it was attached; 0: at every idle check. See `Status`.
+    /// Attaches a function. It is called at each idle check at which at least `interval` milliseconds have
+    /// passed since its last call returned, at first since it was attached. 0 means every idle check. See
+    /// `Status`.
     template <class F>
     ZELVANE_OWN Status attach(KzApDocument* document, std::uint32_t interval, F&& function) {
         const auto start = [](Kit::IdleReceiver& made) { return made.start(); };
         return attachment_.attach<Kit::IdleReceiver>(document, std::forward<F>(function), start, interval);
     }
 
-    /// Ends the timer: the function is not called any more. Has no effect if nothing is attached.
+    /// Ends the timer: the function is no longer called. Has no effect if the timer is not attached.
     ZELVANE_OWN void detach() { attachment_.reset(); }
 
-    /// Whether the function is called: false as well if the document is closed or Zelvane is not loaded.
+    /// Whether the function is called. False if the timer is not attached, the document is closed, or
+    /// Zelvane is not loaded.
     [[nodiscard]] ZELVANE_OWN bool isAttached() const { return attachment_.isAttached(); }
 
 private:

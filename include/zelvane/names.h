@@ -1,25 +1,25 @@
 #pragma once
 
 /// @file
-/// The host's texts in UTF-8.
+/// Conversion of the host's texts from and to UTF-8.
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-/// The host's texts are UTF-16; these turn them into UTF-8 and back. What is not valid becomes U+FFFD.
+/// Conversions between UTF-16, the encoding of the host's texts, and UTF-8. Invalid input becomes U+FFFD.
 namespace Zelvane {
 
 namespace detail {
 
 inline constexpr char32_t replacementCharacter = 0xFFFD;
 
-/// Whether a code point can stand in a text at all.
+/// Whether a code point is valid in a text.
 constexpr bool isScalar(char32_t c) {
     return c < 0x110000 && (c < 0xD800 || c >= 0xE000);
 }
 
-/// Takes one code point from the front of a text that is not empty.
+/// Removes the first code point of a text, which must not be empty.
 inline char32_t takeCodePoint(std::u16string_view& text) {
     const char32_t first = text.front();
     text.remove_prefix(1);
@@ -31,7 +31,7 @@ inline char32_t takeCodePoint(std::u16string_view& text) {
     return 0x10000 + ((first - 0xD800) << 10U) + (second - 0xDC00);
 }
 
-/// The same from UTF-8. A sequence that is cut short, overlong or no character is passed over byte by byte.
+/// The same for UTF-8. If a sequence is incomplete, overlong or not a character, removes one byte.
 inline char32_t takeCodePoint(std::string_view& text) {
     const auto byteAt = [&](std::size_t at) {
         return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
@@ -74,14 +74,14 @@ inline void append(std::u16string& text, char32_t c) {
 
 } // namespace detail
 
-/// A text of the host as UTF-8: `std::puts(utf8(name).c_str())`.
+/// Converts a text of the host to UTF-8: `std::puts(utf8(name).c_str())`.
 [[nodiscard]] inline std::string utf8(std::u16string_view text) {
     std::string result;
     while (!text.empty()) detail::append(result, detail::takeCodePoint(text));
     return result;
 }
 
-/// UTF-8 as a text of the host: `table->getAt(utf16(name).c_str(), id, false)`.
+/// Converts UTF-8 to a text of the host: `table->getAt(utf16(name).c_str(), id, false)`.
 [[nodiscard]] inline std::u16string utf16(std::string_view text) {
     std::u16string result;
     while (!text.empty()) detail::append(result, detail::takeCodePoint(text));

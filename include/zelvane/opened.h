@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Objects that are closed when they go out of scope.
+/// Scope guards for open host objects.
 
 #include "host/id_array.h"
 #include "host/objects.h"
@@ -14,28 +14,27 @@
 
 namespace Zelvane {
 
-/// Scope guard: a host object that is open as long as this lives.
+/// Scope guard: opens a host object and closes it when destroyed.
 ///
 ///     const Zelvane::Opened<KzDbBlockTableRecord> record(id);
 ///     if (record && record->isLayout()) ...
 ///
-/// Check that the opening succeeded before using the object. Keep it for the shortest time: as long as an
-/// object is open, it cannot be edited. An object without an id is in no drawing; it is deleted instead of
-/// closed.
+/// Check that the object is open before using it. Keep the scope short, because an open object cannot be
+/// edited. An object without an id is in no drawing; it is deleted instead of closed.
 template <class T>
 class Opened {
 public:
-    /// Opens it; an erased one only with `openErased`.
+    /// Opens an object; an erased one only with `openErased`.
     explicit Opened(KzDbObjectId id, KzDb::OpenMode mode = KzDb::OpenMode::forRead, bool openErased = false) {
         KzDbObject* object = nullptr;
         status_ = kzdbOpenKzDbObject(object, id, mode, T::desc(), openErased);
         if (status_ == Orvo::ok) object_ = static_cast<T*>(object);
     }
-    /// Takes over an object that is open already; null counts as a failed opening.
+    /// Takes ownership of an opening. Null counts as a failed opening.
     explicit Opened(T* object)
         : object_(object), status_(object == nullptr ? Orvo::missingCollaborator : Orvo::ok) {}
     ~Opened() { close(); }
-    /// Hands the opening over: `other` holds nothing open afterwards.
+    /// Transfers the opening: `other` has no open object afterwards.
     /// @{
     Opened(Opened&& other) noexcept
         : object_(std::exchange(other.object_, nullptr)), status_(other.status_) {}
@@ -48,16 +47,16 @@ public:
     }
     /// @}
 
-    /// Whether it is open.
+    /// Whether the object is open.
     explicit operator bool() const { return object_ != nullptr; }
-    /// The object. Only when it is open.
+    /// The object, which must be open.
     /// @{
     T* operator->() const { return object_; }
     T& operator*() const { return *object_; }
     /// @}
     /// The object; null if it is not open.
     [[nodiscard]] T* get() const { return object_; }
-    /// Why the object did not open; 0 when it did.
+    /// Why the object could not be opened; 0 if it is open.
     [[nodiscard]] Orvo::ErrorStatus status() const { return status_; }
 
 private:
@@ -66,7 +65,7 @@ private:
         if (object_->objectId().isNull()) {
             delete object_;
         } else {
-            static_cast<void>(object_->close()); // a failure leaves nothing to do
+            static_cast<void>(object_->close()); // a failure cannot be handled
         }
     }
 
@@ -74,24 +73,24 @@ private:
     Orvo::ErrorStatus status_ = Orvo::ok;
 };
 
-/// Range: the objects of a list of ids, each open for reading while the loop is at it. Ids that do not open
-/// as a T (erased, or being edited) are skipped.
+/// Range: the objects of a list of ids, each open for read during its loop iteration. Objects that cannot
+/// be opened as a T, for example because they are erased or being edited, are skipped.
 ///
 ///     for (const KzDbBlockTableRecord& record : Zelvane::records(document->database())) ...
 ///     for (const auto& reference : Zelvane::references(door) | std::views::take(1)) ...
 ///
-/// The list is a copy: the loop may edit the drawing, except for the object that it is at. Each iterator
-/// holds one object open, so iterators move and do not copy: an input range.
+/// The list is a copy: the loop may edit the drawing, except for the current object. An input range:
+/// iterators are move-only, because each has an open object.
 template <class T>
 class OpenedEach {
 public:
-    /// The objects of these ids, in this order.
+    /// The objects of the ids, in the given order.
     explicit OpenedEach(KzDbObjectIdArray ids) : ids_(std::move(ids)) {}
 
-    /// The place of a loop, with the object that is open there. Valid as long as the range is.
+    /// A position in the list, with the open object. Valid as long as the range.
     class Iterator {
     public:
-        /// What the standard library asks of an input iterator.
+        /// The requirements of an input iterator.
         /// @{
         using iterator_concept = std::input_iterator_tag;
         using value_type = T;
@@ -121,9 +120,9 @@ public:
         std::optional<Opened<T>> current_;
     };
 
-    /// Begins a loop.
+    /// Opens the first object.
     [[nodiscard]] Iterator begin() const { return Iterator(ids_); }
-    /// Where each loop ends.
+    /// The end of the range.
     [[nodiscard]] static std::default_sentinel_t end() { return {}; }
 
 private:

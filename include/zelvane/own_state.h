@@ -1,13 +1,14 @@
 #pragma once
 
 /// @file
-/// State that each library has for itself.
+/// Marks the state that each library has separately.
 
 #include "host/platform_export.h"
 
-// Where symbols are merged across libraries, the kit's state and all that touches it take this mark, whatever
-// flags a client is compiled with. Otherwise the libraries of a process would share the state, functions of
-// one would work on the state of another, and none could leave memory.
+// Marks the kit's state, and all functions that use it, as hidden, whatever flags a client is compiled
+// with. Without the mark, on systems that merge symbols across libraries, the libraries of a process would
+// share the state, functions of one library would use the state of another, and no library could be removed
+// from memory.
 /// @cond
 #define ZELVANE_OWN KZ_HIDDEN
 /// @endcond

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Where the references of a block are placed, and what is different later.
+/// The placements of the references of a block, and their comparison.
 
 #include "zelvane/block_changes.h"
 #include "zelvane/drawing.h"
@@ -18,10 +18,10 @@
 namespace Zelvane { // NOLINT(modernize-concat-nested-namespaces): only one of them has the attribute
 namespace Kit ZELVANE_OWN {
 
-/// Where the references of one block are placed: 16 bytes for each.
+/// The owners of the references of one block: 16 bytes per reference.
 struct Placements {
-    std::vector<KzDbObjectId> references; ///< live ones, in the order in which the host lists them
-    std::vector<KzDbObjectId> owners;     ///< the record that holds each; null if it was never readable
+    std::vector<KzDbObjectId> references; ///< the live ones, in the order of the host's lists
+    std::vector<KzDbObjectId> owners;     ///< the owner of each reference; null if it was never readable
 
     void add(KzDbObjectId reference, KzDbObjectId owner) {
         references.push_back(reference);
@@ -29,20 +29,20 @@ struct Placements {
     }
 };
 
-/// Reads the references of one block and compares them with what is known.
+/// Reads the references of one block and compares them with the known placements.
 ///
-/// What cannot be read now keeps its last known place: a reference that is held open, or the whole block when
-/// its list cannot be read. A new reference that cannot be read is left out until it can be.
+/// A reference that cannot be read now keeps its last known owner; if the list of a block cannot be read,
+/// this applies to all its references. A new reference that cannot be read is left out until it can be.
 class PlacementReader {
 public:
-    /// The outcome of a comparison.
+    /// The result of a comparison.
     enum class Result {
-        same,    ///< `now()` is meaningless: what is known still holds
-        differs, ///< `now()` replaces what is known, `change()` says what is different
+        same,    ///< the known placements are current; `now()` is undefined
+        differs, ///< `now()` replaces the known placements, `change()` has the differences
     };
 
-    /// Reads a block for the first time. True if all could be read. If not even the list could be, nothing is
-    /// known of the block: `isListRead()`.
+    /// Reads a block for the first time. True if all of it could be read. If the list could not be read,
+    /// there is no result, see `isListRead()`.
     [[nodiscard]] bool read(KzDbObjectId block) {
         begin(block);
         if (!isListRead_) return false;
@@ -63,7 +63,7 @@ public:
     }
 
     [[nodiscard]] bool isListRead() const { return isListRead_; }
-    /// Whether all of the block could be read.
+    /// Whether the block could be read completely.
     [[nodiscard]] bool isComplete() const { return isComplete_; }
     [[nodiscard]] Placements& now() { return now_; }
     [[nodiscard]] BlockChange& change() { return change_; }
@@ -89,7 +89,8 @@ private:
         return true;
     }
 
-    /// A host without the protocol has no representations. One that had it before has failed.
+    /// If the host does not have the protocol, there are no representations. If it had the protocol before,
+    /// it failed.
     [[nodiscard]] bool appendRepresentations(KzDbObjectId block) {
         const auto* const protocol = detail::representationProtocol(*KzDbBlockReference::desc());
         if (protocol == nullptr) return !hostHasRepresentations;
@@ -97,7 +98,7 @@ private:
         return protocol->getRepresentations(block, representations_) == Orvo::ok || !block.isValid();
     }
 
-    /// The record that holds a reference; null if it cannot be read now.
+    /// The owner of a reference; null if it cannot be read now.
     [[nodiscard]] KzDbObjectId ownerOf(KzDbObjectId reference) {
         const Opened<KzDbBlockReference> opened(reference);
         if (!opened) isComplete_ = false;
@@ -110,7 +111,7 @@ private:
                (left.empty() || std::memcmp(left.data(), right.data(), left.size_bytes()) == 0);
     }
 
-    /// The list is the same: any of its references may have moved.
+    /// Compares the owners if the list is the same.
     [[nodiscard]] Result compareOwners(const Placements& known) {
         Result result = Result::same;
         for (std::size_t at = 0; at < known.references.size(); ++at) {
@@ -125,14 +126,14 @@ private:
 
     void place(std::size_t at, KzDbObjectId before, KzDbObjectId owner) {
         now_.owners[at] = owner;
-        // An owner that was never readable did not change: the reference lay there all the time.
+        // If the owner was never readable, the reference counts as placed there from the beginning.
         if (!before.isNull()) change_.moved.push_back({now_.references[at], before, owner});
     }
 
     [[nodiscard]] Result compareLists(const Placements& known) {
         const std::vector<std::size_t> order = orderOf(known.references);
         std::vector<bool> isFound(order.size());
-        std::size_t next = 0; // mostly both lists ascend, and the next one is the one looked for
+        std::size_t next = 0; // usually both lists ascend, and the next one matches
         const auto find = [&](KzDbObjectId reference) {
             const auto idAt = [&](std::size_t at) { return known.references[at]; };
             if (next == order.size() || idAt(order[next]) != reference) {
@@ -164,7 +165,7 @@ private:
 
     [[nodiscard]] std::size_t listSize() const { return static_cast<std::size_t>(list_.length()); }
 
-    /// The places of a list in ascending order of its ids.
+    /// The positions of a list in ascending order of its ids.
     [[nodiscard]] static std::vector<std::size_t> orderOf(Ids ids) {
         std::vector<std::size_t> order(ids.size());
         for (std::size_t at = 0; at < order.size(); ++at) order[at] = at;

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What the client kit asks of the operating system, for each system.
+/// The functions of the operating system that the client kit uses.
 
 #include <cstdint>
 
@@ -20,18 +20,18 @@
 #include <link.h>
 #endif
 
-/// A library of the process, kept in memory as long as this stands.
+/// A loaded library of the process. Keeps the library in memory while the object exists.
 class KzDxLoadedLibrary {
 public:
-    /// Loads nothing: looks for a library with that file name among the loaded ones.
+    /// Finds a loaded library by its file name. Does not load one.
     explicit KzDxLoadedLibrary(const char* fileName) noexcept;
     KzDxLoadedLibrary(const KzDxLoadedLibrary&) = delete;
     KzDxLoadedLibrary& operator=(const KzDxLoadedLibrary&) = delete;
     ~KzDxLoadedLibrary();
 
-    /// Whether it is there.
+    /// Whether the library was found.
     [[nodiscard]] bool isFound() const noexcept { return handle_ != nullptr; }
-    /// The address of an exported function; null when there is none.
+    /// The address of an exported function; null if there is none.
     template <class Function>
     [[nodiscard]] Function* function(const char* name) const noexcept;
 
@@ -45,20 +45,21 @@ private:
 
 namespace Zelvane::detail {
 
-/// The clock by which the loaded Zelvane measures intervals: milliseconds, wrapping around.
+/// The clock that the loaded Zelvane uses for intervals: milliseconds, with wrap-around.
 [[nodiscard]] inline std::uint32_t tickCount();
 
-/// A number that changes whenever a library was loaded or unloaded; always 0 where the system does not say.
+/// A number that changes whenever a library is loaded or unloaded; always 0 if the system does not support
+/// this.
 [[nodiscard]] inline std::uint64_t libraryChanges();
 
-/// Keeps the library of an address in memory until the process ends.
+/// Keeps the library that contains an address in memory until the process ends.
 inline void keepLibraryOf(const void* address) noexcept;
 
 } // namespace Zelvane::detail
 
 #if defined(_WIN32)
 
-/// The headless host, if it plays the host, has a clock of its own.
+/// The headless host, if it is the host of the process, has its own clock.
 inline std::uint32_t Zelvane::detail::tickCount() {
     using TickCount = std::uint32_t();
     const KzDxLoadedLibrary headlessHost("kzheadless.dll");

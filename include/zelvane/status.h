@@ -5,24 +5,24 @@
 
 namespace Zelvane {
 
-/// The result of attaching a watch or a timer. `ok` has attached all that was asked for, `noSuchBlock` all
-/// blocks but those that `BlockWatch::unknownBlocks` returns. Every other status has changed nothing: what
-/// was attached stays attached, and the function object that was passed can be used again.
+/// The result of attaching a watch or a timer. `ok`: everything is attached. `noSuchBlock`: all blocks are
+/// attached except those that `BlockWatch::unknownBlocks` returns. With any other status the call had no
+/// effect: existing attachments are unchanged, and the function object that was passed can be used again.
 enum class [[nodiscard]] Status{
     ok,
     noFunction,      ///< the function object is empty
     noDocument,      ///< the document is null, not open, or has no drawing
     notLoaded,       ///< "Zelvane.hmx" is not loaded
     noBlocks,        ///< the list of blocks is empty
-    noSuchBlock,     ///< some ids name no block of the document, or an erased one
+    noSuchBlock,     ///< some ids identify no block of the document, or an erased one
     alreadyAttached, ///< the watch or timer is attached; detach it first
-    failed,          ///< Zelvane or the host failed, out of memory for instance
-    notAttached,     ///< the watch is not attached, so no blocks can be added to it
+    failed,          ///< Zelvane or the host failed, for example out of memory
+    notAttached,     ///< blocks cannot be added, because the watch is not attached
     /// Former name of `failed`.
     refused [[deprecated("use failed")]] = failed,
 };
 
-/// The status in words, to be put behind "not attached: ".
+/// Describes a status, for a message that begins with "not attached: ".
 [[nodiscard]] constexpr const char* describe(Status status) noexcept {
     switch (status) {
     case Status::ok:

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// How a watch finds out which of its blocks changed, although a callback says nothing.
+/// Identification of the changed blocks of a watch by callbacks without arguments.
 
 #include <algorithm>
 #include <array>
@@ -11,15 +11,14 @@
 /// Internals of the client kit. Clients use `BlockWatch` and `IdleTimer`.
 namespace Zelvane::detail {
 
-/// A superimposed code (Kautz and Singleton): which blocks changed is read off the callbacks that were
+/// A superimposed code (Kautz and Singleton): identifies the changed blocks by the callbacks that were
 /// called.
 ///
-/// A callback carries no data, but it has an address. Block `number` is attached under one callback in each
+/// A callback has no arguments, but it has an address. Block `number` is attached to one callback in each
 /// of four rows; the column in row r is a + r·b + r²·c modulo 127, where a, b and c are the digits of the
-/// number in base 127. A block can have changed only if all of its four callbacks were called, so the
-/// callbacks work like a Bloom filter: no changed block is missed, and the code bounds what is named in
-/// excess. Two such polynomials agree in at most as many rows as the degree of their difference. Hence the
-/// answer is
+/// number in base 127. A block can have changed only if all of its four callbacks were called, as in a
+/// Bloom filter: there are no false negatives, and the code limits the false positives. Two such
+/// polynomials agree in at most as many rows as the degree of their difference. Hence the result is
 ///
 /// - exact for the first 127 blocks of a document: in row 0 each has a column of its own;
 /// - exact for the first 16,129 blocks when at most three changed, because c is 0 for them;
@@ -60,7 +59,7 @@ struct SuperimposedCode {
     }
 
 private:
-    /// r·b + r²·c, of the number without its lowest digit.
+    /// r·b + r²·c; `upper` is the number without its lowest digit.
     [[nodiscard]] static constexpr std::size_t shift(std::size_t upper, std::size_t row) {
         return row * (upper % columns + row * (upper / columns % columns)) % columns;
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Plain functions that lead to what they are called for.
+/// Plain functions that call a function with their number.
 
 #include "zelvane/own_state.h"
 #include "zelvane/zelvane.h"
@@ -12,14 +12,13 @@
 
 namespace Zelvane {
 
-/// A callback that passes its number on: callbacks carry no data, and differ in their addresses alone.
+/// A callback that passes its number to `call`. Callbacks have no data and differ only in their addresses.
 template <auto call, std::size_t number>
 ZELVANE_OWN void trampoline() {
     call(number);
 }
 
-/// The trampolines 0 … count - 1 of `call`, a function that is given their numbers. Their addresses are in
-/// no particular order.
+/// The trampolines 0 … count - 1 of `call`. Their addresses are in no particular order.
 template <auto call, std::size_t count>
 [[nodiscard]] ZELVANE_OWN constexpr std::array<KzDxClientCallback, count> trampolines() {
     return []<std::size_t... numbers>(std::index_sequence<numbers...>) {
