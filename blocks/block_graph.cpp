@@ -31,17 +31,16 @@ Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocument* 
     return Orvo::ok;
 }
 
-/// Does the same as `init` and `startFollowing`, but opens each reference once: the graph is switched on
-/// before the references are read, so that they are registered with in the same opening.
+/// The same as `init` and `startFollowing`, but opens each reference once: the graph is switched on before
+/// the references are read, so that reading also registers with them.
 void KzDxBlocks::buildFollowing() {
     const KzDbDatabase* const drawing = database();
-    if (drawing == nullptr) return; // the host answers differently each time
-    // The second scan can find more: a representation that comes before its block in the table gets a node of
-    // its own from the first one, and leads to its block from the second one on.
+    if (drawing == nullptr) return; // the host returned another result before
+    // The second scan may find more: if a representation precedes its block in the table, the first scan
+    // creates a separate node for it, and the second one finds its block.
     for (int scan = 1; scan <= 2; ++scan) scanner_.scanTable(*drawing);
     scanner_.readUnreachedNodes(*drawing);
-    const Orvo::ErrorStatus status =
-        setEnabled(true); // if it fails, the caller tries again and gets the status
+    const Orvo::ErrorStatus status = setEnabled(true); // the caller retries a failure and gets the status
     scanner_.readStaleNodes(*drawing);
     if (status == Orvo::ok) scanner_.settle();
     setHasChanges(false);
@@ -51,11 +50,11 @@ Orvo::ErrorStatus KzDxBlocks::init(KzDxDocument* document) {
     const Orvo::ErrorStatus status = bind(kzdxContextOf(document));
     if (status != Orvo::ok) return status;
     static_cast<void>(scanBlockTable()); // cannot fail: there is a drawing
-    setHasChanges(false);                // all of it is new
+    setHasChanges(false);                // a new graph has no changes
     return Orvo::ok;
 }
 
-/// Takes the document, and looks up its model space, without which nothing can be counted. Creates no node.
+/// Stores the document and finds its model space, which queries need. Creates no nodes.
 Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
     reset();
     if (document == nullptr) return Orvo::missingCollaborator;
@@ -70,7 +69,7 @@ Orvo::ErrorStatus KzDxBlocks::bind(KzDxDocumentContext* document) {
 void KzDxBlocks::reset() {
     document_ = nullptr;
     modelSpaceId_ = KzDbObjectId();
-    // What refers to nodes goes first. The nodes unregister as they are deleted, some of them later.
+    // References to nodes are removed first. The deletion of some nodes may be deferred.
     nesting_.release();
     scanner_.clear();
     state_.clear();
@@ -85,7 +84,7 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
     if (record == nullptr) return Orvo::missingCollaborator;
     const Orvo::ErrorStatus status = addNode(node, *record);
     if (status == Orvo::ok)
-        static_cast<void>(node->refresh()); // what cannot be read now, the next scan reads
+        static_cast<void>(node->refresh()); // the next scan reads the nodes that cannot be read now
     return status;
 }
 

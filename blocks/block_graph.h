@@ -21,19 +21,19 @@
 class KzDxBlock;
 class KzDxDocument;
 
-/// The block graph of one drawing: a node for each block and layout, which knows where its references
-/// are placed.
+/// The block graph of one drawing: a node for each block and layout, with the placements of its references.
+/// Owned by the document data.
 ///
-/// While switched on, the graph observes the drawing. Edits only set dirty state: `needsScan` (something must
-/// be read again) and `hasChanges` (some node changed and clients have not been notified). `update` processes
-/// it, at the document's next idle check or on request: it reads again what may have changed, marks every
-/// block that is nested in a changed block, and calls each client callback of a changed block once.
+/// While switched on, the graph observes the drawing. Edits only set dirty state: `needsScan` (a part must
+/// be read again) and `hasChanges` (a node changed and clients have not been notified). `update` processes
+/// the dirty state, at the document's next idle check or on request: it reads the parts that may have
+/// changed, marks every block that is nested in a changed block, and calls each client callback of a
+/// changed block once.
 ///
-/// Updates are incremental, and exact: an update leaves the graph as reading everything would. What an update
-/// reads is decided by `KzDxUpdateState` and `KzDxDrawingScanner`.
+/// Updates are incremental and exact: the result is the same as that of reading everything.
+/// `KzDxUpdateState` and `KzDxDrawingScanner` decide what an update reads.
 ///
-/// Ids and callbacks are in ascending order everywhere. A client callback may do anything, including
-/// destroying the graph.
+/// All ids and callbacks are in ascending order. Client callbacks may re-enter and may destroy the graph.
 ///
 /// In this folder "graph" means this class, and "node" `KzDxBlock`. The virtual operations are called by
 /// slot: their order is fixed.
@@ -45,11 +45,11 @@ public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
 
     /// Creates the graph of a document and builds it, switched off. On failure `graph` is null:
-    /// `missingCollaborator` without a document or a drawing, else the status of the block table or of its
-    /// model-space record.
+    /// `missingCollaborator` without a document or a drawing, otherwise the status of the block table or of
+    /// its model-space record.
     static Orvo::ErrorStatus create(KzDxBlocks*& graph, KzDxDocument* document);
 
-    /// The same, switched on as by `startFollowing` if it can be; each reference is opened once.
+    /// The same, switched on as by `startFollowing` if possible. Each reference is opened once.
     static Orvo::ErrorStatus createFollowing(KzDxBlocks*& graph, KzDxDocument* document);
 
     /// Empties the graph and unregisters it from everything that can be opened. Works also if the document
@@ -61,7 +61,8 @@ public:
 
     // Emptying.
 
-    /// Deletes the nodes and the timer; the graph then belongs to no document. The switch stays as it is.
+    /// Deletes the nodes and the timer; the graph then belongs to no document. Does not change whether it
+    /// is switched on.
     virtual void reset();
 
     // Queries (block_graph_queries.cpp). The module itself uses `database`; the others are not called here.
@@ -84,23 +85,25 @@ public:
                                                   KzDxIdSet& visited);
     virtual Orvo::ErrorStatus getNestedBlocks(KzDbObjectId block, bool recursive, KzDxIdSet& found);
 
-    // Following the drawing (block_graph_update.cpp).
+    // Observing the drawing (block_graph_update.cpp).
 
-    /// Reads everything: lists the layouts, creates nodes for new records, and has every other node read its
-    /// references again, each once. Clears `needsScan` everywhere. `missingCollaborator` without a drawing.
+    /// Reads everything: lists the layouts, creates nodes for new records, and reads the references of
+    /// every other node again, each once. Clears `needsScan` of the graph and of all nodes.
+    /// `missingCollaborator` without a drawing.
     virtual Orvo::ErrorStatus scanBlockTable();
 
-    /// Calls the callbacks of all changed nodes, each once, and clears `hasChanges` everywhere, also where
-    /// the callbacks' own edits set it. The callbacks are collected first: a callback that is detached
-    /// meanwhile is still called.
+    /// Calls the callbacks of all changed nodes, each once, and clears `hasChanges` of the graph and of all
+    /// nodes, also if the callbacks' own edits set it. The callbacks are collected first: a callback that
+    /// is detached meanwhile is still called.
     virtual void notifyClients();
 
-    /// Marks every block that is nested, at any depth, in a changed block. Does not mark the blocks around
-    /// it.
+    /// Marks every block that is nested, at any depth, in a changed block as changed. Does not mark
+    /// ancestors.
     virtual void propagateChanges();
 
-    /// Scans and propagates, and with `notify` calls clients. With `force` it reads everything, which repairs
-    /// missed notifications; without, only what may have changed, and only while switched on and marked.
+    /// Scans and propagates, and with `notify` calls clients. With `force`, reads everything, which repairs
+    /// missed notifications; without, reads only what may have changed, and only if the graph is switched
+    /// on and dirty.
     virtual void update(bool force, bool notify);
 
     [[nodiscard]] virtual bool needsScan() const { return needsScan_; }
@@ -124,32 +127,32 @@ public:
 
     // For nodes.
 
-    /// The record of this drawing that represents the attached drawing which holds `id`: the first one in the
-    /// table. Null for an id of this drawing, and if there is no such record. Opens every record before it.
+    /// The first record of this drawing that represents the attached drawing that contains `id`. Null for
+    /// an id of this drawing, and if there is no such record. O(records before it).
     [[nodiscard]] virtual KzDbObjectId xrefBlockOf(KzDbObjectId id) const;
 
-    /// Adds a further key for a node, unless the key exists.
+    /// Adds another key for a node, unless the key exists.
     virtual void addBlockAlias(KzDbObjectId key, KzDxBlock* node);
 
     // Building.
 
-    /// Binds the graph to a document and builds it, as `create` does. From scratch if it was built before.
+    /// Assigns the graph to a document and builds it, as `create` does; from scratch if it was built
+    /// before.
     virtual Orvo::ErrorStatus init(KzDxDocument* document);
 
     /// Creates the node of an open record and reads it. `alreadyPresent` if the record is a key,
     /// `missingCollaborator` for null.
     virtual Orvo::ErrorStatus addBlock(KzDxBlock*& node, KzDbBlockTableRecord* record);
 
-    /// Starts or stops following the drawing: registers with the block table and switches nodes and timer.
-    /// `missingCollaborator` without a drawing, or the status of opening the block table, with nothing
-    /// changed.
+    /// Starts or stops observing the drawing: registers with the block table, or unregisters, and switches
+    /// nodes and timer. `missingCollaborator` without a drawing, or the status of opening the block table;
+    /// then it had no effect.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
     /// The timer's notification: `update(false, true)`.
     void timerElapsed() override;
 
-    /// Starts following the drawing from its present state: earlier edits are not reported. The status is
-    /// that of `setEnabled`.
+    /// Starts observing the drawing: earlier edits are not reported. The status is that of `setEnabled`.
     Orvo::ErrorStatus startFollowing();
 
     /// The ids of the records that are layouts, in table order, as of the last scan.
@@ -167,9 +170,10 @@ public:
 
     [[nodiscard]] KzDxUpdateState& updateState() { return state_; }
     [[nodiscard]] KzDxBlockNesting& nesting() { return nesting_; }
-    /// Creates the node of an open record, which the next reading of stale nodes reads. Status as `addBlock`.
+    /// Creates the node of an open record. The node is stale, so the next reading phase reads it. The
+    /// status is that of `addBlock`.
     [[nodiscard]] Orvo::ErrorStatus addNode(KzDxBlock*& node, KzDbBlockTableRecord& record);
-    /// Removes what refers to a node whose creation failed.
+    /// Removes the keys and list entries of a node whose creation failed.
     void forgetNode(KzDxBlock& node) noexcept;
 
 private:
@@ -202,7 +206,7 @@ private:
     bool needsScan_ = true;
     bool hasChanges_ = false;
     std::optional<KzDxTimer> timer_; // in place, so that creating it does not allocate
-    /// The block table that the graph is a reactor of; null if it is a reactor of none.
+    /// The block table of which the graph is a reactor; null if there is none.
     KzDbObjectId watchedTable_;
 
     KzDxUpdateState state_;

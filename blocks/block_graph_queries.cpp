@@ -6,19 +6,19 @@ std::uint32_t KzDxBlocks::countReferences(KzDbObjectId block, KzDbObjectId conta
                                           KzDxIdSet& counted) {
     const KzDxBlock* const blockNode = node(block);
     if (blockNode == nullptr || node(container) == nullptr) return 0;
-    // A block that was counted before counts nothing.
+    // A block of `counted` counts as 0.
     if (nested) return counted.insert(block) ? countNested(*blockNode, container, counted) : 0;
     const KzDxContainers::Entry* const entry = blockNode->containers().find(container);
     return entry == nullptr ? 0 : entry->count;
 }
 
-/// The number of references of a block in `container`, one level of nesting included: each of its containers
-/// counts as often as it is itself placed in `container`.
+/// The number of references of a block in `container`, including one level of nesting: each of its
+/// containers counts as often as it is placed in `container`.
 std::uint32_t KzDxBlocks::countNested(const KzDxBlock& node, KzDbObjectId container, KzDxIdSet& counted) {
     std::uint32_t sum = 0;
     for (const KzDxContainers::Entry& entry : node.containers()) {
         KzDbObjectId placedIn = entry.container;
-        // Its record may have become the model space of that drawing since it was read.
+        // The record may have become the model space of that drawing after it was read.
         if (kzdxIsForeignModelSpace(placedIn, database())) placedIn = xrefBlockOf(placedIn);
         if (!placedIn.isValid() || placedIn.isErased() || placedIn.isEffectivelyErased()) continue;
         const std::uint32_t times =

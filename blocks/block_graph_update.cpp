@@ -44,7 +44,7 @@ void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
     table.addReactor(this);
     setNodesEnabled(true);
     enableTimer();
-    storeEnabled(true); // last: a graph that is on has all of it
+    storeEnabled(true); // last: a graph that is switched on is complete
     undo.dismiss();
 }
 
@@ -57,20 +57,20 @@ void KzDxBlocks::stopFollowing(const KzDbBlockTable& table) {
 }
 
 void KzDxBlocks::setNodesEnabled(bool enable) {
-    // A node keeps what it could not register or unregister with.
+    // Nodes remember the registrations that failed.
     for (const auto& node : store_.nodes()) static_cast<void>(node->setEnabled(enable));
 }
 
 void KzDxBlocks::enableTimer() {
     if (!timer_.has_value()) timer_.emplace(&document_->runningTimers(), 0U);
-    // Each time, because memory may have run out the last time. The only status is that for null.
+    // Each time, because memory may have run out before. Only fails for null.
     static_cast<void>(timer_->attach(this));
-    // A timer that cannot run now runs as soon as any timer is switched on.
+    // If this fails, the timer runs as soon as any timer is switched on.
     static_cast<void>(timer_->setEnabled(true));
 }
 
 void KzDxBlocks::disableTimer() {
-    if (timer_.has_value()) static_cast<void>(timer_->setEnabled(false)); // it has running timers to leave
+    if (timer_.has_value()) static_cast<void>(timer_->setEnabled(false)); // cannot fail
 }
 
 /// Empties the graph and unregisters from the block table, by the stored id if the document no longer exists.
@@ -106,22 +106,22 @@ Orvo::ErrorStatus KzDxBlocks::scan() {
 }
 
 void KzDxBlocks::update(bool force, bool notify) {
-    // A forced update also runs without marks and while switched off, because it repairs a graph that missed
+    // A forced update also runs without dirty state and while switched off, because it repairs missed
     // notifications.
     if (!force && !(needsScan_ && isEnabled())) return;
-    KzDxScopeGuard scanAgain([this] { setNeedsScan(true); }); // then the next update makes up for this one
+    KzDxScopeGuard scanAgain([this] { setNeedsScan(true); }); // the next update then completes this one
     KzDxUpdateCheck check(*this);
     if (force) state_.raiseLevel(KzDxScanLevel::full);
-    static_cast<void>(scan()); // without a drawing there is nothing to find, and no client to notify
+    static_cast<void>(scan()); // without a drawing there are no clients
     check.compare();
     propagateChanges();
     scanAgain.dismiss();
-    if (notify) notifyClients(); // may destroy the graph: nothing comes after it
+    if (notify) notifyClients(); // last, because it may destroy the graph
 }
 
 void KzDxBlocks::propagateChanges() {
     if (!hasChanges_) return;
-    // A copy: marking nested blocks makes the list longer.
+    // A copy, because marking nested blocks extends the list.
     std::vector<KzDxBlock*> changed;
     for (KzDxBlock* const node : state_.changed()) {
         if (node->hasChanges()) changed.push_back(node);
@@ -132,8 +132,9 @@ void KzDxBlocks::propagateChanges() {
 
 void KzDxBlocks::notifyClients() {
     if (!hasChanges_) return;
-    // A client of several changed blocks is called once, so the callbacks are collected before any is called.
-    // Marks are cleared only then: if memory runs out, the next update finds them and notifies all clients.
+    // The callbacks are collected before any is called, so that a client of several changed blocks is
+    // called once. Marks are cleared only after that: if memory runs out, the next update notifies all
+    // clients.
     Clients due;
     KzDxScopeGuard scanAgain([this] { setNeedsScan(true); });
     collectChangedClients(due);
@@ -145,8 +146,8 @@ void KzDxBlocks::notifyClients() {
         return !watch.isDestroyed() &&
                document_ != nullptr; // a graph whose deletion is pending has no document
     });
-    // Also the marks of the callbacks' own edits: otherwise a client that edits what it watches would be
-    // called again and again.
+    // Also clears the marks of the callbacks' own edits, because otherwise a client that edits the blocks
+    // that it watches would be called repeatedly.
     if (!watch.isDestroyed()) setHasChanges(false);
 }
 

@@ -9,7 +9,7 @@
 #include <utility>
 
 void KzDxBlockNesting::build(const KzDxNodeStore::Nodes& nodes) {
-    KzDxBlockNesting whole; // until it is whole, memory may run out
+    KzDxBlockNesting whole; // assigned when complete: memory may run out
     whole.items_.reserve(nodes.size());
     for (const auto& node : nodes) {
         whole.enter(*node);
@@ -23,8 +23,8 @@ void KzDxBlockNesting::release() {
     *this = KzDxBlockNesting();
 }
 
-// If memory runs out during a change, the whole index is released: half of the change would give wrong
-// answers.
+// If memory runs out during a change, the index is released, because an incomplete change would give wrong
+// results.
 template <class Change>
 void KzDxBlockNesting::change(Change apply) noexcept {
     if (!isBuilt()) return;
@@ -42,7 +42,7 @@ void KzDxBlockNesting::add(KzDxBlock& node) noexcept {
 void KzDxBlockNesting::update(const KzDxBlock& node, const KzDxContainers& before) noexcept {
     change([&] {
         const std::uint32_t number = numberOf(node.id());
-        assert(items_[number].node == &node); // it was added when it was created
+        assert(items_[number].node == &node); // added when it was created
         for (const KzDxContainers::Entry& entry : before) {
             if (node.containers().find(entry.container) != nullptr) continue;
             items_[numberOf(entry.container)].mayHaveOutdated = true;
@@ -53,7 +53,7 @@ void KzDxBlockNesting::update(const KzDxBlock& node, const KzDxContainers& befor
     });
 }
 
-/// The number of the item with that id. The item is created if there is none: a container need not be a node,
+/// The number of the item with that id. Creates the item if there is none: a container need not be a node,
 /// and can become one later.
 std::uint32_t KzDxBlockNesting::numberOf(KzDbObjectId id) {
     const auto next = static_cast<std::uint32_t>(items_.size());
@@ -70,7 +70,8 @@ void KzDxBlockNesting::enter(KzDxBlock& node) {
 
 void KzDxBlockNesting::addTo(KzDbObjectId container, std::uint32_t number) {
     Item& item = items_[numberOf(container)];
-    // Before the contents grow, so that nodes that leave and come back do not make them longer and longer.
+    // Before the contents grow, so that nodes that are repeatedly removed and added do not make them grow
+    // without limit.
     if (item.mayHaveOutdated && item.contents.size() == item.contents.capacity()) removeOutdated(item);
     item.contents.push_back(number);
 }
@@ -97,9 +98,10 @@ void KzDxBlockNesting::visit(std::uint32_t container) {
     pending_.push_back(container);
 }
 
-// "Found" and "visited" differ: with `recursive` off a found node is not visited, and the first container is
-// visited without being found, unless it is nested in another one. Marked by the numbers of searches, so that
-// nothing has to be cleaned up afterwards. Iterative, because blocks can nest deeper than the stack allows.
+// "Found" and "visited" differ: without `recursive` a found node is not visited, and the first container is
+// visited without being found, unless it is nested in another one. Items are marked with the number of the
+// search, so that no marks need to be cleared. Iterative, because blocks may be nested deeper than the
+// stack allows.
 void KzDxBlockNesting::search(bool recursive) {
     while (!pending_.empty()) {
         const std::uint32_t container = pending_.back();

@@ -8,41 +8,40 @@
 #include <cstdint>
 #include <vector>
 
-/// Reverse index of the containers: for each container the nodes that have references in it. Answers which
-/// blocks are nested in which, at any depth.
+/// Reverse index of the containers: for each container, the nodes that have references in it. Finds the
+/// blocks that are nested in a block, at any depth. Part of the graph.
 ///
-/// Built by the first query, and from then on kept up to date node by node. A search visits each container
-/// once: O(blocks that it reaches).
+/// Built by the first query, then updated node by node. A search visits each container once: O(blocks that
+/// it reaches).
 class KzDxBlockNesting {
 public:
     void build(const KzDxNodeStore::Nodes& nodes);
     void release();
     [[nodiscard]] bool isBuilt() const { return !items_.empty(); }
 
-    /// To be called when a node was created, before it has containers, and when its containers changed. If
-    /// memory runs out, the index is released, and the next query has to build it.
+    /// Must be called when a node was created, before it has containers, and when its containers changed.
+    /// If memory runs out, the index is released, and the next query builds it.
     void add(KzDxBlock& node) noexcept;
     void update(const KzDxBlock& node, const KzDxContainers& before) noexcept;
 
     /// Adds to `found` the blocks with references directly in `block`, other than itself; with `recursive`,
-    /// those nested in them too. A block of `visited` is not searched; those that were searched are added to
-    /// it.
+    /// also those nested in them. Blocks of `visited` are not searched; searched blocks are added to it.
     void collect(KzDbObjectId block, bool recursive, KzDxIdSet& found, KzDxIdSet& visited);
 
     /// All nodes nested, at any depth, in one of `blocks`, each once, in no order. A node of `blocks` is
-    /// among them only if it is nested in one of them.
+    /// included only if it is nested in one of them.
     [[nodiscard]] std::vector<KzDxBlock*> nodesInside(const std::vector<KzDxBlock*>& blocks);
 
 private:
-    /// A node, a container, or mostly both.
+    /// A node, a container, or usually both.
     struct Item {
         KzDbObjectId id;
         KzDxBlock* node = nullptr;    ///< null if the container is not a node
         std::uint32_t foundIn = 0;    ///< the last search that found it
         std::uint32_t visitedIn = 0;  ///< the last search that visited it
-        bool mayHaveOutdated = false; ///< some node of `contents` may have left, or be there twice
-        /// The numbers of the nodes with references here. Lazy deletion: a node that leaves is removed when
-        /// the contents are needed next, so that many may leave at O(1) each.
+        bool mayHaveOutdated = false; ///< `contents` may have removed nodes, or duplicates
+        /// The numbers of the nodes with references here. Lazy deletion: a node is removed when the
+        /// contents are needed next, so that each removal is O(1).
         std::vector<std::uint32_t> contents;
     };
 
@@ -55,14 +54,14 @@ private:
     void addTo(KzDbObjectId container, std::uint32_t number);
     void removeOutdated(Item& container);
     void beginSearch();
-    /// Has the search visit a container, once.
+    /// Adds a container to `pending_`, once per search.
     void visit(std::uint32_t container);
     void search(bool recursive);
 
     KzDxIdIndex numbers_; ///< id → number of its item
     std::vector<Item> items_;
 
-    std::uint32_t search_ = 0;           ///< the number of the current search, so that none has to clean up
-    std::vector<std::uint32_t> pending_; ///< containers that it still has to visit
+    std::uint32_t search_ = 0;           ///< the number of the current search
+    std::vector<std::uint32_t> pending_; ///< containers that it must still visit
     std::vector<std::uint32_t> found_;   ///< nodes that it has found
 };

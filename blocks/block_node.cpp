@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char16_t* enhancedBlockKey = u"ORVO_ENHANCEDBLOCK";
 
-/// Exactly a record: a derived class counts like a reference, which is how clients see it.
+/// Whether an object is exactly a record. Objects of derived classes count as references, as for clients.
 bool isBlockTableRecord(const KzDbObject* object) {
     return object->isA() == KzDbBlockTableRecord::desc();
 }
@@ -40,9 +40,9 @@ KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) {
 Orvo::ErrorStatus KzDxBlock::create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (owner == nullptr || record == nullptr) return Orvo::missingCollaborator;
-    // Before the node exists, because notifications of it must not allocate.
+    // Before the node exists, because its notifications must not allocate.
     owner->updateState().reserve(owner->nodes().size() + 1);
-    // Without memory for it the whole scan fails: a record that is skipped would not be visited again.
+    // If memory runs out, the scan fails, because a record that is skipped would not be visited again.
     std::unique_ptr<KzDxBlock, KzDxDeferredDeleter> made(new KzDxBlock);
     KzDxScopeGuard undo([&] { owner->forgetNode(*made); });
     const Orvo::ErrorStatus status = made->init(owner, record);
@@ -60,14 +60,14 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
     for (const KzDbObjectId each : recordIds_) {
         if (each != id_) furtherRecords_.insert(each);
     }
-    // A node whose records do not answer is not created, and then the graph must have no key of it.
+    // If the records cannot be read, no node is created, and the graph must have no key of it.
     KzDxForeignDrawings foreign(*owner);
-    KzDxReferenceReader reader(nullptr, foreign); // opens no reference: the drawing does not matter
+    KzDxReferenceReader reader(nullptr, foreign); // without a drawing, because it opens no reference
     const Orvo::ErrorStatus status = reader.queryReferences(recordIds_);
     if (status != Orvo::ok) return status;
     for (const KzDbObjectId each : furtherRecords_) owner->addBlockAlias(each, this);
     markStale();
-    static_cast<void>(setEnabled(owner->isEnabled())); // the references are registered with as they are read
+    static_cast<void>(setEnabled(owner->isEnabled())); // registers with references when they are read
     return Orvo::ok;
 }
 
@@ -76,8 +76,8 @@ KzDxBlock::~KzDxBlock() {
     static_cast<void>(KzDxBlock::tryUnregister());
 }
 
-/// Unregisters from everything, and detaches from the graph. Without a graph the node's notifications have no
-/// effect, because a node whose deletion is pending can still be notified.
+/// Unregisters from everything, and detaches from the graph. Without a graph, notifications have no effect,
+/// which matters because a node whose deletion is pending may still be notified.
 bool KzDxBlock::tryUnregister() noexcept {
     owner_ = nullptr;
     if (registrations_.isEmpty()) return true;
@@ -87,7 +87,7 @@ bool KzDxBlock::tryUnregister() noexcept {
 
 Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     if (enable == isEnabled()) return Orvo::ok;
-    // First, so that switching off undoes what was done if memory runs out on the way.
+    // First, so that switching off undoes a part if memory runs out.
     storeEnabled(enable);
     const Orvo::ErrorStatus status = enable ? registrations_.registerAll(recordIds_, containers_)
                                             : registrations_.unregisterAll(recordIds_, containers_);
@@ -98,7 +98,8 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
     return status;
 }
 
-/// Whether edits can change what is stored without a notification. Such a node is read by every update.
+/// Whether edits may change the node's references without a notification. Such a node is read by every
+/// update.
 bool KzDxBlock::mayMissNotifications() const {
     if (registrations_.hasPending() || containers_.hasUnplaced()) return true;
     if (isEnabled()) return !areRecordsRegistered() || !registrations_.allReferencesRegistered();
@@ -121,7 +122,7 @@ void KzDxBlock::aboutToChange(const KzDbObject* object) {
 
 void KzDxBlock::goodbye(const KzDbObject* object) {
     object->removeReactor(this); // the object is being destroyed; its id stays stored until the next reading
-    objectEdited(object);        // sets no mark, so it causes no update
+    objectEdited(object);        // does not set `needsScan`, so it causes no update
 }
 
 void KzDxBlock::objectEdited(const KzDbObject* object) {

@@ -18,13 +18,12 @@
 class KzDxBlocks;
 class KzDxReferenceReader;
 
-/// One block definition of a drawing, as a node of the block graph: where its references are placed, whether
-/// it changed, and its clients.
+/// A node of the block graph: one block definition of a drawing, with the placements of its references, its
+/// dirty state and its clients.
 ///
 /// While switched on, the node is a reactor of its records, of its references and of their attributes. A
-/// notification only sets dirty state, on the node and on the graph: the block must be read again
-/// (`needsScan`), and it changed in a way that clients have not been notified of (`hasChanges`). The graph
-/// reads it later.
+/// notification only sets dirty state, of the node and of the graph: `needsScan` (the block must be read
+/// again) and `hasChanges` (it changed and clients have not been notified). The graph reads it later.
 ///
 /// An enhanced block's node also represents the anonymous records that represent the block: their references
 /// count as references of the block.
@@ -36,10 +35,11 @@ class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase, public KzDxDe
 public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
 
-    /// Creates the node of a record, which is open: adds the keys of its further records to the graph, and
-    /// switches it as the graph is. It is stale: its references are read by `evaluate` or the next scan. Its
-    /// own key is added by the graph. On failure `node` is null and the graph has no key of it:
-    /// `missingCollaborator` for a null argument, else the status of the first record that does not answer.
+    /// Creates the node of an open record: adds the keys of its other records to the graph, and switches
+    /// the node on if the graph is. The node is stale: `evaluate` or the next scan reads its references.
+    /// The graph adds the key of the own record. On failure `node` is null and the graph has no key of it:
+    /// `missingCollaborator` for a null argument, otherwise the status of the first record that cannot be
+    /// read.
     static Orvo::ErrorStatus create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record);
 
     ~KzDxBlock() override;
@@ -49,13 +49,13 @@ public:
     void goodbye(const KzDbObject* object) override;
     void aboutToChange(const KzDbObject* object) override;
 
-    /// Adds `record` to the node's records if it is not among them, and reads the references of all of them
-    /// again. Stores them by container, marks a change if one is new or gone or a container was added or lost
-    /// its last reference, and, while switched on, registers with new references; always unregisters from
-    /// references that are gone.
+    /// Adds `record` to the node's records, if necessary, and reads the references of all records again.
+    /// Stores the references by container. Marks the node as changed if a reference was added or removed,
+    /// or a container was added or lost its last reference. While switched on, registers with new
+    /// references; always unregisters from removed ones.
     ///
-    /// `missingCollaborator` without a graph, `invalidObjectId` for a null record, or the status of a record
-    /// that did not open or answer; then nothing has changed but the list of records.
+    /// `missingCollaborator` without a graph, `invalidObjectId` for a null record, or the status of a
+    /// record that cannot be read; then only the list of records may have changed.
     virtual Orvo::ErrorStatus evaluate(KzDbObjectId record);
 
     /// `evaluate` for the node's own record. Not called here: scans use `addRecord` and `read`.
@@ -64,7 +64,8 @@ public:
     [[nodiscard]] virtual const KzDxContainers& containers() const { return containers_; }
 
     [[nodiscard]] virtual bool needsScan() const { return needsScan_; }
-    /// Setting informs the graph first, and has no effect without one; clearing does not inform it.
+    /// Setting sets the flag of the graph first, and has no effect without a graph; clearing does not
+    /// change the graph.
     virtual void setNeedsScan(bool value);
 
     [[nodiscard]] virtual bool hasChanges() const { return hasChanges_; }
@@ -73,19 +74,19 @@ public:
 
     /// The callbacks of this block, not owned, in ascending order of address.
     [[nodiscard]] virtual const Clients& clients() const { return clients_; }
-    /// A null callback is ignored. Does not allocate right after `reserveClient`.
+    /// A null callback is ignored. Does not allocate immediately after `reserveClient`.
     virtual void addClient(KzDxClientCallback callback);
     virtual void removeClient(KzDxClientCallback callback);
 
-    /// Registers with every object of the node, or unregisters. The flag is stored in any case;
-    /// `invalidObjectId` if the node's record cannot be registered with, or the status of the first record
-    /// that does not open, after which no further record is tried.
+    /// Registers with every object of the node, or unregisters. Stores the flag in any case.
+    /// `invalidObjectId` if the node's record is invalid or erased, or the status of the first record that
+    /// cannot be opened, after which no other record is tried.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
     /// The node's own record.
     [[nodiscard]] KzDbObjectId id() const { return id_; }
 
-    /// All records whose references make up the block, the own one first.
+    /// All records whose references count as references of the block, the own record first.
     [[nodiscard]] const KzDbObjectIdArray& recordIds() const { return recordIds_; }
 
     void reserveClient() { clients_.reserveOne(); }
@@ -95,14 +96,14 @@ public:
     /// Adds a record to the node's records, with its key in the graph. Has no effect if it is among them.
     void addRecord(KzDbObjectId record);
 
-    /// Reads the references at the read level, and stores them. Returns whether the node is up to date: stale
-    /// nodes that are not stay stale.
+    /// Reads the references at the read level and stores them. Returns whether the node is up to date;
+    /// otherwise it stays stale.
     [[nodiscard]] bool read(KzDxReferenceReader& reader);
 
     [[nodiscard]] KzDxReadLevel readLevel() const { return readLevel_; }
     [[nodiscard]] bool isStale() const { return hasMark(KzDxNodeMark::stale); }
 
-    /// Whether some record of the block table led to the node in the last scan.
+    /// Whether a record of the block table led to the node in the last scan.
     [[nodiscard]] bool isReached() const { return isReached_; }
     void setReached(bool value) { isReached_ = value; }
 
@@ -133,7 +134,7 @@ private:
     void rememberRegistered(const KzDxReferenceReader& reader);
     void markContainerChanges(const KzDxContainers& before);
 
-    // First what a walk over all nodes looks at: it is in few cache lines.
+    // The members that a walk over all nodes uses are first, so that they are in few cache lines.
     KzDxBlocks* owner_ = nullptr;
     KzDbObjectId id_;
     std::uint8_t marks_ = 0; ///< a bit for each list of the graph that the node is in

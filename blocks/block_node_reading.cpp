@@ -10,11 +10,11 @@
 #include <utility>
 #include <vector>
 
-/// How a reading differs from what was stored before. Lists are in ascending order.
+/// The differences between a reading and the stored references. Lists are in ascending order.
 struct KzDxBlock::Differences {
-    bool hasAdded = false;            ///< some reference has a container now, and had none before
-    std::vector<KzDbObjectId> gone;   ///< had a container, and is no longer reported
-    std::vector<KzDbObjectId> unread; ///< had a container, and is still reported, but has no container now
+    bool hasAdded = false;            ///< a reference has a container, and had none before
+    std::vector<KzDbObjectId> gone;   ///< had a container, and are no longer reported
+    std::vector<KzDbObjectId> unread; ///< had a container, and are reported without one
 
     Differences(const KzDxContainers& before, const KzDxContainers& now) {
         const std::vector<KzDbObjectId> old = placed(before);
@@ -40,10 +40,10 @@ Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     if (record.isNull()) return Orvo::invalidObjectId;
     addRecord(record);
     markStale();
-    KzDxForeignDrawings foreign(*owner_); // as they are now, which the last scan does not know
+    KzDxForeignDrawings foreign(*owner_); // current, not those of the last scan
     KzDxReferenceReader reader(owner_->database(), foreign);
     const Orvo::ErrorStatus status = readReferences(reader);
-    // The node stays stale: what was used here may be different from what the next scan finds out.
+    // The node stays stale, because the next scan may find other foreign drawings.
     owner_->updateState().raiseLevel(KzDxScanLevel::referenceLists);
     return status;
 }
@@ -54,8 +54,8 @@ Orvo::ErrorStatus KzDxBlock::refresh() {
 
 void KzDxBlock::addRecord(KzDbObjectId record) {
     if (record == id_ || furtherRecords_.contains(record)) return;
-    // The look-up comes last: if memory runs out before, the next call does all of it again, and a record
-    // that is listed twice counts once. The record is registered with at the next switching on.
+    // The look-up list is updated last: if memory runs out before, the next call repeats all steps, and a
+    // record that is listed twice counts once. The node registers with the record at the next switching on.
     owner_->addBlockAlias(record, this);
     recordIds_.append(record);
     furtherRecords_.insert(record);
@@ -92,7 +92,7 @@ void KzDxBlock::store(const KzDxReferenceReader& reader) {
     const Differences differences(containers_, now);
     registrations_.reserveUnplaced(differences.gone.size() + differences.unread.size());
 
-    // Nothing from here on can fail.
+    // No step from here on can fail.
     const KzDxContainers before = std::exchange(containers_, std::move(now));
     markContainerChanges(before);
     if (differences.hasAdded || !differences.gone.empty()) setHasChanges(true);
@@ -100,7 +100,7 @@ void KzDxBlock::store(const KzDxReferenceReader& reader) {
     for (const KzDbObjectId reference : differences.unread) registrations_.keepRegistered(reference);
 }
 
-/// For when memory runs out between registering with references and storing them.
+/// Called if memory runs out between registering with references and storing them.
 void KzDxBlock::rememberRegistered(const KzDxReferenceReader& reader) {
     if (!isEnabled()) return;
     for (const KzDbObjectId reference : reader.references()) {

@@ -2,7 +2,7 @@
 
 #include "host/enhanced_block.h"
 
-/// `object` as a block-representation protocol; null when it is null or of another class.
+/// Casts `object` to the block-representation protocol; null if it is null or of another class.
 [[nodiscard]] inline KzDbBlockRepresentation* asBlockRepresentation(KzRxObject* object) {
     const KzRxClass* const itsClass = object == nullptr ? nullptr : object->isA();
     const bool isProtocol = itsClass != nullptr && itsClass->isDerivedFrom(KzDbBlockRepresentation::desc());

@@ -15,14 +15,14 @@ KzDxContainers::KzDxContainers(std::span<const KzDbObjectId> references,
             ++counts[number];
         }
     }
-    // Containers are kept in ascending order and without empty ones, so the numbers that came with the
-    // reading are replaced by indexes into the kept ones.
+    // Stored containers are in ascending order and not empty, so the numbers of the reading are replaced by
+    // indexes of the stored containers.
     entries_.reserve(containers.size());
     for (std::size_t at = 0; at < containers.size(); ++at) {
         if (counts[at] != 0) entries_.push_back({containers[at], counts[at]});
     }
     std::ranges::sort(entries_, {}, &Entry::container);
-    // From here on `counts` gives for each former number the present one.
+    // From here on `counts` maps the numbers of the reading to the stored ones.
     for (std::size_t at = 0; at < containers.size(); ++at) {
         if (counts[at] != 0) counts[at] = static_cast<std::uint32_t>(find(containers[at]) - entries_.data());
     }

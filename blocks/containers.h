@@ -8,25 +8,25 @@
 #include <span>
 #include <vector>
 
-/// Where the references of a block are placed: the ids that its records report, in ascending order, and for
-/// each the number of the container that it is stored under.
+/// The placements of the references of a block: the ids that its records report, in ascending order, and
+/// for each reference the number of the container that it is stored under. Part of a node.
 ///
-/// Two flat arrays, twelve bytes per reference, so that "has anything changed?" is a comparison of memory,
-/// and a short sorted table of the containers. No container is empty.
+/// Two flat arrays, twelve bytes per reference, because they are compared as memory, and a short sorted
+/// table of the containers. No container is empty.
 class KzDxContainers {
 public:
     struct Entry {
         KzDbObjectId container;
-        std::uint32_t count = 0; ///< how many references are stored under it
+        std::uint32_t count = 0; ///< the number of references stored under it
     };
 
-    /// The number in place of a container's for a reference that is reported, but has no container.
+    /// The container number of a reference that is reported but has no container.
     static constexpr std::uint32_t noContainer = UINT32_MAX;
 
     KzDxContainers() = default;
 
-    /// Takes over what was read: `references` ascending, and for each its index in `containers`, or
-    /// `noContainer`. Containers are in any order, each once; those that are not used are dropped.
+    /// Stores a reading: `references` in ascending order, and for each reference its index in `containers`,
+    /// or `noContainer`. Containers are in any order, each once; unused ones are dropped.
     KzDxContainers(std::span<const KzDbObjectId> references, std::span<const std::uint32_t> numbers,
                    std::span<const KzDbObjectId> containers);
 
@@ -36,22 +36,22 @@ public:
         return at != entries_.end() && at->container == container ? &*at : nullptr;
     }
 
-    /// The entries, by ascending container; their indexes are the containers' numbers.
+    /// The entries, in ascending order of the containers. Their indexes are the containers' numbers.
     [[nodiscard]] auto begin() const { return entries_.begin(); }
     [[nodiscard]] auto end() const { return entries_.end(); }
 
-    /// Every reference that was reported, ascending, and for each the number of its container.
+    /// Every reference that was reported, in ascending order, and for each the number of its container.
     [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
     [[nodiscard]] std::span<const std::uint32_t> numbers() const { return numbers_; }
 
-    /// Whether a reference is stored under some container.
+    /// Whether a reference is stored under a container.
     [[nodiscard]] bool hasContainer(KzDbObjectId reference) const {
         const auto at = std::ranges::lower_bound(references_, reference);
         return at != references_.end() && *at == reference &&
                numbers_[static_cast<std::size_t>(at - references_.begin())] != noContainer;
     }
 
-    /// Whether some reference is reported but has no container.
+    /// Whether a reference is reported but has no container.
     [[nodiscard]] bool hasUnplaced() const { return hasUnplaced_; }
 
     /// Calls `visit(reference)` for each reference with a container, in ascending order.

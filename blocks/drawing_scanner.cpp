@@ -28,7 +28,7 @@ void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing) {
     markReached();
 }
 
-/// Visits those known records that may answer differently. Returns false if the table has other records now.
+/// Visits the known records whose node is uncertain. Returns false if the table has other records now.
 bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
     std::size_t next = 0;
     bool isSame = true;
@@ -37,7 +37,7 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
         isSame = next < records_.size() && records_[next].id == id;
         if (!isSame) return false;
         Record& record = records_[next++];
-        assert(record.node != nullptr); // else all records are visited
+        assert(record.node != nullptr); // otherwise all records are visited
         if (record.isUncertain) {
             record = visit(id, KzDxScanLevel::staleNodes);
             isAnyVisited = true;
@@ -62,13 +62,13 @@ void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing, KzDxScanLevel lev
         found.push_back(visit(id, level));
         return true;
     });
-    records_ = std::move(found); // empty if the table could not be walked: then the next scan finds other ids
+    records_ = std::move(found); // empty if the table could not be read: then the next scan finds other ids
 }
 
 KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLevel level) {
     Record record{.id = id};
     const Zelvane::Opened<KzDbBlockTableRecord> opened(id);
-    if (!opened) return record; // held open: its closing sends no notification
+    if (!opened) return record; // held open; the graph is not notified when it is closed
     record.isLayout = opened->isLayout();
     record.isFromExternalReference = opened->isFromExternalReference();
     record.node = opened->isAnonymous() ? nodeOfAnonymous(record, *opened.get())
@@ -80,8 +80,8 @@ KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLe
     return record;
 }
 
-/// Whether the node, which has no other record, has stored the references that the record reports. Asked
-/// while the record is open: most nodes need not be read then.
+/// Whether the node has no other record and has stored the references that the record reports. Checked
+/// while the record is open, so that most nodes need not be read.
 bool KzDxDrawingScanner::isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node) {
     if (node.isStale() || node.recordIds().length() != 1) return false;
     reported_.clear();
@@ -94,15 +94,16 @@ KzDxBlock* KzDxDrawingScanner::nodeOfAnonymous(Record& record, KzDbBlockTableRec
     const Original original = originalOf(opened);
     const KzDbObjectId key = original.block.isNull() ? record.id : original.block;
     KzDxBlock* const node = nodeUnder(graph_.node(key), record.id, opened);
-    // An answer is trusted while it makes no difference: the same node is found without it. References of
-    // another drawing come without a notification.
+    // The result is certain if the node is the same without it. References of other drawings may be added
+    // without a notification.
     record.isUncertain =
         !original.isCertain || graph_.node(key) != graph_.node(record.id) || opened.isDependent();
     return node;
 }
 
-/// The node that was found for a record, to which the record is added; if none was found, a new one. Null if
-/// that cannot be created, also if the block that the record represents has no node, but the record has one.
+/// Adds a record to the node that was found for it, or to a new node if none was found. Null if that node
+/// cannot be created, for example because the record has a node although the block that it represents has
+/// none.
 KzDxBlock* KzDxDrawingScanner::nodeUnder(KzDxBlock* found, KzDbObjectId id, KzDbBlockTableRecord& opened) {
     if (found != nullptr) {
         found->addRecord(id);
@@ -112,8 +113,8 @@ KzDxBlock* KzDxDrawingScanner::nodeUnder(KzDxBlock* found, KzDbObjectId id, KzDb
     return graph_.addNode(added, opened) == Orvo::ok ? added : nullptr;
 }
 
-/// What an anonymous record represents: the enhanced block that the first of its references to carry the
-/// protocol tells.
+/// What an anonymous record represents: the enhanced block that the first of its references with the
+/// protocol returns.
 KzDxDrawingScanner::Original KzDxDrawingScanner::originalOf(const KzDbBlockTableRecord& record) {
     KzDbObjectIdArray references;
     bool isCertain = record.getBlockReferenceIds(references, true, true) == Orvo::ok;
@@ -125,12 +126,13 @@ KzDxDrawingScanner::Original KzDxDrawingScanner::originalOf(const KzDbBlockTable
             const KzDbObjectId block = protocol->originalBlockTableRecord(reference.get());
             return {.block = block, .isCertain = isCertain && !block.isNull()};
         }
-        isCertain = false; // the host may answer the next time
+        isCertain = false; // the next scan may be able to read it
     }
     return {.block = {}, .isCertain = isCertain};
 }
 
-/// The node with that key, mostly without a look-up: records are visited in the order of the last scan.
+/// The node with that key, usually without a look-up, because records are visited in the order of the last
+/// scan.
 KzDxBlock* KzDxDrawingScanner::knownNode(KzDbObjectId id) {
     while (hint_ < records_.size() && records_[hint_].id < id) ++hint_;
     const bool isKnown = hint_ < records_.size() && records_[hint_].id == id;
@@ -138,8 +140,8 @@ KzDxBlock* KzDxDrawingScanner::knownNode(KzDbObjectId id) {
     return node != nullptr ? node : graph_.node(id);
 }
 
-/// Marks the nodes that records lead to. Any other node stays stale if it is, until a record leads to it
-/// again.
+/// Marks the nodes that records lead to. Other nodes, if they are stale, stay stale until a record leads to
+/// them again.
 void KzDxDrawingScanner::markReached() {
     hasNodes_ = true;
     layoutIds_.clear();

@@ -12,55 +12,55 @@ class KzDxBlock;
 class KzDxBlocks;
 class KzDxReferenceReader;
 
-/// Brings the nodes of a block graph up to date with the drawing, reading as much as the update state asks
-/// for.
+/// Updates the nodes of a block graph from the drawing. The update state determines how much is read. Part
+/// of the graph.
 ///
-/// A scan has two phases. The table phase walks the block table: it creates nodes for new records, and finds
-/// out which node each record leads to. The reading phase reads the stale nodes that some record leads to,
-/// each once; it changes neither nodes nor keys.
+/// A scan has two phases. The table phase walks the block table: it creates nodes for new records, and
+/// determines which node each record leads to. The reading phase reads the stale nodes that a record leads
+/// to, each once; it creates no nodes and no keys.
 ///
-/// Each scan compares the ids of the table's records, in order, with those of the last scan, because a record
-/// can be unerased without a notification. At level `staleNodes` a record is opened only if it is uncertain
-/// what it represents, at the other levels each record is.
+/// Each scan compares the ids of the table's records, in order, with those of the last scan, because a
+/// record can be unerased without a notification. At level `staleNodes` a record is opened only if it is
+/// uncertain what it represents; at the other levels all records are opened.
 class KzDxDrawingScanner {
 public:
     explicit KzDxDrawingScanner(KzDxBlocks& graph) : graph_(graph), foreign_(graph) {}
     KzDxDrawingScanner(const KzDxDrawingScanner&) = delete;
     KzDxDrawingScanner& operator=(const KzDxDrawingScanner&) = delete;
 
-    /// Both phases, at the level of the update state. Afterwards the state has the level for a next update.
-    /// If memory runs out, the level and the stale nodes stay for the next scan.
+    /// Runs both phases, at the level of the update state, and sets the level for the next update. If
+    /// memory runs out, the level and the stale nodes are kept for the next scan.
     void scan(const KzDbDatabase& drawing);
 
-    /// The phases one by one, for a graph that is switched on between them.
+    /// Run one phase, for a graph that is switched on between the phases.
     void scanTable(const KzDbDatabase& drawing);
     void readStaleNodes(const KzDbDatabase& drawing);
-    /// Reads the nodes that no record of the last table phase leads to, for a graph whose first two table
-    /// phases were not separated by a reading. They stay stale.
+    /// Reads the nodes that no record of the last table phase leads to; they stay stale. For a new graph,
+    /// whose first two table phases have no reading phase between them.
     void readUnreachedNodes(const KzDbDatabase& drawing);
 
-    /// Sets the level for a next update after which nothing was edited.
+    /// Sets the level for the next update, as without later edits.
     void settle();
 
     /// The ids of the layouts that could be opened, in table order, as of the last scan.
     [[nodiscard]] const KzDbObjectIdArray& layoutIds() const { return layoutIds_; }
 
-    /// Forgets everything: the nodes are about to be deleted.
+    /// Must be called before the nodes are deleted.
     void clear();
 
 private:
-    /// What is known of one record of the table.
+    /// The state of one record of the table.
     struct Record {
         KzDbObjectId id;
-        KzDxBlock* node = nullptr; ///< the node that it leads to; null if it has none or could not be opened
+        KzDxBlock* node = nullptr; ///< the node that the record leads to; null: none, or not opened
         bool isLayout = false;
         bool isFromExternalReference = false;
-        bool isUncertain = false; ///< whether it may lead to another node without a notification
+        bool isUncertain = false; ///< may lead to another node without a notification
     };
     /// What an anonymous record represents.
     struct Original {
         KzDbObjectId block;     ///< null if it represents none
-        bool isCertain = false; ///< false if some reference did not open or did not answer
+        bool isCertain = false; ///< false if a reference could not be opened or read
     };
 
     [[nodiscard]] bool visitUncertain(const KzDbDatabase& drawing);
@@ -77,7 +77,7 @@ private:
     KzDxBlocks& graph_;
     KzDxForeignDrawings foreign_;
     std::vector<Record> records_; ///< of the last scan, in table order
-    std::size_t hint_ = 0;        ///< where `knownNode` looks first in `records_`
+    std::size_t hint_ = 0;        ///< where `knownNode` begins its search in `records_`
     KzDbObjectIdArray layoutIds_;
     KzDbObjectIdArray reported_; ///< storage of `isListUnchanged`
     bool hasNodes_ = false;      ///< whether each record of the table leads to a node

@@ -7,21 +7,21 @@
 
 class KzDxBlocks;
 
-/// The other drawings in which references of a graph's blocks are placed: for each, its model space, and the
-/// record of the graph's drawing that represents it.
+/// The other drawings in which references of a graph's blocks are placed, each with its model space and the
+/// record of the graph's drawing that represents it. Part of the scanner.
 ///
 /// A reference in the model space of an attached drawing counts as placed in the record that represents the
-/// drawing. Both can change without a notification to this drawing, so they are looked up again at the
-/// beginning of each scan, and stay the same until its end.
+/// drawing. Both can change without a notification to this drawing, so they are read at the beginning of
+/// each scan, and are constant during the scan.
 class KzDxForeignDrawings {
 public:
     explicit KzDxForeignDrawings(const KzDxBlocks& graph) : graph_(graph) {}
 
-    /// Looks the known drawings up again. `attachingRecords`, in table order, are the records of which one
-    /// may represent a drawing. Returns whether nothing is different.
+    /// Reads the known drawings again. `attachingRecords` are the records from external references, in
+    /// table order. Returns whether all are unchanged.
     [[nodiscard]] bool refresh(std::span<const KzDbObjectId> attachingRecords);
 
-    /// Where a reference counts as placed whose owner, in another drawing, is `owner`: mostly the owner
+    /// The container of references that `owner`, a record of another drawing, owns: usually the owner
     /// itself. The null id if no record represents that drawing.
     [[nodiscard]] KzDbObjectId containerOf(KzDbObjectId owner);
 
@@ -30,7 +30,7 @@ public:
 
 private:
     struct Drawing {
-        /// Some record of the drawing: it tells whether the drawing is still in memory. Addresses are only
+        /// A record of the drawing, which shows whether the drawing is still in memory. Addresses are only
         /// compared.
         KzDbObjectId anyRecord;
         const KzDbDatabase* drawing = nullptr;
@@ -40,5 +40,5 @@ private:
     };
 
     const KzDxBlocks& graph_;
-    std::vector<Drawing> drawings_; ///< few
+    std::vector<Drawing> drawings_; ///< few, so they are searched linearly
 };

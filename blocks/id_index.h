@@ -8,10 +8,10 @@
 #include <cstdint>
 #include <vector>
 
-/// Hash table from ids to 32-bit numbers that is cleared in O(1), for use once per node in a scan.
+/// Hash table from ids to 32-bit numbers that is cleared in O(1), because scans use it once per node.
 ///
-/// Open addressing with linear probing in a power-of-two table, at most half full. An entry counts only in
-/// the round in which it was made; `clear` begins the next round.
+/// Open addressing with linear probing in a power-of-two table, at most half full. An entry is valid only
+/// in the round in which it was inserted; `clear` begins the next round.
 class KzDxIdIndex {
 public:
     /// The number of `id`; if there is none, `number` is inserted and returned.
@@ -32,11 +32,11 @@ public:
         return entry.round == round_ ? entry.number : otherwise;
     }
 
-    /// Forgets all entries; the storage stays.
+    /// Removes all entries. Keeps the storage.
     void clear() {
         size_ = 0;
         ++round_;
-        assert(round_ != 0); // else old entries would count again; no reading has so many nodes
+        assert(round_ != 0); // otherwise old entries would be valid again; no reading has so many nodes
     }
 
 private:
@@ -51,7 +51,7 @@ private:
         const std::size_t mask = entries_.size() - 1;
         const std::uint64_t hash = id.value() * 0x9E3779B97F4A7C15; // 2^64 over the golden ratio
         std::size_t slot =
-            hash >> (64 - std::countr_zero(entries_.size())); // the upper bits are distributed best
+            hash >> (64 - std::countr_zero(entries_.size())); // the upper bits have the best distribution
         while (entries_[slot].round == round_ && entries_[slot].id != id) slot = (slot + 1) & mask;
         return slot;
     }

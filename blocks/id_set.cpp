@@ -39,7 +39,7 @@ std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids) {
     if (isAscending(ids)) return ids.size();
     const auto [lowest, highest] = std::ranges::minmax(ids);
     const std::uint64_t span = highest.value() - lowest.value();
-    // As many words as ids at most: never more memory than the ids themselves take.
+    // At most as many words as ids, so that the bitmap never needs more memory than the ids.
     if (span / bitsPerWord < ids.size()) return sortByBitmap(ids, lowest.value(), span);
     std::ranges::sort(ids);
     return static_cast<std::size_t>(std::unique(ids.begin(), ids.end()) - ids.begin());

@@ -7,11 +7,11 @@
 #include <span>
 #include <vector>
 
-/// Puts ids into ascending order and drops repeated ones. Linear for ids that are in order already, or
-/// whose values are close to each other, as those of one drawing are.
+/// Sorts ids in ascending order and removes duplicates. Linear if the ids are already in order or their
+/// values are close together, as in one drawing.
 void kzdxSortUnique(std::vector<KzDbObjectId>& ids);
 
-/// The same in place: returns the number of ids, which are at the front; the rest is unspecified.
+/// The same in place. Returns the number of ids, which are at the front; the rest is unspecified.
 [[nodiscard]] std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids);
 
 /// Whether two lists of ids are equal. Compares as memory: an update does this for every reference of a
@@ -21,7 +21,7 @@ void kzdxSortUnique(std::vector<KzDbObjectId>& ids);
 /// An ordered set of ids, kept as a sorted array.
 class KzDxIdSet {
 public:
-    /// Adds an id; returns false if the set has it. Cheap at the end, linear in the middle.
+    /// Adds an id; returns false if the set has it already. O(1) at the end, otherwise linear.
     bool insert(KzDbObjectId id) {
         const auto at = ids_.empty() || ids_.back() < id ? ids_.end() : std::ranges::lower_bound(ids_, id);
         if (at != ids_.end() && *at == id) return false;
@@ -29,13 +29,13 @@ public:
         return true;
     }
 
-    /// Adds ids that are in ascending order, in one pass over both.
+    /// Adds ids that are in ascending order. O(ids of both).
     void insertAscending(std::span<const KzDbObjectId> ids);
 
-    /// Has room for `count` more ids: that many insertions will not allocate.
+    /// Reserves memory for `count` more ids: that many insertions do not allocate.
     void reserveMore(std::size_t count) { ids_.reserve(ids_.size() + count); }
 
-    /// Removes the ids for which `isUnwanted` returns true, asked for each in ascending order.
+    /// Removes the ids for which `isUnwanted(id)` returns true, called in ascending order.
     template <class Predicate>
     void eraseIf(Predicate isUnwanted) {
         std::erase_if(ids_, isUnwanted);

@@ -15,7 +15,7 @@ KzDxBlocks* graphOf(KzApDocument* document) {
 std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzDxClientCallback callback) {
     KzDxDocument* const data = kzdxDocDataOf(document);
     if (data == nullptr) return 0;
-    // If the client cannot be added, a graph that this call has switched on is switched off again.
+    // If the client cannot be added, switches the graph off again if this call switched it on.
     const bool wasFollowing = data->hasBlocks() && data->blocks()->isEnabled();
     KzDxBlocks* const graph = data->followingBlocks();
     if (graph == nullptr) return 0;
@@ -33,7 +33,7 @@ void detach(KzApDocument* document, KzDxClientCallback callback) {
     KzDxBlocks* const graph = data == nullptr ? nullptr : data->blocks();
     if (graph == nullptr) return;
     graph->removeClient(callback);
-    // Without clients the graph is switched off, because registrations slow down edits.
+    // Switches the graph off without clients, because registrations slow down edits.
     if (!graph->hasClients()) static_cast<void>(graph->setEnabled(false));
 }
 

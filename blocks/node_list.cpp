@@ -6,7 +6,7 @@
 
 void KzDxNodeList::reserve(std::size_t nodes) {
     if (nodes <= nodes_.capacity()) return;
-    nodes_.reserve(2 * nodes); // a graph grows node by node
+    nodes_.reserve(2 * nodes); // because a graph grows node by node
 }
 
 void KzDxNodeList::add(KzDxBlock& node) noexcept {

@@ -8,27 +8,28 @@
 
 class KzDxBlock;
 
-/// What a node can be listed for; see `KzDxUpdateState`.
+/// The lists of nodes; see `KzDxUpdateState`.
 enum class KzDxNodeMark : std::uint8_t {
     stale = 1,   ///< what is stored may differ from the drawing
     changed = 2, ///< clients may have to be notified
     foreign = 4, ///< may report references of other drawings, where inserting sends none here
 };
 
-/// Intrusive list: the nodes that carry a mark, each once, in the order in which they got it.
+/// Intrusive list: the nodes that have a mark, each once, in the order in which they got it. Nodes are
+/// borrowed.
 ///
-/// A list in place of a walk over all nodes. Adding does not allocate once there is room for every node, so
-/// that a notification may do it. Nodes are not owned.
+/// Avoids a walk over all nodes. Adding a node does not allocate after `reserve` for all nodes, because
+/// notifications add nodes.
 class KzDxNodeList {
 public:
     explicit KzDxNodeList(KzDxNodeMark mark) : mark_(mark) {}
     KzDxNodeList(const KzDxNodeList&) = delete;
     KzDxNodeList& operator=(const KzDxNodeList&) = delete;
 
-    /// Makes room for this many nodes in all.
+    /// Reserves memory for this total number of nodes.
     void reserve(std::size_t nodes);
 
-    /// Adds a node; a node that is listed stays where it is.
+    /// Adds a node; a node that is listed keeps its position.
     void add(KzDxBlock& node) noexcept;
 
     /// Empties the list, and clears the mark of its nodes.
@@ -40,7 +41,7 @@ public:
     void removeIf(Predicate isDone) {
         std::size_t at = 0;
         std::size_t kept = 0;
-        const KzDxScopeGuard closeGap([&] { // in any case: never dismissed
+        const KzDxScopeGuard closeGap([&] { // never dismissed: runs in any case
             nodes_.erase(nodes_.begin() + static_cast<std::ptrdiff_t>(kept),
                          nodes_.begin() + static_cast<std::ptrdiff_t>(at));
         });

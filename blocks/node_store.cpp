@@ -8,7 +8,7 @@
 void KzDxNodeStore::add(Node&& node) {
     assert(node != nullptr && !node->id().isNull());
     keys_.insert_or_assign(node->id(), node.get());
-    nodes_.push_back(std::move(node)); // last: until then the caller owns the node
+    nodes_.push_back(std::move(node)); // last, because the caller owns the node if memory runs out
 }
 
 void KzDxNodeStore::removeKeys(const KzDxBlock& node) noexcept {

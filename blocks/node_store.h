@@ -20,13 +20,13 @@ public:
     using Nodes = std::vector<Node>;
     using Keys = std::map<KzDbObjectId, KzDxBlock*>;
 
-    /// Takes a node over under its own id. A key that exists is replaced, because one of the node's own
-    /// further records can have that id. If memory runs out, the caller still owns the node and has to
-    /// `removeKeys`.
+    /// Takes ownership of a node and adds its own id as a key. Replaces an existing key, because another
+    /// record of the node may have that id. If memory runs out, the caller still owns the node and must
+    /// call `removeKeys`.
     void add(Node&& node);
 
-    /// Adds a further key for a node, unless the key exists: two enhanced blocks can name one representation,
-    /// and the first one keeps it.
+    /// Adds another key for a node, unless the key exists: if two enhanced blocks have the same
+    /// representation, the first one keeps it.
     void addAlias(KzDbObjectId key, KzDxBlock& node) { keys_.try_emplace(key, &node); }
 
     /// Removes the keys of a node whose creation has failed.

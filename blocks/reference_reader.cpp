@@ -8,7 +8,8 @@
 #include <cassert>
 
 Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record, KzDbObjectIdArray& ids) {
-    // Long arrays grow by small steps on their own: a thousand records would copy the ids again and again.
+    // Reserves memory, because long arrays grow by small steps, so that many records would copy the ids
+    // repeatedly.
     const std::int32_t room = ids.physicalLength();
     if (ids.length() > room / 2) ids.reserve(2 * room);
     const Orvo::ErrorStatus status = record.getBlockReferenceIds(ids, true, true);
@@ -36,13 +37,13 @@ void KzDxReferenceReader::sortReported() {
 }
 
 bool KzDxReferenceReader::listsUnchanged(const KzDxContainers& stored) {
-    // Mostly the answers come in ascending order, as they are stored.
+    // The reported ids are usually in ascending order, as the stored ones are.
     if (kzdxAreSame({reported_.begin(), reported_.end()}, stored.references())) return true;
     sortReported();
     return kzdxAreSame(references_, stored.references());
 }
 
-/// The containers that were stored keep their numbers, so that placements can be compared as numbers.
+/// Stored containers keep their numbers, so that placements can be compared by number.
 void KzDxReferenceReader::beginResolving(const KzDxContainers& stored) {
     sortReported();
     stored_ = &stored;
@@ -56,7 +57,7 @@ void KzDxReferenceReader::resolveContainers(const KzDxContainers& stored, KzDxRe
                                             KzDxRegistrations* registrations) {
     beginResolving(stored);
     const std::span<const KzDbObjectId> old = stored.references();
-    std::size_t at = 0; // both ascend
+    std::size_t at = 0; // both lists ascend
     for (std::size_t next = 0; next < references_.size(); ++next) {
         const KzDbObjectId reference = references_[next];
         while (at < old.size() && old[at] < reference) ++at;
@@ -98,14 +99,15 @@ std::uint32_t KzDxReferenceReader::registeredNumberOf(KzDbObjectId reference,
     return number;
 }
 
-/// The number of an owner's container, found out once per node: asking the host about each reference's owner
-/// would cost more than opening the reference.
+/// The number of an owner's container, determined once per node, because host calls for the owner of each
+/// reference would cost more than opening the reference.
 std::uint32_t KzDxReferenceReader::containerNumber(KzDbObjectId owner) {
     constexpr std::uint32_t unknown = noContainer - 1;
     const std::uint32_t known = numberOfOwner_.find(owner, unknown);
     if (known != unknown) return known;
     const KzDbObjectId container = containerOf(owner);
-    // A record that represents another drawing can be an owner itself, and then has the same number.
+    // The container may also be an owner itself (a record that represents another drawing): it has the same
+    // number.
     const std::uint32_t number = container == owner ? newNumber(container) : containerNumber(container);
     return numberOfOwner_.findOrInsert(owner, number);
 }

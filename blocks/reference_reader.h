@@ -17,11 +17,11 @@ class KzDxRegistrations;
 [[nodiscard]] Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record,
                                                       KzDbObjectIdArray& ids);
 
-/// Reads from the drawing which references a block has and where each of them is placed: first the lists,
-/// which costs one query per record, then the references, each of which is opened.
+/// Reads the references of a block and their placements from the drawing: first the lists, by one query per
+/// record, then the references, each of which is opened.
 ///
-/// One reader serves the nodes of a graph in turn, for one scan, and reuses its storage, so that a scan
-/// allocates next to nothing per node. If `queryReferences` fails, the results are meaningless.
+/// One reader reads all nodes of a graph for one scan and reuses its storage, so that a scan rarely
+/// allocates per node. If `queryReferences` fails, the results are undefined.
 class KzDxReferenceReader {
 public:
     /// `own` is the drawing of the graph. References of other drawings are placed by `foreign`.
@@ -30,34 +30,34 @@ public:
 
     // The lists.
 
-    /// Asks records for their references; erased records are skipped. The status of the first record that
-    /// does not open or answer.
+    /// Queries the references of records; erased records are skipped. Returns the status of the first
+    /// record that cannot be read.
     [[nodiscard]] Orvo::ErrorStatus queryReferences(const KzDbObjectIdArray& records);
 
-    /// How many references were reported; a reference that was reported twice counts twice.
+    /// The number of reported references; a reference that was reported twice counts twice.
     [[nodiscard]] std::size_t reportedCount() const { return static_cast<std::size_t>(reported_.length()); }
 
-    /// Whether the records have just reported what they did when `stored` was read.
+    /// Whether the records reported the same references as when `stored` was read.
     [[nodiscard]] bool listsUnchanged(const KzDxContainers& stored);
 
     // The references.
 
-    /// Opens references and asks for their containers: of all, or at level `newReferences` of those that were
-    /// not reported before; the others are where they were. References that have a container, and had none
-    /// before, are registered with in the same opening if `registrations` is given.
+    /// Opens references and determines their containers; at level `newReferences` only of references that
+    /// were not reported before, while the others keep their containers. If `registrations` is given,
+    /// registers with references that have a container and had none before, while they are open.
     void resolveContainers(const KzDxContainers& stored, KzDxReadLevel level,
                            KzDxRegistrations* registrations);
 
     /// Whether each reference has the container that it is stored under.
     [[nodiscard]] bool placementsUnchanged() const;
 
-    /// What was read, to be stored.
+    /// Stores the results.
     [[nodiscard]] KzDxContainers containers() const { return {references_, numbers_, containers_}; }
 
-    /// Every reference that was reported, live and erased, ascending.
+    /// Every reference that was reported, live and erased, in ascending order.
     [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
 
-    /// Whether some reference is placed in another drawing, or may be: some record depends on one.
+    /// Whether a reference is placed in another drawing, or may be, because a record is dependent.
     [[nodiscard]] bool hasForeign() const { return hasForeign_; }
 
 private:
@@ -73,12 +73,12 @@ private:
 
     const KzDbDatabase* own_;
     KzDxForeignDrawings& foreign_;
-    const KzDxContainers* stored_ = nullptr; ///< what `resolveContainers` was given
-    KzDbObjectIdArray reported_;             ///< as the records reported it, until it is sorted in place
-    std::span<KzDbObjectId> references_;     ///< the part of it that counts once it is sorted
+    const KzDxContainers* stored_ = nullptr; ///< the argument of `resolveContainers`
+    KzDbObjectIdArray reported_;             ///< as reported, until it is sorted in place
+    std::span<KzDbObjectId> references_;     ///< the part of `reported_` without duplicates, after sorting
     std::vector<std::uint32_t> numbers_;
-    /// The containers by number: first the stored ones, then new ones in the order of discovery. Equal
-    /// numbers then mean equal containers, before and now.
+    /// The containers by number: first the stored ones, then new ones, so that equal numbers mean equal
+    /// containers, stored or read.
     std::vector<KzDbObjectId> containers_;
     bool hasForeign_ = false;
     KzDxIdIndex numberOfOwner_; ///< owner as the host reports it → container number, or `noContainer`

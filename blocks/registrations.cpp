@@ -10,7 +10,7 @@
 
 Orvo::ErrorStatus KzDxRegistrations::registerAll(const KzDbObjectIdArray& records,
                                                  const KzDxContainers& containers) {
-    state_ = State::pending; // until the end: memory may run out at any step
+    state_ = State::pending; // until the end, because memory may run out at any step
     allReferencesRegistered_ = true;
     containers.forEachPlaced([this](KzDbObjectId reference) { openAndRegister(reference); });
     const Orvo::ErrorStatus status = registerRecords(records);
@@ -21,12 +21,12 @@ Orvo::ErrorStatus KzDxRegistrations::registerAll(const KzDbObjectIdArray& record
 Orvo::ErrorStatus KzDxRegistrations::unregisterAll(const KzDbObjectIdArray& records,
                                                    const KzDxContainers& containers) {
     state_ = State::pending; // until the end, as above
-    // No step depends on the one before, so a failure does not end the operation.
+    // The steps are independent, so a failure does not end the operation.
     const bool areReferencesDone = tryUnregisterReferences(containers);
     const Orvo::ErrorStatus status = unregisterRecords(records);
     registeredRecords_ = 0;
     attributes_.releaseIfEmpty();
-    // If the first record is not valid, the further ones were not visited.
+    // If the first record is invalid, the others were not visited.
     const bool areRecordsDone = status == Orvo::ok && records[0].isValid();
     state_ = areReferencesDone && areRecordsDone ? State::none : State::pending;
     return status;
@@ -59,7 +59,8 @@ void KzDxRegistrations::dropPlaced(const KzDxContainers& containers) noexcept {
 }
 
 void KzDxRegistrations::unregisterReference(KzDbObjectId gone) noexcept {
-    // A node without registrations has nothing to remember, even if the reference could not be opened.
+    // If the node has no registrations, the reference need not be remembered, even if it could not be
+    // opened.
     if (!tryUnregister(gone) && state_ != State::none) unplaced_.insert(gone);
 }
 
@@ -75,15 +76,15 @@ void KzDxRegistrations::retryPending(bool isEnabled, std::span<const KzDbObjectI
     });
     if (state_ != State::pending) return;
     if (isEnabled) {
-        static_cast<void>(registerAll(records, containers)); // as at switching on, which reports no status
+        static_cast<void>(registerAll(records, containers)); // as at switching on, without a status
     } else {
         static_cast<void>(
-            tryUnregisterAll(records, containers)); // `hasPending` tells whether it has to go on
+            tryUnregisterAll(records, containers)); // `hasPending` shows whether it must be retried
     }
 }
 
 Orvo::ErrorStatus KzDxRegistrations::registerRecords(const KzDbObjectIdArray& records) {
-    assert(records.length() > 0); // a node has its own record from the beginning
+    assert(records.length() > 0); // a node always has its own record
     registeredRecords_ = 0;
     const KzDbObjectId own = records[0];
     if (!own.isValid() || own.isErased() || own.isEffectivelyErased()) return Orvo::invalidObjectId;
@@ -124,19 +125,18 @@ void KzDxRegistrations::registerAttributes(const KzDbBlockReference& reference, 
         if (attributeId.isErased() || attributeId.isEffectivelyErased()) continue;
         const Zelvane::Opened<KzDbAttribute> attribute(attributeId, KzDb::OpenMode::forNotify, true);
         if (!attribute) continue;
-        attributes_.add(id, attributeId); // first: a registration must be known before it exists
+        attributes_.add(id, attributeId); // first: the registration must be known if memory runs out
         attribute->addReactor(&reactor_);
     }
 }
 
-/// Unregisters from a reference, and then from its attributes. Returns whether it is registered with none of
-/// them any more.
+/// Unregisters from a reference, and then from its attributes. Returns whether all succeeded.
 bool KzDxRegistrations::tryUnregister(KzDbObjectId reference) noexcept {
     const auto isRemoved = [this](KzDbObjectId attribute) { return kzdxRemoveReactor(attribute, &reactor_); };
     return kzdxRemoveReactor(reference, &reactor_) && attributes_.removeOf(reference, isRemoved);
 }
 
-/// Unregisters from all references, with or without a container. Returns whether nothing failed.
+/// Unregisters from all references, with or without a container. Returns whether all succeeded.
 bool KzDxRegistrations::tryUnregisterReferences(const KzDxContainers& containers) noexcept {
     bool isDone = true;
     containers.forEachPlaced([&](KzDbObjectId reference) { isDone &= tryUnregister(reference); });

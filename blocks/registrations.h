@@ -11,71 +11,74 @@
 
 class KzDbObjectReactor;
 
-/// The objects that a node is registered with as a reactor: its records, its references and their attributes.
+/// The objects that a node is registered with as a reactor: its records, its references and their
+/// attributes. Part of the node.
 ///
-/// An object that another module holds open can be neither registered nor unregistered with. What could not
-/// be unregistered is remembered and retried by `retryPending`, because a reactor must not be destroyed while
-/// it is registered anywhere. An object that could not be registered with sends no notifications until the
-/// next switching on. Registering can run out of memory, which `retryPending` makes up for; unregistering
-/// does not allocate.
+/// If another module holds an object open, the node can neither register with it nor unregister. A failed
+/// unregistration is retried by `retryPending`, because a reactor must not be destroyed while it is
+/// registered anywhere. After a failed registration, the object sends no notifications until the next
+/// switching on. If memory runs out while registering, `retryPending` completes the operation;
+/// unregistering does not allocate.
 class KzDxRegistrations {
 public:
     explicit KzDxRegistrations(KzDbObjectReactor& reactor) : reactor_(reactor) {}
 
     /// Registers with everything, first the references, then the records. `invalidObjectId` if the first
-    /// record, which is the node's own, cannot be used; or the status of the first record that does not open,
-    /// after which no further record is tried.
+    /// record, which is the node's own, is invalid or erased; or the status of the first record that cannot
+    /// be opened, after which no other record is tried.
     Orvo::ErrorStatus registerAll(const KzDbObjectIdArray& records, const KzDxContainers& containers);
 
-    /// Unregisters from everything, in the same order and with the same results, except that a first record
-    /// that is not valid is not an error.
+    /// Unregisters from everything, in the same order and with the same results, except that an invalid
+    /// first record is not an error.
     Orvo::ErrorStatus unregisterAll(const KzDbObjectIdArray& records, const KzDxContainers& containers);
 
-    /// Unregisters from everything that can be opened, whatever fails; the attributes of a reference that
-    /// does not open stay registered with, as it does. Returns whether nothing failed.
+    /// Unregisters from everything that can be opened; failures do not end the operation. If a reference
+    /// cannot be opened, it and its attributes stay registered. Returns whether all succeeded.
     [[nodiscard]] bool tryUnregisterAll(const KzDbObjectIdArray& records,
                                         const KzDxContainers& containers) noexcept;
     /// Unregisters from all attributes that can be opened, before the node is deleted.
     void tryUnregisterAttributes() noexcept;
 
-    // Registering with references in the opening in which they are read, while switched on.
+    // Registering with references while they are open for reading, while switched on.
 
-    /// Registers with a reference that is open for notification and about to be stored, and its attributes.
+    /// Registers with a reference, which is open for notification and will be stored, and with its
+    /// attributes.
     void registerReference(const KzDbBlockReference& reference, KzDbObjectId id);
-    /// A reference could be read, but not registered with.
+    /// Called if a reference could be read, but not opened for notification.
     void markUnregistered() { allReferencesRegistered_ = false; }
 
-    /// Makes room to remember `count` more references, so that remembering them does not allocate.
+    /// Reserves memory for `count` more unplaced references, so that adding them does not allocate.
     void reserveUnplaced(std::size_t count) { unplaced_.reserveMore(count); }
-    /// Remembers a reference that may be registered with, but has no container.
+    /// Adds a reference that may be registered but has no container.
     void addUnplaced(KzDbObjectId reference) { unplaced_.insert(reference); }
-    /// Forgets those that have a container, and releases unused room.
+    /// Removes unplaced references that have a container now, and releases unused memory.
     void dropPlaced(const KzDxContainers& containers) noexcept;
     /// Unregisters from a reference that is no longer reported.
     void unregisterReference(KzDbObjectId gone) noexcept;
-    /// Remembers a reference that is still reported, but could not be read and has no container any more.
+    /// Adds a reference that is still reported, but could not be read and no longer has a container.
     void keepRegistered(KzDbObjectId unread);
 
-    /// Goes on with what could not be done completely: registering when memory ran out, unregistering from
-    /// objects that were held open, and from references that are no longer reported. References of `reported`
-    /// that have no container stay registered while switched on, because they get one when they can be read.
+    /// Retries what could not be completed: registering if memory ran out, unregistering from objects that
+    /// were held open, and unregistering from references that are no longer reported. While switched on,
+    /// references of `reported` that have no container stay registered, because they get one when they can
+    /// be read.
     void retryPending(bool isEnabled, std::span<const KzDbObjectId> reported,
                       const KzDbObjectIdArray& records, const KzDxContainers& containers);
 
-    /// Whether `retryPending` has something to do.
+    /// Whether `retryPending` has an effect.
     [[nodiscard]] bool hasPending() const { return state_ == State::pending || !unplaced_.isEmpty(); }
-    /// Whether there is nothing to unregister from.
+    /// Whether there are no registrations.
     [[nodiscard]] bool isEmpty() const { return state_ == State::none && unplaced_.isEmpty(); }
-    /// Whether all references were registered with at the last switching on and since.
+    /// Whether all registrations with references have succeeded since the last switching on.
     [[nodiscard]] bool allReferencesRegistered() const { return allReferencesRegistered_; }
-    /// How many records, from the first one, are registered with.
+    /// The number of records, from the first one, that are registered.
     [[nodiscard]] std::int32_t registeredRecords() const { return registeredRecords_; }
 
 private:
     enum class State : std::uint8_t {
-        none,     ///< registered with nothing but `unplaced_`
-        complete, ///< with everything that could be opened
-        pending,  ///< a switching was not completed
+        none,     ///< at most `unplaced_` are registered
+        complete, ///< everything that could be opened is registered
+        pending,  ///< switching on or off was not completed
     };
 
     [[nodiscard]] Orvo::ErrorStatus registerRecords(const KzDbObjectIdArray& records);
@@ -90,6 +93,6 @@ private:
     bool allReferencesRegistered_ = true;
     std::int32_t registeredRecords_ = 0;
     KzDxWatchedAttributes attributes_;
-    /// References without a container that the reactor may be registered with.
+    /// References without a container that may be registered.
     KzDxIdSet unplaced_;
 };

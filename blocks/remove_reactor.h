@@ -4,6 +4,6 @@
 
 class KzDbObjectReactor;
 
-/// Removes a reactor from an object. Returns false if the object exists but cannot be opened now: the reactor
-/// must then not be destroyed. An object that no longer exists counts as removed from.
+/// Removes a reactor from an object. Returns false if the object exists but cannot be opened now; then the
+/// reactor must not be destroyed. Returns true if the object no longer exists.
 [[nodiscard]] bool kzdxRemoveReactor(KzDbObjectId id, KzDbObjectReactor* reactor) noexcept;

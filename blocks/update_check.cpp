@@ -68,7 +68,7 @@ bool doesAnswer(const KzDbBlockTableRecord& record) {
            record.getErasedBlockReferenceIds(ids) == Orvo::ok;
 }
 
-/// Whether a node can be created for a record: it answers, and so do the records that represent it.
+/// Whether a node can be created for a record: the record and those that represent it can be read.
 bool canHaveNode(const KzDbBlockTableRecord& record) {
     if (!doesAnswer(record)) return false;
     KzRxObject* const found = KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc());
@@ -166,7 +166,8 @@ void KzDxUpdateCheck::compareNode(KzDxBlock& node) {
     compareMark(node, before_[&node], now);
 }
 
-/// A node has changed if a reference or a container was added or is gone. An unreadable reference is not.
+/// A node has changed if a reference or a container was added or removed. An unreadable reference is not a
+/// change.
 void KzDxUpdateCheck::compareMark(const KzDxBlock& node, const State& before, const Reading& now) {
     std::set<KzDbObjectId> containersBefore;
     std::set<KzDbObjectId> containersNow;

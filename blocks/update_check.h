@@ -9,11 +9,11 @@
 class KzDxBlock;
 class KzDxBlocks;
 
-/// Self-check of updates, for test builds (`ZELVANE_CHECK_UPDATES`): after a scan it reads everything from
-/// the drawing in a way of its own, and compares that with what the graph has stored. A difference ends the
-/// program with a message.
+/// Self-check of updates, for test builds (`ZELVANE_CHECK_UPDATES`): after a scan, reads everything from
+/// the drawing and compares it with what the graph has stored. A difference ends the program with a
+/// message.
 ///
-/// It shares no code with the scanner and the reader. It opens objects for read and registers with none.
+/// Shares no code with the scanner and the reader. Opens objects only for read.
 ///
 ///     KzDxUpdateCheck check(graph); // keeps what was stored before
 ///     ...                           // the scan
@@ -41,9 +41,9 @@ private:
     };
     /// What the records of a node report now.
     struct Reading {
-        bool isComplete = true; ///< every record opened and answered
+        bool isComplete = true; ///< every record could be read
         References placed;
-        std::vector<KzDbObjectId> reported; ///< ascending
+        std::vector<KzDbObjectId> reported; ///< in ascending order
     };
 
     static References referencesOf(const KzDxBlock& node);
@@ -61,7 +61,7 @@ private:
     KzDxBlocks& graph_;
     bool isActive_ = false;
     std::map<const KzDxBlock*, State> before_;
-    std::set<KzDbObjectId> keysBefore_; ///< a record can be visited before the key is added that it leads to
+    std::set<KzDbObjectId> keysBefore_; ///< a record may be visited before the key of its node is added
     std::vector<KzDbObjectId> layouts_;
     std::map<KzDbObjectId, KzDxBlock*> reached_; ///< by the node's own record
     std::map<KzDbObjectId, KzDbObjectId> translated_;

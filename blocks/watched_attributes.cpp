@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <utility>
 
-/// Sorts in what was added, and closes the gaps that removals have left. Without additions the gaps stay, so
-/// that removing all pairs one after the other is linear.
+/// Merges additions and removes the null entries of removed pairs. Without additions the null entries stay,
+/// so that removing all pairs one by one is linear.
 void KzDxWatchedAttributes::sort() {
     if (sorted_ == pairs_.size()) return;
     std::erase_if(pairs_, [](const Pair& pair) { return pair.attribute.isNull(); });
-    sorted_ -= std::exchange(removed_, 0); // additions are never removed before they are sorted in
+    sorted_ -= std::exchange(removed_, 0); // additions are merged before they can be removed
     const auto firstAdded = pairs_.begin() + static_cast<std::ptrdiff_t>(sorted_);
     std::sort(firstAdded, pairs_.end());
     std::inplace_merge(pairs_.begin(), firstAdded, pairs_.end());

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <vector>
 
-/// The attributes that a node is registered with, by reference.
+/// The attributes that a node is registered with, by reference. Part of its registrations.
 ///
 /// One array of pairs, sorted by the first query after additions: 16 bytes per attribute, nothing for
 /// references without attributes. Any number of additions and removals costs one sort. Only additions
@@ -22,8 +22,8 @@ public:
     /// Adding an attribute again has no effect.
     void add(KzDbObjectId reference, KzDbObjectId attribute) { pairs_.push_back({reference, attribute}); }
 
-    /// Removes those attributes of one reference for which `isUnregistered(attribute)` returns true, asked in
-    /// ascending order. Returns whether all were removed.
+    /// Removes the attributes of one reference for which `isUnregistered(attribute)` returns true, called
+    /// in ascending order. Returns whether all were removed.
     template <class IsUnregistered>
     bool removeOf(KzDbObjectId reference, IsUnregistered isUnregistered) {
         sort();

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-/// Runs `work` at a boundary of the library, which no exception may cross: what the host or a client calls
-/// here, and what is called there. When memory runs out inside, the caller gets `failure`.
+/// Runs `work` at the module boundary, which no exception may cross: in functions that the host or a client
+/// calls, and around calls of clients. If memory runs out, returns `failure`.
 template <class Result, class Work>
 Result kzdxAtBoundary(Result failure, Work&& work) noexcept {
     try {
@@ -13,8 +13,8 @@ Result kzdxAtBoundary(Result failure, Work&& work) noexcept {
     }
 }
 
-/// The same for work without a result, a client's callback for example: one that throws, against the rules,
-/// does not keep the others from being called.
+/// The same for work without a result, for example a client's callback: if it throws, which is not allowed,
+/// the other callbacks are still called.
 template <class Work>
 void kzdxAtBoundary(Work&& work) noexcept {
     try {

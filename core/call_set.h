@@ -9,36 +9,35 @@
 #include <type_traits>
 #include <vector>
 
-/// An ordered set of pointers (to receivers, timers or functions) that are called in turn: the one mechanism
-/// behind every walk of the module that calls out.
+/// An ordered set of pointers to receivers, timers or functions that are called in order. Every walk of the
+/// module that calls out uses this class.
 ///
-/// Members are borrowed, each is in the set once, and they are called in ascending order of address. Whatever
-/// a call does, the walk never touches a member that was removed, because it keeps addresses only and
-/// compares them as addresses. During a call,
+/// Members are borrowed, each is in the set once, and they are called in ascending order of address. A walk
+/// never accesses a removed member, because it only compares addresses. During a call,
 /// - a member that is removed before its turn is not called, even if it was destroyed;
-/// - the set may be emptied, refilled or walked again from inside;
-/// - the set may be destroyed: this walk and all walks around it end at once and return false;
+/// - the set may be emptied, refilled or walked again;
+/// - the set may be destroyed: this walk and all outer walks end immediately and return false;
 /// - a member that is added is called in the same walk if its address is not below that of the next member,
-///   which `Next` defines. A callee that goes on adding such members keeps the walk going.
-/// A walk allocates nothing, and costs one comparison per member beyond the call while the set does not
-/// change.
+///   which `Next` defines. A callee that always adds such members makes the walk endless.
+/// A walk does not allocate. While the set does not change, it costs one comparison per member in addition to
+/// the calls.
 template <class T>
 class KzDxCallSet {
     static_assert(std::is_pointer_v<T>);
 
 public:
-    /// When a walk decides which member follows the one it calls.
+    /// When a walk chooses the next member.
     enum class Next {
-        chosenBeforeCall, ///< the successor at the time of the call, or, if it was removed, the first one
-                          ///< beyond it; one that is added in between is not called; after the last
-                          ///< member the walk is over
-        chosenAfterCall,  ///< the first member beyond the called one, as the set is after the call
+        chosenBeforeCall, ///< the successor before the call or, if it was removed, the first member after
+                          ///< it; a member that is added before the successor, or after the last member,
+                          ///< is not called
+        chosenAfterCall,  ///< the first member after the called one, in the set after the call
     };
 
-    /// Reserves room for one more member: the next insertion does not allocate.
+    /// Reserves memory for one more member, so that the next insertion does not allocate.
     void reserveOne() { members_.reserve(members_.size() + 1); }
 
-    /// Adds a member; false when it was there already.
+    /// Adds a member; false if the set has it already.
     bool insert(T member) {
         const auto at = std::lower_bound(members_.begin(), members_.end(), member, std::less<T>());
         if (at != members_.end() && *at == member) return false;
@@ -47,7 +46,7 @@ public:
         return true;
     }
 
-    /// Removes a member; false when it was not there.
+    /// Removes a member; false if the set does not have it.
     bool erase(T member) {
         const auto at = std::lower_bound(members_.begin(), members_.end(), member, std::less<T>());
         if (at == members_.end() || *at != member) return false;
@@ -68,9 +67,8 @@ public:
     [[nodiscard]] auto begin() const { return members_.begin(); }
     [[nodiscard]] auto end() const { return members_.end(); }
 
-    /// Calls `call(member)` for each member in ascending order. A `call` that returns a bool ends the walk
-    /// with false. Returns false when the set was destroyed by a call: then nothing that belonged to it may
-    /// be touched.
+    /// Calls `call(member)` for each member in ascending order. If `call` returns a bool, false ends the
+    /// walk. Returns false if a call destroyed the set: then the owner of the set must not be used.
     template <class Call>
     bool callEach(Next next, Call call) {
         const KzDxLife::Watch watch(life_);

@@ -4,13 +4,12 @@
 
 /// Deferred deletion: an object that the host may still call is deleted when it has unregistered.
 ///
-/// To unregister, a reactor opens each object that it is registered with. The host can refuse, for example
-/// while another module holds an object open, and it would call the reactor at its old address if that was
-/// deleted regardless. So the deletion is pending until it has unregistered, at the latest until the library
+/// To unregister, a reactor must open each object that it is registered with. This may fail, for example
+/// because another module holds an object open, and the host would still call the address of a deleted
+/// reactor. So the deletion is pending until the reactor has unregistered, at the latest until the library
 /// is unloaded. An object whose deletion is pending ignores notifications.
 ///
-/// The list of pending objects runs through the objects themselves, because it must work if memory has run
-/// out.
+/// An intrusive list of the pending objects, because adding to it must not allocate.
 class KzDxDeferredDeletion {
 public:
     KzDxDeferredDeletion() = default;
@@ -31,13 +30,13 @@ public:
 protected:
     virtual ~KzDxDeferredDeletion() = default;
 
-    /// Unregisters from every object that can be opened. Returns whether nothing failed; called again until
+    /// Unregisters from every object that can be opened. Returns true if all succeeded; called again until
     /// then.
     [[nodiscard]] virtual bool tryUnregister() noexcept = 0;
 
 private:
     struct Pending {
-        ~Pending() { retry(true); } // the library is unloaded: there is nothing left to call
+        ~Pending() { retry(true); } // the library is unloaded: no reactor can be called any more
         void retry(bool isLastChance) noexcept {
             KzDxDeferredDeletion* each = std::exchange(first, nullptr);
             while (each != nullptr) {

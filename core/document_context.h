@@ -5,21 +5,21 @@
 
 class KzDxTimer;
 
-/// What the parts of a document's data need of their document: its drawing, and the set of timers that its
-/// idle checks examine. The parts borrow it, and do not outlive it in working order.
+/// The part of a document's data that its other parts use: the drawing, and the set of timers that idle
+/// checks test. Borrowed by these parts.
 class KzDxDocumentContext {
 public:
     explicit KzDxDocumentContext(KzApDocument* document) : document_(document) {}
     KzDxDocumentContext(const KzDxDocumentContext&) = delete;
     KzDxDocumentContext& operator=(const KzDxDocumentContext&) = delete;
 
-    /// The document as it was given at construction; null once it has been forgotten.
+    /// The document that was passed at construction; null after `forgetDocument`.
     [[nodiscard]] KzApDocument* document() const { return document_; }
 
-    /// Call this when the document is gone: it is not touched any more.
+    /// Must be called when the document no longer exists; it is not used any more.
     void forgetDocument() { document_ = nullptr; }
 
-    /// The document's drawing; null when there is none, or no document any more.
+    /// The document's drawing; null if there is no drawing or no document.
     [[nodiscard]] KzDbDatabase* drawing() const {
         return document_ == nullptr ? nullptr : document_->database();
     }
@@ -37,5 +37,5 @@ private:
 
 class KzDxDocument;
 
-/// The context part of document data; null for null. For folders that do not know the class.
+/// Converts document data to their context; null for null. For folders that only declare the class.
 [[nodiscard]] KzDxDocumentContext* kzdxContextOf(KzDxDocument* document);

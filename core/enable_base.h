@@ -2,10 +2,10 @@
 
 #include "host/status.h"
 
-/// Something that can be switched on and off.
+/// Base of objects that can be switched on and off.
 ///
-/// Switching is virtual: a composite object passes it on to its parts, and an object that listens to the host
-/// registers or unregisters itself with it. Off after construction.
+/// Switching is virtual: a composite object also switches its parts, and an object that observes the host
+/// registers or unregisters. Off after construction.
 class KzDxEnableBase {
 public:
     KzDxEnableBase() = default;
@@ -14,7 +14,7 @@ public:
 
     virtual ~KzDxEnableBase() = default;
     [[nodiscard]] virtual bool isEnabled() const { return enabled_; }
-    /// Switches on or off. Setting the present state again is allowed.
+    /// Switches on or off. The current state may be set again.
     virtual Orvo::ErrorStatus setEnabled(bool enable) {
         storeEnabled(enable);
         return Orvo::ok;

@@ -2,10 +2,10 @@
 
 /// Detects the destruction of an object during a call that it made.
 ///
-/// A callback may destroy anything, including the object that called it. An object that calls out has a
-/// `KzDxLife`; each of its operations that calls out keeps a `Watch` on the stack, and asks it after each
-/// call, before it uses the object again. Watches are chained through the stack: nothing is allocated, and
-/// all of them are informed of the destruction, not only the innermost.
+/// A callback may destroy any object, including its caller. An object that calls out has a `KzDxLife`; each
+/// of its operations that calls out has a `Watch` on the stack and checks it after each call, before it
+/// uses the object again. Watches are a linked list on the stack, so they do not allocate, and the
+/// destruction is recorded in all of them, not only in the innermost.
 class KzDxLife {
 public:
     class Watch {

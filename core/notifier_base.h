@@ -3,7 +3,7 @@
 #include "core/call_set.h"
 #include "core/enable_base.h"
 
-/// Something that can be switched on and off and that notifies targets: receivers or plain functions.
+/// Base of objects that can be switched on and off and that notify targets: receivers or plain functions.
 ///
 /// Targets are borrowed, and each is registered once. The derived class decides how they are walked.
 /// Destroying a notifier notifies no target.

@@ -6,7 +6,7 @@
 
 /// Scope guard: undoes a half-finished operation unless dismissed.
 ///
-/// Memory may run out at any step, and a caller that is told of a failure must find things as they were.
+/// Memory may run out at any step, and an operation that fails must have no effect.
 ///
 ///     KzDxScopeGuard undo([&] { targets.erase(target); });
 ///     registerSomewhere();   // may throw
@@ -21,7 +21,7 @@ public:
         if (!isDismissed_) kzdxAtBoundary(undo_);
     }
 
-    /// The operation is complete: nothing is undone.
+    /// Marks the operation as complete, so that it is not undone.
     void dismiss() noexcept { isDismissed_ = true; }
 
 private:

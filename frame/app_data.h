@@ -10,18 +10,18 @@
 #include <set>
 #include <utility>
 
-/// Keeps one object of class `Data` for each document of the host, made on demand or, with `autoCreate`, with
-/// the document.
+/// Owns one object of class `Data`, the document data, for each document of the host: created on demand or,
+/// with `autoCreate`, with the document.
 ///
-/// The data are owned and destroyed with their documents, of which the host's document manager notifies
-/// this object while it is attached. `Data` is made from the document's address, has `forgetDocument()`,
-/// and may be destroyed while operations of it are under way further up the stack.
+/// While this object is attached, the host's document manager notifies it of documents that are closed, and
+/// it destroys their data. `Data` is constructed from the document's address, must have `forgetDocument()`,
+/// and may be destroyed while its operations are active further up the stack.
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// `purge` finds documents that were closed without a notification. Their data are told to forget the
-/// document, which must not be touched any more, and are destroyed. Until then there are data of a closed
-/// document: ask `isOpen` about addresses that come from outside.
+/// `purge` finds documents that were closed without a notification. It calls `forgetDocument` of their
+/// data, because the documents must not be used, and destroys the data. Until then data of a closed
+/// document may exist: check addresses from outside by `isOpen`.
 template <class Data>
 class AppDataT : public KzApDocManagerReactor {
 public:
@@ -41,15 +41,15 @@ public:
     void onDocumentRemoving(KzApDocument* document) override {
         kzdxAtBoundary([&] {
             removeDocData(document);
-            static_cast<void>(purge()); // the host need not list its documents now; the next purge may
+            static_cast<void>(purge()); // if the host does not list its documents now, a later purge does it
         });
     }
     void onDocumentDiscarded(KzApDocument* document) override {
         kzdxAtBoundary([&] { removeDocData(document); });
     }
 
-    /// Whether an open document has this address: the current one, or one that the host lists. True as well
-    /// if the host does not list them. Reads nothing at the address.
+    /// Whether an address is that of an open document: the current one, or one that the host lists. Also
+    /// true if the host does not list its documents. The address is compared, not dereferenced.
     [[nodiscard]] static bool isOpen(const KzApDocument* document) {
         const KzApDocManager* const manager = kzDocManagerPtr();
         if (manager == nullptr || manager->currentDocument() == document) return true;
@@ -59,8 +59,8 @@ public:
         return !documents->done();
     }
 
-    /// The data of a document. With `create`, they are made if there are none. Attaches to the document
-    /// manager if that has failed before. Null for a null document, without data, or if the document has no
+    /// The data of a document; with `create`, created if there are none. Attaches to the document manager
+    /// if that failed before. Null for a null document, if there are no data, or if the document has no
     /// drawing or is not listed by the host.
     virtual Data* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
@@ -81,13 +81,13 @@ public:
 
     [[nodiscard]] virtual bool isAttached() const { return attached_; }
 
-    /// Attaches to the document manager, with `autoCreate` making the data of all open documents; or detaches
-    /// from it and destroys all data. `missingCollaborator` without a document manager.
+    /// Attaches to the document manager and, with `autoCreate`, creates the data of all open documents; or
+    /// detaches and destroys all data. `missingCollaborator` without a document manager.
     virtual Orvo::ErrorStatus setAttached(bool attach) {
         KzApDocManager* const manager = kzDocManagerPtr();
         if (manager == nullptr) return Orvo::missingCollaborator;
         if (!attach) {
-            static_cast<void>(leaveDocManager()); // it was there a moment ago
+            static_cast<void>(leaveDocManager()); // the document manager exists, see above
             return deleteAll();
         }
         if (!attached_) {
@@ -96,22 +96,21 @@ public:
             // Existing data: their documents may have been closed without a notification.
             if (!data_.empty() && purge() != Orvo::ok) destroyAllBut(manager->currentDocument());
         }
-        if (autoCreate()) static_cast<void>(createAll()); // data are made on demand, too
+        if (autoCreate()) static_cast<void>(createAll()); // if it fails, data are created on demand
         return Orvo::ok;
     }
 
     [[nodiscard]] virtual bool autoCreate() const { return autoCreate_; }
 
-    /// Whether data are made with their documents. Switching it on attaches to the document manager.
+    /// Whether data are created with their documents. Setting it attaches to the document manager.
     virtual Orvo::ErrorStatus setAutoCreate(bool create) {
         autoCreate_ = create;
-        // Without a document manager there are no documents to make data for; on demand, `docData` tries
-        // again.
+        // Without a document manager there are no documents; `docData` retries on demand.
         if (create) static_cast<void>(setAttached(true));
         return Orvo::ok;
     }
 
-    /// Makes data for every open document that has none and has a drawing. `missingCollaborator` when the
+    /// Creates data for every open document that has a drawing and no data. `missingCollaborator` if the
     /// host does not list its documents.
     virtual Orvo::ErrorStatus createAll() {
         const std::unique_ptr<KzApDocumentIterator> documents = openDocuments();
@@ -126,8 +125,8 @@ public:
         return Orvo::ok;
     }
 
-    /// Destroys the data of documents that are no longer open. `missingCollaborator` when the host does not
-    /// list its documents, or when there is no memory for the list.
+    /// Destroys the data of documents that are no longer open. `missingCollaborator` if the host does not
+    /// list its documents, or if memory for the list runs out.
     virtual Orvo::ErrorStatus purge() {
         return kzdxAtBoundary(Orvo::missingCollaborator, [this] { return purgeAgainstList(); });
     }
@@ -147,7 +146,7 @@ protected:
 private:
     using DataMap = std::map<KzApDocument*, std::unique_ptr<Data>>;
 
-    /// Null when the host has no document manager or does not list its documents.
+    /// Null if the host has no document manager or does not list its documents.
     [[nodiscard]] static std::unique_ptr<KzApDocumentIterator> openDocuments() {
         const KzApDocManager* const manager = kzDocManagerPtr();
         return std::unique_ptr<KzApDocumentIterator>(manager == nullptr ? nullptr
@@ -156,15 +155,15 @@ private:
 
     Data* makeData(KzApDocument* document) {
         if (document->database() == nullptr) return nullptr;
-        // Data need no document manager and no list of documents. With `autoCreate`, attaching makes the
-        // data.
+        // Data can be created without a document manager or a list of documents. With `autoCreate`,
+        // attaching creates the data.
         if (!isAttached()) static_cast<void>(setAttached(true));
         if (data_.contains(document)) return docData(document, false);
         data_.emplace(document, std::make_unique<Data>(document));
         KzDxScopeGuard undo([&] { removeDocData(document); });
         static_cast<void>(purge());
         undo.dismiss();
-        return docData(document, false); // null if the host does not list it: it was purged
+        return docData(document, false); // null if it was purged, because the host does not list the document
     }
 
     Orvo::ErrorStatus purgeAgainstList() {
@@ -184,9 +183,9 @@ private:
         return Orvo::ok;
     }
 
-    /// Destroys all data but those of `kept`, in key order. Documents may be gone: those that were closed
-    /// while this object was not attached, and those for which data were made after the notification of
-    /// their removal. So unless the host lists its documents, no document is touched.
+    /// Destroys all data except those of `kept`, in key order. Some documents may no longer exist: those
+    /// that were closed while this object was not attached, and those for which data were created after the
+    /// notification of their removal. So unless the host lists its documents, no document is used.
     void destroyAllBut(KzApDocument* kept) {
         const bool areDocumentsKnown = AppDataT::purge() == Orvo::ok;
         DataMap leaving = std::exchange(data_, {});

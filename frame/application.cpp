@@ -3,11 +3,11 @@
 #include "timers/idle_check.h"
 
 KzDxApplication::KzDxApplication() {
-    // Creating data attaches to the document manager. Without one the object stays empty until an export
-    // asks.
+    // Creating data attaches to the document manager. Without one, the object stays empty until an export
+    // is called.
     static_cast<void>(setAutoCreate(true));
     storeEnabled(true);
-    instance_ = this; // last: no caller sees an unfinished object, and a failure leaves nothing to undo
+    instance_ = this; // last, so that a failure above leaves nothing to undo
 }
 
 KzDxApplication::~KzDxApplication() {
@@ -22,7 +22,7 @@ void KzDxApplication::end() noexcept {
 bool KzDxApplication::tryUnregister() noexcept {
     const bool hasLeft = leaveDocManager();
     static_cast<void>(AppDataT::deleteAll());          // always `ok`
-    static_cast<void>(AppDataT::setAutoCreate(false)); // in case it is notified later
+    static_cast<void>(AppDataT::setAutoCreate(false)); // it may still be notified
     if (instance_ == this) instance_ = nullptr;
     return hasLeft;
 }
@@ -44,7 +44,7 @@ bool KzDxApplication::wantsIdleCheck(KzApDocument* document, const char16_t* com
 }
 
 Orvo::ErrorStatus KzDxApplication::setEnabled(bool enable) {
-    static_cast<void>(setAttached(enable)); // switched all the same without a document manager
+    static_cast<void>(setAttached(enable)); // switched even without a document manager
     storeEnabled(enable);
     return Orvo::ok;
 }

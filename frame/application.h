@@ -5,20 +5,20 @@
 #include "frame/app_data.h"
 #include "frame/document.h"
 
-/// The one application object: it keeps the data of the open documents and starts their idle checks.
+/// The application object: owns the data of the open documents and posts their idle checks. Singleton.
 ///
-/// Created at load, ended at unload. Exports return their failure value while there is none.
+/// Created at load, ended at unload. While there is none, exports return their failure values.
 class KzDxApplication : public AppDataT<KzDxDocument>, public KzDxEnableBase, private KzDxDeferredDeletion {
 public:
     /// The application object; null before load and after unload.
     [[nodiscard]] static KzDxApplication* instance() { return instance_; }
 
-    /// Ends the application object, if there is one: the document data are destroyed at once, and the object
-    /// itself as soon as it has left the document manager.
+    /// Ends the application object, if there is one: destroys the document data immediately, and the object
+    /// itself when it has unregistered from the document manager.
     static void end() noexcept;
 
-    /// Attaches to the document manager, if there is one, and makes data for every open document. Throws
-    /// std::bad_alloc, with nothing changed.
+    /// Attaches to the document manager, if there is one, and creates data for every open document. May
+    /// throw std::bad_alloc, without effect.
     KzDxApplication();
     ~KzDxApplication() override;
 
@@ -37,7 +37,7 @@ private:
     static inline KzDxApplication* instance_ = nullptr;
 };
 
-/// The data of a document for an export, with `create` made if needed. Null without an application object,
-/// for an address at which no document is open, for a document without a drawing, and without `create` for
-/// one that has no data.
+/// The data of a document for an export; with `create`, created if there are none. Null without an
+/// application object, for the address of no open document, for a document without a drawing, and if there
+/// are no data.
 [[nodiscard]] KzDxDocument* kzdxDocDataOf(KzApDocument* document, bool create = true);

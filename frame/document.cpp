@@ -33,7 +33,7 @@ void KzDxDocument::BlocksDeleter::operator()(KzDxBlocks* graph) const noexcept {
 }
 
 Orvo::ErrorStatus KzDxDocument::setEnabled(bool enable) {
-    // Every part is switched, even if another one fails, and the data count as switched in any case.
+    // Switches every part, even if another one fails. The data count as switched in any case.
     if (blocks_ != nullptr) static_cast<void>(blocks_->setEnabled(enable));
     if (clientTimer_ != nullptr) {
         static_cast<void>(clientTimer_->timer.setEnabled(enable));
@@ -51,7 +51,7 @@ KzDxBlocks* KzDxDocument::followingBlocks() {
     return blocksMadeBy(KzDxBlocks::createFollowing);
 }
 
-/// Created on first use, because most documents are never watched. After a failure the next call tries again.
+/// Created on first use, because most documents are never watched. After a failure, the next call retries.
 KzDxBlocks* KzDxDocument::blocksMadeBy(MakeBlocks make) {
     if (blocks_ != nullptr) return blocks_.get();
     KzDxBlocks* made = nullptr;

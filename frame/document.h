@@ -9,35 +9,35 @@
 
 class KzDxBlocks;
 
-/// The document data: what the module keeps for one open document.
+/// The document data: the data of the module for one open document.
 ///
-/// That is its block graph and the timer of outside clients, each made on first demand and owned, and the set
-/// of the document's running timers. Switched on from construction to destruction. May be destroyed from
-/// inside anything that it calls.
+/// Owns the block graph and the timer of outside clients, which are created on demand, and the set of the
+/// document's running timers. Switched on from construction to destruction. Any call that it makes may
+/// destroy it.
 ///
 /// The virtual operations are called by slot: their order is fixed.
 class KzDxDocument : public KzDxEnableBase, public KzDxDocumentContext {
 public:
     explicit KzDxDocument(KzApDocument* document);
 
-    /// Switches everything off, then destroys the graph, the clients' reactor and their timer, in this order.
+    /// Switches all parts off, then destroys the graph, the clients' reactor and their timer, in this
+    /// order.
     ~KzDxDocument() override;
 
-    /// Passes the switch on to the graph, the timer and the clients' reactor, as far as they exist.
+    /// Switches the graph, the timer and the clients' reactor, if they exist.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
-    /// The document's block graph, built on the first call; null when that fails, and the next call tries
-    /// again.
+    /// The document's block graph, built by the first call. Null if that fails; then the next call retries.
     [[nodiscard]] virtual KzDxBlocks* blocks();
 
     /// Attaches a client's callback to the document's idle time, or detaches it. The interval, in
-    /// milliseconds, counts for all callbacks from now on. `missingCollaborator` for a null callback.
+    /// milliseconds, applies to all callbacks from then on. `missingCollaborator` for a null callback.
     virtual Orvo::ErrorStatus timerAttach(KzDxClientCallback callback, std::uint32_t interval, bool attach);
 
-    /// The document's drawing; null when it has none.
+    /// The document's drawing; null if it has none.
     [[nodiscard]] virtual KzDbDatabase* database() const { return drawing(); }
 
-    /// The same; a graph that is built by this call follows the drawing from the start if it can.
+    /// The same. A graph that this call builds is switched on if possible.
     [[nodiscard]] KzDxBlocks* followingBlocks();
 
     /// Whether the block graph exists already.

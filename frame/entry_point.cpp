@@ -16,7 +16,7 @@ constexpr const char16_t* serviceName = u"Zelvane";
 
 KzDxResourceLibrary resourceLibrary;
 
-/// The host's dictionary of services; null when it has none.
+/// The host's dictionary of services; null if there is none.
 KzRxDictionary* serviceDictionary() {
     KzRxDictionary* const registry = kzrxSysRegistry();
     KzRxObject* const entry = registry == nullptr ? nullptr : registry->at(u"ServiceDictionary");
@@ -24,7 +24,7 @@ KzRxDictionary* serviceDictionary() {
     return isDictionary ? static_cast<KzRxDictionary*>(entry) : nullptr;
 }
 
-// By now another module may have stored an object under the name; only a service is deleted.
+// Another module may have stored an object under the name, so only a service is deleted.
 void removeService() {
     if (!kzrxServiceIsRegistered(serviceName)) return;
     KzRxDictionary* const services = serviceDictionary();
@@ -47,7 +47,7 @@ bool initModule(void* packet) {
     return true;
 }
 
-/// Every step runs, even if another one fails.
+/// Runs every step, even if another one fails.
 void unloadModule() noexcept {
     KzDxApplication::end();
     KzDxDeferredDeletion::retryAll();

@@ -17,7 +17,7 @@ void showFailure() {
 } // namespace
 
 bool KzDxResourceLibrary::load() {
-    // One handle for each load: a module that stays in memory may be loaded again.
+    // One handle per load, because a module that stays in memory may be loaded again.
     handles_.reserve(handles_.size() + 1);
     const KzPlatform::Library handle = KzPlatform::loadLibrary(libraryName);
     if (handle == nullptr) {

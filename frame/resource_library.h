@@ -4,20 +4,19 @@
 
 #include <vector>
 
-/// The resource library "ZelvaneRes.dll", whose presence is a condition of a load.
+/// The resource library "ZelvaneRes.dll", which the module requires.
 ///
-/// Each successful `load` takes one reference, also if the module is refused afterwards; `release` gives
-/// all of them back.
+/// Each successful `load` takes one reference, even if the load of the module fails afterwards; `release`
+/// releases all of them.
 class KzDxResourceLibrary {
 public:
     KzDxResourceLibrary() = default;
     KzDxResourceLibrary(const KzDxResourceLibrary&) = delete;
     KzDxResourceLibrary& operator=(const KzDxResourceLibrary&) = delete;
-    /// Releases, because a failed load need not be followed by an unload.
+    /// Releases all references, because no unload follows a failed load.
     ~KzDxResourceLibrary() { release(); }
 
-    /// Loads the library once more. On failure shows the user why the module does not load, and returns
-    /// false.
+    /// Loads the library once more. On failure, shows a message to the user and returns false.
     [[nodiscard]] bool load();
     void release();
 

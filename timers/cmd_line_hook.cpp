@@ -10,7 +10,8 @@ std::uint32_t KzDxCmdLineHook::refCount_ = 0;
 bool KzDxCmdLineHook::isFilterOrphaned_ = false;
 
 KzDxCmdLineHook::Ref::Ref() {
-    // A hook is always created switched off: what the host did with the filter of an earlier one is unknown.
+    // A hook is always created switched off, because it is unknown whether the host still has the filter of
+    // an earlier hook.
     if (refCount_++ == 0) instance_.emplace();
 }
 
@@ -27,7 +28,7 @@ KzDxCmdLineHook::~KzDxCmdLineHook() {
 }
 
 void KzDxCmdLineHook::removeOrphanedFilter() noexcept {
-    if (!isFilterOrphaned_ || instance_) return; // the present hook removes the filter itself
+    if (!isFilterOrphaned_ || instance_) return; // the current hook removes the filter
     isFilterOrphaned_ = kzedRemoveFilterWinMsg(kzdxIdleCheckFilter) == 0;
 }
 

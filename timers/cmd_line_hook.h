@@ -8,7 +8,7 @@
 /// Registers the idle-check filter with the host's message loop while it is switched on.
 ///
 /// One instance exists while timers exist: the first timer creates it, switched off, and the last timer
-/// destroys it. Nothing else switches it off. It does not allocate.
+/// destroys it. Only its destruction switches it off. Does not allocate.
 class KzDxCmdLineHook : public KzDxEnableBase {
 public:
     /// Counted reference to the hook: every timer has one.
@@ -23,14 +23,14 @@ public:
     /// The hook; null while there is no timer.
     [[nodiscard]] static KzDxCmdLineHook* instance() { return instance_ ? &*instance_ : nullptr; }
 
-    /// Removes the filter of a hook that was destroyed. The host can refuse; called again at unload.
+    /// Removes the filter of a hook that was destroyed. The host call may fail; it is retried at unload.
     static void removeOrphanedFilter() noexcept;
 
     KzDxCmdLineHook() = default;
     /// A registered filter is removed by `removeOrphanedFilter`.
     ~KzDxCmdLineHook() override;
 
-    /// Registers or removes the filter. `filterRefused` if the host refuses, with nothing changed.
+    /// Registers or removes the filter. `filterRefused`, without effect, if the host call fails.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
 private:

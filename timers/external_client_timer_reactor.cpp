@@ -14,9 +14,9 @@ Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
     if (!enable) {
         timer_->detach(this);
     } else if (!isEnabled()) {
-        static_cast<void>(timer_->attach(this)); // fails for null only
+        static_cast<void>(timer_->attach(this)); // only fails for null
     }
-    // Not reported: the next switching on retries.
+    // A failure is not reported: the next switching on retries.
     static_cast<void>(timer_->setEnabled(enable));
     storeEnabled(enable);
     return Orvo::ok;

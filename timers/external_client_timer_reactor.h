@@ -6,10 +6,10 @@
 
 class KzDxTimer;
 
-/// Passes the notifications of a document's client timer on to the callbacks of outside clients.
+/// Forwards the notifications of a document's client timer to the callbacks of outside clients.
 ///
-/// Switched on while it has callbacks; with it the timer runs. A callback may do anything, see `KzDxCallSet`:
-/// the callback after the one that is called is chosen when that has returned.
+/// The reactor and the timer are switched on while there are callbacks. Callbacks may re-enter, see
+/// `KzDxCallSet`: the next callback is chosen after the current one has returned.
 class KzDxExternalClientTimerReactor : public KzDxNotifierBase<KzDxClientCallback>, public KzDxTimerReactor {
 public:
     /// `timer` is borrowed and must outlive the reactor.
@@ -18,8 +18,8 @@ public:
     /// Detaches from the timer and switches it off. No callback is called.
     ~KzDxExternalClientTimerReactor() override;
 
-    /// Attaches to the timer and switches it on, or the reverse; a failure of the timer is not reported.
-    /// `missingCollaborator` without a timer.
+    /// Attaches to the timer and switches it on, or detaches and switches it off. A failure of the timer is
+    /// not reported. `missingCollaborator` without a timer.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
     /// Adds a callback; with the first one, switches on and returns the status of `setEnabled`.

@@ -13,7 +13,7 @@ namespace {
 /// The number of the idle-check message; 0 until the first one is posted.
 std::uint32_t idleCheckNumber = 0;
 
-/// Whether the host waits for the user and for nothing else.
+/// Whether the host is idle: it only waits for the user.
 bool isDocumentIdle(const KzDxDocument& data) {
     const KzApDocument* const document = data.document();
     if (document == nullptr || !document->isReady()) return false;
@@ -25,8 +25,8 @@ bool isDocumentIdle(const KzDxDocument& data) {
     return !KzPlatform::inputIsWaiting();
 }
 
-/// The switched-on data of the document that a message carries. The parameter may be anything: it is
-/// compared with the current document before it is used as an address.
+/// The data of the document that a message carries, if they are switched on. The parameter may be any
+/// number, so it is compared with the address of the current document and not dereferenced.
 KzDxDocument* dataOfCurrent(std::uintptr_t parameter) {
     KzDxApplication* const application = KzDxApplication::instance();
     if (application == nullptr || parameter == 0) return nullptr;
@@ -46,18 +46,18 @@ void runTimers(KzDxDocument& data) {
 } // namespace
 
 void kzdxPostIdleCheck(KzApDocument* document) {
-    // A message, not a call: the host shows it to the filter when it has worked off what came before.
+    // A message, not a call: the host dispatches it after all earlier messages.
     const KzPlatform::Window window = KzPlatform::mainWindow();
     if (window == nullptr) return;
     if (idleCheckNumber == 0) idleCheckNumber = KzPlatform::registerWindowMessage(u"WM_KZDX_IDLE_CHECK");
     KzPlatform::postMessage(window, idleCheckNumber, std::bit_cast<std::uintptr_t>(document), 0);
 }
 
-// Called for every message of the host, so the first comparison decides nearly always. An idle check is taken
-// from the host in any case, also when its document is not idle: nobody else knows the message.
+// Called for every message of the host, so the first comparison usually decides. Takes an idle check even
+// if its document is not idle, because no other filter knows the message.
 int kzdxIdleCheckFilter(const KzPlatform::Message* message) noexcept {
     if (message->number != idleCheckNumber) return 0;
-    if (idleCheckNumber == 0) return 0; // no message is ours before the first posting, not even number 0
+    if (idleCheckNumber == 0) return 0; // no idle check was posted yet: 0 is another message
     kzdxAtBoundary([&] {
         KzDxDocument* const data = dataOfCurrent(message->first);
         if (data != nullptr && isDocumentIdle(*data)) runTimers(*data);

@@ -4,14 +4,14 @@
 
 class KzApDocument;
 
-/// The idle check rides on the host's message loop: a message "WM_KZDX_IDLE_CHECK" that carries a document is
-/// posted to the main window, and a filter takes it back out. If the document is still current and idle by
-/// then, the due test of each of its running timers runs.
+/// The idle check is a posted window message, "WM_KZDX_IDLE_CHECK", which carries a document. A filter
+/// takes it out of the message loop. If the document is still current and idle then, each of its running
+/// timers is tested.
 
-/// Posts an idle check of the document; without a main window nothing is posted.
+/// Posts an idle check of the document. Has no effect without a main window.
 void kzdxPostIdleCheck(KzApDocument* document);
 
-/// The filter. Takes every idle check (1), whether or not anything runs; leaves every other message alone (0)
-/// after one comparison. Timers are examined in ascending order of address, the next one chosen before each
-/// examination; what they call may do anything, closing the document and unloading the module included.
+/// The filter. Takes every idle check (1), whether or not timers are tested; ignores every other message
+/// (0) after one comparison. Timers are tested in ascending order of address; the next timer is chosen
+/// before each test. Their receivers may re-enter, including closing the document and unloading the module.
 int kzdxIdleCheckFilter(const KzPlatform::Message* message) noexcept;

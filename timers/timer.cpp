@@ -15,7 +15,7 @@ KzDxTimer::~KzDxTimer() {
 
 Orvo::ErrorStatus KzDxTimer::setEnabled(bool enable) {
     assert(KzDxCmdLineHook::instance() != nullptr);
-    // Tried at every switching on, also of a timer that runs; a refusal is made up for by the next one.
+    // Tried at every switching on, also of a running timer, so that the next one retries after a failure.
     if (enable) static_cast<void>(KzDxCmdLineHook::instance()->setEnabled(true));
     if (enable == isEnabled()) return Orvo::ok;
     if (runningTimers_ == nullptr) return Orvo::missingCollaborator;
@@ -39,7 +39,7 @@ void KzDxTimer::restart() {
 
 void KzDxTimer::checkElapsed() {
     if (!isEnabled()) return;
-    // In 32 bits, so that it also holds when the tick count has wrapped around in between.
+    // In 32 bits, so that the difference is correct even if the tick count has wrapped around.
     const std::uint32_t elapsed = KzPlatform::tickCount() - startTick_;
     if (elapsed < interval_) return;
     const KzDxLife::Watch watch(life_); // a receiver may destroy this timer
@@ -48,7 +48,7 @@ void KzDxTimer::checkElapsed() {
     if (repeat_) {
         restart();
     } else {
-        static_cast<void>(setEnabled(false)); // it runs, so it has running timers to leave
+        static_cast<void>(setEnabled(false)); // cannot fail: a running timer has `runningTimers`
     }
 }
 

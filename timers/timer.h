@@ -7,47 +7,47 @@
 
 #include <cstdint>
 
-/// Tells its receivers that an interval has passed, at the first idle check of its document after that.
+/// Notifies its receivers when an interval has passed, at the next idle check of its document.
 ///
-/// A timer has no clock of its own: while it is switched on, it is among the running timers of its document,
-/// and each idle check asks them whether they are due. The interval is thus a lower bound, and 0 means every
-/// idle check. The first interval counts from the timer's construction. Ticks are 32-bit milliseconds and may
-/// wrap around.
+/// While a timer is switched on, it is one of the running timers of its document, which each idle check
+/// tests. The interval is thus a minimum; 0 means every idle check. The first interval begins at
+/// construction. Ticks are 32-bit milliseconds and may wrap around.
 ///
 /// The virtual operations are called by slot: their order is fixed.
 ///
-/// A receiver may attach and detach receivers, switch the timer, and destroy it.
+/// A receiver may attach and detach receivers, switch the timer on and off, and destroy it.
 ///
-/// The first timer makes the command-line hook, which brings the idle checks, and each one that is switched
-/// on switches it on; the last timer to go ends it.
+/// The first timer creates the command-line hook, which receives the idle checks. Each timer that is
+/// switched on switches the hook on. The last timer that is destroyed destroys the hook.
 class KzDxTimer final : public KzDxNotifierBase<KzDxTimerReactor*> {
 public:
     using RunningTimers = KzDxCallSet<KzDxTimer*>;
 
-    /// Joins `runningTimers` while switched on; they are borrowed and outlive the timer. `interval` is in
-    /// milliseconds.
+    /// `runningTimers` is borrowed and must outlive the timer, which is in this set while it is switched
+    /// on. `interval` is in milliseconds.
     KzDxTimer(RunningTimers* runningTimers, std::uint32_t interval);
     ~KzDxTimer() override;
 
-    /// Joins or leaves the running timers; does not restart the interval. Switching on registers the filter
-    /// that sees the idle checks, if it is not yet registered; when the host refuses that, the timer runs and
-    /// waits for the next switching on of any timer to try again. `missingCollaborator` without running
-    /// timers to join, with nothing changed.
+    /// Adds the timer to the running timers or removes it; does not restart the interval. Switching on
+    /// registers the filter for idle checks, if it is not registered yet. If the host call fails, the timer
+    /// runs, and the next switching on of any timer retries. `missingCollaborator`, without effect, if
+    /// there is no set of running timers.
     Orvo::ErrorStatus setEnabled(bool enable) override;
 
-    /// Notifies every receiver now, in ascending order of address. The next receiver is chosen before each
-    /// call.
+    /// Notifies every receiver immediately, in ascending order of address. The next receiver is chosen
+    /// before each call.
     virtual void fire();
 
-    /// Starts the interval afresh.
+    /// Restarts the interval.
     virtual void restart();
 
-    /// Whether the timer goes on after it has fired (as it does at first) or switches itself off. Both keep
-    /// their slots: every timer here repeats.
+    /// Whether the timer continues after it has fired (the default) or switches itself off. Not called:
+    /// every timer of the module repeats.
     [[nodiscard]] virtual bool isRepeating() const { return repeat_; }
     virtual void setRepeating(bool repeat) { repeat_ = repeat; }
 
-    /// Fires when the timer is running and due. The next interval starts when the receivers have returned.
+    /// Notifies the receivers if the timer is running and due. The next interval begins when they have
+    /// returned.
     virtual void checkElapsed();
 
     [[nodiscard]] virtual std::uint32_t interval() const { return interval_; }

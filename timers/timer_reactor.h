@@ -1,6 +1,7 @@
 #pragma once
 
-/// Is told when a timer's interval has passed. It is not told which timer it was.
+/// A receiver: is notified when the interval of a timer has passed. The notification does not identify the
+/// timer.
 ///
 /// Borrowed by timers and never destroyed through this interface.
 class KzDxTimerReactor {
