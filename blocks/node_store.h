@@ -12,7 +12,7 @@ class KzDxBlock;
 /// Owns the nodes of a block graph, and finds them by the ids of their records.
 ///
 /// A node has its own record's id as a key, and an enhanced block's node also the ids of the records that
-/// represent the block. No key leads to a null node. Nodes are deleted by deferred deletion, all at once;
+/// represent the block. No key leads to a null node. Nodes are deleted by deferred deletion, all together;
 /// none is removed while the graph is in use, except a node whose creation fails.
 class KzDxNodeStore {
 public:

@@ -60,7 +60,7 @@ end
 function Node:placed() return sumOf(self.outer) end
 function Node:contains() return sumOf(self.inner) end
 
--- Scripts cannot query the kind of a record, but its name tells: the host names layouts and representations, and
+-- Scripts cannot query the kind of a record, but its name shows it: the host names layouts and representations, and
 -- "SITE|TREE" is a block of the attached drawing SITE.
 local function kindOf(record, names)
   local name = record.name
