@@ -80,7 +80,7 @@ HEADLESS_API Pumped pump();
 /// Calls the filters for a message, for example of a real window's queue. Returns whether a filter took it.
 HEADLESS_API bool callFilters(const KzPlatform::Message& message);
 
-/// Makes the host idle: reports a lock-mode change for "#idle" to the current document, then calls `pump`.
+/// Makes the host idle: reports a lock-mode change for "#idle" of the current document, then calls `pump`.
 HEADLESS_API Pumped idle();
 
 /// Queues a message to the main window, also while `mainWindow` fails.
