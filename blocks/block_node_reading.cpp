@@ -73,6 +73,7 @@ bool KzDxBlock::read(KzDxReferenceReader& reader) {
 Orvo::ErrorStatus KzDxBlock::readReferences(KzDxReferenceReader& reader) {
     const Orvo::ErrorStatus status = reader.queryReferences(recordIds_);
     if (status != Orvo::ok) return status;
+    // Also if nothing is read below: a dependent record gets references without a notification.
     if (reader.hasForeign()) owner_->updateState().markForeign(*this);
     if (readLevel_ == KzDxReadLevel::newReferences && reader.listsUnchanged(containers_)) return Orvo::ok;
     if (isEnabled()) registrations_.reserveUnplaced(reader.reportedCount());
