@@ -86,19 +86,13 @@ private:
     /// The actions other than edits, as often as they shall occur.
     static const std::vector<Member>& otherActions() {
         using Self = UnrulyClients;
-        static const std::vector<Member> all = [] {
-            const std::initializer_list<std::pair<std::size_t, Member>> occurrences{
-                {2, &Self::attachTimer},    {1, &Self::detachTimer},  {3, &Self::attachMonitor},
-                {1, &Self::detachMonitor},  {3, &Self::updateGraph},  {1, &Self::askForTables},
-                {1, &Self::readNoTemplate}, {1, &Self::openDrawing},  {1, &Self::openWithoutDrawing},
-                {1, &Self::closeDocument},  {1, &Self::makeCurrent},  {1, &Self::pump},
-                {4, &Self::rest},           {1, &Self::passTime},     {2, &Self::runCommand},
-                {1, &Self::reportLockMode}, {1, &Self::postAnything}, {2, &Self::disturb},
-                {3, &Self::load},           {1, &Self::unload}};
-            std::vector<Member> list;
-            for (const auto& [count, action] : occurrences) list.insert(list.end(), count, action);
-            return list;
-        }();
+        static const std::vector<Member> all{
+            &Self::switchTimer,   &Self::switchTimer,   &Self::switchMonitor,  &Self::switchMonitor,
+            &Self::switchMonitor, &Self::switchMonitor, &Self::updateGraph,    &Self::updateGraph,
+            &Self::askForTables,  &Self::openDrawing,   &Self::closeDocument,  &Self::makeCurrent,
+            &Self::pump,          &Self::rest,          &Self::rest,           &Self::rest,
+            &Self::passTime,      &Self::runCommand,    &Self::reportLockMode, &Self::postAnything,
+            &Self::disturb,       &Self::updateGraph,   &Self::loadOrUnload,   &Self::loadOrUnload};
         return all;
     }
 
@@ -180,29 +174,22 @@ private:
         drawing.apply({.kind = kind, .first = action.a, .second = action.b, .how = action.c});
     }
 
-    void attachTimer(const Action& action) {
+    void switchTimer(const Action& action) {
         static const std::vector<std::uint32_t> intervals{0, 0, 0, 10, 10, 1000, 1000, 0x8000'0000};
         KzApDocument* const document = anyDocument(action.a);
         const KzDxClientCallback client = anyClient(action.b);
-        if (kzdxDocTimerAttach(document, client, pick(intervals, action.c), 1) == 1)
+        const std::int32_t attach = action.c % 3 == 0 ? 0 : 1;
+        if (kzdxDocTimerAttach(document, client, pick(intervals, action.c), attach) == 1 && attach == 1)
             attached_.emplace(document, client);
     }
 
-    void detachTimer(const Action& action) {
-        kzdxDocTimerAttach(anyDocument(action.a), anyClient(action.b), action.c, 0);
-    }
-
-    void attachMonitor(const Action& action) {
+    void switchMonitor(const Action& action) {
         KzApDocument* const document = anyDocument(action.a);
-        const KzDbObjectIdArray ids = anyIds(document, static_cast<std::uint8_t>(action.c / 32), action.c);
         const KzDxClientCallback client = anyClient(action.b);
+        if (action.c % 4 == 1) return kzdxBlockReferenceMonitorDetach(document, client);
+        const KzDbObjectIdArray ids = anyIds(document, static_cast<std::uint8_t>(action.c / 32), action.c);
         if (kzdxBlockReferenceMonitorAttach(document, action.c == 0 ? nullptr : &ids, client) == 1)
             attached_.emplace(document, client);
-    }
-
-    void detachMonitor(const Action& action) {
-        KzApDocument* const document = anyDocument(action.a);
-        kzdxBlockReferenceMonitorDetach(document, anyClient(action.b));
     }
 
     void updateGraph(const Action& action) {
@@ -216,20 +203,10 @@ private:
         kzdxGetKzDbTableIds(anyDocument(action.b), &ids);
     }
 
-    void readNoTemplate(const Action& action) {
-        std::vector<std::u16string> blocks{u"old"};
-        std::vector<std::u16string> attributes{u"old"};
-        kzdxReadLegacyBlkTemplate(action.a % 2 == 0 ? u"" : u"/nowhere/no.blk", blocks, attributes);
-        if (!blocks.empty() || !attributes.empty()) complaint_ = "a missing template has names; ";
-    }
-
     void openDrawing(const Action& action) {
+        if (action.b % 8 == 0) Headless::openDocument(u"without", false);
         if (std::ranges::count_if(drawings_, isAnyOpen) >= static_cast<std::ptrdiff_t>(mostDrawings)) return;
         drawings_.push_back(std::make_unique<RandomDrawing>(action.a));
-    }
-
-    void openWithoutDrawing(const Action& action) {
-        if (action.a % 4 == 0) Headless::openDocument(u"without", false);
     }
 
     void closeDocument(const Action& action) {
@@ -285,33 +262,18 @@ private:
     void disturb(const Action& action) {
         const bool isDisturbed = action.a % 2 == 0;
         Headless::DocumentState& state = Headless::documentState(anyDocument(action.c));
-        switch (action.b % 9) {
-        case 0:
-            Headless::setInputWaiting(isDisturbed);
-            break;
-        case 1:
-            state.isReady = !isDisturbed;
-            break;
-        case 2:
-            state.busy = isDisturbed ? 1 : 0;
-            break;
-        case 3:
-            state.lockMode = KzAp::DocLockMode{isDisturbed ? 1 : 2};
-            break;
-        case 4:
-            state.isListed = !isDisturbed;
-            break;
-        default:
-            Headless::refuse(pick(refusable, action.b), isDisturbed);
-        }
+        const int what = action.b % 9;
+        if (what == 0) Headless::setInputWaiting(isDisturbed);
+        if (what == 1) state.isReady = !isDisturbed;
+        if (what == 2) state.busy = isDisturbed ? 1 : 0;
+        if (what == 3) state.lockMode = KzAp::DocLockMode{isDisturbed ? 1 : 2};
+        if (what == 4) state.isListed = !isDisturbed;
+        if (what > 4) Headless::refuse(pick(refusable, action.b), isDisturbed);
     }
 
-    void load(const Action&) {
+    void loadOrUnload(const Action& action) {
+        if (action.a % 12 == 0) return unloadModule();
         Headless::sendMessage(kzrxEntryPoint, KzRx::loadMessage); // refused when it is loaded already
-    }
-
-    void unload(const Action& action) {
-        if (action.a % 4 == 0) unloadModule();
     }
 
     /// Another module that is notified of documents: after Zelvane, and before it once that was loaded again.
