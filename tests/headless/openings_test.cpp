@@ -1,13 +1,11 @@
-// Ids and openings: any id can be asked anything, and which openings share an object.
+// Which openings share an object, and which calls of a module are refused.
 
-#include "headless/faults.h"
 #include "headless/modules.h"
 #include "host/enhanced_block.h"
 #include "host/services.h"
 #include "host/symbol_utilities.h"
 #include "tests/headless/recorder.h"
 
-#include <limits>
 #include <memory>
 
 using namespace Headless;
@@ -33,21 +31,6 @@ class Openings : public DrawingTest {
 protected:
     KzDbObjectId reference = insert(space, block, {{u"A", u"a"}});
 };
-
-TEST_F(Openings, AnyIdIsAnswered) {
-    KzApDocument* const other = openDocument(u"other");
-    const KzDbObjectId stale = modelSpace(other);
-    closeDocument(other);
-    const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
-    for (const KzDbObjectId id : {KzDbObjectId(), stale, KzDbObjectId(most), KzDbObjectId(most / 2)}) {
-        EXPECT_FALSE(id.isValid() || id.isErased() || id.isEffectivelyErased());
-        EXPECT_EQ(id.database(), nullptr);
-        for (const OpenMode mode : {OpenMode::forRead, OpenMode::forNotify}) {
-            EXPECT_EQ(statusOf(id, mode, true), Orvo::invalidObjectId);
-        }
-        EXPECT_FALSE(touch(id) || erase(id) || goodbye(id) || insert(space, id) || move(reference, id));
-    }
-}
 
 TEST_F(Openings, ReadersShareWriterExcludes) {
     for (const OpenMode first : {OpenMode::forRead, OpenMode::forNotify}) {
@@ -93,12 +76,6 @@ TEST_F(Openings, ErasedObjectsOpenWhenAllowed) {
     EXPECT_FALSE(attribute.isEffectivelyErased());
 }
 
-/// A call that no module should make, and whether the host refuses it.
-struct Mistake {
-    const char* name;
-    std::function<bool()> isRefused;
-};
-
 TEST_F(Openings, UsageErrorsAreRefusedAndNoted) {
     struct Idle final : KzDbObjectReactor {
     } idle;
@@ -121,7 +98,7 @@ TEST_F(Openings, UsageErrorsAreRefusedAndNoted) {
         records->step(first, second);
         return records->done();
     };
-    const std::vector<Mistake> mistaken = {
+    const std::vector<std::pair<const char*, std::function<bool()>>> mistaken = {
         {"mode 1", [&] { return isRefused(statusOf(space, OpenMode{1})); }},
         {"references directly", [&] { return isRefused(record->getBlockReferenceIds(ids, false, true)); }},
         {"references loosely", [&] { return isRefused(record->getBlockReferenceIds(ids, true, false)); }},
@@ -143,9 +120,9 @@ TEST_F(Openings, UsageErrorsAreRefusedAndNoted) {
         {"help",
          [&] { return KzPlatform::messageBox(u"", KzPlatform::BoxStyle::error, 1), shownBoxes().empty(); }},
     };
-    for (const Mistake& each : mistaken) {
-        EXPECT_TRUE(each.isRefused()) << each.name;
-        EXPECT_EQ(mistakes().size(), 1U) << each.name;
+    for (const auto& [name, isCallRefused] : mistaken) {
+        EXPECT_TRUE(isCallRefused()) << name;
+        EXPECT_EQ(mistakes().size(), 1U) << name;
         forgetMistakes();
     }
     record->close();
@@ -184,46 +161,14 @@ TEST_F(Openings, ModelSpaceIsFoundByName) {
 
 TEST_F(Openings, AttachmentEndsWithItsDocument) {
     KzApDocument* const part = openDocument(u"part");
-    makeBlock(part, u"*T1");
-    KzApDocument* const middle = openDocument(u"middle");
-    attach(middle, part, u"part");
-    makeBlock(middle, u"own");
-    KzApDocument* const house = openDocument(u"house");
-    const KzDbObjectId attachment = attach(house, middle, u"mid");
-    EXPECT_FALSE(find(house, u"mid|own").isNull());
-    EXPECT_EQ(records(house).size(), 4U) << "what middle itself has attached is left out";
-
-    KzDbObject* object = nullptr;
-    ASSERT_EQ(kzdbOpenKzDbObject(object, attachment, KzDb::OpenMode::forRead, false), Orvo::ok);
-    const auto* const record = static_cast<KzDbBlockTableRecord*>(object);
+    auto* const record =
+        static_cast<KzDbBlockTableRecord*>(opened(attach(document, part, u"P"), OpenMode::forRead));
     EXPECT_TRUE(record->isFromExternalReference() && !record->isDependent());
-    EXPECT_EQ(record->xrefDatabase(false), middle->database());
-    closeDocument(middle);
+    EXPECT_EQ(record->xrefDatabase(false), part->database());
+    closeDocument(part);
     EXPECT_FALSE(record->isFromExternalReference());
     EXPECT_EQ(record->xrefDatabase(false), nullptr);
-    object->close();
-}
-
-TEST_F(Openings, FaultsFailTheirCallsAlone) {
-    const auto tryFourTimes = [&] {
-        std::string result;
-        for (int call = 0; call < 4; ++call) {
-            result += statusOf(reference, OpenMode::forRead) == Orvo::ok ? '+' : '-';
-        }
-        return result;
-    };
-    failHostCall(HostCall::openObject, 2, FaultSpan::once);
-    EXPECT_EQ(tryFourTimes(), "+-++");
-    failHostCall(std::nullopt, 3, FaultSpan::onwards);
-    EXPECT_EQ(tryFourTimes(), "++--");
-    EXPECT_EQ(endFaults(), 2U);
-    failHostCall(HostCall::manager, 2, FaultSpan::onwards);
-    EXPECT_EQ(tryFourTimes(), "++++");
-    EXPECT_NE(kzDocManagerPtr(), nullptr);
-    EXPECT_EQ(kzDocManagerPtr(), nullptr);
-    EXPECT_EQ(currentDocument(), document) << "what the host asks itself does not fail";
-    EXPECT_EQ(endFaults(), 1U);
-    EXPECT_NE(kzDocManagerPtr(), nullptr);
+    record->close();
 }
 
 } // namespace
