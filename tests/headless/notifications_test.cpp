@@ -69,17 +69,6 @@ TEST_F(Notifications, EachEditNotifiesInOrder) {
     EXPECT_EQ(recordName(records(document).back()), u"*U1");
 }
 
-TEST_F(Notifications, CopyTakesLiveAttributesWithoutReactors) {
-    const Recorder onReference(log, "reference", reference);
-    const Recorder onAttribute(log, "attribute", attribute);
-    erase(attributeOf(reference, u"Z"));
-    const KzDbObjectId made = copy(reference, block);
-    EXPECT_EQ(reactorCount(made) + reactorCount(attributeOf(made, u"A")), 0U);
-    EXPECT_EQ(attributeText(attributeOf(made, u"A")), u"old");
-    EXPECT_TRUE(attributeOf(made, u"Z").isNull());
-    EXPECT_THAT(references(block), ElementsAre(reference, made));
-}
-
 TEST_F(Notifications, GoodbyesInOrderOfCreation) {
     const KzDbObjectId other = insert(space, block);
     const Recorder onOther(log, "other", other);

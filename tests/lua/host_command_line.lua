@@ -89,4 +89,10 @@ do
   assert(table.concat(lines, "\n"):find("kzrxEntryPoint: Zelvane.hmx, message 2", 1, true))
   assert(lines[#lines - 1]:find('^documentDestroyed: document "late"'), lines[#lines - 1])
 end
+-- A command's document that is closed inside of it is not reported again.
+do
+  local lines = table.concat(run("--trace - -", [[host.load() host.open("a")
+    host.command("CLOSE", function() host.current():close() end)]]), "\n")
+  assert(lines:find("command CLOSE", 1, true) and not lines:find("command #CLOSE", 1, true), lines)
+end
 assert(inside("os.execute('kill -SEGV $PPID')"):find('crashed in the client "Door"', 1, true))

@@ -33,8 +33,10 @@ check.raises("erased", function() reference:set("N", "x") end)
 reference:attribute("N"):erase(false)
 check.equal(reference:get("N"), "n")
 
--- Copies go beside their source or elsewhere; what has left memory is in no list.
+-- Copies go beside their source or elsewhere, with live attributes alone; what has left memory is in no list.
+reference:attribute("Z"):erase()
 local beside, elsewhere = reference:copy(), reference:copy(door)
+check.equal({beside:get("A"), beside:attribute("Z")}, {"new"})
 check.equal(door:references(), {reference, beside, elsewhere})
 assert(beside.owner == space and elsewhere.owner == door)
 beside:erase()
@@ -74,6 +76,10 @@ outer:attach(part, "q")
 local leaf = outer:find("p|Leaf")
 local there = part:modelSpace():insert(part:find("Leaf"))
 check.equal(leaf:references(), {there})
+local chain = host.open("chain")
+chain:attach(outer, "o")
+check.equal(names(chain), {"*Model_Space", "*Paper_Space", "o"}, "what the other drawing has attached is left out")
+chain:close()
 part:close()
 check.equal(leaf:references(), {})
 check.equal(attachment.name, "p")
@@ -91,6 +97,8 @@ check.raises("drawing", function() empty:modelSpace() end)
 check.equal({host.command("ADD", function() return 1, 2 end)}, {1, 2})
 check.raises("inside", function() host.command("FAIL", function() error("inside") end) end)
 host.command("CLOSE", function() empty:close() end)
+for _, each in ipairs(host.documents()) do each:close() end
+check.equal(host.current(), nil)
 
 -- The clock is virtual and wraps around.
 host.ticks(0xFFFFFFFF)
