@@ -37,10 +37,8 @@ do
   detach(clients[2], 500)
   check.equal(callsAfter(499), {}, "a detaching call changes the interval too")
   check.equal(callsAfter(1), {1})
-  attach(clients[1], 2 ^ 31 // 1 | 0)
-  check.equal(callsOfIdle(), {1}, "negative as a signed number means every idle check")
   attach(clients[1], -1)
-  check.equal(callsOfIdle(), {1})
+  check.equal(callsOfIdle(), {1}, "negative as a signed number means every idle check")
   detach(clients[1])
   check.equal(callsOfIdle(), {})
 end
@@ -141,7 +139,7 @@ local function callsWhen(action)
   end
   host.idle()
   local calls = log:take()
-  if module and not made.keep then
+  if not made.keep then
     for _, client in ipairs(clients) do detach(client) end
   end
   return calls
@@ -158,11 +156,6 @@ check.equal(callsWhen(function(c)
   drawing:close()
 end), {1, 2, 3}, "closes its own document")
 drawing = host.open("again")
-check.equal(callsWhen(function(c)
-  c.keep = true
-  host.unload(module)
-end), {1, 2, 3}, "unloads the module")
-module = assert(host.load())
 check.equal(callsWhen(function(c)
   c.keep = true
   host.unload(module)
