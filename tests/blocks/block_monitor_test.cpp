@@ -109,18 +109,6 @@ TEST_F(BlockMonitor, CopyingIsAChange) {
     EXPECT_FALSE(node.hasChanges()) << "a copied record changes nothing";
 }
 
-TEST_F(BlockMonitor, HiddenAttributesAreNotWatched) {
-    const KzDbObjectId live = Headless::insert(space, door, {{u"SHOWN", u"1"}, {u"ERASED", u"2"}});
-    const KzDbObjectId erased = Headless::insert(space, door, {{u"TAG", u"1"}});
-    ASSERT_TRUE(Headless::erase(Headless::attributeOf(live, u"ERASED")));
-    ASSERT_TRUE(Headless::erase(erased));
-    attach(door, 0);
-    EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(live, u"SHOWN")), 1U);
-    EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(live, u"ERASED")), 0U);
-    EXPECT_EQ(Headless::reactorCount(erased), 1U);
-    EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(erased, u"TAG")), 0U);
-}
-
 // A reference shows which block its record represents; any edit may change that, some without a notification.
 TEST_F(BlockMonitor, UncertainReferencesAreReadAgain) {
     ASSERT_TRUE(Headless::enhance(door));

@@ -30,24 +30,6 @@ TEST(SortUnique, EqualsAnOrderedSet) {
     }
 }
 
-TEST(IdSet, EqualsAnOrderedSet) {
-    std::mt19937 random(2);
-    KzDxIdSet set;
-    std::set<KzDbObjectId> expected;
-    for (int step = 0; step < 3000; ++step) {
-        const KzDbObjectId id(1 + random() % 2000);
-        if (random() % 4 == 0) {
-            const Ids more{id, KzDbObjectId(id.value() + 7), KzDbObjectId(id.value() + 700)};
-            set.insertAscending(more);
-            expected.insert(more.begin(), more.end());
-        } else {
-            ASSERT_EQ(set.insert(id), expected.insert(id).second);
-        }
-        ASSERT_EQ(set.contains(id), expected.contains(id));
-    }
-    EXPECT_EQ(Ids(set.begin(), set.end()), Ids(expected.begin(), expected.end()));
-}
-
 TEST(IdIndex, KeepsFirstNumberOfEachRound) {
     std::mt19937 random(3);
     KzDxIdIndex index;
