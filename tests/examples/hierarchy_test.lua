@@ -4,11 +4,7 @@
 --
 --   kzhost hierarchy_test.lua EXAMPLES
 local hierarchy = dofile(arg[1] .. "/hierarchy.lua")
-
-local function equal(got, wanted, what)
-  if got ~= wanted then error(("%s:\n  got    %s\n  wanted %s"):format(what, got, wanted), 2) end
-end
-
+local equal = dofile(arg[0]:match("^(.*)/") .. "/../lua/check.lua").equal
 
 -- What Graphviz draws: the look of each node by its text, the text of each arrow as "from>to".
 local function drawn(document, options)

@@ -44,21 +44,17 @@ function check.log()
   function log:clients(count, fns)
     local made, names = {}, {}
     for at = 1, count do
-      made[at] = host.client(function()
-        local name = names[at]
+      local client
+      client = host.client(function()
+        local name = names[client]
         table.insert(self.calls, name)
         if fns and fns[name] then fns[name]() end
       end)
+      made[at] = client
     end
-    local order = {}
-    for at = 1, count do order[at] = at end
-    table.sort(order, function(a, b) return math.ult(made[a].address, made[b].address) end)
-    local sorted = {}
-    for place, at in ipairs(order) do
-      names[at] = place
-      sorted[place] = made[at]
-    end
-    return sorted
+    table.sort(made, function(a, b) return math.ult(a.address, b.address) end)
+    for place, client in ipairs(made) do names[client] = place end
+    return made
   end
   return log
 end

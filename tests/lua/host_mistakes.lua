@@ -12,7 +12,6 @@ local space = drawing:modelSpace()
 local block = drawing:block("B")
 local reference = space:insert(block)
 
-check.raises("expected a string, got nil", function() host.open(nil) end)
 check.raises("argument 1: expected a string, got nothing", function() host.open() end)
 check.raises("expected a string, got 5", function() host.open(5) end)
 check.raises('expected the option database, got the string "drawing"', function() host.open("a", {drawing = false}) end)

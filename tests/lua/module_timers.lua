@@ -125,21 +125,18 @@ end
 
 -- What a callback may do: five clients, the third one acts once.
 local function callsWhen(action)
-  local clients
-  local done = false
-  local made = {}
+  local clients, done
   clients = log:clients(5, {[3] = function()
     if done then return end
     done = true
-    action(made)
+    action(clients)
   end})
-  for at, client in ipairs(clients) do made[at] = client end
   for at = 1, 5 do
-    if at ~= 4 then attach(made[at]) end
+    if at ~= 4 then attach(clients[at]) end
   end
   host.idle()
   local calls = log:take()
-  if not made.keep then
+  if not clients.keep then
     for _, client in ipairs(clients) do detach(client) end
   end
   return calls
