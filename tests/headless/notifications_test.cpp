@@ -102,7 +102,6 @@ TEST_F(Notifications, RefusedEditChangesNothing) {
         {"insert erased block", [&] { return insert(space, gone); }},
         {"insert foreign block", [&] { return insert(space, foreign); }},
         {"represent with held block", [&] { return represent(held); }},
-        {"name taken", [&] { return makeBlock(document, u"B"); }},
         {"name taken by an erased record", [&] { return makeBlock(document, u"Gone"); }},
         {"attach to itself", [&] { return attach(document, document, u"X"); }},
         {"record says goodbye", [&] { return goodbye(block); }},
