@@ -46,7 +46,7 @@ void Edit::notifyAfter() {
     }
 }
 
-const char* describe(Refusal refusal) {
+const char* describe(EditError error) {
     constexpr const char* texts[] = {
         "no error",
         "the document is closed",
@@ -64,44 +64,44 @@ const char* describe(Refusal refusal) {
         "the reference has no attribute with this tag",
         "the object is not held open",
     };
-    static_assert(std::size(texts) == static_cast<std::size_t>(Refusal::notHeldOpen) + 1);
-    return texts[static_cast<std::size_t>(refusal)];
+    static_assert(std::size(texts) == static_cast<std::size_t>(EditError::notHeldOpen) + 1);
+    return texts[static_cast<std::size_t>(error)];
 }
 
 /// Keeps the first error, because later errors are often only consequences.
-void EditCheck::refuse(Refusal refusal, KzDbObjectId about) {
-    if (outcome_) outcome_ = {refusal, about};
+void EditCheck::refuse(EditError error, KzDbObjectId about) {
+    if (result_) result_ = {error, about};
 }
 
 Object* EditCheck::any(KzDbObjectId id) {
     Object* const found = objectTable.find(id);
-    return found != nullptr ? found : refused<Object>(Refusal::notInMemory, id);
+    return found != nullptr ? found : refused<Object>(EditError::notInMemory, id);
 }
 
 void EditCheck::notOpen(const Object* object) {
-    if (object != nullptr && object->isOpen()) refuse(Refusal::heldOpen, object->id());
+    if (object != nullptr && object->isOpen()) refuse(EditError::heldOpen, object->id());
 }
 
 Drawing* EditCheck::drawing(const KzApDocument* document) {
-    if (findDocument(document) == nullptr) return refused<Drawing>(Refusal::documentClosed, {});
+    if (findDocument(document) == nullptr) return refused<Drawing>(EditError::documentClosed, {});
     Drawing* const drawing = drawingOf(document);
-    if (drawing == nullptr) return refused<Drawing>(Refusal::noDrawing, {});
+    if (drawing == nullptr) return refused<Drawing>(EditError::noDrawing, {});
     // A drawing without a block table is being closed and counts as closed.
-    return drawing->table() != nullptr ? drawing : refused<Drawing>(Refusal::documentClosed, {});
+    return drawing->table() != nullptr ? drawing : refused<Drawing>(EditError::documentClosed, {});
 }
 
 void EditCheck::nameIsFree(const Drawing* drawing, std::u16string_view name) {
     if (drawing == nullptr) return;
-    if (name.empty()) refuse(Refusal::nameMissing);
+    if (name.empty()) refuse(EditError::nameMissing);
     // Erased records count too, because they can be unerased.
     const KzDbObjectId owner = drawing->table()->named(name);
-    if (!owner.isNull()) refuse(Refusal::nameTaken, owner);
+    if (!owner.isNull()) refuse(EditError::nameTaken, owner);
 }
 
 /// If an object is null, an error was reported before.
 void EditCheck::inOneDrawing(const Object* first, const Object* second) {
     if (first == nullptr || second == nullptr) return;
-    if (&first->drawing() != &second->drawing()) refuse(Refusal::otherDrawing, second->id());
+    if (&first->drawing() != &second->drawing()) refuse(EditError::otherDrawing, second->id());
 }
 
 } // namespace Headless

@@ -17,21 +17,21 @@ public:
     /// An object of class T, erased or not.
     template <class T>
     T* object(KzDbObjectId id) {
-        if (objectTable.find(id) == nullptr) return refused<T>(Refusal::notInMemory, id);
+        if (objectTable.find(id) == nullptr) return refused<T>(EditError::notInMemory, id);
         T* const found = findAs<T>(id);
-        return found != nullptr ? found : refused<T>(Refusal::wrongKind, id);
+        return found != nullptr ? found : refused<T>(EditError::wrongKind, id);
     }
     /// An object of class T that is not erased.
     template <class T>
     T* live(KzDbObjectId id) {
         T* const found = object<T>(id);
-        return found != nullptr && found->isErased() ? refused<T>(Refusal::erased, id) : found;
+        return found != nullptr && found->isErased() ? refused<T>(EditError::erased, id) : found;
     }
     /// An object of class T that can be opened for write.
     template <class T>
     T* editable(KzDbObjectId id) {
         T* const found = live<T>(id);
-        return found != nullptr && found->isOpen() ? refused<T>(Refusal::heldOpen, id) : found;
+        return found != nullptr && found->isOpen() ? refused<T>(EditError::heldOpen, id) : found;
     }
     /// An object of any kind, erased or not.
     Object* any(KzDbObjectId id);
@@ -42,20 +42,20 @@ public:
     void nameIsFree(const Drawing* drawing, std::u16string_view name);
     void inOneDrawing(const Object* first, const Object* second);
 
-    void refuse(Refusal refusal, KzDbObjectId about = {});
-    [[nodiscard]] bool isRefused() const { return !outcome_; }
-    [[nodiscard]] Outcome outcome() const { return outcome_; }
+    void refuse(EditError error, KzDbObjectId about = {});
+    [[nodiscard]] bool isRefused() const { return !result_; }
+    [[nodiscard]] EditResult result() const { return result_; }
     /// The same for edits that create an object.
-    [[nodiscard]] Made creationFailed() const { return {outcome_, KzDbObjectId()}; }
+    [[nodiscard]] CreateResult creationFailed() const { return {result_, KzDbObjectId()}; }
 
 private:
     template <class T>
-    T* refused(Refusal refusal, KzDbObjectId about) {
-        refuse(refusal, about);
+    T* refused(EditError error, KzDbObjectId about) {
+        refuse(error, about);
         return nullptr;
     }
 
-    Outcome outcome_;
+    EditResult result_;
 };
 
 /// The sequence of every edit: opens the objects for write, notifies their reactors, makes the change,

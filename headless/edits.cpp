@@ -69,12 +69,12 @@ void checkRepresentation(EditCheck& check, const Record* block, KzDbObjectId id)
     const auto* const representation = check.live<Record>(id);
     check.inOneDrawing(block, representation);
     const bool isTaken = representation != nullptr && !representation->representedBlock().isNull();
-    if (isTaken || representation == block) check.refuse(Refusal::alreadyRepresentation, id);
+    if (isTaken || representation == block) check.refuse(EditError::alreadyRepresentation, id);
 }
 
 } // namespace
 
-Made makeBlock(KzApDocument* document, std::u16string_view name, const BlockOptions& options) {
+CreateResult makeBlock(KzApDocument* document, std::u16string_view name, const BlockOptions& options) {
     EditCheck check;
     Drawing* const drawing = drawingToExtend(check, document);
     check.nameIsFree(drawing, name);
@@ -85,12 +85,12 @@ Made makeBlock(KzApDocument* document, std::u16string_view name, const BlockOpti
     return {{}, makeRecord(*drawing, name, origin).id()};
 }
 
-Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view name) {
+CreateResult attach(KzApDocument* document, KzApDocument* other, std::u16string_view name) {
     EditCheck check;
     Drawing* const drawing = drawingToExtend(check, document);
     Drawing* const attached = check.drawing(other);
     // If both are null, the first error is kept.
-    if (drawing == attached) check.refuse(Refusal::ownDrawing);
+    if (drawing == attached) check.refuse(EditError::ownDrawing);
     check.nameIsFree(drawing, name);
     if (check.isRefused()) return check.creationFailed();
     // All names are checked before the first record is created, so that all records are created or none.
@@ -106,21 +106,21 @@ Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view nam
     return {{}, first};
 }
 
-Outcome rename(KzDbObjectId id, std::u16string_view name) {
+EditResult rename(KzDbObjectId id, std::u16string_view name) {
     EditCheck check;
     auto* const record = check.editable<Record>(id);
     // A record may keep its own name.
     if (record != nullptr && record->name() != name) check.nameIsFree(&record->drawing(), name);
-    if (check.isRefused()) return check.outcome();
+    if (check.isRefused()) return check.result();
     Edit edit("rename", {record});
     edit.make([&] { record->drawing().table()->rename(*record, name); });
     return {};
 }
 
-Outcome enhance(KzDbObjectId id) {
+EditResult enhance(KzDbObjectId id) {
     EditCheck check;
     auto* const record = check.editable<Record>(id);
-    if (check.isRefused()) return check.outcome();
+    if (check.isRefused()) return check.result();
     Edit edit("enhance", {record});
     edit.make([&] {
         if (record->graph().isNull()) record->setGraph((new Graph(record->drawing(), id))->id());
@@ -128,10 +128,10 @@ Outcome enhance(KzDbObjectId id) {
     return {};
 }
 
-Made represent(KzDbObjectId blockId, KzDbObjectId representationId) {
+CreateResult represent(KzDbObjectId blockId, KzDbObjectId representationId) {
     EditCheck check;
     auto* const block = check.editable<Record>(blockId);
-    if (block != nullptr && block->graph().isNull()) check.refuse(Refusal::notEnhanced, blockId);
+    if (block != nullptr && block->graph().isNull()) check.refuse(EditError::notEnhanced, blockId);
     checkRepresentation(check, block, representationId);
     if (check.isRefused()) return check.creationFailed();
 
@@ -179,7 +179,8 @@ void notifyCopied(Reference& source, Reference& copy) {
 
 } // namespace
 
-Made insert(KzDbObjectId recordId, KzDbObjectId blockId, const std::vector<AttributeText>& attributes) {
+CreateResult insert(KzDbObjectId recordId, KzDbObjectId blockId,
+                    const std::vector<AttributeText>& attributes) {
     EditCheck check;
     auto* const record = check.editable<Record>(recordId);
     const auto* const block = check.live<Record>(blockId);
@@ -198,13 +199,13 @@ Made insert(KzDbObjectId recordId, KzDbObjectId blockId, const std::vector<Attri
     return {{}, made};
 }
 
-Outcome move(KzDbObjectId referenceId, KzDbObjectId recordId) {
+EditResult move(KzDbObjectId referenceId, KzDbObjectId recordId) {
     EditCheck check;
     auto* const reference = check.editable<Reference>(referenceId);
     auto* const oldOwner = reference != nullptr ? check.editable<Record>(reference->owner()) : nullptr;
     auto* const newOwner = check.editable<Record>(recordId);
     check.inOneDrawing(reference, newOwner);
-    if (check.isRefused()) return check.outcome();
+    if (check.isRefused()) return check.result();
     // If both records are the same, the record is opened once.
     Edit edit("move", {reference, oldOwner, oldOwner != newOwner ? newOwner : nullptr});
     // The lists of the block do not change, because they do not contain the owners of the references.
@@ -212,7 +213,7 @@ Outcome move(KzDbObjectId referenceId, KzDbObjectId recordId) {
     return {};
 }
 
-Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
+CreateResult copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     EditCheck check;
     auto* const source = check.editable<Reference>(referenceId);
     const bool usesSameRecord = recordId.isNull() && source != nullptr;
@@ -236,7 +237,7 @@ Made copy(KzDbObjectId referenceId, KzDbObjectId recordId) {
     return {{}, copy->id()};
 }
 
-Made addAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16string_view text) {
+CreateResult addAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16string_view text) {
     EditCheck check;
     auto* const reference = check.editable<Reference>(referenceId);
     if (check.isRefused()) return check.creationFailed();
@@ -247,15 +248,15 @@ Made addAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16str
     return {{}, made};
 }
 
-Outcome setAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16string_view text) {
+EditResult setAttribute(KzDbObjectId referenceId, std::u16string_view tag, std::u16string_view text) {
     EditCheck check;
     const auto* const reference = check.object<Reference>(referenceId);
     // If several attributes have the tag, the first live one is changed. An erased attribute is found only
     // if there is no live one; `editable` reports it as erased.
     const KzDbObjectId id = attributeOf(referenceId, tag);
-    if (reference != nullptr && id.isNull()) check.refuse(Refusal::noSuchTag, referenceId);
+    if (reference != nullptr && id.isNull()) check.refuse(EditError::noSuchTag, referenceId);
     auto* const attribute = check.editable<Attribute>(id);
-    if (check.isRefused()) return check.outcome();
+    if (check.isRefused()) return check.result();
     Edit edit("set", {attribute});
     edit.make([&] { attribute->setText(text); });
     return {};
@@ -275,7 +276,7 @@ void invalidateReferenceLists(const Reference& reference) {
 /// `check`.
 Object* openable(EditCheck& check, KzDbObjectId id) {
     Object* const object = check.any(id);
-    if (object != nullptr && object->isErased()) check.refuse(Refusal::erased, id);
+    if (object != nullptr && object->isErased()) check.refuse(EditError::erased, id);
     check.notOpen(object);
     return object;
 }
@@ -312,26 +313,26 @@ void removeFromMemory(KzDbObjectId id) {
 
 } // namespace
 
-Outcome touch(KzDbObjectId id) {
+EditResult touch(KzDbObjectId id) {
     EditCheck check;
     Object* const object = openable(check, id);
-    if (check.isRefused()) return check.outcome();
+    if (check.isRefused()) return check.result();
     Edit edit("touch", {object});
     // This edit consists of its notifications.
     edit.make([] {});
     return {};
 }
 
-Outcome erase(KzDbObjectId id, bool isErasing) {
+EditResult erase(KzDbObjectId id, bool isErasing) {
     EditCheck check;
     Object* const object = check.any(id);
     if (object != nullptr && (object->kind() == Kind::table || object->kind() == Kind::graph)) {
-        check.refuse(Refusal::wrongKind, id);
+        check.refuse(EditError::wrongKind, id);
     }
     // If the object is in that state already, there is no edit, and no error even if it is held open.
-    if (check.isRefused() || object->isErased() == isErasing) return check.outcome();
+    if (check.isRefused() || object->isErased() == isErasing) return check.result();
     check.notOpen(object);
-    if (check.isRefused()) return check.outcome();
+    if (check.isRefused()) return check.result();
 
     Edit edit(isErasing ? "erase" : "unerase", {object});
     edit.make([&] {
@@ -344,23 +345,23 @@ Outcome erase(KzDbObjectId id, bool isErasing) {
     return {};
 }
 
-Outcome goodbye(KzDbObjectId id) {
+EditResult goodbye(KzDbObjectId id) {
     EditCheck check;
     Object* const object = check.any(id);
     const bool isRemovable =
         object == nullptr || object->kind() == Kind::reference || object->kind() == Kind::attribute;
-    if (!isRemovable) check.refuse(Refusal::wrongKind, id);
+    if (!isRemovable) check.refuse(EditError::wrongKind, id);
     const std::vector<KzDbObjectId> objects = objectsToRemove(check, id);
-    if (check.isRefused()) return check.outcome();
+    if (check.isRefused()) return check.result();
     const Drawing::Editing editing(object->drawing());
     for (const KzDbObjectId each : objects) removeFromMemory(each);
     return {};
 }
 
-Outcome holdOpen(KzDbObjectId id) {
+EditResult holdOpen(KzDbObjectId id) {
     EditCheck check;
     Object* const object = openable(check, id);
-    if (check.isRefused()) return check.outcome();
+    if (check.isRefused()) return check.result();
     const Drawing::Editing editing(object->drawing());
     // The object is open when its reactors are notified, as in an edit.
     object->hold();
@@ -368,14 +369,14 @@ Outcome holdOpen(KzDbObjectId id) {
     return {};
 }
 
-Outcome letGo(KzDbObjectId id) {
+EditResult releaseHold(KzDbObjectId id) {
     EditCheck check;
     Object* const object = check.any(id);
-    if (object != nullptr && !object->isHeld()) check.refuse(Refusal::notHeldOpen, id);
-    if (check.isRefused()) return check.outcome();
+    if (object != nullptr && !object->isHeld()) check.refuse(EditError::notHeldOpen, id);
+    if (check.isRefused()) return check.result();
     const Drawing::Editing editing(object->drawing());
     // The object is closed when its reactors are notified, as in an edit.
-    object->letGo();
+    object->releaseHold();
     object->notifyClosed();
     return {};
 }

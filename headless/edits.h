@@ -16,7 +16,7 @@
 namespace Headless {
 
 /// Why an edit failed.
-enum class Refusal {
+enum class EditError {
     none,
     documentClosed,        ///< null, never opened or closed already
     noDrawing,             ///< the document was opened without one
@@ -31,22 +31,22 @@ enum class Refusal {
     alreadyRepresentation, ///< the record represents a block already, or is the enhanced block itself
     ownDrawing,            ///< a drawing cannot be attached to itself
     noSuchTag,             ///< the reference has no attribute of that tag
-    notHeldOpen,           ///< `letGo` of an object that is not held open
+    notHeldOpen,           ///< `releaseHold` of an object that is not held open
 };
 
 /// Describes an error, for example "the object is erased". Never null.
-[[nodiscard]] HEADLESS_API const char* describe(Refusal refusal);
+[[nodiscard]] HEADLESS_API const char* describe(EditError error);
 
 /// The result of an edit. Converts to true if the edit was done.
-struct Outcome {
-    Refusal refusal = Refusal::none;
+struct EditResult {
+    EditError error = EditError::none;
     KzDbObjectId about; ///< the object that the error concerns; may be null
 
-    [[nodiscard]] explicit operator bool() const { return refusal == Refusal::none; }
+    [[nodiscard]] explicit operator bool() const { return error == EditError::none; }
 };
 
 /// The result of an edit that creates an object: the id of the object; null if the edit failed.
-struct Made : Outcome {
+struct CreateResult : EditResult {
     KzDbObjectId id;
 
     // Implicit, so that a test can write `const KzDbObjectId block = makeBlock(...)`.
@@ -65,23 +65,23 @@ struct BlockOptions {
 };
 
 /// Creates a record at the end of the document's block table.
-HEADLESS_API Made makeBlock(KzApDocument* document, std::u16string_view name,
-                            const BlockOptions& options = {});
+HEADLESS_API CreateResult makeBlock(KzApDocument* document, std::u16string_view name,
+                                    const BlockOptions& options = {});
 
 /// Attaches the drawing of `other`: creates a record `name` from an external reference, and a dependent
 /// record `name|B` for each live record B of `other` that is not a layout and does not itself come from an
 /// attached drawing. Returns the record `name`. If one of the names is taken, the edit fails and creates no
 /// record.
-HEADLESS_API Made attach(KzApDocument* document, KzApDocument* other, std::u16string_view name);
+HEADLESS_API CreateResult attach(KzApDocument* document, KzApDocument* other, std::u16string_view name);
 
-HEADLESS_API Outcome rename(KzDbObjectId record, std::u16string_view name);
+HEADLESS_API EditResult rename(KzDbObjectId record, std::u16string_view name);
 
 /// Adds an evaluation graph to the record. A record that has one keeps it; this is an edit too.
-HEADLESS_API Outcome enhance(KzDbObjectId record);
+HEADLESS_API EditResult enhance(KzDbObjectId record);
 
 /// Makes `representation` a representation of an enhanced block. Default: a new anonymous record named
 /// "*U1", "*U2" and so on. Returns the representation.
-HEADLESS_API Made represent(KzDbObjectId block, KzDbObjectId representation = {});
+HEADLESS_API CreateResult represent(KzDbObjectId block, KzDbObjectId representation = {});
 
 // ---- references and attributes
 
@@ -91,28 +91,30 @@ struct AttributeText {
 };
 
 /// Places a new reference of `block` in `record`, with attributes in the given order.
-HEADLESS_API Made insert(KzDbObjectId record, KzDbObjectId block,
-                         const std::vector<AttributeText>& attributes = {});
-HEADLESS_API Outcome move(KzDbObjectId reference, KzDbObjectId record);
+HEADLESS_API CreateResult insert(KzDbObjectId record, KzDbObjectId block,
+                                 const std::vector<AttributeText>& attributes = {});
+HEADLESS_API EditResult move(KzDbObjectId reference, KzDbObjectId record);
 /// Copies a reference with its live attributes into `record`; default: the owner of the reference.
-HEADLESS_API Made copy(KzDbObjectId reference, KzDbObjectId record = {});
-HEADLESS_API Made addAttribute(KzDbObjectId reference, std::u16string_view tag, std::u16string_view text);
-HEADLESS_API Outcome setAttribute(KzDbObjectId reference, std::u16string_view tag, std::u16string_view text);
+HEADLESS_API CreateResult copy(KzDbObjectId reference, KzDbObjectId record = {});
+HEADLESS_API CreateResult addAttribute(KzDbObjectId reference, std::u16string_view tag,
+                                       std::u16string_view text);
+HEADLESS_API EditResult setAttribute(KzDbObjectId reference, std::u16string_view tag,
+                                     std::u16string_view text);
 
 // ---- every object
 
 /// Opens the object for write and closes it: an edit that changes nothing.
-HEADLESS_API Outcome touch(KzDbObjectId object);
+HEADLESS_API EditResult touch(KzDbObjectId object);
 /// Erases or unerases the object. Has no effect, and is not an edit, if the object is in that state
 /// already.
-HEADLESS_API Outcome erase(KzDbObjectId object, bool isErasing = true);
+HEADLESS_API EditResult erase(KzDbObjectId object, bool isErasing = true);
 /// Removes an attribute, or a reference after its attributes, from memory.
-HEADLESS_API Outcome goodbye(KzDbObjectId object);
+HEADLESS_API EditResult goodbye(KzDbObjectId object);
 
 /// Holds an object open for write, as during an edit by a user. Its reactors are notified immediately that it
-/// is about to change. Every other open and every edit of the object fails until `letGo`, which notifies them
-/// that it was closed.
-HEADLESS_API Outcome holdOpen(KzDbObjectId object);
-HEADLESS_API Outcome letGo(KzDbObjectId object);
+/// is about to change. Every other open and every edit of the object fails until `releaseHold`, which
+/// notifies them that it was closed.
+HEADLESS_API EditResult holdOpen(KzDbObjectId object);
+HEADLESS_API EditResult releaseHold(KzDbObjectId object);
 
 } // namespace Headless

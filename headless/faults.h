@@ -54,8 +54,8 @@ enum class HostCall : std::uint8_t {
 inline constexpr std::size_t hostCallKinds = static_cast<std::size_t>(HostCall::takeEntry) + 1;
 
 enum class FaultSpan {
-    once,   ///< only the selected call
-    onwards ///< the selected call and all later ones
+    once,      ///< only the selected call
+    fromThenOn ///< the selected call and all later ones
 };
 
 /// Selects the n-th event of a series, alone or with all later ones.

@@ -104,8 +104,8 @@ void endCommand(KzApDocument* document, const std::u16string& name) {
 
 /// A filter may post, pump or unload its own module, so a message is removed from the queue before filters
 /// are called, and the queue is checked again after each message.
-Pumped pump() {
-    Pumped result;
+PumpResult pump() {
+    PumpResult result;
     while (!loop.queue.empty()) {
         const KzPlatform::Message message = loop.queue.front();
         loop.queue.pop_front();
@@ -130,7 +130,7 @@ bool callFilters(const KzPlatform::Message& message) {
 }
 
 /// Modules post their messages for the idle state when the lock mode is reported; `pump` dispatches them.
-Pumped idle() {
+PumpResult idle() {
     reportLockMode(currentDocument(), u"#idle");
     return pump();
 }

@@ -219,11 +219,11 @@ void* moduleExport(ModuleId module, const char* name) {
     return found != nullptr ? librarySymbol(found->library, name) : nullptr;
 }
 
-const std::vector<std::string>& mistakes() {
+const std::vector<std::string>& usageErrors() {
     return noted;
 }
 
-void forgetMistakes() {
+void clearUsageErrors() {
     noted.clear();
 }
 
@@ -237,10 +237,10 @@ void reportUsageError(const char* call) {
 /// notified.
 void reset() {
     resetFaults();
-    forgetMistakes(); // errors during unloading are kept
+    clearUsageErrors(); // errors during unloading are kept
     if (heldOpenCount() != 0) {
         objectTable.forEach(KzDbObjectId(), [](Object& object) {
-            if (object.isHeld()) object.letGo();
+            if (object.isHeld()) object.releaseHold();
         });
     }
     assert(heldOpenCount() == 0); // otherwise no module is unloaded, and the loop below does not end

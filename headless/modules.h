@@ -65,9 +65,9 @@ private:
 /// parameters than those that "host/" names, changes of reactors of an object that is not open for this, a
 /// close without an open. The host call fails. Tests check that there are none; `kzhost` raises an error in
 /// the script.
-[[nodiscard]] HEADLESS_API const std::vector<std::string>& mistakes();
+[[nodiscard]] HEADLESS_API const std::vector<std::string>& usageErrors();
 
-HEADLESS_API void forgetMistakes();
+HEADLESS_API void clearUsageErrors();
 
 void reportUsageError(const char* call);
 

@@ -55,7 +55,7 @@ void Object::hold() {
     ++held;
 }
 
-void Object::letGo() {
+void Object::releaseHold() {
     endWriting();
     isHeld_ = false;
     --held;
@@ -81,7 +81,7 @@ void Object::destroy() {
     // From here on the object cannot be found, so it cannot be opened again.
     assert(activeNotifications_ == 0);
     objectTable.forget(id_);
-    if (isHeld_) letGo();
+    if (isHeld_) releaseHold();
     // Deleted now or by the last `close`. No notification is active, so the end of one need not delete it.
     isRemoved_ = true;
     if (!isOpen()) delete hostObject();

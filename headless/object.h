@@ -111,7 +111,7 @@ public:
     void beginWriting() { isWriting_ = true; }
     void endWriting() { isWriting_ = false; }
     void hold();
-    void letGo();
+    void releaseHold();
     [[nodiscard]] static std::size_t heldCount() { return held; }
 
     /// Removes the object from memory: makes the id invalid, and deletes the object as soon as it is not

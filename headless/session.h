@@ -69,19 +69,19 @@ HEADLESS_API void endCommand(KzApDocument* document, const std::u16string& name)
 
 // ---- messages and clock
 
-struct Pumped {
+struct PumpResult {
     std::size_t dispatched = 0;
     std::size_t taken = 0; ///< messages that a filter took
 };
 
 /// Dispatches queued messages until the queue is empty, including messages that are posted meanwhile.
-HEADLESS_API Pumped pump();
+HEADLESS_API PumpResult pump();
 
 /// Calls the filters for a message, for example of a real window's queue. Returns whether a filter took it.
 HEADLESS_API bool callFilters(const KzPlatform::Message& message);
 
 /// Makes the host idle: reports a lock-mode change for "#idle" of the current document, then calls `pump`.
-HEADLESS_API Pumped idle();
+HEADLESS_API PumpResult idle();
 
 /// Queues a message to the main window, also while `mainWindow` fails.
 HEADLESS_API void post(std::uint32_t number, std::uintptr_t first, std::intptr_t second);

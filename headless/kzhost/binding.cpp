@@ -50,9 +50,9 @@ int dispatch(lua_State* state) {
         const int results = function.run(call);
         // An error of a client takes precedence over usage errors, because it is the script's own.
         scriptCall.rethrowPending();
-        if (Headless::mistakes().empty()) return results;
-        failure = "invalid host call by a module: " + Headless::mistakes().front();
-        Headless::forgetMistakes();
+        if (Headless::usageErrors().empty()) return results;
+        failure = "invalid host call by a module: " + Headless::usageErrors().front();
+        Headless::clearUsageErrors();
     } catch (const std::exception& exception) { // Lua errors are not of this type
         failure = exception.what();
     }
@@ -178,19 +178,19 @@ int push(const Call& call, KzDbObjectId id) {
     return 1;
 }
 
-int push(const Call& call, const Headless::Outcome& outcome) {
-    if (outcome) return 0;
-    std::string message = Headless::describe(outcome.refusal);
-    if (!outcome.about.isNull()) message += " (" + Headless::describeObject(outcome.about) + ")";
+int push(const Call& call, const Headless::EditResult& result) {
+    if (result) return 0;
+    std::string message = Headless::describe(result.error);
+    if (!result.about.isNull()) message += " (" + Headless::describeObject(result.about) + ")";
     call.fail(message);
 }
 
-int push(const Call& call, const Headless::Made& made) {
-    push(call, static_cast<const Headless::Outcome&>(made));
+int push(const Call& call, const Headless::CreateResult& made) {
+    push(call, static_cast<const Headless::EditResult&>(made));
     return push(call, made.id);
 }
 
-int push(const Call& call, const Headless::Pumped& pumped) {
+int push(const Call& call, const Headless::PumpResult& pumped) {
     return push(call, pumped.dispatched) + push(call, pumped.taken);
 }
 

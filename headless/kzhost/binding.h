@@ -186,9 +186,9 @@ int push(const Call& call, KzApDocument* document);
 /// An object; nil for an invalid id. Fastest if the object is in the document of the first argument.
 int push(const Call& call, KzDbObjectId id);
 /// Raises an error if the edit failed.
-int push(const Call& call, const Headless::Outcome& outcome);
-int push(const Call& call, const Headless::Made& made);
-int push(const Call& call, const Headless::Pumped& pumped);
+int push(const Call& call, const Headless::EditResult& result);
+int push(const Call& call, const Headless::CreateResult& made);
+int push(const Call& call, const Headless::PumpResult& pumped);
 template <class T>
 int push(const Call& call, const std::optional<T>& value) {
     if (value.has_value()) return push(call, *value);

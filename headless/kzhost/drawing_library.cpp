@@ -121,7 +121,7 @@ bool erased(const Call& call) {
     return !isRemoved(call) && readObject(call, 1, Kind::none).isErased();
 }
 
-Headless::Outcome erase(Object object, std::optional<bool> isErasing) {
+Headless::EditResult erase(Object object, std::optional<bool> isErasing) {
     return Headless::erase(object, isErasing.value_or(true));
 }
 
@@ -146,7 +146,7 @@ constexpr Function objectMembers[] = {
     {"object:erased", bind<erased>},
     {"object:reactors", bind<Headless::reactorCount, Object>},
     {"object:open", bind<Headless::holdOpen, Object>},
-    {"object:close", bind<Headless::letGo, Object>},
+    {"object:close", bind<Headless::releaseHold, Object>},
 };
 
 constexpr Function recordMembers[] = {

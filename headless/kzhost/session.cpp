@@ -15,7 +15,7 @@ namespace {
 /// them.
 void endInOrder() {
     Headless::reset();
-    for (const std::string& each : Headless::mistakes()) {
+    for (const std::string& each : Headless::usageErrors()) {
         std::fprintf(stderr, "kzhost: invalid host call by a module: %s\n", each.c_str());
     }
 }

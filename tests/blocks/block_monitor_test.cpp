@@ -124,7 +124,7 @@ TEST_F(BlockMonitor, UncertainReferencesAreReadAgain) {
         second = Headless::insert(space, representation);
         before();
         const KzDxUpdateCheck::Pause pause;
-        Headless::failHostCall(HostCall::originalBlock, 1, Headless::FaultSpan::onwards);
+        Headless::failHostCall(HostCall::originalBlock, 1, Headless::FaultSpan::fromThenOn);
         update();
         EXPECT_GT(Headless::endFaults(), 0U);
         EXPECT_EQ(graph().node(representation)->recordIds().length(), 1) << "it shows none";
@@ -137,12 +137,12 @@ TEST_F(BlockMonitor, UncertainReferencesAreReadAgain) {
     EXPECT_TRUE(isTakenInAfter(nothing, [&] { EXPECT_TRUE(Headless::touch(first)); }));
     EXPECT_TRUE(isTakenInAfter(nothing, [&] { EXPECT_TRUE(Headless::goodbye(first)); }));
     EXPECT_TRUE(isTakenInAfter([&] { EXPECT_TRUE(Headless::holdOpen(second)); }, nothing));
-    EXPECT_TRUE(Headless::letGo(second));
+    EXPECT_TRUE(Headless::releaseHold(second));
     const auto editWithoutReading = [&] {
         EXPECT_TRUE(Headless::setAttribute(first, u"TAG", u"2"));
         const std::size_t references = 3; // opened after the table and the record
         const KzDxUpdateCheck::Pause pause;
-        Headless::failHostCall(HostCall::openObject, references, Headless::FaultSpan::onwards);
+        Headless::failHostCall(HostCall::openObject, references, Headless::FaultSpan::fromThenOn);
         update();
         EXPECT_GT(Headless::endFaults(), 0U);
     };
@@ -160,7 +160,7 @@ TEST_F(BlockMonitor, ScansRetryPendingUnregistrations) {
         std::optional<PlainGraph> other(std::in_place, document);
         ASSERT_TRUE(Headless::holdOpen(reference));
         other.reset();
-        ASSERT_TRUE(Headless::letGo(reference));
+        ASSERT_TRUE(Headless::releaseHold(reference));
         EXPECT_EQ(Headless::reactorCount(reference), 2U);
         EXPECT_TRUE(KzDxDeferredDeletion::hasPending());
         if (isScan) {
@@ -174,7 +174,7 @@ TEST_F(BlockMonitor, ScansRetryPendingUnregistrations) {
     }
     const std::size_t watched = Headless::records(document).size() + 2;
     const KzDxUpdateCheck::Pause pause;
-    Headless::failHostCall(Headless::HostCall::openObject, watched + 1, Headless::FaultSpan::onwards);
+    Headless::failHostCall(Headless::HostCall::openObject, watched + 1, Headless::FaultSpan::fromThenOn);
     graph().reset();
     EXPECT_EQ(Headless::endFaults(), 0U) << "what was left is not left again";
     EXPECT_FALSE(KzDxDeferredDeletion::hasPending()) << "only what cannot leave waits";
@@ -199,7 +199,7 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
     const KzDbObjectId held = Headless::insert(space, desk);
     ASSERT_TRUE(Headless::holdOpen(held));
     EXPECT_EQ(blocks.node(desk)->refresh(), Orvo::ok);
-    ASSERT_TRUE(Headless::letGo(held));
+    ASSERT_TRUE(Headless::releaseHold(held));
     EXPECT_EQ(blocks.node(desk)->setEnabled(true), Orvo::ok);
     EXPECT_EQ(Headless::reactorCount(held), 0U) << "it is not filed yet";
     EXPECT_EQ(blocks.node(desk)->setEnabled(false), Orvo::ok);
@@ -212,7 +212,7 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
         EXPECT_EQ(node.isEnabled(), enable) << "the rest is switched";
     }
     EXPECT_EQ(node.refresh(), Orvo::heldOpenForWrite);
-    ASSERT_TRUE(Headless::letGo(door));
+    ASSERT_TRUE(Headless::releaseHold(door));
 }
 
 // What an update costs, in calls of the host.
@@ -223,7 +223,7 @@ TEST_F(BlockMonitor, UpdateReadsOnlyPossibleChanges) {
     static_cast<void>(graph());
     ASSERT_TRUE(Headless::holdOpen(frame)); // its node cannot register with it until the next switching on
     attach(door, 0);
-    ASSERT_TRUE(Headless::letGo(frame));
+    ASSERT_TRUE(Headless::releaseHold(frame));
     kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
     attach(door, 0);
     const auto edit = [&] { ASSERT_TRUE(Headless::setAttribute(edited, u"TAG", u"2")); };
@@ -240,7 +240,7 @@ TEST_F(BlockMonitor, UpdateReadsOnlyPossibleChanges) {
     // What could not be read for a time costs no more than anything else once it could.
     ASSERT_TRUE(Headless::holdOpen(edited));
     kzdxUpdateBlockGraph(document, false, false);
-    ASSERT_TRUE(Headless::letGo(edited));
+    ASSERT_TRUE(Headless::releaseHold(edited));
     edit();
     kzdxUpdateBlockGraph(document, false, false);
     expectCount(callsAfter(edit), HostCall::references, 1, "the door's record");

@@ -51,7 +51,7 @@ TEST_F(GraphProperty, UpdatesEqualReadingEverything) {
                 const int edits = 1 + static_cast<int>((seed + round) % 7);
                 if (round % 2 == 0) drawing.edit(edits);
                 for (unsigned quiet = 0; quiet < seed % 3; ++quiet) drawing.editQuietly();
-                if ((seed + round) % 3 == 0) drawing.letGo();
+                if ((seed + round) % 3 == 0) drawing.releaseHold();
                 if ((seed + round) % 5 == 0) {
                     unwatchAll(drawing.document);
                     plain.followSwitch();
@@ -63,7 +63,7 @@ TEST_F(GraphProperty, UpdatesEqualReadingEverything) {
                     << "seed " << seed << " round " << round;
                 ASSERT_EQ(clients.takeCalls(), dueClients(plain)) << "seed " << seed << " round " << round;
             }
-            drawing.letGo();
+            drawing.releaseHold();
             ASSERT_EQ(plain.updateBoth(true, drawing.objects()), "") << "seed " << seed;
             clients.takeCalls();
         }
@@ -99,7 +99,7 @@ TEST_F(GraphProperty, UpdatesAfterCallsBySlot) {
             ASSERT_EQ(plain.updateBoth(false, {}), "") << "seed " << seed << " round " << round;
         }
         unwatchAll(drawing.document);
-        drawing.letGo();
+        drawing.releaseHold();
         Headless::closeDocument(drawing.document);
         Headless::closeDocument(drawing.attached);
     }
@@ -125,7 +125,7 @@ TEST_F(GraphProperty, IgnoresNotificationsAfterUnloadWithObjectsOpen) {
     EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(reference, u"TAG")), 0U) << "it is not held";
     for (const KzDbObjectId held : {table, reference}) {
         EXPECT_EQ(Headless::reactorCount(held), 1U);
-        ASSERT_TRUE(Headless::letGo(held));
+        ASSERT_TRUE(Headless::releaseHold(held));
         ASSERT_TRUE(Headless::touch(reference) || held == table);
     }
     load();

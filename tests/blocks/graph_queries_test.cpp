@@ -65,7 +65,7 @@ TEST_F(GraphQueries, CountsDirectlyAndOneLevelDeep) {
     graph.update(true, false);
     EXPECT_EQ(graph.countReferencesInLayouts(b, true, false), 3U);
     EXPECT_EQ(graph.countReferencesInLayouts(b, false, false), 1U);
-    ASSERT_TRUE(Headless::letGo(space));
+    ASSERT_TRUE(Headless::releaseHold(space));
 
     place(b, space, 297);
     place(x, b, 298);
@@ -99,7 +99,7 @@ TEST_F(GraphQueries, CountsThroughAttachedDrawing) {
 
     // Filed while the host does not tell which record its model space is.
     const KzDxUpdateCheck::Pause pause;
-    Headless::failHostCall(Headless::HostCall::modelSpace, 1, Headless::FaultSpan::onwards);
+    Headless::failHostCall(Headless::HostCall::modelSpace, 1, Headless::FaultSpan::fromThenOn);
     graph.update(true, false);
     EXPECT_GT(Headless::endFaults(), 0U);
     EXPECT_EQ(graph.countReferencesIn(treeHere, first, false), 0U);
@@ -166,7 +166,7 @@ TEST_F(GraphQueries, NestingFollowsItsDefinition) {
                 }
             }
             drawing.edit(30);
-            drawing.letGo();
+            drawing.releaseHold();
             graph.update(true, false);
         }
     }

@@ -30,7 +30,7 @@ void eraseOrBack(KzDbObjectId object) {
     static_cast<void>(erase(object, !object.isErased()));
 }
 void holdOrLetGo(KzDbObjectId object) {
-    if (!letGo(object)) static_cast<void>(holdOpen(object));
+    if (!releaseHold(object)) static_cast<void>(holdOpen(object));
 }
 KzDbObjectId first(KzDbObjectId block) {
     const std::vector<KzDbObjectId> live = references(block);

@@ -123,7 +123,7 @@ equal(called(wagonPath, "erase board.dat frame.ldr"):match("\nldraw.*$"),
 equal(called(wagonPath, "touch bogie.ldr"), "", "an opened definition moves no reference")
 equal(called(wagonPath, "--watch board.dat --watch hook.dat erase bogie.ldr wagon.mpd"), "hook.dat", "only those named")
 
--- Pictures, lists, and the prompt, where a mistake must not end the host.
+-- Pictures, lists, and the prompt, where an error must not end the host.
 local function output(command)
   local pipe = assert(io.popen(command .. " 2>&1"))
   return pipe:read("a"), select(3, pipe:close())

@@ -74,7 +74,7 @@ TEST_F(Documents, MessagesPassFiltersUntilTaken) {
     seen.clear();
     for (const auto filter : {takeOdd, takeOdd, seeRest}) EXPECT_EQ(kzedRegisterFilterWinMsg(filter), 1);
     for (const std::uint32_t number : {2U, 3U}) post(number, 0, 0);
-    const Pumped pumped = pump();
+    const PumpResult pumped = pump();
     EXPECT_THAT(seen, ElementsAre(2, 1002, 3, 4, 1004));
     EXPECT_EQ(pumped.dispatched, 3U);
     EXPECT_EQ(pumped.taken, 1U);

@@ -73,7 +73,7 @@ TEST_F(Modules, NotUnloadedWhileObjectHeldOpen) {
     holdOpen(space);
     EXPECT_EQ(unloadModule(lastModule()), std::nullopt);
     EXPECT_EQ(filterCount(), 1U);
-    letGo(space);
+    releaseHold(space);
     EXPECT_EQ(unloadModule(lastModule()), 5);
 }
 

@@ -95,7 +95,7 @@ TEST_F(Notifications, RefusedEditChangesNothing) {
     const Recorder onReference(log, "reference", reference);
     const Recorder onTable(log, "table", document->database()->blockTableId());
     const std::size_t records = Headless::records(document).size();
-    const std::vector<std::pair<const char*, std::function<Outcome()>>> refused = {
+    const std::vector<std::pair<const char*, std::function<EditResult()>>> refused = {
         {"move into held", [&] { return move(reference, held); }},
         {"move into erased", [&] { return move(reference, gone); }},
         {"copy into another drawing", [&] { return copy(reference, foreign); }},

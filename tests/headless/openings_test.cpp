@@ -37,22 +37,22 @@ TEST_F(Openings, ReadersShareWriterExcludes) {
         KzDbObject* const object = opened(reference, first);
         EXPECT_EQ(statusOf(reference, OpenMode::forRead), Orvo::ok);
         EXPECT_EQ(statusOf(reference, OpenMode::forNotify), Orvo::ok);
-        EXPECT_EQ(touch(reference).refusal, Refusal::heldOpen);
+        EXPECT_EQ(touch(reference).error, EditError::heldOpen);
         object->close();
     }
     Recorder onReference(log, "reference", reference);
-    onReference.before = [&] { return touch(reference) || letGo(block) ? " free" : " held"; };
+    onReference.before = [&] { return touch(reference) || releaseHold(block) ? " free" : " held"; };
     EXPECT_TRUE(holdOpen(reference));
     EXPECT_THAT(heard(), testing::ElementsAre("reference opened held")) << "at once";
     for (const OpenMode mode : {OpenMode::forRead, OpenMode::forNotify}) {
         EXPECT_EQ(statusOf(reference, mode), Orvo::heldOpenForWrite);
     }
-    EXPECT_EQ(touch(reference).refusal, Refusal::heldOpen);
-    EXPECT_EQ(holdOpen(reference).refusal, Refusal::heldOpen);
+    EXPECT_EQ(touch(reference).error, EditError::heldOpen);
+    EXPECT_EQ(holdOpen(reference).error, EditError::heldOpen);
     EXPECT_THAT(heard(), testing::IsEmpty());
-    EXPECT_TRUE(letGo(reference));
+    EXPECT_TRUE(releaseHold(reference));
     EXPECT_THAT(heard(), testing::ElementsAre("reference closed"));
-    EXPECT_EQ(letGo(reference).refusal, Refusal::notHeldOpen);
+    EXPECT_EQ(releaseHold(reference).error, EditError::notHeldOpen);
 }
 
 TEST_F(Openings, ClassIsCheckedBeforeOpening) {
@@ -98,7 +98,7 @@ TEST_F(Openings, UsageErrorsAreRefusedAndNoted) {
         records->step(first, second);
         return records->done();
     };
-    const std::vector<std::pair<const char*, std::function<bool()>>> mistaken = {
+    const std::vector<std::pair<const char*, std::function<bool()>>> wrongCalls = {
         {"mode 1", [&] { return isRefused(statusOf(space, OpenMode{1})); }},
         {"references directly", [&] { return isRefused(record->getBlockReferenceIds(ids, false, true)); }},
         {"references loosely", [&] { return isRefused(record->getBlockReferenceIds(ids, true, false)); }},
@@ -120,10 +120,10 @@ TEST_F(Openings, UsageErrorsAreRefusedAndNoted) {
         {"help",
          [&] { return KzPlatform::messageBox(u"", KzPlatform::BoxStyle::error, 1), shownBoxes().empty(); }},
     };
-    for (const auto& [name, isCallRefused] : mistaken) {
+    for (const auto& [name, isCallRefused] : wrongCalls) {
         EXPECT_TRUE(isCallRefused()) << name;
-        EXPECT_EQ(mistakes().size(), 1U) << name;
-        forgetMistakes();
+        EXPECT_EQ(usageErrors().size(), 1U) << name;
+        clearUsageErrors();
     }
     record->close();
     table->close();
@@ -147,7 +147,7 @@ TEST_F(Openings, RepresentationReferencesCarryTheProtocol) {
     KzDbObjectIdArray ids;
     EXPECT_EQ(protocol->getRepresentations(block, ids), Orvo::ok);
     EXPECT_THAT(std::vector(ids.begin(), ids.end()), testing::ElementsAre(early)) << "erased ones too";
-    EXPECT_EQ(represent(makeBlock(document, u"C"), early).refusal, Refusal::notEnhanced);
+    EXPECT_EQ(represent(makeBlock(document, u"C"), early).error, EditError::notEnhanced);
 }
 
 TEST_F(Openings, ModelSpaceIsFoundByName) {

@@ -68,7 +68,7 @@ public:
     HostTest(const HostTest&) = delete;
     HostTest& operator=(const HostTest&) = delete;
     ~HostTest() override {
-        EXPECT_THAT(Headless::mistakes(), testing::IsEmpty());
+        EXPECT_THAT(Headless::usageErrors(), testing::IsEmpty());
         Headless::reset();
     }
 

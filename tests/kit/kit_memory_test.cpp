@@ -16,7 +16,7 @@ namespace {
 
 TEST(KitMemory, RefusedAllocationLosesNoChange) {
     loadModule(MODULE, FOLDER);
-    for (const FaultSpan span : {FaultSpan::once, FaultSpan::onwards}) {
+    for (const FaultSpan span : {FaultSpan::once, FaultSpan::fromThenOn}) {
         bool isRefused = true;
         for (std::size_t number = 1; isRefused; ++number) {
             KzApDocument* const document = openDocument(u"house");

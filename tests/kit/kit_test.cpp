@@ -127,8 +127,8 @@ TEST_F(Kit, UnreadableObjectsKeepTheirPlaces) {
     insert(space, key);
     EXPECT_THAT(told(), ElementsAre("Door 1-2 +1 -0"));
     EXPECT_THAT(unread, ElementsAre(door, key));
-    letGo(first);
-    letGo(key);
+    releaseHold(first);
+    releaseHold(key);
     touch(second);
     EXPECT_THAT(told(), IsEmpty()) << "nothing is new: where it lay when it was held is not known";
     EXPECT_THAT(unread, IsEmpty());

@@ -109,7 +109,7 @@ public:
     void hold() { hold(below(4) == 0 ? pick(blocks) : pick(references_)); }
     void holdReference() { hold(pick(references_)); }
     void letAllGo() {
-        for (const KzDbObjectId each : std::exchange(held_, {})) static_cast<void>(letGo(each));
+        for (const KzDbObjectId each : std::exchange(held_, {})) static_cast<void>(releaseHold(each));
     }
     std::size_t below(std::size_t end) { return random_() % end; }
 

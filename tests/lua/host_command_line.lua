@@ -67,7 +67,7 @@ local function inside(what)
     host.idle()]]):format(what)), "\n")
 end
 assert(inside("error('boom')"):find('stdin:2: boom\nstack traceback:.*\nin the client "Door", stack traceback:'))
-assert(#run("-e 'x = ='") == 2, "a mistake of syntax has no traceback")
+assert(#run("-e 'x = ='") == 2, "a syntax error has no traceback")
 -- Of clients that fail together, inside a finalizer too, each is printed; the traceback has only the clients that the
 -- error passed, although an equal one was raised before.
 do

@@ -258,12 +258,12 @@ TEST_F(Faults, AnyCallMayFailOnce) {
 }
 
 TEST_F(Faults, OneKindMayFailOnwards) {
-    sweepEachKind(FaultSpan::onwards, "host calls that failed, one kind of them from then on");
+    sweepEachKind(FaultSpan::fromThenOn, "host calls that failed, one kind of them from then on");
 }
 
 TEST_F(Faults, EverythingMayFailOnwards) {
     std::size_t all = 0;
-    for (const Stage stage : stages) all += sweep(stage, std::nullopt, FaultSpan::onwards);
+    for (const Stage stage : stages) all += sweep(stage, std::nullopt, FaultSpan::fromThenOn);
     printFigure("host calls that failed, all of them from then on", all);
 }
 

@@ -69,7 +69,7 @@ struct Trial {
 class Memory : public ModuleTest {
 protected:
     void sweep(const Trial& trial) {
-        for (const Span span : {Span::once, Span::onwards}) {
+        for (const Span span : {Span::once, Span::fromThenOn}) {
             std::size_t number = 1;
             while (isRefused(trial, number, span) && !HasFatalFailure()) ++number;
             refusals_ += number - 1;
@@ -324,7 +324,7 @@ TEST_F(Memory, LeavingAllocatesNothing) {
         ASSERT_EQ(kzdxDocTimerAttach(drawing.main, second, 0, 1), 1);
         ASSERT_EQ(kzdxBlockReferenceMonitorAttach(drawing.other, &drawing.blocks, first), 1);
         const KzDxUpdateCheck::Pause pause;
-        AllocationGate::refuse(1, Span::onwards);
+        AllocationGate::refuse(1, Span::fromThenOn);
         if (isDetachingFirst) {
             kzdxBlockReferenceMonitorDetach(drawing.main, first);
             kzdxDocTimerAttach(drawing.main, second, 0, 0);

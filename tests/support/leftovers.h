@@ -22,6 +22,6 @@
         expectNone(Headless::reactorCountOf(document), "reactors of a drawing's objects");
         expectNone(Headless::openCountOf(document), "open objects of a drawing");
     }
-    for (const std::string& mistake : Headless::mistakes()) found += "mistake: " + mistake + "; ";
+    for (const std::string& each : Headless::usageErrors()) found += "usage error: " + each + "; ";
     return found;
 }

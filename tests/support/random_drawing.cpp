@@ -83,7 +83,7 @@ void RandomDrawing::apply(const Edit& edit) {
     case 13:
         return addRepresentation(record, pick(records_, edit.second));
     case 14:
-        return edit.how % 4 == 0 ? attachDrawing(newName(u"SITE")) : letGo();
+        return edit.how % 4 == 0 ? attachDrawing(newName(u"SITE")) : releaseHold();
     }
 }
 
@@ -135,12 +135,12 @@ void RandomDrawing::eraseOrBack(KzDbObjectId object) {
 }
 
 void RandomDrawing::holdForAWhile(KzDbObjectId object) {
-    if (held_.size() > 2) letGo();
+    if (held_.size() > 2) releaseHold();
     if (holdOpen(object)) held_.push_back(object);
 }
 
-void RandomDrawing::letGo() {
-    for (const KzDbObjectId object : held_) static_cast<void>(Headless::letGo(object));
+void RandomDrawing::releaseHold() {
+    for (const KzDbObjectId object : held_) static_cast<void>(Headless::releaseHold(object));
     held_.clear();
 }
 

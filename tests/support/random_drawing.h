@@ -35,7 +35,7 @@ public:
     void editQuietly();
 
     /// Lets go of everything that edits hold open.
-    void letGo();
+    void releaseHold();
 
     KzApDocument* document;
     KzApDocument* attached;

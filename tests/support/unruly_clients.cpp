@@ -115,7 +115,7 @@ private:
 
     void finish() {
         left_ = {};
-        for (const auto& drawing : drawings_) drawing->letGo();
+        for (const auto& drawing : drawings_) drawing->releaseHold();
         unloadModule();
         // Now the module can remove what the host refused to remove, also if it was unloaded by then.
         refuseNothing();

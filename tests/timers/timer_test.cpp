@@ -152,7 +152,7 @@ TEST_F(Timer, SwitchingNeedsAnOwner) {
 }
 
 TEST_F(Timer, HookFollowsTheTimers) {
-    Headless::failHostCall(Headless::HostCall::removeFilter, 1, Headless::FaultSpan::onwards);
+    Headless::failHostCall(Headless::HostCall::removeFilter, 1, Headless::FaultSpan::fromThenOn);
     timer.reset();
     EXPECT_EQ(Headless::endFaults(), 0U) << "without a filter there is none to remove";
     timer = std::make_unique<KzDxTimer>(&record->runningTimers(), 0);

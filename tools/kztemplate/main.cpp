@@ -84,8 +84,8 @@ int build(const std::string& file, const std::string& output) {
     if (error = readAll(*source, text); error) return cannotOpen(file, error);
 
     CEattMain eattMain;
-    if (const auto refusal = templateFromJson(text, eattMain))
-        return fail(shown(file) + ": " + refusal->path + ": " + refusal->reason);
+    if (const auto jsonError = templateFromJson(text, eattMain))
+        return fail(shown(file) + ": " + jsonError->path + ": " + jsonError->reason);
     KzDxArchiveWriter writer;
     kzdxWriteTemplate(eattMain, writer);
     if (error = writeOutput(output, writer.written()); error)

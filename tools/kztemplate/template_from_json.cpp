@@ -86,7 +86,7 @@ std::string cut(std::string text) {
 class TemplateMaker : public nlohmann::json_sax<json> {
 public:
     CEattMain made;
-    std::optional<Refusal> refusal;
+    std::optional<JsonError> jsonError;
 
     bool null() override { return refuse(); }
     bool boolean(bool /*unused*/) override { return refuse(); }
@@ -199,7 +199,7 @@ private:
 
     bool refuse() { return refuse(path(), expectationOf(next())); }
     bool refuse(std::string path, std::string reason) {
-        refusal = Refusal{cut(std::move(path)), cut(std::move(reason))};
+        jsonError = JsonError{cut(std::move(path)), cut(std::move(reason))};
         return false;
     }
 
@@ -226,9 +226,9 @@ private:
 
 } // namespace
 
-std::optional<Refusal> templateFromJson(std::string_view text, CEattMain& result) {
+std::optional<JsonError> templateFromJson(std::string_view text, CEattMain& result) {
     TemplateMaker maker;
-    if (!json::sax_parse(text, &maker)) return maker.refusal;
+    if (!json::sax_parse(text, &maker)) return maker.jsonError;
     result.headerValue = maker.made.headerValue;
     result.blocks.swap(maker.made.blocks);
     return std::nullopt;

@@ -8,7 +8,7 @@
 
 /// An error in a JSON text: the position, for example `$.blocks[0].flag`, and the reason. Both are
 /// shortened if they are long.
-struct Refusal {
+struct JsonError {
     std::string path;
     std::string reason;
 };
@@ -19,4 +19,4 @@ struct Refusal {
 ///
 /// Every key is required once, and no other key is allowed. Numbers are signed 32-bit integers. The
 /// attribute names of a block must differ. On failure, `result` is unchanged.
-[[nodiscard]] std::optional<Refusal> templateFromJson(std::string_view text, CEattMain& result);
+[[nodiscard]] std::optional<JsonError> templateFromJson(std::string_view text, CEattMain& result);

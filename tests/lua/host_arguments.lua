@@ -1,4 +1,4 @@
--- Guards against script mistakes: each raises an error that says what was expected and what came, at the line of
+-- Tests wrong arguments: each raises an error that says what was expected and what came, at the line of
 -- the script; none ends the host.
 
 package.path = arg[0]:match("^(.*)/") .. "/?.lua;" .. package.path
@@ -42,7 +42,7 @@ check.equal({host.unload()}, {0}, "nothing is loaded")
 local module, message = host.load("/nothing/there.hmx")
 check.equal(module, nil)
 assert(type(message) == "string" and message:find("there.hmx", 1, true), message)
-check.raises("host_mistakes.lua:", function() space:insert(nil) end)
+check.raises("host_arguments.lua:", function() space:insert(nil) end)
 check.raises("document.name cannot be set", function() drawing.name = "other" end)
 check.raises(("x"):rep(60) .. '"...', function() host.advance(("x"):rep(1e6)) end)
 
