@@ -51,6 +51,7 @@ check.equal(callsAfter(function() deskInSpace:erase(false) end), {"desk", "door"
 check.equal(callsAfter(function() door:rename("DOOR2") end), {}, "rename")
 check.equal(callsAfter(function() door:touch() end), {}, "touched record")
 check.equal(callsAfter(function() drawing:block("NEW") end), {}, "new record")
+check.equal(callsAfter(function() drawing:block("NEW2"):insert(desk) end), {"desk", "door", "handle"}, "in a new one")
 -- An erased record keeps its node and its references.
 check.equal(callsAfter(function() desk:erase() end), {}, "erased record")
 check.equal(callsAfter(function() deskInSpace:touch() end), {"desk", "door", "handle"}, "reference of an erased record")
