@@ -30,9 +30,9 @@ Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
     const Zelvane::Opened<KzDbBlockTable> table(tableId, KzDb::OpenMode::forNotify, !enable);
     if (!table) return table.status();
     if (enable) {
-        follow(*table.get(), tableId);
+        follow(*table, tableId);
     } else {
-        stopFollowing(*table.get());
+        stopFollowing(*table);
     }
     return Orvo::ok;
 }

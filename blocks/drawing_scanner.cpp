@@ -71,10 +71,10 @@ KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLe
     if (!opened) return record; // held open; the graph is not notified when it is closed
     record.isLayout = opened->isLayout();
     record.isFromExternalReference = opened->isFromExternalReference();
-    record.node = opened->isAnonymous() ? nodeOfAnonymous(record, *opened.get())
-                                        : nodeUnder(knownNode(id), id, *opened.get());
+    record.node =
+        opened->isAnonymous() ? nodeOfAnonymous(record, *opened) : nodeUnder(knownNode(id), id, *opened);
     if (record.node == nullptr) return record;
-    if (level != KzDxScanLevel::staleNodes && !isListUnchanged(*opened.get(), *record.node)) {
+    if (level != KzDxScanLevel::staleNodes && !isListUnchanged(*opened, *record.node)) {
         graph_.updateState().markStale(*record.node, KzDxReadLevel::newReferences);
     }
     return record;

@@ -25,7 +25,7 @@ Orvo::ErrorStatus KzDxReferenceReader::queryReferences(const KzDbObjectIdArray& 
         const Zelvane::Opened<KzDbBlockTableRecord> record(id);
         if (!record) return record.status();
         hasForeign_ |= record->isDependent();
-        const Orvo::ErrorStatus status = kzdxCollectReferences(*record.get(), reported_);
+        const Orvo::ErrorStatus status = kzdxCollectReferences(*record, reported_);
         if (status != Orvo::ok) return status;
     }
     return Orvo::ok;
@@ -92,7 +92,7 @@ std::uint32_t KzDxReferenceReader::registeredNumberOf(KzDbObjectId reference,
     const std::uint32_t number = opened ? containerNumber(opened->ownerId()) : numberOf(reference);
     if (number == noContainer) return noContainer;
     if (opened) {
-        registrations.registerReference(*opened.get(), reference);
+        registrations.registerReference(*opened, reference);
     } else {
         registrations.markUnregistered();
     }

@@ -113,7 +113,7 @@ void KzDxRegistrations::openAndRegister(KzDbObjectId reference) {
         markUnregistered();
         return;
     }
-    registerReference(*opened.get(), reference);
+    registerReference(*opened, reference);
 }
 
 void KzDxRegistrations::registerAttributes(const KzDbBlockReference& reference, KzDbObjectId id) {

@@ -143,13 +143,13 @@ void KzDxUpdateCheck::visit(KzDbObjectId id) {
     const Zelvane::Opened<KzDbBlockTableRecord> record(id);
     if (!record) return;
     if (record->isLayout()) layouts_.push_back(id);
-    const KzDbObjectId key = keyOf(*record.get());
+    const KzDbObjectId key = keyOf(*record);
     // A record that represents a block without a node keeps its own node, if it has one, but does not lead to
     // it.
     if (!keysBefore_.contains(key) && keysBefore_.contains(id)) return;
     KzDxBlock* const node = graph_.node(keysBefore_.contains(key) ? key : id);
     if (node == nullptr) {
-        if (canHaveNode(*record.get())) fail(id, "has no node");
+        if (canHaveNode(*record)) fail(id, "has no node");
         return;
     }
     if (!isListed(id, *node)) fail(id, "is not listed by the node that it leads to");

@@ -26,7 +26,7 @@ std::optional<KzDbObjectIdArray> tableBlocks(KzApDocument* document) {
     KzDbObjectIdArray ids;
     Zelvane::forEachRecordId(*drawing, [&ids](KzDbObjectId id) {
         const Zelvane::Opened<KzDbBlockTableRecord> block(id);
-        if (block && isTableBlock(*block.get())) ids.append(id);
+        if (block && isTableBlock(*block)) ids.append(id);
         return true;
     });
     return ids;

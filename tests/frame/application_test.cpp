@@ -170,7 +170,7 @@ TEST_F(Application, RecordMadeWhileClosingIsSafe) {
 /// Data that note when they are destroyed, and whether they were told to forget their document.
 struct LifetimeProbe {
     explicit LifetimeProbe(KzApDocument* given) : document(given) {}
-    ~LifetimeProbe() { gone.push_back({document, hasForgotten}); }
+    ~LifetimeProbe() { gone.emplace_back(document, hasForgotten); }
     LifetimeProbe(const LifetimeProbe&) = delete;
     LifetimeProbe& operator=(const LifetimeProbe&) = delete;
     void forgetDocument() { hasForgotten = true; }

@@ -40,7 +40,7 @@ protected:
         return blocks;
     }
 
-    const KzDxUpdateCheck::Pause pause; ///< it would read a million references again and again
+    const KzDxUpdateCheck::Pause pause{}; ///< it would read a million references again and again
     KzApDocument* document = Headless::openDocument(u"document");
     KzDbObjectId modelSpace = Headless::modelSpace(document);
 };

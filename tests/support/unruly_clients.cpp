@@ -135,7 +135,7 @@ private:
     // ---- what an action names
 
     /// Any document, closed ones too unless the host does not tell which they are.
-    KzApDocument* anyDocument(std::uint8_t byte) const {
+    [[nodiscard]] KzApDocument* anyDocument(std::uint8_t byte) const {
         if (byte == 0) return nullptr;
         // Where there is most to do, half of the time.
         std::vector<KzApDocument*> known;
