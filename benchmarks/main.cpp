@@ -31,7 +31,7 @@ struct Result {
         return std::string(line->name) + " " + number + std::string(line->sizeUnit);
     }
     [[nodiscard]] double ratio() const { return statisticsOf(samples, &Sample::ratio).median; }
-    [[nodiscard]] bool isOver() const { return !(ratio() <= line->limit); }
+    [[nodiscard]] bool isExceeded() const { return !(ratio() <= line->limit); }
 };
 
 std::vector<Line> allLines() {
@@ -110,7 +110,7 @@ void measureAll(std::vector<Result>& results, const Options& options) {
 void printRatios(const std::vector<Result>& results) {
     for (const Result& result : results) {
         std::printf("ratio %s %.2f %g %s\n", result.label().c_str(), result.ratio(), result.line->limit,
-                    result.isOver() ? "OVER" : "ok");
+                    result.isExceeded() ? "OVER" : "ok");
     }
 }
 
@@ -144,7 +144,7 @@ int main(int argc, char** argv) {
     measureAll(results, options);
     printRatios(results);
     printFigures(results);
-    if (options.isSmoke || std::ranges::none_of(results, &Result::isOver)) return EXIT_SUCCESS;
+    if (options.isSmoke || std::ranges::none_of(results, &Result::isExceeded)) return EXIT_SUCCESS;
     std::fputs("zelvane_bench: limit exceeded (marked OVER)\n", stderr);
     return EXIT_FAILURE;
 }

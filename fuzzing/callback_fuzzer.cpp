@@ -1,6 +1,6 @@
 // Whatever clients do in their callbacks, and the host around them: the list of actions is the input, four
-// bytes each (tests/support/unruly_clients.h). Mutations keep actions whole.
-#include "tests/support/unruly_clients.h"
+// bytes each (tests/support/random_clients.h). Mutations keep actions whole.
+#include "tests/support/random_clients.h"
 
 #include <dlfcn.h>
 
@@ -11,12 +11,12 @@
 #include <random>
 #include <vector>
 
-using Actions = std::vector<UnrulyAction>;
+using Actions = std::vector<RandomAction>;
 
 /// A part of an action at the end is left out.
 static Actions actionsIn(const std::uint8_t* data, std::size_t size) {
-    Actions actions(size / sizeof(UnrulyAction));
-    if (!actions.empty()) std::memcpy(actions.data(), data, actions.size() * sizeof(UnrulyAction));
+    Actions actions(size / sizeof(RandomAction));
+    if (!actions.empty()) std::memcpy(actions.data(), data, actions.size() * sizeof(RandomAction));
     return actions;
 }
 
@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string complaint = runUnrulyClients(actionsIn(data, size));
+    const std::string complaint = runRandomClients(actionsIn(data, size));
     if (complaint.empty()) return 0;
     std::fprintf(stderr, "%s\n", complaint.c_str());
     std::abort();
@@ -42,7 +42,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     };
     const auto insertNew = [&](std::size_t count) {
         const auto byte = [&] { return static_cast<std::uint8_t>(random()); };
-        while (count-- > 0) actions.insert(anyPlace(), UnrulyAction{byte(), byte(), byte(), byte()});
+        while (count-- > 0) actions.insert(anyPlace(), RandomAction{byte(), byte(), byte(), byte()});
     };
     const auto at = anyPlace();
     if (actions.size() < 8) {
@@ -52,12 +52,12 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     } else if (random() % 3 == 0) {
         actions.erase(at);
     } else if (random() % 2 == 0) {
-        actions.insert(anyPlace(), UnrulyAction(*at));
+        actions.insert(anyPlace(), RandomAction(*at));
     } else {
         std::uint8_t* const bytes[] = {&at->kind, &at->a, &at->b, &at->c};
         *bytes[random() % std::size(bytes)] = static_cast<std::uint8_t>(random());
     }
-    const std::size_t count = std::min(actions.size(), most / sizeof(UnrulyAction));
-    if (count != 0) std::memcpy(data, actions.data(), count * sizeof(UnrulyAction));
-    return count * sizeof(UnrulyAction);
+    const std::size_t count = std::min(actions.size(), most / sizeof(RandomAction));
+    if (count != 0) std::memcpy(data, actions.data(), count * sizeof(RandomAction));
+    return count * sizeof(RandomAction);
 }

@@ -30,7 +30,7 @@ ScriptCall::~ScriptCall() {
 
 /// Message handler: records the origin of the first error. Converts later errors to text here, in protected
 /// mode, because the conversion may fail.
-int ScriptCall::noteOrigin(lua_State* state) {
+int ScriptCall::storeOrigin(lua_State* state) {
     ScriptCall& call = running->call;
     if (call.pendingError_ != LUA_NOREF) {
         luaL_tolstring(state, 1, nullptr);
@@ -53,7 +53,7 @@ void ScriptCall::callClient(int functionReference, const std::string& name) {
     const ClientRun* const outer = std::exchange(running, &run);
     lastOrigin.clear(); // an equal error value of this client is a new error
     const int top = lua_gettop(state);
-    lua_pushcfunction(state, noteOrigin);
+    lua_pushcfunction(state, storeOrigin);
     lua_rawgeti(state, LUA_REGISTRYINDEX, functionReference);
     const bool hasFailed = lua_pcall(state, 0, 0, top + 1) != LUA_OK;
     if (hasFailed && scriptCall->pendingError_ == LUA_NOREF) {

@@ -24,7 +24,7 @@ public:
     void rethrowPending();
 
 private:
-    static int noteOrigin(lua_State* state);
+    static int storeOrigin(lua_State* state);
 
     static ScriptCall* innermost;
 

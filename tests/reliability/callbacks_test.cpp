@@ -2,7 +2,7 @@
 // times, and the module neither touches what is gone, nor loses track of the drawing, nor leaves anything.
 
 #include "tests/support/figures.h"
-#include "tests/support/unruly_clients.h"
+#include "tests/support/random_clients.h"
 
 #include <gtest/gtest.h>
 
@@ -15,11 +15,11 @@ TEST(Callbacks, MayDoAnything) {
         std::mt19937 random(seed);
         std::uniform_int_distribution<unsigned> anyByte(0, 255);
         const auto byte = [&] { return static_cast<std::uint8_t>(anyByte(random)); };
-        std::vector<UnrulyAction> actions(120);
-        for (UnrulyAction& action : actions) action = {byte(), byte(), byte(), byte()};
-        ASSERT_EQ(runUnrulyClients(actions), "") << "seed " << seed;
+        std::vector<RandomAction> actions(120);
+        for (RandomAction& action : actions) action = {byte(), byte(), byte(), byte()};
+        ASSERT_EQ(runRandomClients(actions), "") << "seed " << seed;
     }
-    printFigure("actions tried", unrulyFigures.actions);
-    printFigure("of them inside callbacks", unrulyFigures.inCallbacks);
-    printFigure("callbacks made", unrulyFigures.callbacks);
+    printFigure("actions tried", randomFigures.actions);
+    printFigure("of them inside callbacks", randomFigures.inCallbacks);
+    printFigure("callbacks made", randomFigures.callbacks);
 }

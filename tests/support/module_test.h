@@ -9,7 +9,7 @@
 #include "headless/modules.h"
 #include "headless/session.h"
 #include "host/module_interface.h"
-#include "tests/support/leftovers.h"
+#include "tests/support/leaks.h"
 #include "tests/support/test_clients.h"
 #include "zelvane/zelvane.h"
 
@@ -28,7 +28,7 @@ protected:
     }
     ~ModuleTest() override {
         unload();
-        EXPECT_EQ(leftoversInHost(), "");
+        EXPECT_EQ(leakedRegistrations(), "");
         Headless::reset();
     }
 

@@ -1,10 +1,10 @@
-#include "tests/support/unruly_clients.h"
+#include "tests/support/random_clients.h"
 
 #include "frame/application.h"
 #include "headless/modules.h"
 #include "host/module_interface.h"
 #include "tests/support/graph_checks.h"
-#include "tests/support/leftovers.h"
+#include "tests/support/leaks.h"
 #include "tests/support/pick.h"
 #include "tests/support/random_drawing.h"
 #include "tests/support/test_clients.h"
@@ -46,11 +46,11 @@ bool isHostListing() {
 /// One run of a list of actions. They are done one after the other from outside, as a user, the host and
 /// other modules would; and each callback that the module calls does the next ones of the same list from
 /// inside. So they nest at random depths, and end with the list.
-class UnrulyClients {
+class RandomClients {
 public:
-    using Action = UnrulyAction;
+    using Action = RandomAction;
 
-    explicit UnrulyClients(std::span<const Action> actions) : actions_(actions), left_(actions) {
+    explicit RandomClients(std::span<const Action> actions) : actions_(actions), left_(actions) {
         for (std::size_t client = 0; client < TestClients::count; ++client) {
             clients_.onCall[client] = [this, client] { answerCall(client); };
         }
@@ -75,17 +75,17 @@ private:
         if (left_.empty()) return;
         const Action action = left_.front();
         left_ = left_.subspan(1);
-        ++unrulyFigures.actions;
-        if (depth_ != 0) ++unrulyFigures.inCallbacks;
+        ++randomFigures.actions;
+        if (depth_ != 0) ++randomFigures.inCallbacks;
         // Every other action is an edit.
         if (action.kind % 2 == 0) return editDrawing(action);
         (this->*pick(otherActions(), static_cast<std::uint8_t>(action.kind / 2)))(action);
     }
 
-    using Member = void (UnrulyClients::*)(const Action&);
+    using Member = void (RandomClients::*)(const Action&);
     /// The actions other than edits, as often as they shall occur.
     static const std::vector<Member>& otherActions() {
-        using Self = UnrulyClients;
+        using Self = RandomClients;
         static const std::vector<Member> all{
             &Self::switchTimer,   &Self::switchTimer,   &Self::switchMonitor,  &Self::switchMonitor,
             &Self::switchMonitor, &Self::switchMonitor, &Self::updateGraph,    &Self::updateGraph,
@@ -97,7 +97,7 @@ private:
     }
 
     void answerCall(std::size_t client) {
-        ++unrulyFigures.callbacks;
+        ++randomFigures.callbacks;
         const bool isOurs = std::ranges::any_of(attached_, [client](const auto& attachment) {
             return attachment.second == TestClients::client(client) && Headless::isOpen(attachment.first);
         });
@@ -121,7 +121,7 @@ private:
         refuseNothing();
         unloadModule();
         kzDocManagerPtr()->removeReactor(&neighbour_);
-        if (const std::string leftovers = leftoversInHost(); !leftovers.empty()) {
+        if (const std::string leftovers = leakedRegistrations(); !leftovers.empty()) {
             complaint_ += "left in the host: " + leftovers;
         }
         Headless::reset();
@@ -220,7 +220,7 @@ private:
 
     void rest(const Action& action) {
         if (action.a % 2 == 0) Headless::makeCurrent(anyDocument(action.b));
-        if (action.a / 2 % 4 != 0) calmDown();
+        if (action.a / 2 % 4 != 0) clearDisturbances();
         Headless::advance(std::uint32_t{action.c} * 8);
         Headless::idle();
     }
@@ -252,7 +252,7 @@ private:
     }
 
     // Ends what `disturb` has begun.
-    static void calmDown() {
+    static void clearDisturbances() {
         refuseNothing();
         Headless::setInputWaiting(false);
         Headless::documentState(Headless::currentDocument()) = {.lockMode = KzAp::DocLockMode{2}};
@@ -277,9 +277,9 @@ private:
     }
 
     /// Another module that is notified of documents: after Zelvane, and before it once that was loaded again.
-    class Neighbour final : public KzApDocManagerReactor {
+    class OtherModule final : public KzApDocManagerReactor {
     public:
-        explicit Neighbour(UnrulyClients& clients) : clients_(clients) {}
+        explicit OtherModule(RandomClients& clients) : clients_(clients) {}
         void documentCreateStarted(KzApDocument* document) override {
             clients_.opened_.push_back(document);
             clients_.answer(1);
@@ -290,14 +290,14 @@ private:
         void documentBecameCurrent(KzApDocument*) override { clients_.answer(1); }
 
     private:
-        UnrulyClients& clients_;
+        RandomClients& clients_;
     };
 
     std::span<const Action> actions_;
     std::span<const Action> left_;
     std::string complaint_;
     TestClients clients_;
-    Neighbour neighbour_{*this};
+    OtherModule neighbour_{*this};
     int depth_ = 0;
     std::vector<std::unique_ptr<RandomDrawing>> drawings_;
     std::vector<KzApDocument*> opened_;
@@ -308,6 +308,6 @@ private:
 
 } // namespace
 
-std::string runUnrulyClients(std::span<const UnrulyAction> actions) {
-    return UnrulyClients(actions).run();
+std::string runRandomClients(std::span<const RandomAction> actions) {
+    return RandomClients(actions).run();
 }

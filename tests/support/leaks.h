@@ -9,7 +9,7 @@
 /// What the host still holds that a module should have taken along when it was unloaded: filters, reactors,
 /// services, libraries, opened objects; and what the module should not have passed to the host. Empty when
 /// there is nothing.
-[[nodiscard]] inline std::string leftoversInHost() {
+[[nodiscard]] inline std::string leakedRegistrations() {
     std::string found;
     const auto expectNone = [&found](std::size_t count, const char* what) {
         if (count != 0) found += std::to_string(count) + ' ' + what + "; ";

@@ -8,7 +8,7 @@
 #include <string>
 
 /// Something that may happen at any time, whatever the values are. Four bytes stand for one action.
-struct UnrulyAction {
+struct RandomAction {
     std::uint8_t kind = 0;
     std::uint8_t a = 0;
     std::uint8_t b = 0;
@@ -16,13 +16,13 @@ struct UnrulyAction {
 };
 
 /// What has been done in all runs of the process.
-struct UnrulyFigures {
+struct RandomFigures {
     std::size_t actions = 0;     ///< tried, those from inside callbacks included
     std::size_t inCallbacks = 0; ///< actions from inside callbacks
     std::size_t callbacks = 0;   ///< made by the module
 };
-inline UnrulyFigures unrulyFigures;
+inline RandomFigures randomFigures;
 
 /// Runs the actions in a new host. Returns what is wrong; empty if nothing is: only clients of open documents
 /// were called, and after its unloading the module has left nothing in the host.
-[[nodiscard]] std::string runUnrulyClients(std::span<const UnrulyAction> actions);
+[[nodiscard]] std::string runRandomClients(std::span<const RandomAction> actions);
