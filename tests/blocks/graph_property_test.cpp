@@ -7,6 +7,8 @@
 #include "tests/support/module_test.h"
 #include "tests/support/random_drawing.h"
 
+#include <optional>
+
 namespace {
 
 class GraphProperty : public ModuleTest {
@@ -80,13 +82,13 @@ TEST_F(GraphProperty, UpdatesAfterCallsBySlot) {
     for (unsigned seed = 0; seed < 200; ++seed) {
         RandomDrawing drawing(seed);
         watchAll(drawing.document);
-        PlainGraph plain(drawing.document);
+        std::optional<PlainGraph> plain(drawing.document);
         const std::vector<KzDbObjectId> records = Headless::records(drawing.document);
         for (unsigned round = 0; round < 6; ++round) {
             const KzDbObjectId chosen = records[(seed + round) % records.size()];
             const KzDbObjectId further = records[(seed / 7 + 3 * round) % records.size()];
             const unsigned kind = (seed + round) % 4;
-            plain.withBoth([&](KzDxBlocks& graph) {
+            plain->withBoth([&](KzDxBlocks& graph) {
                 KzDxBlock* const node = graph.node(chosen);
                 if (kind == 0) static_cast<void>(graph.setEnabled(!graph.isEnabled()));
                 if (kind == 1 && node != nullptr) static_cast<void>(node->setEnabled(!node->isEnabled()));
@@ -95,10 +97,11 @@ TEST_F(GraphProperty, UpdatesAfterCallsBySlot) {
             drawing.edit(1 + static_cast<int>(seed % 3));
             if (seed % 2 == 0) drawing.editQuietly();
             if (kind == 0)
-                plain.withBoth([](KzDxBlocks& graph) { static_cast<void>(graph.setEnabled(true)); });
-            ASSERT_EQ(plain.updateBoth(false, {}), "") << "seed " << seed << " round " << round;
+                plain->withBoth([](KzDxBlocks& graph) { static_cast<void>(graph.setEnabled(true)); });
+            ASSERT_EQ(plain->updateBoth(false, {}), "") << "seed " << seed << " round " << round;
         }
         unwatchAll(drawing.document);
+        plain.reset();
         drawing.releaseHold();
         Headless::closeDocument(drawing.document);
         Headless::closeDocument(drawing.attached);
