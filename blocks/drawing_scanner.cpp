@@ -148,8 +148,11 @@ void KzDxDrawingScanner::markReached() {
     for (const auto& node : graph_.nodes()) node->setReached(false);
     for (const Record& record : records_) {
         if (record.isLayout) layoutIds_.append(record.id);
-        if (record.node != nullptr) record.node->setReached(true);
-        if (record.node == nullptr) hasNodes_ = false;
+        if (record.node != nullptr) {
+            record.node->setReached(true);
+        } else {
+            hasNodes_ = false;
+        }
     }
 }
 

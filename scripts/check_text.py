@@ -30,7 +30,7 @@ WORDS = {  # regular expression: replacement. A space matches any gap between wo
     r"somebody|someone|nobody|whoever|whom(ever)?": "the name of the actor",
 }
 ALLOWED = {}  # path: words that are allowed there
-SKIPPED_FOLDERS = {"build", ".git", ".cache"}
+SKIPPED_FOLDERS = {".git", ".cache"}  # and folders of builds
 SKIPPED_FILES = {"LICENSE", "scripts/check_text.py"}
 TEXT_SUFFIXES = {"", ".md", ".h", ".cpp", ".lua", ".py", ".sh", ".cmake", ".in", ".txt", ".json", ".rc",
                  ".map", ".def", ".yml"}
@@ -46,8 +46,8 @@ def texts(paths):
         for file in sorted(path.rglob("*") if path.is_dir() else [path]):
             name = file.relative_to(ROOT)
             is_text = file.is_file() and file.suffix in TEXT_SUFFIXES and str(name) not in SKIPPED_FILES
-            if is_text and not SKIPPED_FOLDERS & set(name.parts):
-                yield name, file.read_text(encoding="utf-8")
+            if is_text and not SKIPPED_FOLDERS & set(name.parts) and not name.parts[0].startswith("build"):
+                yield name, file.read_text(encoding="utf-8", errors="replace")
 
 
 def unused_words(name, text):
