@@ -1,11 +1,9 @@
 #include "blocks/block_graph.h"
 
 #include "blocks/block_node.h"
-#include "core/scope_guard.h"
 #include "zelvane/block_table_walk.h"
 
 #include <memory>
-#include <utility>
 
 KzDxBlocks::KzDxBlocks() = default;
 
@@ -26,24 +24,12 @@ Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocument* 
     std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
     const Orvo::ErrorStatus status = made->bind(kzdxContextOf(document));
     if (status != Orvo::ok) return status;
-    made->buildFollowing();
+    // As `init`, but the nodes are read when the graph is switched on. This scan creates a node for each
+    // record; if a representation precedes its block in the table, the next one finds its block.
+    if (const KzDbDatabase* const drawing = made->database()) made->scanner_.scanTable(*drawing);
+    static_cast<void>(made->startFollowing()); // the caller retries a failure and gets the status
     graph = made.release();
     return Orvo::ok;
-}
-
-/// The same as `init` and `startFollowing`, but opens each reference once: the graph is switched on before
-/// the references are read, so that reading also registers with them.
-void KzDxBlocks::buildFollowing() {
-    const KzDbDatabase* const drawing = database();
-    if (drawing == nullptr) return; // the host returned another result before
-    // The second scan may find more: if a representation precedes its block in the table, the first scan
-    // creates a separate node for it, and the second one finds its block.
-    for (int scan = 1; scan <= 2; ++scan) scanner_.scanTable(*drawing);
-    scanner_.readUnreachedNodes(*drawing);
-    const Orvo::ErrorStatus status = setEnabled(true); // the caller retries a failure and gets the status
-    scanner_.readStaleNodes(*drawing);
-    if (status == Orvo::ok) scanner_.settle();
-    setHasChanges(false);
 }
 
 Orvo::ErrorStatus KzDxBlocks::init(KzDxDocument* document) {
@@ -70,7 +56,7 @@ void KzDxBlocks::reset() {
     document_ = nullptr;
     modelSpaceId_ = KzDbObjectId();
     // References to nodes are removed first. The deletion of some nodes may be deferred.
-    nesting_.release();
+    nesting_.invalidate();
     scanner_.clear();
     state_.clear();
     store_.clear();
@@ -91,21 +77,16 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
 Orvo::ErrorStatus KzDxBlocks::addNode(KzDxBlock*& node, KzDbBlockTableRecord& record) {
     node = nullptr;
     if (store_.find(record.objectId()) != nullptr) return Orvo::alreadyPresent;
+    state_.reserve(store_.nodes().size() + 1); // before it is registered: notifications must not allocate
     KzDxBlock* made = nullptr;
     const Orvo::ErrorStatus status = KzDxBlock::create(made, this, &record);
     if (status != Orvo::ok) return status;
-    KzDxNodeStore::Node owned(made);
-    KzDxScopeGuard undo([&] { forgetNode(*made); });
-    store_.add(std::move(owned));
-    undo.dismiss();
-    nesting_.add(*made);
+    store_.add(KzDxNodeStore::Node(made));
+    nesting_.invalidate();
+    state_.markStale(*made, KzDxReadLevel::initial);
+    static_cast<void>(made->setEnabled(isEnabled())); // registers with references when they are read
     node = made;
     return Orvo::ok;
-}
-
-void KzDxBlocks::forgetNode(KzDxBlock& node) noexcept {
-    store_.removeKeys(node);
-    state_.remove(node);
 }
 
 void KzDxBlocks::addBlockAlias(KzDbObjectId key, KzDxBlock* node) {
@@ -124,12 +105,7 @@ void KzDxBlocks::setNeedsScan(bool value) {
 
 void KzDxBlocks::setHasChanges(bool value) {
     hasChanges_ = value;
-    if (!value) clearChangedNodes();
-}
-
-void KzDxBlocks::clearChangedNodes() {
-    for (KzDxBlock* const node : state_.changed()) node->setHasChanges(false);
-    state_.changed().clear();
+    if (!value) state_.clearChanged();
 }
 
 KzDbObjectId KzDxBlocks::xrefBlockOf(KzDbObjectId id) const {

@@ -170,11 +170,9 @@ public:
 
     [[nodiscard]] KzDxUpdateState& updateState() { return state_; }
     [[nodiscard]] KzDxBlockNesting& nesting() { return nesting_; }
-    /// Creates the node of an open record. The node is stale, so the next reading phase reads it. The
-    /// status is that of `addBlock`.
+    /// Creates the node of an open record, switched on if the graph is. The node is stale, so the next
+    /// reading phase reads it. The status is that of `addBlock`.
     [[nodiscard]] Orvo::ErrorStatus addNode(KzDxBlock*& node, KzDbBlockTableRecord& record);
-    /// Removes the keys and list entries of a node whose creation failed.
-    void forgetNode(KzDxBlock& node) noexcept;
 
 private:
     friend class KzDxUpdateCheck;
@@ -183,7 +181,6 @@ private:
 
     // Building (block_graph.cpp).
     [[nodiscard]] Orvo::ErrorStatus bind(KzDxDocumentContext* document);
-    void buildFollowing();
 
     // Following (block_graph_update.cpp).
     void follow(const KzDbBlockTable& table, KzDbObjectId tableId);
@@ -192,11 +189,10 @@ private:
     void disableTimer();
     void setNodesEnabled(bool enable);
     [[nodiscard]] bool tryUnregister() noexcept override;
+    void requestFullScan() noexcept;
     Orvo::ErrorStatus scan();
-    void collectChangedClients(Clients& due) const;
-    void clearChangedNodes();
 
-    [[nodiscard]] KzDxBlockNesting& builtNesting();
+    [[nodiscard]] KzDxBlockNesting& currentNesting();
     [[nodiscard]] std::uint32_t countNested(const KzDxBlock& node, KzDbObjectId container,
                                             KzDxIdSet& counted);
 

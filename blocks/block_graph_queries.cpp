@@ -1,6 +1,18 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
-#include "blocks/model_space.h"
+#include "host/symbol_utilities.h"
+
+namespace {
+
+/// Whether `container` is the model space of a drawing other than `own`: what is placed there counts as
+/// placed in the record of this drawing that represents the attached one.
+bool isForeignModelSpace(KzDbObjectId container, const KzDbDatabase* own) {
+    const KzDbDatabase* const drawing = container.database(); // null if the container is not valid
+    return drawing != nullptr && drawing != own &&
+           KzDbSymbolUtilities::servicesPtr106()->modelSpaceRecordId(drawing) == container;
+}
+
+} // namespace
 
 std::uint32_t KzDxBlocks::countReferences(KzDbObjectId block, KzDbObjectId container, bool nested,
                                           KzDxIdSet& counted) {
@@ -19,7 +31,7 @@ std::uint32_t KzDxBlocks::countNested(const KzDxBlock& node, KzDbObjectId contai
     for (const KzDxContainers::Entry& entry : node.containers()) {
         KzDbObjectId placedIn = entry.container;
         // The record may have become the model space of that drawing after it was read.
-        if (kzdxIsForeignModelSpace(placedIn, database())) placedIn = xrefBlockOf(placedIn);
+        if (isForeignModelSpace(placedIn, database())) placedIn = xrefBlockOf(placedIn);
         if (!placedIn.isValid() || placedIn.isErased() || placedIn.isEffectivelyErased()) continue;
         const std::uint32_t times =
             placedIn == container ? 1 : countReferences(placedIn, container, false, counted);
@@ -42,7 +54,7 @@ std::uint32_t KzDxBlocks::countReferencesInLayouts(KzDbObjectId block, bool mode
 
 Orvo::ErrorStatus KzDxBlocks::collectNestedBlocks(KzDbObjectId block, bool recursive, KzDxIdSet& found,
                                                   KzDxIdSet& visited) {
-    builtNesting().collect(block, recursive, found, visited);
+    currentNesting().collect(block, recursive, found, visited);
     return Orvo::ok;
 }
 
@@ -51,7 +63,7 @@ Orvo::ErrorStatus KzDxBlocks::getNestedBlocks(KzDbObjectId block, bool recursive
     return collectNestedBlocks(block, recursive, found, visited);
 }
 
-KzDxBlockNesting& KzDxBlocks::builtNesting() {
-    if (!nesting_.isBuilt()) nesting_.build(store_.nodes());
+KzDxBlockNesting& KzDxBlocks::currentNesting() {
+    nesting_.prepare(store_.nodes());
     return nesting_;
 }

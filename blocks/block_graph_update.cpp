@@ -6,18 +6,16 @@
 #include "core/scope_guard.h"
 #include "zelvane/opened.h"
 
-#include <vector>
-
 // Switching.
 
 Orvo::ErrorStatus KzDxBlocks::startFollowing() {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
-    state_.raiseLevel(KzDxScanLevel::full);
+    requestFullScan();
     scanner_.scanTable(*drawing);
+    const Orvo::ErrorStatus status = setEnabled(true); // first, so that reading also registers
     scanner_.readStaleNodes(*drawing);
     setHasChanges(false);
-    const Orvo::ErrorStatus status = setEnabled(true);
     if (status == Orvo::ok) scanner_.settle();
     return status;
 }
@@ -40,7 +38,7 @@ Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
 void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
     KzDxScopeGuard undo([&] { stopFollowing(table); });
     watchedTable_ = tableId;
-    state_.raiseLevel(KzDxScanLevel::full); // earlier edits sent no notifications
+    requestFullScan(); // earlier edits sent no notifications
     table.addReactor(this);
     setNodesEnabled(true);
     enableTimer();
@@ -86,15 +84,20 @@ bool KzDxBlocks::tryUnregister() noexcept {
 void KzDxBlocks::aboutToChange(const KzDbObject*) {
     setNeedsScan(true);
     // A record is added. References in it are found by the lists, also if it is erased before the next scan.
-    state_.raiseLevel(KzDxScanLevel::referenceLists);
+    state_.requestLists();
 }
 
 void KzDxBlocks::timerElapsed() {
     kzdxAtBoundary([this] { update(false, true); });
 }
 
+void KzDxBlocks::requestFullScan() noexcept {
+    for (const auto& node : store_.nodes()) state_.markStale(*node, KzDxReadLevel::everything);
+    state_.requestLists();
+}
+
 Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
-    state_.raiseLevel(KzDxScanLevel::full);
+    requestFullScan();
     return scan();
 }
 
@@ -111,7 +114,7 @@ void KzDxBlocks::update(bool force, bool notify) {
     if (!force && !(needsScan_ && isEnabled())) return;
     KzDxScopeGuard scanAgain([this] { setNeedsScan(true); }); // the next update then completes this one
     KzDxUpdateCheck check(*this);
-    if (force) state_.raiseLevel(KzDxScanLevel::full);
+    if (force) requestFullScan();
     static_cast<void>(scan()); // without a drawing there are no clients
     check.compare();
     propagateChanges();
@@ -121,13 +124,7 @@ void KzDxBlocks::update(bool force, bool notify) {
 
 void KzDxBlocks::propagateChanges() {
     if (!hasChanges_) return;
-    // A copy, because marking nested blocks extends the list.
-    std::vector<KzDxBlock*> changed;
-    for (KzDxBlock* const node : state_.changed()) {
-        if (node->hasChanges()) changed.push_back(node);
-    }
-    if (changed.empty()) return;
-    for (KzDxBlock* const node : builtNesting().nodesInside(changed)) node->setHasChanges(true);
+    for (KzDxBlock* const node : currentNesting().nodesInside(state_.changed())) node->setHasChanges(true);
 }
 
 void KzDxBlocks::notifyClients() {
@@ -137,9 +134,11 @@ void KzDxBlocks::notifyClients() {
     // clients.
     Clients due;
     KzDxScopeGuard scanAgain([this] { setNeedsScan(true); });
-    collectChangedClients(due);
+    for (const KzDxBlock* const node : state_.changed()) {
+        for (const KzDxClientCallback callback : node->clients()) due.insert(callback);
+    }
     scanAgain.dismiss();
-    clearChangedNodes();
+    state_.clearChanged();
     const KzDxLife::Watch watch(life_);
     due.callEach(Clients::Next::chosenAfterCall, [&](KzDxClientCallback callback) {
         kzdxAtBoundary(callback);
@@ -149,11 +148,4 @@ void KzDxBlocks::notifyClients() {
     // Also clears the marks of the callbacks' own edits, because otherwise a client that edits the blocks
     // that it watches would be called repeatedly.
     if (!watch.isDestroyed()) setHasChanges(false);
-}
-
-void KzDxBlocks::collectChangedClients(Clients& due) const {
-    for (const KzDxBlock* const node : state_.changed()) {
-        if (!node->hasChanges()) continue;
-        for (const KzDxClientCallback callback : node->clients()) due.insert(callback);
-    }
 }

@@ -1,89 +1,30 @@
 #include "blocks/block_nesting.h"
 
 #include "blocks/block_node.h"
-#include "core/boundary.h"
-#include "core/scope_guard.h"
 
-#include <algorithm>
-#include <cassert>
-#include <utility>
-
-void KzDxBlockNesting::build(const KzDxNodeStore::Nodes& nodes) {
-    KzDxBlockNesting whole; // assigned when complete: memory may run out
-    whole.items_.reserve(nodes.size());
+void KzDxBlockNesting::prepare(const KzDxNodeStore::Nodes& nodes) {
+    if (isCurrent_) return;
+    numbers_.clear();
+    items_.clear();
+    contents_.clear();
     for (const auto& node : nodes) {
-        whole.enter(*node);
-        const std::uint32_t number = whole.numberOf(node->id());
-        for (const KzDxContainers::Entry& entry : node->containers()) whole.addTo(entry.container, number);
+        const std::uint32_t number = numberOf(node->id());
+        items_[number].node = node.get();
+        for (const KzDxContainers::Entry& entry : node->containers()) {
+            Item& container = items_[numberOf(entry.container)];
+            contents_.push_back({.item = number, .next = container.firstContent});
+            container.firstContent = static_cast<std::uint32_t>(contents_.size() - 1);
+        }
     }
-    *this = std::move(whole);
+    isCurrent_ = true;
 }
 
-void KzDxBlockNesting::release() {
-    *this = KzDxBlockNesting();
-}
-
-// If memory runs out during a change, the index is released, because an incomplete change would give wrong
-// results.
-template <class Change>
-void KzDxBlockNesting::change(Change apply) noexcept {
-    if (!isBuilt()) return;
-    kzdxAtBoundary([&] {
-        KzDxScopeGuard giveUp([this] { release(); });
-        apply();
-        giveUp.dismiss();
-    });
-}
-
-void KzDxBlockNesting::add(KzDxBlock& node) noexcept {
-    change([&] { enter(node); });
-}
-
-void KzDxBlockNesting::update(const KzDxBlock& node, const KzDxContainers& before) noexcept {
-    change([&] {
-        const std::uint32_t number = numberOf(node.id());
-        assert(items_[number].node == &node); // added when it was created
-        for (const KzDxContainers::Entry& entry : before) {
-            if (node.containers().find(entry.container) != nullptr) continue;
-            items_[numberOf(entry.container)].mayHaveOutdated = true;
-        }
-        for (const KzDxContainers::Entry& entry : node.containers()) {
-            if (before.find(entry.container) == nullptr) addTo(entry.container, number);
-        }
-    });
-}
-
-/// The number of the item with that id. Creates the item if there is none: a container need not be a node,
-/// and can become one later.
+/// The number of the item with that id. Creates the item if there is none.
 std::uint32_t KzDxBlockNesting::numberOf(KzDbObjectId id) {
     const auto next = static_cast<std::uint32_t>(items_.size());
     const std::uint32_t number = numbers_.findOrInsert(id, next);
     if (number == next) items_.emplace_back().id = id;
     return number;
-}
-
-void KzDxBlockNesting::enter(KzDxBlock& node) {
-    Item& item = items_[numberOf(node.id())];
-    assert(item.node == nullptr);
-    item.node = &node;
-}
-
-void KzDxBlockNesting::addTo(KzDbObjectId container, std::uint32_t number) {
-    Item& item = items_[numberOf(container)];
-    // Before the contents grow, so that nodes that are repeatedly removed and added do not make them grow
-    // without limit.
-    if (item.mayHaveOutdated && item.contents.size() == item.contents.capacity()) removeOutdated(item);
-    item.contents.push_back(number);
-}
-
-void KzDxBlockNesting::removeOutdated(Item& container) {
-    if (!std::exchange(container.mayHaveOutdated, false)) return;
-    std::vector<std::uint32_t>& contents = container.contents;
-    std::ranges::sort(contents);
-    contents.erase(std::unique(contents.begin(), contents.end()), contents.end());
-    std::erase_if(contents, [&](std::uint32_t number) {
-        return items_[number].node->containers().find(container.id) == nullptr;
-    });
 }
 
 void KzDxBlockNesting::beginSearch() {
@@ -106,10 +47,9 @@ void KzDxBlockNesting::search(bool recursive) {
     while (!pending_.empty()) {
         const std::uint32_t container = pending_.back();
         pending_.pop_back();
-        removeOutdated(items_[container]);
-        for (const std::uint32_t inside : items_[container].contents) {
+        for (std::uint32_t at = items_[container].firstContent; at != none; at = contents_[at].next) {
+            const std::uint32_t inside = contents_[at].item;
             if (items_[inside].foundIn == search_ || inside == container) continue; // found, or in itself
-            assert(items_[inside].node != nullptr);                                 // only nodes are placed
             items_[inside].foundIn = search_;
             found_.push_back(inside);
             if (recursive) visit(inside);
@@ -129,7 +69,7 @@ void KzDxBlockNesting::collect(KzDbObjectId block, bool recursive, KzDxIdSet& fo
     std::vector<KzDbObjectId> ids;
     ids.reserve(found_.size());
     for (const std::uint32_t at : found_) ids.push_back(items_[at].id);
-    kzdxSortUnique(ids);
+    ids.resize(kzdxSortUnique(ids));
     found.insertAscending(ids);
     if (recursive) visited.insertAscending(ids);
 }

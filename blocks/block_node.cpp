@@ -3,10 +3,7 @@
 #include "blocks/block_graph.h"
 #include "blocks/block_representation.h"
 #include "blocks/reference_reader.h"
-#include "core/scope_guard.h"
 #include "zelvane/opened.h"
-
-#include <memory>
 
 namespace {
 
@@ -40,16 +37,11 @@ KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) {
 Orvo::ErrorStatus KzDxBlock::create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (owner == nullptr || record == nullptr) return Orvo::missingCollaborator;
-    // Before the node exists, because its notifications must not allocate.
-    owner->updateState().reserve(owner->nodes().size() + 1);
     // If memory runs out, the scan fails, because a record that is skipped would not be visited again.
-    std::unique_ptr<KzDxBlock, KzDxDeferredDeleter> made(new KzDxBlock);
-    KzDxScopeGuard undo([&] { owner->forgetNode(*made); });
+    KzDxNodeStore::Node made(new KzDxBlock);
     const Orvo::ErrorStatus status = made->init(owner, record);
-    if (status != Orvo::ok) return status;
-    undo.dismiss();
-    node = made.release();
-    return Orvo::ok;
+    if (status == Orvo::ok) node = made.release();
+    return status;
 }
 
 Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* record) {
@@ -60,19 +52,14 @@ Orvo::ErrorStatus KzDxBlock::init(KzDxBlocks* owner, KzDbBlockTableRecord* recor
     for (const KzDbObjectId each : recordIds_) {
         if (each != id_) furtherRecords_.insert(each);
     }
-    // If the records cannot be read, no node is created, and the graph must have no key of it.
+    // If the records cannot be read, no node is created.
     KzDxForeignDrawings foreign(*owner);
     KzDxReferenceReader reader(nullptr, foreign); // without a drawing, because it opens no reference
-    const Orvo::ErrorStatus status = reader.queryReferences(recordIds_);
-    if (status != Orvo::ok) return status;
-    for (const KzDbObjectId each : furtherRecords_) owner->addBlockAlias(each, this);
-    markStale();
-    static_cast<void>(setEnabled(owner->isEnabled())); // registers with references when they are read
-    return Orvo::ok;
+    return reader.queryReferences(recordIds_);
 }
 
 KzDxBlock::~KzDxBlock() {
-    // Has no effect after a deferred deletion; a node whose creation failed is deleted directly.
+    // Has no effect after a deferred deletion, which is the usual way.
     static_cast<void>(KzDxBlock::tryUnregister());
 }
 
@@ -93,7 +80,7 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
                                             : registrations_.unregisterAll(recordIds_, containers_);
     if (mayMissNotifications() && owner_ != nullptr) {
         markStale();
-        owner_->updateState().raiseLevel(KzDxScanLevel::referenceLists);
+        owner_->updateState().requestLists();
     }
     return status;
 }
@@ -143,12 +130,9 @@ void KzDxBlock::setNeedsScan(bool value) {
 }
 
 void KzDxBlock::setHasChanges(bool value) {
-    if (value) {
-        if (owner_ == nullptr) return;
-        owner_->setHasChanges(true);
-        owner_->updateState().markChanged(*this);
-    }
-    hasChanges_ = value;
+    if (owner_ == nullptr) return; // deletion is pending
+    if (value) owner_->setHasChanges(true);
+    owner_->updateState().setChanged(*this, value);
 }
 
 void KzDxBlock::addClient(KzDxClientCallback callback) {

@@ -2,7 +2,6 @@
 
 #include "blocks/containers.h"
 #include "blocks/id_set.h"
-#include "blocks/node_list.h"
 #include "blocks/registrations.h"
 #include "blocks/update_state.h"
 #include "core/call_set.h"
@@ -35,9 +34,7 @@ class KzDxBlock : public KzDbObjectReactor, public KzDxEnableBase, public KzDxDe
 public:
     using Clients = KzDxCallSet<KzDxClientCallback>;
 
-    /// Creates the node of an open record: adds the keys of its other records to the graph, and switches
-    /// the node on if the graph is. The node is stale: `evaluate` or the next scan reads its references.
-    /// The graph adds the key of the own record. On failure `node` is null and the graph has no key of it:
+    /// Creates the node of an open record, switched off; the graph adds it. On failure `node` is null:
     /// `missingCollaborator` for a null argument, otherwise the status of the first record that cannot be
     /// read.
     static Orvo::ErrorStatus create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record);
@@ -96,27 +93,26 @@ public:
     /// Adds a record to the node's records, with its key in the graph. Has no effect if it is among them.
     void addRecord(KzDbObjectId record);
 
-    /// Reads the references at the read level and stores them. Returns whether the node is up to date;
-    /// otherwise it stays stale.
-    [[nodiscard]] bool read(KzDxReferenceReader& reader);
+    /// Reads the references of a stale node at its read level and stores them. The node stays stale if a
+    /// record cannot be read, or if it may miss notifications.
+    void read(KzDxReferenceReader& reader);
 
-    [[nodiscard]] KzDxReadLevel readLevel() const { return readLevel_; }
-    [[nodiscard]] bool isStale() const { return hasMark(KzDxNodeMark::stale); }
-
-    /// Whether a record of the block table led to the node in the last scan.
-    [[nodiscard]] bool isReached() const { return isReached_; }
+    [[nodiscard]] bool isStale() const { return readLevel_ != KzDxReadLevel::nothing; }
+    /// Whether the next scan reads the node.
+    [[nodiscard]] bool isDue() const {
+        return isStale() && (isReached_ || readLevel_ == KzDxReadLevel::initial);
+    }
+    /// Stores whether a record of the block table led to the node in the last scan.
     void setReached(bool value) { isReached_ = value; }
 
-    // For `KzDxUpdateState`.
+    // For `KzDxUpdateState`, which lists the nodes by these.
     void raiseReadLevel(KzDxReadLevel level) { readLevel_ = std::max(readLevel_, level); }
-    [[nodiscard]] bool hasMark(KzDxNodeMark mark) const { return (marks_ & bit(mark)) != 0; }
-    void mark(KzDxNodeMark mark) { marks_ = static_cast<std::uint8_t>(marks_ | bit(mark)); }
-    void unmark(KzDxNodeMark mark) { marks_ = static_cast<std::uint8_t>(marks_ & ~bit(mark)); }
+    void storeHasChanges(bool value) { hasChanges_ = value; }
+    [[nodiscard]] bool isForeign() const { return isForeign_; }
+    void storeForeign() { isForeign_ = true; }
 
 private:
     KzDxBlock() = default;
-
-    static constexpr std::uint8_t bit(KzDxNodeMark mark) { return static_cast<std::uint8_t>(mark); }
 
     Orvo::ErrorStatus init(KzDxBlocks* owner, KzDbBlockTableRecord* record);
     [[nodiscard]] bool tryUnregister() noexcept override;
@@ -128,17 +124,15 @@ private:
     [[nodiscard]] bool mayMissNotifications() const;
 
     // Reading (block_node_reading.cpp).
-    struct Differences;
     [[nodiscard]] Orvo::ErrorStatus readReferences(KzDxReferenceReader& reader);
     void store(const KzDxReferenceReader& reader);
     void rememberRegistered(const KzDxReferenceReader& reader);
-    void markContainerChanges(const KzDxContainers& before);
 
     // The members that a walk over all nodes uses are first, so that they are in few cache lines.
     KzDxBlocks* owner_ = nullptr;
     KzDbObjectId id_;
-    std::uint8_t marks_ = 0; ///< a bit for each list of the graph that the node is in
-    KzDxReadLevel readLevel_ = KzDxReadLevel::everything;
+    KzDxReadLevel readLevel_ = KzDxReadLevel::nothing;
+    bool isForeign_ = false;
     bool isReached_ = false;
     bool hasChanges_ = false;
     bool needsScan_ = true;

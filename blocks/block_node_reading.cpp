@@ -10,30 +10,21 @@
 #include <utility>
 #include <vector>
 
-/// The differences between a reading and the stored references. Lists are in ascending order.
-struct KzDxBlock::Differences {
-    bool hasAdded = false;            ///< a reference has a container, and had none before
-    std::vector<KzDbObjectId> gone;   ///< had a container, and are no longer reported
-    std::vector<KzDbObjectId> unread; ///< had a container, and are reported without one
+namespace {
 
-    Differences(const KzDxContainers& before, const KzDxContainers& now) {
-        const std::vector<KzDbObjectId> old = placed(before);
-        const std::vector<KzDbObjectId> fresh = placed(now);
-        hasAdded = !std::ranges::includes(old, fresh);
-        std::vector<KzDbObjectId> lost;
-        std::ranges::set_difference(old, fresh, std::back_inserter(lost));
-        std::ranges::set_difference(lost, now.references(), std::back_inserter(gone));
-        std::ranges::set_intersection(lost, now.references(), std::back_inserter(unread));
-    }
+std::vector<KzDbObjectId> placedReferences(const KzDxContainers& containers) {
+    std::vector<KzDbObjectId> placed;
+    placed.reserve(containers.references().size());
+    containers.forEachPlaced([&](KzDbObjectId reference) { placed.push_back(reference); });
+    return placed;
+}
 
-private:
-    static std::vector<KzDbObjectId> placed(const KzDxContainers& containers) {
-        std::vector<KzDbObjectId> all;
-        all.reserve(containers.references().size());
-        containers.forEachPlaced([&](KzDbObjectId reference) { all.push_back(reference); });
-        return all;
-    }
-};
+bool haveSameContainers(const KzDxContainers& left, const KzDxContainers& right) {
+    constexpr auto container = &KzDxContainers::Entry::container;
+    return std::ranges::equal(left, right, {}, container, container);
+}
+
+} // namespace
 
 Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     if (owner_ == nullptr) return Orvo::missingCollaborator;
@@ -44,7 +35,7 @@ Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     KzDxReferenceReader reader(owner_->database(), foreign);
     const Orvo::ErrorStatus status = readReferences(reader);
     // The node stays stale, because the next scan may find other foreign drawings.
-    owner_->updateState().raiseLevel(KzDxScanLevel::referenceLists);
+    owner_->updateState().requestLists();
     return status;
 }
 
@@ -62,12 +53,10 @@ void KzDxBlock::addRecord(KzDbObjectId record) {
     owner_->updateState().markStale(*this, KzDxReadLevel::newReferences);
 }
 
-bool KzDxBlock::read(KzDxReferenceReader& reader) {
-    assert(isStale() && readLevel_ != KzDxReadLevel::nothing);
-    if (readReferences(reader) != Orvo::ok) return false;
-    const bool isUpToDate = !mayMissNotifications();
-    readLevel_ = isUpToDate ? KzDxReadLevel::nothing : KzDxReadLevel::everything;
-    return isUpToDate;
+void KzDxBlock::read(KzDxReferenceReader& reader) {
+    assert(isStale());
+    const bool isRead = readReferences(reader) == Orvo::ok;
+    readLevel_ = isRead && !mayMissNotifications() ? KzDxReadLevel::nothing : KzDxReadLevel::everything;
 }
 
 Orvo::ErrorStatus KzDxBlock::readReferences(KzDxReferenceReader& reader) {
@@ -82,39 +71,42 @@ Orvo::ErrorStatus KzDxBlock::readReferences(KzDxReferenceReader& reader) {
     if (reader.hasForeign()) owner_->updateState().markForeign(*this);
     if (!reader.placementsUnchanged()) store(reader);
     remember.dismiss();
-    registrations_.dropPlaced(containers_);
-    registrations_.retryPending(isEnabled(), reader.references(), recordIds_, containers_);
+    registrations_.retryPending(isEnabled(), recordIds_, containers_);
     setNeedsScan(false);
     return Orvo::ok;
 }
 
+/// Stores a reading. Marks a change if a reference got a container or is no longer reported, or if a
+/// container was added or lost its last reference.
 void KzDxBlock::store(const KzDxReferenceReader& reader) {
     KzDxContainers now = reader.containers();
-    const Differences differences(containers_, now);
-    registrations_.reserveUnplaced(differences.gone.size() + differences.unread.size());
+    const std::vector<KzDbObjectId> placedBefore = placedReferences(containers_);
+    const std::vector<KzDbObjectId> placedNow = placedReferences(now);
+    std::vector<KzDbObjectId> lost; // had a container
+    std::ranges::set_difference(placedBefore, placedNow, std::back_inserter(lost));
+    bool isChanged = !std::ranges::includes(placedBefore, placedNow);
+    registrations_.reserveUnplaced(lost.size());
 
     // No step from here on can fail.
-    const KzDxContainers before = std::exchange(containers_, std::move(now));
-    markContainerChanges(before);
-    if (differences.hasAdded || !differences.gone.empty()) setHasChanges(true);
-    for (const KzDbObjectId reference : differences.gone) registrations_.unregisterReference(reference);
-    for (const KzDbObjectId reference : differences.unread) registrations_.keepRegistered(reference);
+    if (!haveSameContainers(containers_, now)) {
+        isChanged = true;
+        owner_->nesting().invalidate();
+    }
+    containers_ = std::move(now);
+    for (const KzDbObjectId reference : lost) {
+        if (containers_.isReported(reference)) { // but cannot be read now
+            registrations_.addUnplaced(reference);
+        } else {
+            isChanged = true;
+            registrations_.unregisterReference(reference);
+        }
+    }
+    if (isChanged) setHasChanges(true);
 }
 
 /// Called if memory runs out between registering with references and storing them.
 void KzDxBlock::rememberRegistered(const KzDxReferenceReader& reader) {
-    if (!isEnabled()) return;
     for (const KzDbObjectId reference : reader.references()) {
         if (!containers_.hasContainer(reference)) registrations_.addUnplaced(reference);
     }
-}
-
-/// Marks a change if a container was added or lost its last reference.
-void KzDxBlock::markContainerChanges(const KzDxContainers& before) {
-    if (std::ranges::equal(before, containers_, {}, &KzDxContainers::Entry::container,
-                           &KzDxContainers::Entry::container)) {
-        return;
-    }
-    setHasChanges(true);
-    owner_->nesting().update(*this, before);
 }

@@ -44,6 +44,10 @@ public:
     [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
     [[nodiscard]] std::span<const std::uint32_t> numbers() const { return numbers_; }
 
+    /// Whether a reference was reported.
+    [[nodiscard]] bool isReported(KzDbObjectId reference) const {
+        return std::ranges::binary_search(references_, reference);
+    }
     /// Whether a reference is stored under a container.
     [[nodiscard]] bool hasContainer(KzDbObjectId reference) const {
         const auto at = std::ranges::lower_bound(references_, reference);

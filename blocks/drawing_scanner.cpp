@@ -6,6 +6,7 @@
 #include "blocks/id_set.h"
 #include "blocks/reference_reader.h"
 #include "core/deferred_deletion.h"
+#include "core/scope_guard.h"
 #include "zelvane/block_table_walk.h"
 
 #include <algorithm>
@@ -21,10 +22,10 @@ void KzDxDrawingScanner::scan(const KzDbDatabase& drawing) {
 void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing) {
     KzDxDeferredDeletion::retryAll();
     KzDxUpdateState& state = graph_.updateState();
-    const bool isStaleOnly = state.level() == KzDxScanLevel::staleNodes;
-    state.raiseLevel(KzDxScanLevel::referenceLists); // for the next scan, if this one is interrupted
-    if (isStaleOnly && visitUncertain(drawing)) return;
-    visitAll(drawing, state.level());
+    const bool needsLists = state.needsLists();
+    state.requestLists(); // for the next scan, if this one is interrupted
+    if (!needsLists && visitUncertain(drawing)) return;
+    visitAll(drawing);
     markReached();
 }
 
@@ -39,7 +40,7 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
         Record& record = records_[next++];
         assert(record.node != nullptr); // otherwise all records are visited
         if (record.isUncertain) {
-            record = visit(id, KzDxScanLevel::staleNodes);
+            record = visit(id, false);
             isAnyVisited = true;
         }
         return true;
@@ -49,23 +50,18 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
     return true;
 }
 
-void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing, KzDxScanLevel level) {
-    if (level == KzDxScanLevel::full) {
-        for (const auto& node : graph_.nodes()) {
-            graph_.updateState().markStale(*node, KzDxReadLevel::everything);
-        }
-    }
+void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing) {
     std::vector<Record> found;
     found.reserve(records_.size() + 1);
     hint_ = 0;
     Zelvane::forEachRecordId(drawing, [&](KzDbObjectId id) {
-        found.push_back(visit(id, level));
+        found.push_back(visit(id, true));
         return true;
     });
     records_ = std::move(found); // empty if the table could not be read: then the next scan finds other ids
 }
 
-KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLevel level) {
+KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, bool comparesLists) {
     Record record{.id = id};
     const Zelvane::Opened<KzDbBlockTableRecord> opened(id);
     if (!opened) return record; // held open; the graph is not notified when it is closed
@@ -74,7 +70,7 @@ KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, KzDxScanLe
     record.node =
         opened->isAnonymous() ? nodeOfAnonymous(record, *opened) : nodeUnder(knownNode(id), id, *opened);
     if (record.node == nullptr) return record;
-    if (level != KzDxScanLevel::staleNodes && !isListUnchanged(*opened, *record.node)) {
+    if (comparesLists && !isListUnchanged(*opened, *record.node)) {
         graph_.updateState().markStale(*record.node, KzDxReadLevel::newReferences);
     }
     return record;
@@ -172,25 +168,17 @@ void KzDxDrawingScanner::refreshForeignDrawings() {
 void KzDxDrawingScanner::readStaleNodes(const KzDbDatabase& drawing) {
     refreshForeignDrawings();
     KzDxReferenceReader reader(&drawing, foreign_);
-    graph_.updateState().stale().removeIf(
-        [&](KzDxBlock& node) { return node.isReached() && node.read(reader); });
-    graph_.setNeedsScan(false);
-}
-
-void KzDxDrawingScanner::readUnreachedNodes(const KzDbDatabase& drawing) {
-    KzDxReferenceReader reader(&drawing, foreign_);
-    for (KzDxBlock* const node : graph_.updateState().stale()) {
-        if (node->isReached()) continue;
-        static_cast<void>(node->read(reader));
-        node->raiseReadLevel(KzDxReadLevel::everything);
+    KzDxUpdateState& state = graph_.updateState();
+    const KzDxScopeGuard removeRead([&] { state.removeUpToDate(); }); // also if memory runs out
+    for (KzDxBlock* const node : state.stale()) {
+        if (node->isDue()) node->read(reader);
     }
+    graph_.setNeedsScan(false);
 }
 
 void KzDxDrawingScanner::settle() {
     KzDxUpdateState& state = graph_.updateState();
-    const bool isAllRead =
-        std::ranges::none_of(state.stale(), [](const KzDxBlock* node) { return node->isReached(); });
-    state.settle(hasNodes_ && isAllRead ? KzDxScanLevel::staleNodes : KzDxScanLevel::referenceLists);
+    state.settle(!hasNodes_ || std::ranges::any_of(state.stale(), &KzDxBlock::isDue));
 }
 
 void KzDxDrawingScanner::clear() {

@@ -20,26 +20,22 @@ class KzDxReferenceReader;
 /// to, each once; it creates no nodes and no keys.
 ///
 /// Each scan compares the ids of the table's records, in order, with those of the last scan, because a
-/// record can be unerased without a notification. At level `staleNodes` a record is opened only if it is
-/// uncertain what it represents; at the other levels all records are opened.
+/// record can be unerased without a notification. A record is opened only if it is uncertain what it
+/// represents, or if the update state needs the lists of all records.
 class KzDxDrawingScanner {
 public:
     explicit KzDxDrawingScanner(KzDxBlocks& graph) : graph_(graph), foreign_(graph) {}
     KzDxDrawingScanner(const KzDxDrawingScanner&) = delete;
     KzDxDrawingScanner& operator=(const KzDxDrawingScanner&) = delete;
 
-    /// Runs both phases, at the level of the update state, and sets the level for the next update. If
-    /// memory runs out, the level and the stale nodes are kept for the next scan.
+    /// Runs both phases and settles the update state. If memory runs out, the next scan completes this one.
     void scan(const KzDbDatabase& drawing);
 
     /// Run one phase, for a graph that is switched on between the phases.
     void scanTable(const KzDbDatabase& drawing);
     void readStaleNodes(const KzDbDatabase& drawing);
-    /// Reads the nodes that no record of the last table phase leads to; they stay stale. For a new graph,
-    /// whose first two table phases have no reading phase between them.
-    void readUnreachedNodes(const KzDbDatabase& drawing);
 
-    /// Sets the level for the next update, as without later edits.
+    /// Sets the update state for the next update, as without later edits.
     void settle();
 
     /// The ids of the layouts that could be opened, in table order, as of the last scan.
@@ -64,8 +60,8 @@ private:
     };
 
     [[nodiscard]] bool visitUncertain(const KzDbDatabase& drawing);
-    void visitAll(const KzDbDatabase& drawing, KzDxScanLevel level);
-    [[nodiscard]] Record visit(KzDbObjectId id, KzDxScanLevel level);
+    void visitAll(const KzDbDatabase& drawing);
+    [[nodiscard]] Record visit(KzDbObjectId id, bool comparesLists);
     [[nodiscard]] bool isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node);
     [[nodiscard]] KzDxBlock* nodeOfAnonymous(Record& record, KzDbBlockTableRecord& opened);
     [[nodiscard]] KzDxBlock* nodeUnder(KzDxBlock* found, KzDbObjectId id, KzDbBlockTableRecord& opened);

@@ -45,10 +45,6 @@ std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids) {
     return static_cast<std::size_t>(std::unique(ids.begin(), ids.end()) - ids.begin());
 }
 
-void kzdxSortUnique(std::vector<KzDbObjectId>& ids) {
-    ids.resize(kzdxSortUnique(std::span(ids)));
-}
-
 bool kzdxAreSame(std::span<const KzDbObjectId> left, std::span<const KzDbObjectId> right) {
     static_assert(std::has_unique_object_representations_v<KzDbObjectId>);
     return left.size() == right.size() &&

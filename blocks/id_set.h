@@ -7,11 +7,9 @@
 #include <span>
 #include <vector>
 
-/// Sorts ids in ascending order and removes duplicates. Linear if the ids are already in order or their
-/// values are close together, as in one drawing.
-void kzdxSortUnique(std::vector<KzDbObjectId>& ids);
-
-/// The same in place. Returns the number of ids, which are at the front; the rest is unspecified.
+/// Sorts ids in place, in ascending order, without duplicates. Linear if the ids are already in order or
+/// their values are close together, as in one drawing. Returns the number of ids, which are at the front;
+/// the rest is unspecified.
 [[nodiscard]] std::size_t kzdxSortUnique(std::span<KzDbObjectId> ids);
 
 /// Whether two lists of ids are equal. Compares as memory: an update does this for every reference of a
@@ -46,8 +44,6 @@ public:
     [[nodiscard]] std::size_t size() const { return ids_.size(); }
     [[nodiscard]] auto begin() const { return ids_.begin(); }
     [[nodiscard]] auto end() const { return ids_.end(); }
-
-    void clear() { ids_.clear(); }
 
 private:
     std::vector<KzDbObjectId> ids_;

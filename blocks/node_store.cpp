@@ -1,18 +1,18 @@
 #include "blocks/node_store.h"
 
 #include "blocks/block_node.h"
+#include "core/scope_guard.h"
 
 #include <cassert>
 #include <utility>
 
-void KzDxNodeStore::add(Node&& node) {
-    assert(node != nullptr && !node->id().isNull());
-    keys_.insert_or_assign(node->id(), node.get());
-    nodes_.push_back(std::move(node)); // last, because the caller owns the node if memory runs out
-}
-
-void KzDxNodeStore::removeKeys(const KzDxBlock& node) noexcept {
-    std::erase_if(keys_, [&node](const auto& key) { return key.second == &node; });
+void KzDxNodeStore::add(Node node) {
+    assert(find(node->id()) == nullptr);
+    KzDxBlock* const added = node.get();
+    KzDxScopeGuard undo([&] { std::erase_if(keys_, [&](const auto& key) { return key.second == added; }); });
+    for (const KzDbObjectId record : added->recordIds()) addAlias(record, *added);
+    nodes_.push_back(std::move(node));
+    undo.dismiss();
 }
 
 void KzDxNodeStore::clear() {

@@ -13,24 +13,20 @@ class KzDxBlock;
 ///
 /// A node has its own record's id as a key, and an enhanced block's node also the ids of the records that
 /// represent the block. No key leads to a null node. Nodes are deleted by deferred deletion, all together;
-/// none is removed while the graph is in use, except a node whose creation fails.
+/// none is removed while the graph is in use.
 class KzDxNodeStore {
 public:
     using Node = std::unique_ptr<KzDxBlock, KzDxDeferredDeleter>;
     using Nodes = std::vector<Node>;
     using Keys = std::map<KzDbObjectId, KzDxBlock*>;
 
-    /// Takes ownership of a node and adds its own id as a key. Replaces an existing key, because another
-    /// record of the node may have that id. If memory runs out, the caller still owns the node and must
-    /// call `removeKeys`.
-    void add(Node&& node);
+    /// Takes ownership of a node and adds the ids of its records as keys. The own record must not be a key.
+    /// If memory runs out, nothing changes.
+    void add(Node node);
 
     /// Adds another key for a node, unless the key exists: if two enhanced blocks have the same
     /// representation, the first one keeps it.
     void addAlias(KzDbObjectId key, KzDxBlock& node) { keys_.try_emplace(key, &node); }
-
-    /// Removes the keys of a node whose creation has failed.
-    void removeKeys(const KzDxBlock& node) noexcept;
 
     /// The node with that key; null if there is none.
     [[nodiscard]] KzDxBlock* find(KzDbObjectId key) const {

@@ -53,27 +53,22 @@ void KzDxRegistrations::registerReference(const KzDbBlockReference& reference, K
     registerAttributes(reference, id);
 }
 
-void KzDxRegistrations::dropPlaced(const KzDxContainers& containers) noexcept {
-    unplaced_.eraseIf([&](KzDbObjectId reference) { return containers.hasContainer(reference); });
-    if (unplaced_.isEmpty()) unplaced_ = {};
+void KzDxRegistrations::addUnplaced(KzDbObjectId reference) noexcept {
+    if (state_ != State::none) unplaced_.insert(reference);
 }
 
 void KzDxRegistrations::unregisterReference(KzDbObjectId gone) noexcept {
-    // If the node has no registrations, the reference need not be remembered, even if it could not be
-    // opened.
-    if (!tryUnregister(gone) && state_ != State::none) unplaced_.insert(gone);
+    if (!tryUnregister(gone)) addUnplaced(gone);
 }
 
-void KzDxRegistrations::keepRegistered(KzDbObjectId unread) {
-    if (state_ != State::none) unplaced_.insert(unread);
-}
-
-void KzDxRegistrations::retryPending(bool isEnabled, std::span<const KzDbObjectId> reported,
-                                     const KzDbObjectIdArray& records, const KzDxContainers& containers) {
+void KzDxRegistrations::retryPending(bool isEnabled, const KzDbObjectIdArray& records,
+                                     const KzDxContainers& containers) {
     unplaced_.eraseIf([&](KzDbObjectId reference) {
-        const bool isAwaited = isEnabled && std::ranges::binary_search(reported, reference);
+        if (containers.hasContainer(reference)) return true; // registered with its node's other references
+        const bool isAwaited = isEnabled && containers.isReported(reference);
         return !isAwaited && tryUnregister(reference);
     });
+    if (unplaced_.isEmpty()) unplaced_ = {}; // releases reserved memory
     if (state_ != State::pending) return;
     if (isEnabled) {
         static_cast<void>(registerAll(records, containers)); // as at switching on, without a status

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 class KzDbObjectReactor;
 
@@ -49,21 +48,16 @@ public:
 
     /// Reserves memory for `count` more unplaced references, so that adding them does not allocate.
     void reserveUnplaced(std::size_t count) { unplaced_.reserveMore(count); }
-    /// Adds a reference that may be registered but has no container.
-    void addUnplaced(KzDbObjectId reference) { unplaced_.insert(reference); }
-    /// Removes unplaced references that have a container now, and releases unused memory.
-    void dropPlaced(const KzDxContainers& containers) noexcept;
+    /// Adds a reference that may be registered but has no container, unless there are no registrations.
+    void addUnplaced(KzDbObjectId reference) noexcept;
     /// Unregisters from a reference that is no longer reported.
     void unregisterReference(KzDbObjectId gone) noexcept;
-    /// Adds a reference that is still reported, but could not be read and no longer has a container.
-    void keepRegistered(KzDbObjectId unread);
 
-    /// Retries what could not be completed: registering if memory ran out, unregistering from objects that
-    /// were held open, and unregistering from references that are no longer reported. While switched on,
-    /// references of `reported` that have no container stay registered, because they get one when they can
-    /// be read.
-    void retryPending(bool isEnabled, std::span<const KzDbObjectId> reported,
-                      const KzDbObjectIdArray& records, const KzDxContainers& containers);
+    /// Called after a reading. Retries what could not be completed: registering if memory ran out,
+    /// unregistering from objects that were held open, and unregistering from references that are no longer
+    /// reported. While switched on, reported references without a container stay registered, because they
+    /// get one when they can be read.
+    void retryPending(bool isEnabled, const KzDbObjectIdArray& records, const KzDxContainers& containers);
 
     /// Whether `retryPending` has an effect.
     [[nodiscard]] bool hasPending() const { return state_ == State::pending || !unplaced_.isEmpty(); }

@@ -3,35 +3,55 @@
 #include "blocks/block_node.h"
 #include "host/block_table.h"
 
-#include <algorithm>
 #include <cassert>
 
 void KzDxUpdateState::reserve(std::size_t nodes) {
-    for (KzDxNodeList* const list : {&stale_, &changed_, &foreign_}) list->reserve(nodes);
-}
-
-void KzDxUpdateState::remove(KzDxBlock& node) noexcept {
-    for (KzDxNodeList* const list : {&stale_, &changed_, &foreign_}) {
-        list->removeIf([&node](const KzDxBlock& each) { return &each == &node; });
+    for (Nodes* const list : {&stale_, &changed_, &foreign_}) {
+        if (nodes > list->capacity()) list->reserve(2 * nodes); // because a graph grows node by node
     }
 }
 
 void KzDxUpdateState::clear() noexcept {
-    for (KzDxNodeList* const list : {&stale_, &changed_, &foreign_}) list->clear();
-    level_ = KzDxScanLevel::full;
+    for (Nodes* const list : {&stale_, &changed_, &foreign_}) list->clear();
+    requestLists();
+}
+
+void KzDxUpdateState::add(Nodes& list, KzDxBlock& node) noexcept {
+    assert(list.size() < list.capacity()); // a notification must not allocate
+    list.push_back(&node);
 }
 
 void KzDxUpdateState::objectEdited(const KzDbObject* object) noexcept {
-    const bool isAttribute = object->isA()->isDerivedFrom(KzDbAttribute::desc());
-    if (!isAttribute) raiseLevel(KzDxScanLevel::referenceLists);
+    if (!object->isA()->isDerivedFrom(KzDbAttribute::desc())) requestLists();
 }
 
 void KzDxUpdateState::markStale(KzDxBlock& node, KzDxReadLevel level) noexcept {
     assert(level != KzDxReadLevel::nothing);
+    if (!node.isStale()) add(stale_, node);
     node.raiseReadLevel(level);
-    stale_.add(node);
 }
 
-void KzDxUpdateState::raiseLevel(KzDxScanLevel level) noexcept {
-    level_ = std::max(level_, level);
+void KzDxUpdateState::removeUpToDate() noexcept {
+    std::erase_if(stale_, [](const KzDxBlock* node) { return !node->isStale(); });
+}
+
+void KzDxUpdateState::setChanged(KzDxBlock& node, bool value) noexcept {
+    if (node.hasChanges() == value) return;
+    node.storeHasChanges(value);
+    if (value) {
+        add(changed_, node);
+    } else {
+        std::erase(changed_, &node);
+    }
+}
+
+void KzDxUpdateState::clearChanged() noexcept {
+    for (KzDxBlock* const node : changed_) node->storeHasChanges(false);
+    changed_.clear();
+}
+
+void KzDxUpdateState::markForeign(KzDxBlock& node) noexcept {
+    if (node.isForeign()) return;
+    node.storeForeign();
+    add(foreign_, node);
 }

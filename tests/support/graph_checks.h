@@ -3,6 +3,7 @@
 // The block graph of a document, in words, and a second graph that reads everything at every update.
 
 #include "blocks/block_graph.h"
+#include "blocks/containers.h"
 #include "frame/document.h"
 
 #include <map>
