@@ -76,7 +76,7 @@ public:
     /// The nodes with `hasChanges`, each once.
     [[nodiscard]] const Nodes& changed() const { return changed_; }
 
-    /// A node may report references of other drawings, where an insert notifies nobody here.
+    /// A node may report references of other drawings, where an insert does not notify the graph.
     void markForeign(KzDxBlock& node) noexcept;
     [[nodiscard]] const Nodes& foreign() const { return foreign_; }
 
