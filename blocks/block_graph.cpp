@@ -24,12 +24,20 @@ Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocument* 
     std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
     const Orvo::ErrorStatus status = made->bind(kzdxContextOf(document));
     if (status != Orvo::ok) return status;
-    // As `init`, but the nodes are read when the graph is switched on. This scan creates a node for each
-    // record; if a representation precedes its block in the table, the next one finds its block.
-    if (const KzDbDatabase* const drawing = made->database()) made->scanner_.scanTable(*drawing);
-    static_cast<void>(made->startFollowing()); // the caller retries a failure and gets the status
+    if (const KzDbDatabase* const drawing = made->database()) made->buildFollowing(*drawing);
     graph = made.release();
     return Orvo::ok;
+}
+
+/// The same as `init` and `startFollowing`, but opens each reference once: the graph is switched on before
+/// the references are read, so that reading also registers with them.
+void KzDxBlocks::buildFollowing(const KzDbDatabase& drawing) {
+    // The second scan may find more: if a representation precedes its block in the table, the first scan
+    // creates a separate node for it, and the second one finds its block.
+    for (int scan = 1; scan <= 2; ++scan) scanner_.scanTable(drawing);
+    static_cast<void>(setFollowing(true)); // the caller retries a failure and gets the status
+    scanner_.readStaleNodes(drawing);
+    setHasChanges(false);
 }
 
 Orvo::ErrorStatus KzDxBlocks::init(KzDxDocument* document) {

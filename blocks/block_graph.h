@@ -181,16 +181,16 @@ private:
 
     // Building (block_graph.cpp).
     [[nodiscard]] Orvo::ErrorStatus bind(KzDxDocumentContext* document);
+    void buildFollowing(const KzDbDatabase& drawing);
 
     // Following (block_graph_update.cpp).
+    Orvo::ErrorStatus setFollowing(bool enable);
     void follow(const KzDbBlockTable& table, KzDbObjectId tableId);
     void stopFollowing(const KzDbBlockTable& table);
     void enableTimer();
-    void disableTimer();
     void setNodesEnabled(bool enable);
     [[nodiscard]] bool tryUnregister() noexcept override;
     void requestFullScan() noexcept;
-    Orvo::ErrorStatus scan();
 
     [[nodiscard]] KzDxBlockNesting& currentNesting();
     [[nodiscard]] std::uint32_t countNested(const KzDxBlock& node, KzDbObjectId container,

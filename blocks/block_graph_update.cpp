@@ -9,19 +9,19 @@
 // Switching.
 
 Orvo::ErrorStatus KzDxBlocks::startFollowing() {
-    const KzDbDatabase* const drawing = database();
-    if (drawing == nullptr) return Orvo::missingCollaborator;
-    requestFullScan();
-    scanner_.scanTable(*drawing);
-    const Orvo::ErrorStatus status = setEnabled(true); // first, so that reading also registers
-    scanner_.readStaleNodes(*drawing);
+    const Orvo::ErrorStatus status = scanBlockTable();
+    if (status != Orvo::ok) return status;
     setHasChanges(false);
-    if (status == Orvo::ok) scanner_.settle();
-    return status;
+    return setFollowing(true);
 }
 
 Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
     if (enable == isEnabled()) return Orvo::ok;
+    if (enable) requestFullScan(); // earlier edits sent no notifications
+    return setFollowing(enable);
+}
+
+Orvo::ErrorStatus KzDxBlocks::setFollowing(bool enable) {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
     const KzDbObjectId tableId = drawing->blockTableId();
@@ -38,7 +38,6 @@ Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
 void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
     KzDxScopeGuard undo([&] { stopFollowing(table); });
     watchedTable_ = tableId;
-    requestFullScan(); // earlier edits sent no notifications
     table.addReactor(this);
     setNodesEnabled(true);
     enableTimer();
@@ -51,7 +50,7 @@ void KzDxBlocks::stopFollowing(const KzDbBlockTable& table) {
     table.removeReactor(this);
     watchedTable_ = KzDbObjectId();
     setNodesEnabled(false);
-    disableTimer();
+    if (timer_.has_value()) static_cast<void>(timer_->setEnabled(false)); // cannot fail
 }
 
 void KzDxBlocks::setNodesEnabled(bool enable) {
@@ -65,10 +64,6 @@ void KzDxBlocks::enableTimer() {
     static_cast<void>(timer_->attach(this));
     // If this fails, the timer runs as soon as any timer is switched on.
     static_cast<void>(timer_->setEnabled(true));
-}
-
-void KzDxBlocks::disableTimer() {
-    if (timer_.has_value()) static_cast<void>(timer_->setEnabled(false)); // cannot fail
 }
 
 /// Empties the graph and unregisters from the block table, by the stored id if the document no longer exists.
@@ -97,13 +92,9 @@ void KzDxBlocks::requestFullScan() noexcept {
 }
 
 Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {
-    requestFullScan();
-    return scan();
-}
-
-Orvo::ErrorStatus KzDxBlocks::scan() {
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
+    requestFullScan();
     scanner_.scan(*drawing);
     return Orvo::ok;
 }
@@ -115,7 +106,7 @@ void KzDxBlocks::update(bool force, bool notify) {
     KzDxScopeGuard scanAgain([this] { setNeedsScan(true); }); // the next update then completes this one
     KzDxUpdateCheck check(*this);
     if (force) requestFullScan();
-    static_cast<void>(scan()); // without a drawing there are no clients
+    if (const KzDbDatabase* const drawing = database()) scanner_.scan(*drawing);
     check.compare();
     propagateChanges();
     scanAgain.dismiss();

@@ -80,7 +80,7 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
                                             : registrations_.unregisterAll(recordIds_, containers_);
     if (mayMissNotifications() && owner_ != nullptr) {
         markStale();
-        owner_->updateState().requestLists();
+        if (isDue()) owner_->updateState().requestLists();
     }
     return status;
 }

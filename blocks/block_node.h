@@ -125,6 +125,7 @@ private:
 
     // Reading (block_node_reading.cpp).
     [[nodiscard]] Orvo::ErrorStatus readReferences(KzDxReferenceReader& reader);
+    void resolve(KzDxReferenceReader& reader);
     void store(const KzDxReferenceReader& reader);
     void rememberRegistered(const KzDxReferenceReader& reader);
 

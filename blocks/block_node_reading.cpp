@@ -62,18 +62,22 @@ void KzDxBlock::read(KzDxReferenceReader& reader) {
 Orvo::ErrorStatus KzDxBlock::readReferences(KzDxReferenceReader& reader) {
     const Orvo::ErrorStatus status = reader.queryReferences(recordIds_);
     if (status != Orvo::ok) return status;
-    // Also if nothing is read below: a dependent record gets references without a notification.
+    const bool isDone = readLevel_ == KzDxReadLevel::newReferences && reader.listsUnchanged(containers_);
+    if (!isDone) resolve(reader);
+    // Also if the lists are unchanged: a dependent record gets references without a notification.
     if (reader.hasForeign()) owner_->updateState().markForeign(*this);
-    if (readLevel_ == KzDxReadLevel::newReferences && reader.listsUnchanged(containers_)) return Orvo::ok;
+    return Orvo::ok;
+}
+
+/// Determines the containers of the references, and stores them if they are others than before.
+void KzDxBlock::resolve(KzDxReferenceReader& reader) {
     if (isEnabled()) registrations_.reserveUnplaced(reader.reportedCount());
     KzDxScopeGuard remember([&] { rememberRegistered(reader); });
     reader.resolveContainers(containers_, readLevel_, isEnabled() ? &registrations_ : nullptr);
-    if (reader.hasForeign()) owner_->updateState().markForeign(*this);
     if (!reader.placementsUnchanged()) store(reader);
     remember.dismiss();
     registrations_.retryPending(isEnabled(), recordIds_, containers_);
     setNeedsScan(false);
-    return Orvo::ok;
 }
 
 /// Stores a reading. Marks a change if a reference got a container or is no longer reported, or if a

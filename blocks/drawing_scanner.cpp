@@ -16,7 +16,6 @@
 void KzDxDrawingScanner::scan(const KzDbDatabase& drawing) {
     scanTable(drawing);
     readStaleNodes(drawing);
-    settle();
 }
 
 void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing) {
@@ -24,30 +23,20 @@ void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing) {
     KzDxUpdateState& state = graph_.updateState();
     const bool needsLists = state.needsLists();
     state.requestLists(); // for the next scan, if this one is interrupted
-    if (!needsLists && visitUncertain(drawing)) return;
-    visitAll(drawing);
-    markReached();
+    if (needsLists || !isTableUnchanged(drawing)) visitAll(drawing);
 }
 
-/// Visits the known records whose node is uncertain. Returns false if the table has other records now.
-bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
+/// Whether the table has the records of the last scan, in that order, and each leads to the same node.
+bool KzDxDrawingScanner::isTableUnchanged(const KzDbDatabase& drawing) {
     std::size_t next = 0;
     bool isSame = true;
-    bool isAnyVisited = false;
     Zelvane::forEachRecordId(drawing, [&](KzDbObjectId id) {
         isSame = next < records_.size() && records_[next].id == id;
-        if (!isSame) return false;
-        Record& record = records_[next++];
-        assert(record.node != nullptr); // otherwise all records are visited
-        if (record.isUncertain) {
-            record = visit(id, false);
-            isAnyVisited = true;
-        }
-        return true;
+        if (isSame && records_[next].isUncertain) isSame = visit(id, false).node == records_[next].node;
+        ++next;
+        return isSame;
     });
-    if (!isSame || next != records_.size()) return false;
-    if (isAnyVisited) markReached();
-    return true;
+    return isSame && next == records_.size();
 }
 
 void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing) {
@@ -59,6 +48,7 @@ void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing) {
         return true;
     });
     records_ = std::move(found); // empty if the table could not be read: then the next scan finds other ids
+    markReached();
 }
 
 KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, bool comparesLists) {
@@ -174,10 +164,6 @@ void KzDxDrawingScanner::readStaleNodes(const KzDbDatabase& drawing) {
         if (node->isDue()) node->read(reader);
     }
     graph_.setNeedsScan(false);
-}
-
-void KzDxDrawingScanner::settle() {
-    KzDxUpdateState& state = graph_.updateState();
     state.settle(!hasNodes_ || std::ranges::any_of(state.stale(), &KzDxBlock::isDue));
 }
 

@@ -28,15 +28,13 @@ public:
     KzDxDrawingScanner(const KzDxDrawingScanner&) = delete;
     KzDxDrawingScanner& operator=(const KzDxDrawingScanner&) = delete;
 
-    /// Runs both phases and settles the update state. If memory runs out, the next scan completes this one.
+    /// Runs both phases. If memory runs out, the next scan completes this one.
     void scan(const KzDbDatabase& drawing);
 
-    /// Run one phase, for a graph that is switched on between the phases.
+    /// Run one phase, for a graph that is switched on between the phases. After the reading phase, the update
+    /// state is that for the next update, as without later edits.
     void scanTable(const KzDbDatabase& drawing);
     void readStaleNodes(const KzDbDatabase& drawing);
-
-    /// Sets the update state for the next update, as without later edits.
-    void settle();
 
     /// The ids of the layouts that could be opened, in table order, as of the last scan.
     [[nodiscard]] const KzDbObjectIdArray& layoutIds() const { return layoutIds_; }
@@ -59,7 +57,7 @@ private:
         bool isCertain = false; ///< false if a reference could not be opened or read
     };
 
-    [[nodiscard]] bool visitUncertain(const KzDbDatabase& drawing);
+    [[nodiscard]] bool isTableUnchanged(const KzDbDatabase& drawing);
     void visitAll(const KzDbDatabase& drawing);
     [[nodiscard]] Record visit(KzDbObjectId id, bool comparesLists);
     [[nodiscard]] bool isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node);

@@ -7,22 +7,18 @@
 
 #include <algorithm>
 #include <cassert>
+#include <map>
 
 namespace {
 
-struct Attachment {
-    const KzDbDatabase* drawing;
-    KzDbObjectId record;
-};
-
-std::vector<Attachment> attachmentsOf(std::span<const KzDbObjectId> records) {
-    std::vector<Attachment> found;
-    for (const KzDbObjectId id : records) {
+/// The first record that represents each attached drawing.
+std::map<const KzDbDatabase*, KzDbObjectId> firstRecords(std::span<const KzDbObjectId> attachingRecords) {
+    std::map<const KzDbDatabase*, KzDbObjectId> first;
+    for (const KzDbObjectId id : attachingRecords) {
         const Zelvane::Opened<KzDbBlockTableRecord> record(id);
-        if (!record || !record->isFromExternalReference()) continue;
-        found.push_back({record->xrefDatabase(false), id});
+        if (record && record->isFromExternalReference()) first.try_emplace(record->xrefDatabase(false), id);
     }
-    return found;
+    return first;
 }
 
 KzDbObjectId modelSpaceOf(const KzDbDatabase* drawing) {
@@ -32,16 +28,15 @@ KzDbObjectId modelSpaceOf(const KzDbDatabase* drawing) {
 } // namespace
 
 bool KzDxForeignDrawings::refresh(std::span<const KzDbObjectId> attachingRecords) {
-    const std::vector<Attachment> attachments = attachmentsOf(attachingRecords);
+    std::map<const KzDbDatabase*, KzDbObjectId> attached = firstRecords(attachingRecords);
     std::vector<Drawing> now;
     for (const Drawing& each : drawings_) {
         const KzDbDatabase* const drawing = each.anyRecord.database();
         if (drawing == nullptr) continue; // no longer in memory
-        const auto first = std::ranges::find(attachments, drawing, &Attachment::drawing);
         now.push_back({.anyRecord = each.anyRecord,
                        .drawing = drawing,
                        .modelSpace = modelSpaceOf(drawing),
-                       .representedBy = first == attachments.end() ? KzDbObjectId() : first->record});
+                       .representedBy = attached[drawing]}); // null if there is none
     }
     const bool isSame = now == drawings_;
     drawings_ = std::move(now);

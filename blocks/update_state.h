@@ -34,7 +34,8 @@ enum class KzDxReadLevel : std::uint8_t {
 /// | `evaluate` is called from outside             | everything                | yes             |
 /// | graph switched on, or a full scan requested   | everything, of all nodes  | yes             |
 /// | a scan finds:                                 |                           |                 |
-/// | - other ids in the table than last time       |                           | yes, at once    |
+/// | - other ids in the table than last time, or   |                           | yes, at once    |
+/// |   that a record leads to another node         |                           |                 |
 /// | - a record or reference of another drawing    | new references, always    |                 |
 /// | - that another record or model space counts   | everything, if it has any |                 |
 /// |   for a drawing in which references are       |                           |                 |

@@ -51,7 +51,8 @@ protected:
                             const char* reason) {
         std::string list;
         for (const HostCall each : calls) list += std::string(" ") + nameOf(each);
-        EXPECT_EQ(std::ranges::count(calls, kind), count) << reason << "; the calls were" << list;
+        EXPECT_EQ(std::ranges::count(calls, kind), count)
+            << reason << "; the calls were" << list.substr(0, 3000);
     }
     /// What an update finds that reads everything.
     std::vector<int> callsOfForcedUpdate() {
