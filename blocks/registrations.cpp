@@ -20,7 +20,6 @@ Orvo::ErrorStatus KzDxRegistrations::registerAll(const KzDbObjectIdArray& record
 
 Orvo::ErrorStatus KzDxRegistrations::unregisterAll(const KzDbObjectIdArray& records,
                                                    const KzDxContainers& containers) {
-    state_ = State::pending; // until the end, as above
     // The steps are independent, so a failure does not end the operation.
     const bool areReferencesDone = tryUnregisterReferences(containers);
     const Orvo::ErrorStatus status = unregisterRecords(records);
