@@ -24,7 +24,6 @@ Orvo::ErrorStatus KzDxRegistrations::unregisterAll(const KzDbObjectIdArray& reco
     const bool areReferencesDone = tryUnregisterReferences(containers);
     const Orvo::ErrorStatus status = unregisterRecords(records);
     registeredRecords_ = 0;
-    attributes_.releaseIfEmpty();
     // If the first record is invalid, the others were not visited.
     const bool areRecordsDone = status == Orvo::ok && records[0].isValid();
     state_ = areReferencesDone && areRecordsDone ? State::none : State::pending;
@@ -36,7 +35,6 @@ bool KzDxRegistrations::tryUnregisterAll(const KzDbObjectIdArray& records,
     bool isDone = tryUnregisterReferences(containers);
     for (const KzDbObjectId record : records) isDone &= kzdxRemoveReactor(record, &reactor_);
     registeredRecords_ = 0;
-    attributes_.releaseIfEmpty();
     state_ = isDone ? State::none : State::pending;
     return isDone;
 }

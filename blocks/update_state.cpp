@@ -13,7 +13,6 @@ void KzDxUpdateState::reserve(std::size_t nodes) {
 
 void KzDxUpdateState::clear() noexcept {
     for (Nodes* const list : {&stale_, &changed_, &foreign_}) list->clear();
-    requestLists();
 }
 
 void KzDxUpdateState::add(Nodes& list, KzDxBlock& node) noexcept {

@@ -84,7 +84,7 @@ public:
 private:
     static void add(Nodes& list, KzDxBlock& node) noexcept;
 
-    bool needsLists_ = true;
+    bool needsLists_ = false;
     Nodes stale_;
     Nodes changed_;
     Nodes foreign_;

@@ -1,14 +1,13 @@
 #include "blocks/watched_attributes.h"
 
 #include <algorithm>
-#include <utility>
 
 /// Merges additions and removes the null entries of removed pairs. Without additions the null entries stay,
 /// so that removing all pairs one by one is linear.
 void KzDxWatchedAttributes::sort() {
     if (sorted_ == pairs_.size()) return;
-    std::erase_if(pairs_, [](const Pair& pair) { return pair.attribute.isNull(); });
-    sorted_ -= std::exchange(removed_, 0); // additions are merged before they can be removed
+    // Only sorted pairs are removed: additions are merged before.
+    sorted_ -= std::erase_if(pairs_, [](const Pair& pair) { return pair.attribute.isNull(); });
     const auto firstAdded = pairs_.begin() + static_cast<std::ptrdiff_t>(sorted_);
     std::sort(firstAdded, pairs_.end());
     std::inplace_merge(pairs_.begin(), firstAdded, pairs_.end());

@@ -38,11 +38,6 @@ public:
         return remove(pairs_.begin(), pairs_.end(), isUnregistered);
     }
 
-    /// Releases the storage if no attribute is left.
-    void releaseIfEmpty() {
-        if (removed_ == pairs_.size()) *this = {};
-    }
-
 private:
     using Position = std::vector<Pair>::iterator;
 
@@ -53,7 +48,6 @@ private:
             if (pair->attribute.isNull()) continue;
             if (isUnregistered(pair->attribute)) {
                 pair->attribute = KzDbObjectId();
-                ++removed_;
             } else {
                 areAllGone = false;
             }
@@ -65,5 +59,4 @@ private:
     /// Ascending up to `sorted_`, then additions in any order. Removed pairs have a null attribute.
     std::vector<Pair> pairs_;
     std::size_t sorted_ = 0;
-    std::size_t removed_ = 0;
 };
