@@ -97,6 +97,7 @@ public:
     /// record cannot be read, or if it may miss notifications.
     void read(KzDxReferenceReader& reader);
 
+    [[nodiscard]] KzDxReadLevel readLevel() const { return readLevel_; }
     [[nodiscard]] bool isStale() const { return readLevel_ != KzDxReadLevel::nothing; }
     /// Whether the next scan reads the node.
     [[nodiscard]] bool isDue() const {

@@ -33,10 +33,7 @@ Orvo::ErrorStatus KzDxBlock::evaluate(KzDbObjectId record) {
     markStale();
     KzDxForeignDrawings foreign(*owner_); // current, not those of the last scan
     KzDxReferenceReader reader(owner_->database(), foreign);
-    const Orvo::ErrorStatus status = readReferences(reader);
-    // The node stays stale, because the next scan may find other foreign drawings.
-    owner_->updateState().requestLists();
-    return status;
+    return readReferences(reader); // the node stays stale: the next scan may find other foreign drawings
 }
 
 Orvo::ErrorStatus KzDxBlock::refresh() {
@@ -55,8 +52,11 @@ void KzDxBlock::addRecord(KzDbObjectId record) {
 
 void KzDxBlock::read(KzDxReferenceReader& reader) {
     assert(isStale());
-    const bool isRead = readReferences(reader) == Orvo::ok;
-    readLevel_ = isRead && !mayMissNotifications() ? KzDxReadLevel::nothing : KzDxReadLevel::everything;
+    if (readReferences(reader) == Orvo::ok) {
+        readLevel_ = mayMissNotifications() ? KzDxReadLevel::everything : KzDxReadLevel::nothing;
+    } else {
+        raiseReadLevel(KzDxReadLevel::everything); // `initial` stays: the node has not been read
+    }
 }
 
 Orvo::ErrorStatus KzDxBlock::readReferences(KzDxReferenceReader& reader) {
@@ -110,6 +110,7 @@ void KzDxBlock::store(const KzDxReferenceReader& reader) {
 
 /// Called if memory runs out between registering with references and storing them.
 void KzDxBlock::rememberRegistered(const KzDxReferenceReader& reader) {
+    if (!isEnabled()) return; // it did not register, and no memory is reserved
     for (const KzDbObjectId reference : reader.references()) {
         if (!containers_.hasContainer(reference)) registrations_.addUnplaced(reference);
     }

@@ -19,6 +19,7 @@ Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record, KzDb
 
 Orvo::ErrorStatus KzDxReferenceReader::queryReferences(const KzDbObjectIdArray& records) {
     reported_.clear();
+    references_ = {}; // those of the node before
     hasForeign_ = false;
     for (const KzDbObjectId id : records) {
         if (id.isErased()) continue;

@@ -88,7 +88,9 @@ KzDxUpdateCheck::KzDxUpdateCheck(KzDxBlocks& graph)
     : graph_(graph), isActive_(pauses_ == 0 && graph.database() != nullptr) {
     if (!isActive_) return;
     for (const auto& node : graph_.nodes()) {
-        before_[node.get()] = {.references = referencesOf(*node), .hasChanges = node->hasChanges()};
+        before_[node.get()] = {.references = referencesOf(*node),
+                               .hasChanges = node->hasChanges(),
+                               .isInitial = node->readLevel() == KzDxReadLevel::initial};
     }
     for (const auto& [key, node] : graph_.blockMap()) keysBefore_.insert(key);
 }
@@ -101,7 +103,7 @@ void KzDxUpdateCheck::compare() {
     for (const auto& [record, node] : reached_) compareNode(*node);
     for (const auto& node : graph_.nodes()) {
         if (node->needsScan()) fail(node->id(), "needs a scan after a scan");
-        const bool isNew = !before_.contains(node.get());
+        const bool isNew = !before_.contains(node.get()) || before_[node.get()].isInitial;
         const bool isReached = isNew || reached_.contains(node->id());
         const bool isSame = isReached || before_[node.get()].references == referencesOf(*node);
         if (!isSame) fail(node->id(), "was read although no record leads to it");

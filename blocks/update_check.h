@@ -38,6 +38,7 @@ private:
     struct State {
         References references;
         bool hasChanges = false;
+        bool isInitial = false; ///< never read: read also if no record leads to it
     };
     /// What the records of a node report now.
     struct Reading {

@@ -9,11 +9,13 @@
 #include "tests/reliability/allocation_gate.h"
 #include "tests/support/figures.h"
 #include "tests/support/module_test.h"
+#include "tests/support/random_drawing.h"
 #include "tests/support/sample_drawing.h"
 #include "tests/templates/template_bytes.h"
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 
 namespace {
 
@@ -86,6 +88,8 @@ protected:
         return application != nullptr && application->docData(document, false) != nullptr;
     }
 
+    static inline std::size_t refusals_ = 0;
+
 private:
     /// Whether the call came to that allocation.
     static bool isRefused(const Trial& trial, std::size_t number, Span span) {
@@ -108,8 +112,6 @@ private:
         }
         return isRefused;
     }
-
-    static inline std::size_t refusals_ = 0;
 };
 
 void nothing(Drawing&) {}
@@ -206,29 +208,35 @@ TEST_F(Memory, Updating) {
                }});
 }
 
-// An edit without a notification is found by force, and if that fails, at the next idle check: a
-// representation that came late is not registered with before the next switching on, and a reference that
-// left memory sets no mark.
-TEST_F(Memory, UpdatingByForce) {
-    KzDbObjectId inserted;
-    sweep({.prepare =
-               [&](Drawing& drawing) {
-                   ASSERT_EQ(watch(drawing, first), 1);
-                   drawing.edit();
-                   kzdxUpdateBlockGraph(drawing.main, false, true);
-                   firstCalls = 0;
-                   const KzDbObjectId late = Headless::blockOf(drawing.represented);
-                   inserted = Headless::insert(late, drawing.handle, {{u"TAG", u"text"}});
-                   ASSERT_TRUE(Headless::goodbye(drawing.placed));
-               },
-           .call = [](Drawing& drawing) { return kzdxUpdateBlockGraph(drawing.main, true, true) == 1; },
-           .verify =
-               [&](Drawing&, bool succeeded) {
-                   if (!succeeded) Headless::idle();
-                   EXPECT_EQ(firstCalls, 1);
-                   EXPECT_EQ(Headless::reactorCount(inserted), 1U);
-                   EXPECT_EQ(Headless::reactorCount(Headless::attributeOf(inserted, u"TAG")), 1U);
-               }});
+// Wherever updates are interrupted, with and without clients: the next update completes them, as its
+// self-check shows, and nothing stays registered.
+TEST_F(Memory, InterruptedUpdates) {
+    for (unsigned seed = 0; seed < 200; ++seed) {
+        std::mt19937 random(seed);
+        const auto isChosen = [&] { return random() % 2 == 0; };
+        RandomDrawing drawing(seed);
+        KzDbObjectIdArray records;
+        for (const KzDbObjectId id : Headless::records(drawing.document)) records.append(id);
+        for (int round = 0; round < 8; ++round) {
+            if (isChosen()) kzdxBlockReferenceMonitorDetach(drawing.document, first);
+            if (isChosen()) kzdxBlockReferenceMonitorAttach(drawing.document, &records, first);
+            drawing.edit(20);
+            if (isChosen()) drawing.releaseHold();
+            {
+                const KzDxUpdateCheck::Pause pause;
+                AllocationGate::refuse(1 + random() % 60, isChosen() ? Span::once : Span::fromThenOn);
+                kzdxUpdateBlockGraph(drawing.document, isChosen(), false);
+                refusals_ += std::min<std::size_t>(AllocationGate::end(), 1);
+            }
+            ASSERT_EQ(kzdxUpdateBlockGraph(drawing.document, isChosen(), true), 1);
+        }
+        drawing.releaseHold();
+        KzDxApplication::instance()->removeDocData(drawing.document);
+        for (KzApDocument* const document : {drawing.document, drawing.attached}) {
+            ASSERT_EQ(Headless::reactorCountOf(document), 0U) << "seed " << seed;
+            Headless::closeDocument(document);
+        }
+    }
 }
 
 // A failure of the graph does not affect other timers.
