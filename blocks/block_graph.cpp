@@ -19,23 +19,23 @@ Orvo::ErrorStatus KzDxBlocks::create(KzDxBlocks*& graph, KzDxDocument* document)
     return status;
 }
 
-Orvo::ErrorStatus KzDxBlocks::createFollowing(KzDxBlocks*& graph, KzDxDocument* document) {
+Orvo::ErrorStatus KzDxBlocks::createEnabled(KzDxBlocks*& graph, KzDxDocument* document) {
     graph = nullptr;
     std::unique_ptr<KzDxBlocks, KzDxDeferredDeleter> made(new KzDxBlocks);
     const Orvo::ErrorStatus status = made->bind(kzdxContextOf(document));
     if (status != Orvo::ok) return status;
-    if (const KzDbDatabase* const drawing = made->database()) made->buildFollowing(*drawing);
+    if (const KzDbDatabase* const drawing = made->database()) made->buildEnabled(*drawing);
     graph = made.release();
     return Orvo::ok;
 }
 
-/// The same as `init` and `startFollowing`, but opens each reference once: the graph is switched on before
+/// The same as `init` and `scanAndEnable`, but opens each reference once: the graph is switched on before
 /// the references are read, so that reading also registers with them.
-void KzDxBlocks::buildFollowing(const KzDbDatabase& drawing) {
+void KzDxBlocks::buildEnabled(const KzDbDatabase& drawing) {
     // The second scan may find more: if a representation precedes its block in the table, the first scan
     // creates a separate node for it, and the second one finds its block.
     for (int scan = 1; scan <= 2; ++scan) scanner_.scanTable(drawing);
-    static_cast<void>(setFollowing(true)); // the caller retries a failure and gets the status
+    static_cast<void>(switchEnabled(true)); // the caller retries a failure and gets the status
     scanner_.readStaleNodes(drawing);
     setHasChanges(false);
 }
@@ -77,8 +77,7 @@ Orvo::ErrorStatus KzDxBlocks::addBlock(KzDxBlock*& node, KzDbBlockTableRecord* r
     node = nullptr;
     if (record == nullptr) return Orvo::missingCollaborator;
     const Orvo::ErrorStatus status = addNode(node, *record);
-    if (status == Orvo::ok)
-        static_cast<void>(node->refresh()); // the next scan reads the nodes that cannot be read now
+    if (status == Orvo::ok) static_cast<void>(node->refresh()); // if that fails, the next scan reads it
     return status;
 }
 

@@ -49,8 +49,8 @@ public:
     /// its model-space record.
     static Orvo::ErrorStatus create(KzDxBlocks*& graph, KzDxDocument* document);
 
-    /// The same, switched on as by `startFollowing` if possible. Each reference is opened once.
-    static Orvo::ErrorStatus createFollowing(KzDxBlocks*& graph, KzDxDocument* document);
+    /// The same, switched on as by `scanAndEnable` if possible. Each reference is opened once.
+    static Orvo::ErrorStatus createEnabled(KzDxBlocks*& graph, KzDxDocument* document);
 
     /// Empties the graph and unregisters it from everything that can be opened. Works also if the document
     /// no longer exists. Graphs are removed by deferred deletion.
@@ -153,7 +153,7 @@ public:
     void timerElapsed() override;
 
     /// Starts observing the drawing: earlier edits are not reported. The status is that of `setEnabled`.
-    Orvo::ErrorStatus startFollowing();
+    Orvo::ErrorStatus scanAndEnable();
 
     /// The ids of the records that are layouts, in table order, as of the last scan.
     [[nodiscard]] const KzDbObjectIdArray& layoutIds() const { return scanner_.layoutIds(); }
@@ -175,18 +175,16 @@ public:
     [[nodiscard]] Orvo::ErrorStatus addNode(KzDxBlock*& node, KzDbBlockTableRecord& record);
 
 private:
-    friend class KzDxUpdateCheck;
-
     KzDxBlocks();
 
     // Building (block_graph.cpp).
     [[nodiscard]] Orvo::ErrorStatus bind(KzDxDocumentContext* document);
-    void buildFollowing(const KzDbDatabase& drawing);
+    void buildEnabled(const KzDbDatabase& drawing);
 
-    // Following (block_graph_update.cpp).
-    Orvo::ErrorStatus setFollowing(bool enable);
-    void follow(const KzDbBlockTable& table, KzDbObjectId tableId);
-    void stopFollowing(const KzDbBlockTable& table);
+    // Switching and updating (block_graph_update.cpp).
+    Orvo::ErrorStatus switchEnabled(bool enable);
+    void switchOn(const KzDbBlockTable& table, KzDbObjectId tableId);
+    void switchOff(const KzDbBlockTable& table);
     void enableTimer();
     void setNodesEnabled(bool enable);
     [[nodiscard]] bool tryUnregister() noexcept override;

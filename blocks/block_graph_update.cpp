@@ -6,37 +6,40 @@
 #include "core/scope_guard.h"
 #include "zelvane/opened.h"
 
+#include <cassert>
+
 // Switching.
 
-Orvo::ErrorStatus KzDxBlocks::startFollowing() {
+Orvo::ErrorStatus KzDxBlocks::scanAndEnable() {
     const Orvo::ErrorStatus status = scanBlockTable();
     if (status != Orvo::ok) return status;
     setHasChanges(false);
-    return setFollowing(true);
+    return switchEnabled(true);
 }
 
 Orvo::ErrorStatus KzDxBlocks::setEnabled(bool enable) {
     if (enable == isEnabled()) return Orvo::ok;
     if (enable) requestFullScan(); // earlier edits sent no notifications
-    return setFollowing(enable);
+    return switchEnabled(enable);
 }
 
-Orvo::ErrorStatus KzDxBlocks::setFollowing(bool enable) {
+Orvo::ErrorStatus KzDxBlocks::switchEnabled(bool enable) {
+    assert(enable != isEnabled());
     const KzDbDatabase* const drawing = database();
     if (drawing == nullptr) return Orvo::missingCollaborator;
     const KzDbObjectId tableId = drawing->blockTableId();
     const Zelvane::Opened<KzDbBlockTable> table(tableId, KzDb::OpenMode::forNotify, !enable);
     if (!table) return table.status();
     if (enable) {
-        follow(*table, tableId);
+        switchOn(*table, tableId);
     } else {
-        stopFollowing(*table);
+        switchOff(*table);
     }
     return Orvo::ok;
 }
 
-void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
-    KzDxScopeGuard undo([&] { stopFollowing(table); });
+void KzDxBlocks::switchOn(const KzDbBlockTable& table, KzDbObjectId tableId) {
+    KzDxScopeGuard undo([&] { switchOff(table); });
     watchedTable_ = tableId;
     table.addReactor(this);
     setNodesEnabled(true);
@@ -45,7 +48,7 @@ void KzDxBlocks::follow(const KzDbBlockTable& table, KzDbObjectId tableId) {
     undo.dismiss();
 }
 
-void KzDxBlocks::stopFollowing(const KzDbBlockTable& table) {
+void KzDxBlocks::switchOff(const KzDbBlockTable& table) {
     storeEnabled(false);
     table.removeReactor(this);
     watchedTable_ = KzDbObjectId();
@@ -79,7 +82,7 @@ bool KzDxBlocks::tryUnregister() noexcept {
 void KzDxBlocks::aboutToChange(const KzDbObject*) {
     setNeedsScan(true);
     // A record is added. References in it are found by the lists, also if it is erased before the next scan.
-    state_.requestLists();
+    state_.requestReferenceLists();
 }
 
 void KzDxBlocks::timerElapsed() {
@@ -88,7 +91,7 @@ void KzDxBlocks::timerElapsed() {
 
 void KzDxBlocks::requestFullScan() noexcept {
     for (const auto& node : store_.nodes()) state_.markStale(*node, KzDxReadLevel::everything);
-    state_.requestLists();
+    state_.requestReferenceLists();
 }
 
 Orvo::ErrorStatus KzDxBlocks::scanBlockTable() {

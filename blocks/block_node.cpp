@@ -37,7 +37,6 @@ KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) {
 Orvo::ErrorStatus KzDxBlock::create(KzDxBlock*& node, KzDxBlocks* owner, KzDbBlockTableRecord* record) {
     node = nullptr;
     if (owner == nullptr || record == nullptr) return Orvo::missingCollaborator;
-    // If memory runs out, the scan fails, because a record that is skipped would not be visited again.
     KzDxNodeStore::Node made(new KzDxBlock);
     const Orvo::ErrorStatus status = made->init(owner, record);
     if (status == Orvo::ok) node = made.release();
@@ -80,13 +79,13 @@ Orvo::ErrorStatus KzDxBlock::setEnabled(bool enable) {
                                             : registrations_.unregisterAll(recordIds_, containers_);
     if (mayMissNotifications() && owner_ != nullptr) {
         markStale();
-        if (isDue()) owner_->updateState().requestLists();
+        if (isDue()) owner_->updateState().requestReferenceLists();
     }
     return status;
 }
 
 /// Whether edits may change the node's references without a notification. Such a node is read by every
-/// update.
+/// update while a record leads to it.
 bool KzDxBlock::mayMissNotifications() const {
     if (registrations_.hasPending() || containers_.hasUnplaced()) return true;
     if (isEnabled()) return !areRecordsRegistered() || !registrations_.allReferencesRegistered();

@@ -55,7 +55,7 @@ public:
     /// record that cannot be read; then only the list of records may have changed.
     virtual Orvo::ErrorStatus evaluate(KzDbObjectId record);
 
-    /// `evaluate` for the node's own record. Not called here: scans use `addRecord` and `read`.
+    /// `evaluate` for the node's own record. Scans use `addRecord` and `read` instead.
     virtual Orvo::ErrorStatus refresh();
 
     [[nodiscard]] virtual const KzDxContainers& containers() const { return containers_; }
@@ -99,7 +99,7 @@ public:
 
     [[nodiscard]] KzDxReadLevel readLevel() const { return readLevel_; }
     [[nodiscard]] bool isStale() const { return readLevel_ != KzDxReadLevel::nothing; }
-    /// Whether the next scan reads the node.
+    /// Whether the reading phase of a scan reads the node.
     [[nodiscard]] bool isDue() const {
         return isStale() && (isReached_ || readLevel_ == KzDxReadLevel::initial);
     }

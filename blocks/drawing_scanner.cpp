@@ -21,18 +21,20 @@ void KzDxDrawingScanner::scan(const KzDbDatabase& drawing) {
 void KzDxDrawingScanner::scanTable(const KzDbDatabase& drawing) {
     KzDxDeferredDeletion::retryAll();
     KzDxUpdateState& state = graph_.updateState();
-    const bool needsLists = state.needsLists();
-    state.requestLists(); // for the next scan, if this one is interrupted
-    if (needsLists || !isTableUnchanged(drawing)) visitAll(drawing);
+    const bool needsReferenceLists = state.needsReferenceLists();
+    state.requestReferenceLists(); // for the next scan, if this one is interrupted
+    if (needsReferenceLists || !visitUncertain(drawing)) visitAll(drawing);
 }
 
-/// Whether the table has the records of the last scan, in that order, and each leads to the same node.
-bool KzDxDrawingScanner::isTableUnchanged(const KzDbDatabase& drawing) {
+/// Visits the uncertain records. Returns whether the table has the records of the last scan, in that order,
+/// and each leads to the same node.
+bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
     std::size_t next = 0;
     bool isSame = true;
     Zelvane::forEachRecordId(drawing, [&](KzDbObjectId id) {
         isSame = next < records_.size() && records_[next].id == id;
-        if (isSame && records_[next].isUncertain) isSame = visit(id, false).node == records_[next].node;
+        if (isSame && records_[next].isUncertain)
+            isSame = visit(id, /*comparesLists=*/false).node == records_[next].node;
         ++next;
         return isSame;
     });
@@ -44,17 +46,18 @@ void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing) {
     found.reserve(records_.size() + 1);
     hint_ = 0;
     Zelvane::forEachRecordId(drawing, [&](KzDbObjectId id) {
-        found.push_back(visit(id, true));
+        found.push_back(visit(id, /*comparesLists=*/true));
         return true;
     });
     records_ = std::move(found); // empty if the table could not be read: then the next scan finds other ids
-    markReached();
+    storeReached();
 }
 
 KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, bool comparesLists) {
     Record record{.id = id};
     const Zelvane::Opened<KzDbBlockTableRecord> opened(id);
-    if (!opened) return record; // held open; the graph is not notified when it is closed
+    // Held open. The graph is not notified when it is closed: without a node, the next scan visits it again.
+    if (!opened) return record;
     record.isLayout = opened->isLayout();
     record.isFromExternalReference = opened->isFromExternalReference();
     record.node =
@@ -128,7 +131,7 @@ KzDxBlock* KzDxDrawingScanner::knownNode(KzDbObjectId id) {
 
 /// Marks the nodes that records lead to. Other nodes, if they are stale, stay stale until a record leads to
 /// them again.
-void KzDxDrawingScanner::markReached() {
+void KzDxDrawingScanner::storeReached() {
     hasNodes_ = true;
     layoutIds_.clear();
     for (const auto& node : graph_.nodes()) node->setReached(false);

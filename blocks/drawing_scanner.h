@@ -16,12 +16,12 @@ class KzDxReferenceReader;
 /// of the graph.
 ///
 /// A scan has two phases. The table phase walks the block table: it creates nodes for new records, and
-/// determines which node each record leads to. The reading phase reads the stale nodes that a record leads
-/// to, each once; it creates no nodes and no keys.
+/// determines which node each record leads to. The reading phase reads the stale nodes that are due, each
+/// once; it creates no nodes and no keys.
 ///
-/// Each scan compares the ids of the table's records, in order, with those of the last scan, because a
-/// record can be unerased without a notification. A record is opened only if it is uncertain what it
-/// represents, or if the update state needs the lists of all records.
+/// The ids of the table's records are compared, in order, with those of the last scan, because a record can
+/// be unerased without a notification. If they are the same, a record is opened only if it is uncertain
+/// which node it leads to, or if the update state needs the reference lists.
 class KzDxDrawingScanner {
 public:
     explicit KzDxDrawingScanner(KzDxBlocks& graph) : graph_(graph), foreign_(graph) {}
@@ -31,8 +31,8 @@ public:
     /// Runs both phases. If memory runs out, the next scan completes this one.
     void scan(const KzDbDatabase& drawing);
 
-    /// Run one phase, for a graph that is switched on between the phases. After the reading phase, the update
-    /// state is that for the next update, as without later edits.
+    /// Run one phase, for a graph that is switched on between the phases. The reading phase settles the
+    /// update state.
     void scanTable(const KzDbDatabase& drawing);
     void readStaleNodes(const KzDbDatabase& drawing);
 
@@ -57,7 +57,7 @@ private:
         bool isCertain = false; ///< false if a reference could not be opened or read
     };
 
-    [[nodiscard]] bool isTableUnchanged(const KzDbDatabase& drawing);
+    [[nodiscard]] bool visitUncertain(const KzDbDatabase& drawing);
     void visitAll(const KzDbDatabase& drawing);
     [[nodiscard]] Record visit(KzDbObjectId id, bool comparesLists);
     [[nodiscard]] bool isListUnchanged(const KzDbBlockTableRecord& record, const KzDxBlock& node);
@@ -65,7 +65,7 @@ private:
     [[nodiscard]] KzDxBlock* nodeUnder(KzDxBlock* found, KzDbObjectId id, KzDbBlockTableRecord& opened);
     [[nodiscard]] static Original originalOf(const KzDbBlockTableRecord& record);
     [[nodiscard]] KzDxBlock* knownNode(KzDbObjectId id);
-    void markReached();
+    void storeReached();
     void refreshForeignDrawings();
 
     KzDxBlocks& graph_;

@@ -12,7 +12,7 @@ class KzDxBlocks;
 ///
 /// A reference in the model space of an attached drawing counts as placed in the record that represents the
 /// drawing. Both can change without a notification to this drawing, so they are read at the beginning of
-/// each scan, and are constant during the scan.
+/// each reading phase, and are constant during it.
 class KzDxForeignDrawings {
 public:
     explicit KzDxForeignDrawings(const KzDxBlocks& graph) : graph_(graph) {}

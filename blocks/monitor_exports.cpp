@@ -16,13 +16,13 @@ std::int32_t attach(KzApDocument* document, const KzDbObjectIdArray& blocks, KzD
     KzDxDocument* const data = kzdxDocDataOf(document);
     if (data == nullptr) return 0;
     // If the client cannot be added, switches the graph off again if this call switched it on.
-    const bool wasFollowing = data->hasBlocks() && data->blocks()->isEnabled();
-    KzDxBlocks* const graph = data->followingBlocks();
+    const bool wasEnabled = data->hasBlocks() && data->blocks()->isEnabled();
+    KzDxBlocks* const graph = data->enabledBlocks();
     if (graph == nullptr) return 0;
     KzDxScopeGuard undo([&] {
-        if (!wasFollowing) static_cast<void>(graph->setEnabled(false));
+        if (!wasEnabled) static_cast<void>(graph->setEnabled(false));
     });
-    if (!graph->isEnabled() && graph->startFollowing() != Orvo::ok) return 0;
+    if (!graph->isEnabled() && graph->scanAndEnable() != Orvo::ok) return 0;
     const Orvo::ErrorStatus status = graph->addClient(callback, blocks);
     undo.dismiss();
     return status == Orvo::ok ? 1 : 0;

@@ -70,8 +70,8 @@ void KzDxRegistrations::retryPending(bool isEnabled, const KzDbObjectIdArray& re
     if (isEnabled) {
         static_cast<void>(registerAll(records, containers)); // as at switching on, without a status
     } else {
-        static_cast<void>(
-            tryUnregisterAll(records, containers)); // `hasPending` shows whether it must be retried
+        // `hasPending` shows whether it must be retried.
+        static_cast<void>(tryUnregisterAll(records, containers));
     }
 }
 

@@ -5,6 +5,7 @@
 #include "blocks/watched_attributes.h"
 #include "host/block_table.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -62,7 +63,10 @@ public:
     /// Whether `retryPending` has an effect.
     [[nodiscard]] bool hasPending() const { return state_ == State::pending || !unplaced_.isEmpty(); }
     /// Whether there are no registrations.
-    [[nodiscard]] bool isEmpty() const { return state_ == State::none && unplaced_.isEmpty(); }
+    [[nodiscard]] bool isEmpty() const {
+        assert(state_ != State::none || unplaced_.isEmpty());
+        return state_ == State::none;
+    }
     /// Whether all registrations with references have succeeded since the last switching on.
     [[nodiscard]] bool allReferencesRegistered() const { return allReferencesRegistered_; }
     /// The number of records, from the first one, that are registered.
@@ -70,7 +74,7 @@ public:
 
 private:
     enum class State : std::uint8_t {
-        none,     ///< at most `unplaced_` are registered
+        none,     ///< nothing is registered
         complete, ///< everything that could be opened is registered
         pending,  ///< switching on or off was not completed
     };

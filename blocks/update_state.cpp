@@ -21,7 +21,7 @@ void KzDxUpdateState::add(Nodes& list, KzDxBlock& node) noexcept {
 }
 
 void KzDxUpdateState::objectEdited(const KzDbObject* object) noexcept {
-    if (!object->isA()->isDerivedFrom(KzDbAttribute::desc())) requestLists();
+    if (!object->isA()->isDerivedFrom(KzDbAttribute::desc())) requestReferenceLists();
 }
 
 void KzDxUpdateState::markStale(KzDxBlock& node, KzDxReadLevel level) noexcept {

@@ -12,37 +12,40 @@ enum class KzDxReadLevel : std::uint8_t {
     nothing,       ///< the node is up to date
     newReferences, ///< the lists of references; references that were not listed before are opened
     everything,    ///< the lists, and every reference is opened
-    initial,       ///< the same, also if no record of the table leads to the node
+    initial,       ///< the same, also if no record of the table leads to the node: it was never read
 };
 
 /// Dirty state of a block graph: what the next scan must read, and which nodes have changed since clients
-/// were notified. Each reason for a reading has one function here. Functions other than `reserve` do not
+/// were notified. The table lists every reason for a reading. Functions other than `reserve` do not
 /// allocate, because notifications call them. Part of the graph.
 ///
-/// A scan always compares the ids of the table's records with those of the last scan, visits uncertain
-/// records, and reads the stale nodes. If `needsLists`, it also visits all other records, and compares the
-/// list of references of every node.
+/// A scan compares the ids of the table's records with those of the last scan, visits the uncertain
+/// records, and reads the stale nodes that are due: those that a record leads to, and new ones. If reference
+/// lists are needed, it visits all records, and compares what each reports with what its node has stored.
 ///
-/// | what happens                                  | the node is read          | `needsLists`    |
-/// |-----------------------------------------------|---------------------------|-----------------|
-/// | an attribute is about to change, or is copied | everything                |                 |
-/// | a reference or a record is                    | everything                | yes             |
-/// | a reference or a record is destroyed          |                           | yes             |
-/// | the block table is about to change            |                           | yes             |
-/// | a node is created                             | initial                   |                 |
-/// | a node gets a further record                  | new references            |                 |
-/// | `evaluate` is called from outside             | everything                | yes             |
-/// | graph switched on, or a full scan requested   | everything, of all nodes  | yes             |
-/// | a scan finds:                                 |                           |                 |
-/// | - other ids in the table than last time, or   |                           | yes, at once    |
-/// |   that a record leads to another node         |                           |                 |
-/// | - a record or reference of another drawing    | new references, always    |                 |
-/// | - that another record or model space counts   | everything, if it has any |                 |
-/// |   for a drawing in which references are       |                           |                 |
-/// | - a node that may miss notifications, or      | everything, again         | yes             |
-/// |   cannot be read                              |                           |                 |
-/// | - a record in the table without a node        |                           | yes             |
-/// | a scan is interrupted                         |                           | yes             |
+/// | what happens                                  | the node is read          | lists are needed |
+/// |-----------------------------------------------|---------------------------|------------------|
+/// | an attribute is about to change, or is copied | everything                |                  |
+/// | a reference or a record is                    | everything                | yes              |
+/// | a reference or a record is destroyed          |                           | yes              |
+/// | the block table is about to change            |                           | yes              |
+/// | a node is created                             | initial                   |                  |
+/// | a node gets a further record                  | new references            |                  |
+/// | `evaluate` or `setNeedsScan` is called        | everything                |                  |
+/// | graph switched on, or a full scan requested   | everything, of all nodes  | yes              |
+/// | switching finds that a node may miss          | everything                | if it is due     |
+/// |   notifications                               |                           |                  |
+/// | a scan finds:                                 |                           |                  |
+/// | - other ids in the table than last time, or   |                           | yes, at once     |
+/// |   that a record leads to another node         |                           |                  |
+/// | - that a list of references is another one    | new references            |                  |
+/// | - a record or reference of another drawing    | new references, always    |                  |
+/// | - that another record or model space counts   | everything, if it has any |                  |
+/// |   for a drawing in which references are       |                           |                  |
+/// | - a due node that may miss notifications, or  | everything, again         | yes              |
+/// |   cannot be read                              |                           |                  |
+/// | - a record in the table without a node        |                           | yes              |
+/// | a scan is interrupted                         |                           | yes              |
 ///
 /// Only edits of attributes cannot change the references that a record reports. All others can: inserting a
 /// block edits the record that gets the reference, not the record that reports it.
@@ -59,10 +62,10 @@ public:
     /// An object that a node is registered with is about to change, was copied, or is about to be destroyed.
     void objectEdited(const KzDbObject* object) noexcept;
 
-    void requestLists() noexcept { needsLists_ = true; }
-    [[nodiscard]] bool needsLists() const { return needsLists_; }
-    /// Must be called when a scan is complete. Sets `needsLists` for the next update, as without later edits.
-    void settle(bool needsLists) noexcept { needsLists_ = needsLists; }
+    void requestReferenceLists() noexcept { needsReferenceLists_ = true; }
+    [[nodiscard]] bool needsReferenceLists() const { return needsReferenceLists_; }
+    /// Must be called when a scan is complete: whether the next one needs the lists even without edits.
+    void settle(bool needsReferenceLists) noexcept { needsReferenceLists_ = needsReferenceLists; }
 
     /// Marks a node as to be read at least at that level.
     void markStale(KzDxBlock& node, KzDxReadLevel level) noexcept;
@@ -84,7 +87,7 @@ public:
 private:
     static void add(Nodes& list, KzDxBlock& node) noexcept;
 
-    bool needsLists_ = false;
+    bool needsReferenceLists_ = false;
     Nodes stale_;
     Nodes changed_;
     Nodes foreign_;

@@ -47,8 +47,8 @@ KzDxBlocks* KzDxDocument::blocks() {
     return blocksMadeBy(KzDxBlocks::create);
 }
 
-KzDxBlocks* KzDxDocument::followingBlocks() {
-    return blocksMadeBy(KzDxBlocks::createFollowing);
+KzDxBlocks* KzDxDocument::enabledBlocks() {
+    return blocksMadeBy(KzDxBlocks::createEnabled);
 }
 
 /// Created on first use, because most documents are never watched. After a failure, the next call retries.

@@ -38,7 +38,7 @@ public:
     [[nodiscard]] virtual KzDbDatabase* database() const { return drawing(); }
 
     /// The same. A graph that this call builds is switched on if possible.
-    [[nodiscard]] KzDxBlocks* followingBlocks();
+    [[nodiscard]] KzDxBlocks* enabledBlocks();
 
     /// Whether the block graph exists already.
     [[nodiscard]] bool hasBlocks() const { return blocks_ != nullptr; }

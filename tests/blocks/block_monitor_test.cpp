@@ -242,10 +242,10 @@ TEST_F(BlockMonitor, UpdateReadsOnlyPossibleChanges) {
     const KzDbObjectId other = Headless::references(door).back();
     ASSERT_TRUE(Headless::holdOpen(edited));
     callsAfterTouching(other);
-    EXPECT_TRUE(graph().updateState().needsLists());
+    EXPECT_TRUE(graph().updateState().needsReferenceLists());
     ASSERT_TRUE(Headless::releaseHold(edited));
     callsAfterTouching(other);
-    EXPECT_FALSE(graph().updateState().needsLists());
+    EXPECT_FALSE(graph().updateState().needsReferenceLists());
 }
 
 // The same in a drawing with many records, some of which represent a block or an attached drawing.

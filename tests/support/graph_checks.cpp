@@ -84,7 +84,7 @@ void PlainGraph::followSwitch() {
     if (graph_->isEnabled()) {
         static_cast<void>(graph_->setEnabled(false));
     } else {
-        static_cast<void>(graph_->startFollowing());
+        static_cast<void>(graph_->scanAndEnable());
     }
 }
 
