@@ -33,8 +33,9 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
     bool isSame = true;
     Zelvane::forEachRecordId(drawing, [&](KzDbObjectId id) {
         isSame = next < records_.size() && records_[next].id == id;
-        if (isSame && records_[next].isUncertain)
+        if (isSame && records_[next].isUncertain) {
             isSame = visit(id, /*comparesLists=*/false).node == records_[next].node;
+        }
         ++next;
         return isSame;
     });
