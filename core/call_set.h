@@ -55,11 +55,6 @@ public:
         return true;
     }
 
-    void clear() {
-        members_.clear();
-        ++changes_;
-    }
-
     [[nodiscard]] bool isEmpty() const { return members_.empty(); }
     [[nodiscard]] std::size_t size() const { return members_.size(); }
 
