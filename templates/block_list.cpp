@@ -68,7 +68,7 @@ private:
     }
 
     [[nodiscard]] bool blockOfClass(std::uint32_t index) {
-        if (index == 0 || index > given_.size() || given_[index - 1] != isClass) {
+        if (!isGiven(index) || given_[index - 1] != isClass) {
             return reader_.refuse(KzDxArchiveError::noSuchClass, start_);
         }
         return newBlock();
@@ -84,7 +84,7 @@ private:
     // The same object again: shared, not copied.
     [[nodiscard]] bool sameBlock(std::uint32_t index) {
         if (index == 0) return true; // a null element
-        if (index > given_.size() || given_[index - 1] == isClass) {
+        if (!isGiven(index) || given_[index - 1] == isClass) {
             return reader_.refuse(KzDxArchiveError::noSuchObject, start_);
         }
         // Copies the pointer before the list can be reallocated.
@@ -92,6 +92,8 @@ private:
         blocks_.push_back(std::move(block));
         return true;
     }
+
+    [[nodiscard]] bool isGiven(std::uint32_t index) const { return index != 0 && index <= given_.size(); }
 
     KzDxArchiveReader& reader_;
     CEattBlockList& blocks_;
