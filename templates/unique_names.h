@@ -14,15 +14,16 @@
         std::size_t position = 0;
         auto operator<=>(const Row&) const = default;
     };
-    std::vector<std::size_t> repeated;
-    std::size_t ascending = 1;
-    while (ascending < count && nameAt(ascending - 1) < nameAt(ascending)) ++ascending;
-    if (ascending >= count) return repeated;
+    bool isAscending = true;
+    for (std::size_t position = 1; position < count && isAscending; ++position)
+        isAscending = nameAt(position - 1) < nameAt(position);
+    if (isAscending) return {};
 
     std::vector<Row> rows;
     rows.reserve(count);
     for (std::size_t position = 0; position < count; ++position) rows.push_back({nameAt(position), position});
     std::ranges::sort(rows);
+    std::vector<std::size_t> repeated;
     for (std::size_t i = 1; i < count; ++i) {
         if (rows[i].name == rows[i - 1].name) repeated.push_back(rows[i].position);
     }
