@@ -22,13 +22,9 @@ std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
     size_ = std::filesystem::file_size(path, error);
     if (error) return error;
 
-    file_.rdbuf()->pubsetbuf(nullptr, 0); // the archive reader buffers
-    // The stream does not tell why it cannot open a file. errno does, if a system call was made.
-    errno = 0;
     file_.open(path, std::ios::in | std::ios::binary);
     if (file_.is_open()) return {};
-    return errno != 0 ? std::error_code(errno, std::generic_category())
-                      : std::make_error_code(std::errc::io_error);
+    return {errno, std::generic_category()}; // the stream does not tell why it cannot open a file
 }
 
 std::size_t KzDxFileSource::read(std::span<std::byte> to) {

@@ -40,7 +40,7 @@ private:
     std::span<const std::byte> rest_;
 };
 
-/// A regular file, read without its own buffer. Closed by the destructor.
+/// A regular file. Closed by the destructor.
 class KzDxFileSource : public KzDxByteSource {
 public:
     /// Opens the file for reading. A directory, a device or a pipe is rejected (std::errc::invalid_argument),
