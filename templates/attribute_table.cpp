@@ -52,19 +52,19 @@ void KzDxAttributeTable::removeUnselected() {
 void KzDxAttributeTable::removeIf(auto isRemoved) {
     if (!contents_) return;
     auto& [names, rows] = *contents_;
+    std::u16string keptNames;
+    keptNames.reserve(names.size());
     std::size_t kept = 0;
     std::size_t begin = 0; // of the name at `position`
-    std::size_t keptEnd = 0;
     for (std::size_t position = 0; position < rows.size(); ++position) {
         const std::size_t end = rows[position].nameEnd;
         if (!isRemoved(position)) {
-            std::copy(names.data() + begin, names.data() + end, names.data() + keptEnd);
-            keptEnd += end - begin;
-            rows[kept++] = {std::move(rows[position].entry), keptEnd};
+            keptNames.append(names, begin, end - begin);
+            rows[kept++] = {std::move(rows[position].entry), keptNames.size()};
         }
         begin = end;
     }
-    names.resize(keptEnd);
+    names = std::move(keptNames);
     rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(kept), rows.end());
 }
 
