@@ -62,9 +62,7 @@ bool KzDxArchiveReader::string(std::u16string& result) {
 
     const std::uint64_t unitSize = isUtf16 ? sizeof(char16_t) : 1;
     // Division, because a product could overflow. Memory is allocated only for what the file can contain.
-    if (length > remaining() / unitSize || length > result.max_size()) {
-        return refuse(KzDxArchiveError::stringTooLong, start);
-    }
+    if (length > remaining() / unitSize) return refuse(KzDxArchiveError::stringTooLong, start);
     if (!isUtf16) {
         std::string text;
         text.reserve(length);
@@ -94,7 +92,8 @@ bool KzDxArchiveReader::bytes(std::string& result, std::size_t size) {
 }
 
 bool KzDxArchiveReader::refuse(KzDxArchiveError error, std::uint64_t offset) {
-    if (!failure_) failure_ = {error, offset, entry_};
+    assert(!failure_);
+    failure_ = {error, offset, entry_};
     return false;
 }
 
@@ -131,15 +130,11 @@ bool KzDxArchiveReader::stringLength(bool& isUtf16, std::uint64_t& length) {
     if (!number(short8)) return false;
     length = short8;
     if (short8 < escape8) return true;
-
     if (!number(next)) return false;
-    if (next != utf16Marker) return wideNumber(next, length);
-
-    // The length follows; there is no second marker, so a utf16Marker here is an ordinary length.
+    // There is no second marker: after the first one, its value is an ordinary length.
+    if (isUtf16 || next != utf16Marker) return wideNumber(next, length);
     isUtf16 = true;
-    if (!number(short8)) return false;
-    length = short8;
-    return short8 < escape8 || (number(next) && wideNumber(next, length));
+    return stringLength(isUtf16, length);
 }
 
 // A count or length whose first 16 bits were read. All ones at any width mean that a wider number

@@ -26,7 +26,7 @@ enum class KzDxArchiveError {
 /// A description of the failure.
 [[nodiscard]] const char* kzdxDescribe(KzDxArchiveError error);
 
-/// The first failure, and where it occurred.
+/// A failure, and where it occurred.
 struct KzDxArchiveFailure {
     KzDxArchiveError error = KzDxArchiveError::none;
     std::uint64_t offset = 0; ///< of the field
@@ -42,9 +42,9 @@ struct KzDxArchiveFailure {
 
 /// Reads the numbers and strings of an archive sequentially, through a buffer of 4096 bytes.
 ///
-/// Every operation returns false on failure. The first failure is kept; after it nothing more may be read,
-/// which is asserted. A result is meaningful only if true was returned. Memory is allocated for bytes that
-/// the source reports to have, never for a claimed length.
+/// Every operation returns false on failure; after a failure nothing more may be read, which is asserted.
+/// A result is meaningful only if true was returned. Memory is allocated for bytes that the source reports
+/// to have, never for a claimed length.
 class KzDxArchiveReader {
 public:
     /// The source is not owned; it is read from its current position, the start.
@@ -71,7 +71,7 @@ public:
     /// The offset of the next byte from the start of the source.
     [[nodiscard]] std::uint64_t offset() const { return consumed_ + at_; }
 
-    /// Stores a failure, unless there is one already. Returns false, for `return refuse(...)`.
+    /// Stores a failure. Returns false, for `return refuse(...)`.
     bool refuse(KzDxArchiveError error, std::uint64_t offset);
 
     [[nodiscard]] const KzDxArchiveFailure& failure() const { return failure_; }

@@ -53,16 +53,15 @@ void CEattMain::store(KzDxArchiveWriter& writer) const {
 
 KzDxArchiveFailure kzdxReadTemplate(KzDxByteSource& source, CEattMain& result) noexcept {
     KzDxArchiveReader reader(source);
-    const bool isRead = kzdxAtBoundary(false, [&] {
+    const bool isThrough = kzdxAtBoundary(false, [&] {
         CEattMain read;
-        if (!read.load(reader) || !kzdxLoadBlockList(reader, read.blocks)) return false;
-        // Only if everything was read.
-        result.headerValue = read.headerValue;
-        result.blocks.swap(read.blocks);
+        if (read.load(reader) && kzdxLoadBlockList(reader, read.blocks)) {
+            result.headerValue = read.headerValue;
+            result.blocks.swap(read.blocks);
+        }
         return true;
     });
-    // Out of memory. Has no effect if the file was invalid, because the reader keeps the first failure.
-    if (!isRead) reader.refuse(KzDxArchiveError::outOfMemory, reader.offset());
+    if (!isThrough) reader.refuse(KzDxArchiveError::outOfMemory, reader.offset());
     return reader.failure();
 }
 
