@@ -311,17 +311,19 @@ TEST_F(Memory, ReadingATemplate) {
 
 TEST_F(Memory, TemplateReaderReportsIt) {
     const std::vector<std::byte> bytes = exampleBytes().bytes;
-    KzDxArchiveFailure failure;
+    auto error = KzDxArchiveError::none;
     sweep({.prepare = nothing,
            .call =
                [&](Drawing&) {
                    KzDxMemorySource source(bytes);
                    CEattMain read;
-                   failure = kzdxReadTemplate(source, read);
-                   return !failure;
+                   error = kzdxReadTemplate(source, read).error;
+                   return read.blocks.size() == 2;
                },
-           .verify = [&](Drawing&,
-                         bool) { EXPECT_TRUE(!failure || failure.error == KzDxArchiveError::outOfMemory); }});
+           .verify =
+               [&](Drawing&, bool succeeded) {
+                   EXPECT_EQ(error, succeeded ? KzDxArchiveError::none : KzDxArchiveError::outOfMemory);
+               }});
 }
 
 // Clients detach, documents close and the module unloads without any memory.
