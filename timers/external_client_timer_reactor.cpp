@@ -11,10 +11,10 @@ KzDxExternalClientTimerReactor::~KzDxExternalClientTimerReactor() {
 
 Orvo::ErrorStatus KzDxExternalClientTimerReactor::setEnabled(bool enable) {
     if (timer_ == nullptr) return Orvo::missingCollaborator;
-    if (!enable) {
+    if (enable) {
+        static_cast<void>(timer_->attach(this)); // only fails for null; has no effect if attached
+    } else {
         timer_->detach(this);
-    } else if (!isEnabled()) {
-        static_cast<void>(timer_->attach(this)); // only fails for null
     }
     // A failure is not reported: the next switching on retries.
     static_cast<void>(timer_->setEnabled(enable));
