@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -26,10 +25,6 @@
 /// Classes and objects share one sequence of indices that starts at 1; index 0 means null. A class
 /// definition gets its index before the object that follows it.
 namespace KzDxArchive {
-
-/// The minimum size in bytes of an element, and of an element with a body.
-inline constexpr std::size_t smallestElement = 2;
-inline constexpr std::size_t smallestBlock = smallestElement + 1 + 4 + 4;
 
 inline constexpr std::uint16_t nullTag = 0x0000;
 inline constexpr std::uint16_t longTag = 0x7FFF;

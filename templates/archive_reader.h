@@ -2,7 +2,6 @@
 
 #include "templates/archive_format.h"
 #include "templates/byte_source.h"
-#include "templates/limits.h"
 
 #include <array>
 #include <concepts>
@@ -62,9 +61,6 @@ public:
     /// Appends `size` raw bytes. For short, fixed texts.
     [[nodiscard]] bool bytes(std::string& result, std::size_t size);
 
-    /// The number of remaining bytes, by the size that the source reported.
-    [[nodiscard]] std::uint64_t remaining() const;
-
     /// Starts the next element of the list, for the entry number of failures.
     void beginEntry() { ++entry_; }
 
@@ -77,6 +73,8 @@ public:
     [[nodiscard]] const KzDxArchiveFailure& failure() const { return failure_; }
 
 private:
+    /// The number of remaining bytes, by the size that the source reported.
+    [[nodiscard]] std::uint64_t remaining() const;
     [[nodiscard]] std::size_t buffered() const { return end_ - at_; }
     [[nodiscard]] bool hold(std::size_t size);
     [[nodiscard]] bool stringLength(bool& isUtf16, std::uint64_t& length);
@@ -89,7 +87,7 @@ private:
     std::uint64_t consumed_ = 0; // bytes before the buffer
     std::size_t at_ = 0;
     std::size_t end_ = 0;
-    std::array<std::byte, KzDxTemplateLimits::bufferSize> buffer_{};
+    std::array<std::byte, 4096> buffer_{};
 };
 
 bool KzDxArchiveReader::number(std::unsigned_integral auto& result) {

@@ -1,18 +1,12 @@
 #include "templates/attribute_table.h"
 
-#include "templates/limits.h"
 #include "templates/unique_names.h"
 
-#include <algorithm>
 #include <cassert>
 #include <utility>
 
 void KzDxAttributeTable::append(std::u16string_view name, std::int32_t flag) {
     auto& [names, rows] = contents();
-    // The length of the first name predicts the others; the capacity of the rows is the expected number.
-    if (names.empty()) {
-        names.reserve(std::min(name.size(), KzDxTemplateLimits::reservedNameLength) * rows.capacity());
-    }
     names += name;
     rows.push_back({{nullptr, flag}, names.size()});
 }
@@ -66,10 +60,6 @@ void KzDxAttributeTable::removeIf(auto isRemoved) {
     }
     names = std::move(keptNames);
     rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(kept), rows.end());
-}
-
-void KzDxAttributeTable::reserve(std::size_t count) {
-    if (count != 0) contents().rows.reserve(count);
 }
 
 // Created when the first attribute is added.

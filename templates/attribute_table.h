@@ -46,9 +46,6 @@ public:
     /// Removes every attribute whose flag is 0. The others keep their order.
     void removeUnselected();
 
-    /// Reserves capacity for that many attributes in all.
-    void reserve(std::size_t count);
-
 private:
     struct Row {
         KzDxAttributeEntry entry;

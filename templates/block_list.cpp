@@ -4,7 +4,6 @@
 #include "templates/archive_reader.h"
 #include "templates/archive_writer.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -19,13 +18,7 @@ namespace {
 // Reads the elements one by one, and keeps the class or object of each index.
 class BlockListReader {
 public:
-    // Reserves at most what the rest of the file can contain, regardless of the claimed count.
-    BlockListReader(KzDxArchiveReader& reader, CEattBlockList& blocks, std::uint64_t count)
-        : reader_(reader), blocks_(blocks) {
-        const auto rest = reader.remaining();
-        blocks_.reserve(std::min(count, rest / smallestElement));
-        given_.reserve(std::min(count, rest / smallestBlock) + 1);
-    }
+    BlockListReader(KzDxArchiveReader& reader, CEattBlockList& blocks) : reader_(reader), blocks_(blocks) {}
 
     [[nodiscard]] bool element() {
         reader_.beginEntry();
@@ -143,8 +136,8 @@ private:
 bool kzdxLoadBlockList(KzDxArchiveReader& reader, CEattBlockList& blocks) {
     std::uint64_t count = 0;
     if (!reader.count(count)) return false;
-    BlockListReader elements(reader, blocks, count);
-    // The count is only a claim: a shorter file ends the loop with a failure.
+    BlockListReader elements(reader, blocks);
+    // The count is only a claim, so nothing is reserved; a shorter file ends the loop with a failure.
     for (; count > 0; --count) {
         if (!elements.element()) return false;
     }

@@ -3,9 +3,7 @@
 #include "templates/archive_reader.h"
 #include "templates/archive_writer.h"
 #include "templates/eatt_util.h"
-#include "templates/limits.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -14,12 +12,9 @@
 bool CEattBlockInfo::load(KzDxArchiveReader& reader) {
     std::int32_t count = 0;
     if (!reader.string(blockName) || !reader.number(blockFlag) || !reader.number(count)) return false;
-    count = std::max(count, 0); // a negative count is treated as 0
-    // The count is only a claim, so only a few are reserved.
-    attributes.reserve(std::min(static_cast<std::size_t>(count), KzDxTemplateLimits::reservedAttributes));
     std::u16string name;
     std::int32_t flag = 0;
-    for (; count > 0; --count) {
+    for (; count > 0; --count) { // a negative count is treated as 0
         if (!reader.string(name) || !reader.number(flag)) return false;
         attributes.append(name, flag);
     }
