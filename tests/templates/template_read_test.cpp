@@ -33,10 +33,6 @@ std::string readThird(const TemplateBytes& element) {
     return read(all);
 }
 
-TEST(TemplateRead, ExampleIsUnderstood) {
-    EXPECT_EQ(read(exampleBytes()), "1: DOOR=1(NOTE=0 TAG=1) WIN=0()");
-}
-
 TEST(TemplateRead, FormsInPartsOfAnySize) {
     const auto all = variedBytes();
     const std::string expected = "1: A=1(ab=0 c=5) ^0 B=0(x=1) C=1() ^3 D=0()";
@@ -68,7 +64,6 @@ TEST(TemplateRead, DamagedBytesKeepTheProperties) {
             for (const unsigned damage : {1U, 2U, 4U, 8U, 16U, 32U, 64U, 128U, 255U}) {
                 byte ^= static_cast<std::byte>(damage);
                 ASSERT_EQ(violatedProperty(all.bytes), "") << "byte " << &byte - all.bytes.data();
-                ASSERT_NE(read(all).substr(0, 4), "half");
                 byte ^= static_cast<std::byte>(damage);
             }
         }

@@ -4,6 +4,7 @@
 #include "frame/application.h"
 #include "tests/support/module_test.h"
 #include "timers/external_client_timer_reactor.h"
+#include "timers/idle_check.h"
 #include "timers/timer.h"
 
 #include <functional>
@@ -168,7 +169,12 @@ TEST_F(Timer, HookFollowsTheTimers) {
     EXPECT_EQ(Headless::filterCount(), 0U);
     timer = std::make_unique<KzDxTimer>(&record->runningTimers(), 0);
     timer->setEnabled(true);
-    EXPECT_EQ(Headless::filterCount(), 1U);
+    Headless::refuse(Headless::HostCall::removeFilter, true);
+    timer.reset();
+    unload();
+    kzdxPostIdleCheck(document);
+    EXPECT_EQ(Headless::pump().taken, 1U) << "the filter is still registered; there are no timers";
+    Headless::refuse(Headless::HostCall::removeFilter, false);
 }
 
 /// Timers of two documents beside what is expected of them by a clock that does not wrap around.
