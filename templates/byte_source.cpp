@@ -13,13 +13,12 @@ std::size_t KzDxMemorySource::read(std::span<std::byte> to) {
 
 std::error_code KzDxFileSource::open(const std::filesystem::path& path) {
     std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    if (error) return error;
     // Before it is opened, because opening a pipe would block until there is a writer.
-    if (status.type() != std::filesystem::file_type::regular) {
-        return std::make_error_code(std::errc::invalid_argument);
+    if (std::filesystem::is_regular_file(path, error)) {
+        size_ = std::filesystem::file_size(path, error);
+    } else if (!error) {
+        error = std::make_error_code(std::errc::invalid_argument);
     }
-    size_ = std::filesystem::file_size(path, error);
     if (error) return error;
 
     file_.open(path, std::ios::in | std::ios::binary);
