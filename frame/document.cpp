@@ -2,9 +2,10 @@
 
 #include "blocks/block_graph.h"
 #include "core/boundary.h"
-#include "core/scope_guard.h"
 #include "timers/external_client_timer_reactor.h"
 #include "timers/timer.h"
+
+#include <utility>
 
 /// The timer of outside clients, and the reactor that calls them when it elapses. The reactor is destroyed
 /// first, because it detaches from the timer.
@@ -64,17 +65,19 @@ Orvo::ErrorStatus KzDxDocument::timerAttach(KzDxClientCallback callback, std::ui
     if (callback == nullptr) return Orvo::missingCollaborator;
     // Detaching creates the timer too, with its interval: the interval of a document is that of the latest
     // call, attaching or detaching.
-    const bool isFirst = clientTimer_ == nullptr;
-    KzDxScopeGuard undo([&] {
-        if (isFirst) clientTimer_.reset();
-    });
-    if (isFirst) clientTimer_ = std::make_unique<ClientTimer>(runningTimers(), interval);
+    std::unique_ptr<ClientTimer> made;
+    if (clientTimer_ == nullptr) made = std::make_unique<ClientTimer>(runningTimers(), interval);
+    auto& [timer, reactor] = made != nullptr ? *made : *clientTimer_;
     if (attach) {
-        static_cast<void>(clientTimer_->reactor.attach(callback)); // fails for null only: it has a timer
+        static_cast<void>(reactor.attach(callback)); // fails for null only: it has a timer
     } else {
-        clientTimer_->reactor.detach(callback);
+        reactor.detach(callback);
     }
-    if (!isFirst) clientTimer_->timer.setInterval(static_cast<std::int32_t>(interval));
-    undo.dismiss();
+    // Last, so that a failure has no effect.
+    if (made != nullptr) {
+        clientTimer_ = std::move(made);
+    } else {
+        timer.setInterval(static_cast<std::int32_t>(interval));
+    }
     return Orvo::ok;
 }
