@@ -2,6 +2,7 @@
 
 #include "host/platform.h"
 
+#include <algorithm>
 #include <cassert>
 
 KzDxTimer::KzDxTimer(RunningTimers* runningTimers, std::uint32_t interval)
@@ -53,5 +54,5 @@ void KzDxTimer::checkElapsed() {
 }
 
 void KzDxTimer::setInterval(std::int32_t interval) {
-    interval_ = interval < 0 ? 0 : static_cast<std::uint32_t>(interval);
+    interval_ = static_cast<std::uint32_t>(std::max(interval, 0));
 }
