@@ -106,12 +106,11 @@ std::uint64_t KzDxArchiveReader::remaining() const {
 bool KzDxArchiveReader::hold(std::size_t size) {
     assert(!failure_);
     assert(size <= buffer_.size());
-    if (buffered() >= size) return true;
-    std::memmove(buffer_.data(), buffer_.data() + at_, buffered());
-    consumed_ += at_;
-    end_ -= at_;
-    at_ = 0;
-    while (end_ < size) {
+    while (buffered() < size) {
+        std::memmove(buffer_.data(), buffer_.data() + at_, buffered());
+        consumed_ += at_;
+        end_ -= at_;
+        at_ = 0;
         // A source may return fewer bytes than requested; only 0 bytes mean its end.
         const auto count = source_.read(std::span(buffer_).subspan(end_));
         end_ += count;

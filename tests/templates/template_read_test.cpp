@@ -138,10 +138,11 @@ TEST(TemplateRead, OtherClassesAreRefused) {
 TEST(TemplateRead, FirstOfEqualAttributeNamesStays) {
     const std::u16string nul(1, u'\0');
     TemplateBytes all;
-    all.start(2).classDefinition().text(u"A").u32(1).u32(6).text(u"x").u32(0).text(u"X").u32(1);
+    all.start(3).classDefinition().text(u"A").u32(1).u32(6).text(u"x").u32(0).text(u"X").u32(1);
     all.text(u"x").u32(2).text(u"").u32(3).text(nul).u32(4).u8(1).plain("X").u32(5);
     all.u16(0x8001).text(u"B").u32(1).u32(0x80000000);
-    EXPECT_EQ(read(all), "1: A=1(x=0 X=1 =3 {0}=4) B=1()");
+    all.u16(0x8001).text(u"C").u32(1).u32(2).text(u"y").u32(1).text(u"y").u32(2);
+    EXPECT_EQ(read(all), "1: A=1(x=0 X=1 =3 {0}=4) B=1() C=1(y=1)");
 }
 
 TEST(TemplateRead, ManyAttributesKeepTheirOrder) {
