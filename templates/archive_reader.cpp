@@ -72,18 +72,13 @@ bool KzDxArchiveReader::string(std::u16string& result) {
     }
 
     result.resize(length);
-    // UTF-16 is copied in the byte order of the file, and swapped if the machine has the other
-    // order.
+    static_assert(std::endian::native == std::endian::little,
+                  "UTF-16 is copied in the byte order of the file");
     auto* to = reinterpret_cast<std::byte*>(result.data());
-    const auto copy = [&to](auto part) {
+    return pass(length * unitSize, [&to](auto part) {
         std::memcpy(to, part.data(), part.size());
         to += part.size();
-    };
-    const bool isWhole = pass(length * unitSize, copy);
-    if constexpr (std::endian::native == std::endian::big) {
-        for (auto& unit : result) unit = static_cast<char16_t>(unit << 8 | unit >> 8);
-    }
-    return isWhole;
+    });
 }
 
 bool KzDxArchiveReader::bytes(std::string& result, std::size_t size) {
