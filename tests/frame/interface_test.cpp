@@ -1,43 +1,21 @@
-// Guards what others know by place or number instead of by name: the order of bases, the layout of arrays
-// and the numbers of statuses. The slots of virtual operations: slots/slots_test.py.
+// Guards what others know by place or number instead of by name: the layout of arrays and the numbers of
+// statuses. The slots of virtual operations and the order of bases: slots/slots_test.py.
 
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
 #include "frame/application.h"
-#include "host/object_reactor.h"
 #include "tests/support/module_test.h"
 #include "timers/cmd_line_hook.h"
-#include "timers/external_client_timer_reactor.h"
-#include "timers/timer.h"
 
 #include <cstring>
 
 namespace {
-
-/// The offset of the base subobject of class Base in an object of class T.
-template <class Base, class T>
-std::size_t offsetOf(T* object) {
-    return static_cast<std::size_t>(reinterpret_cast<std::byte*>(static_cast<Base*>(object)) -
-                                    reinterpret_cast<std::byte*>(object));
-}
 
 class Interface : public ModuleTest {
 protected:
     KzApDocument* document = Headless::openDocument(u"document");
     KzDxDocument* record = KzDxApplication::instance()->docData(document, true);
 };
-
-TEST_F(Interface, BasesInTheirOrder) {
-    KzDxApplication* const application = KzDxApplication::instance();
-    EXPECT_EQ(offsetOf<AppDataT<KzDxDocument>>(application), 0U);
-    EXPECT_GT(offsetOf<KzDxEnableBase>(application), 0U);
-    KzDxBlocks* const graph = record->blocks();
-    EXPECT_EQ(offsetOf<KzDbObjectReactor>(graph), 0U);
-    EXPECT_LT(offsetOf<KzDxEnableBase>(graph), offsetOf<KzDxTimerReactor>(graph));
-    KzDxTimer timer(&record->runningTimers(), 0);
-    KzDxExternalClientTimerReactor reactor(&timer);
-    EXPECT_EQ(offsetOf<KzDxNotifierBase<KzDxClientCallback>>(&reactor), 0U);
-}
 
 /// Physical, logical and grow length as they follow the pointer to the elements.
 template <class T>

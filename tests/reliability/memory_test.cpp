@@ -188,26 +188,6 @@ TEST_F(Memory, DetachingWithoutAnyAttached) {
                }});
 }
 
-// No edit is lost: if not this update, then the next one notifies every client of it, once, and watches what
-// was inserted.
-TEST_F(Memory, Updating) {
-    sweep({.prepare =
-               [](Drawing& drawing) {
-                   KzDbObjectIdArray door;
-                   door.append(drawing.door);
-                   ASSERT_EQ(watch(drawing, first), 1);
-                   ASSERT_EQ(kzdxBlockReferenceMonitorAttach(drawing.main, &door, second), 1);
-                   drawing.edit();
-               },
-           .call = [](Drawing& drawing) { return kzdxUpdateBlockGraph(drawing.main, false, true) == 1; },
-           .verify =
-               [](Drawing& drawing, bool succeeded) {
-                   EXPECT_EQ(firstCalls, succeeded ? 1 : 0);
-                   EXPECT_EQ(secondCalls, succeeded ? 1 : 0);
-                   if (succeeded) drawing.expectAllWatched();
-               }});
-}
-
 // Wherever updates are interrupted, with and without clients: the next update completes them, as its
 // self-check shows, and nothing stays registered.
 TEST_F(Memory, InterruptedUpdates) {
@@ -239,7 +219,8 @@ TEST_F(Memory, InterruptedUpdates) {
     }
 }
 
-// A failure of the graph does not affect other timers.
+// No edit is lost: the check, or the next one, notifies the client, once, and registers with what was
+// inserted. A failure of the graph does not affect other timers.
 TEST_F(Memory, IdleCheck) {
     sweep({.prepare =
                [](Drawing& drawing) {

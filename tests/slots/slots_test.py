@@ -61,13 +61,14 @@ def tables(target, *options):
 
 
 def slots():
-    """The operations of each class by slot, as slots.txt has them."""
-    listed = {}
+    """The operations of each class by slot, and its further bases in their order, as slots.txt has them."""
+    listed, bases = {}, {}
     with open("tests/slots/slots.txt", encoding="utf-8") as file:
-        for line in file.read().replace("\n  ", " ").splitlines()[1:]:
-            name, operations = line.rsplit(":", 1)
+        for line in file.read().replace("\n  ", " ").splitlines()[2:]:
+            name, parts = line.rsplit(":", 1)
+            operations, *bases[name] = parts.split(" + ")
             listed[name] = sum((listed.get(each, [each]) for each in operations.split()), [])
-    return listed
+    return listed, bases
 
 
 def named(table):
@@ -80,7 +81,7 @@ gnu = tables("x86_64-pc-linux-gnu")
 # What its standard library asks of GNU compilers: the headers are those of this system.
 msvc = tables("x86_64-pc-windows-msvc", "-D__STRICT_ANSI__", "-D_GNU_SOURCE", "-D__GCC_ATOMIC_TEST_AND_SET_TRUEVAL=1",
               "-D__GCC_ATOMIC_POINTER_LOCK_FREE=2")
-wanted = slots()
+wanted, bases = slots()
 faults = [f"{name}: listed, but no class has this name" for name in set(wanted) - set(names)]
 for name in names:
     listed = wanted.get(name, [])
@@ -90,6 +91,9 @@ for name in names:
     for compiler, found in ("GNU", first[:len(listed)]), ("MSVC", named(msvc[name][0])):
         if found != listed:
             faults.append(f"{name}: {compiler} compilers have the slots {' '.join(found)}, not {' '.join(listed)}")
+    for base, table in zip(bases.get(name, []), gnu[name][1:]):
+        if named(table) != wanted[base]:
+            faults.append(f"{name}: {base} is not in its place")
     if not set(first[len(listed):]) <= set(further):
         faults.append(f"{name}: not all slots are listed: {' '.join(first)}")
 print("\n".join(faults) or f"the slots of {len(names)} classes are as listed")
