@@ -37,13 +37,12 @@ public:
     /// Reserves memory for one more member, so that the next insertion does not allocate.
     void reserveOne() { members_.reserve(members_.size() + 1); }
 
-    /// Adds a member; false if the set has it already.
-    bool insert(T member) {
+    /// Adds a member, unless the set has it already.
+    void insert(T member) {
         const auto at = std::lower_bound(members_.begin(), members_.end(), member, std::less<T>());
-        if (at != members_.end() && *at == member) return false;
+        if (at != members_.end() && *at == member) return;
         members_.insert(at, member);
         ++changes_;
-        return true;
     }
 
     /// Removes a member; false if the set does not have it.

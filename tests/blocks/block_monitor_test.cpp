@@ -104,10 +104,12 @@ TEST_F(BlockMonitor, CopyingIsAChange) {
     ASSERT_TRUE(Headless::goodbye(copy));
     EXPECT_THAT(callsOfIdle(), ElementsAre(0));
 
-    const Zelvane::Opened<KzDbBlockTableRecord> record(door);
+    const Zelvane::Opened<KzDbBlockTableRecord> record(door, KzDb::OpenMode::forNotify);
     node.copied(record.get(), record.get());
     EXPECT_TRUE(node.needsScan() && graph().needsScan());
     EXPECT_FALSE(node.hasChanges()) << "a copied record changes nothing";
+    node.goodbye(record.get());
+    EXPECT_EQ(Headless::reactorCount(door), 0U);
 }
 
 // A reference shows which block its record represents; any edit may change that, some without a notification.
@@ -290,9 +292,11 @@ TEST_F(BlockMonitor, EmptiedGraphIsBuiltAgain) {
     EXPECT_TRUE(graph().needsScan());
     EXPECT_TRUE(graph().nodes().empty() && graph().blockMap().empty());
     EXPECT_EQ(graph().init(&data), Orvo::ok);
-    KzDxBlocks* made = &graph();
-    EXPECT_EQ(KzDxBlocks::create(made, nullptr), Orvo::missingCollaborator);
-    EXPECT_EQ(made, nullptr);
+    for (const auto create : {KzDxBlocks::create, KzDxBlocks::createEnabled}) {
+        KzDxBlocks* made = &graph();
+        EXPECT_EQ(create(made, nullptr), Orvo::missingCollaborator);
+        EXPECT_EQ(made, nullptr);
+    }
     EXPECT_EQ(PlainGraph(document).updateBoth(true, {}), "");
     attach(door, 0);
     EXPECT_THAT(callsAfterTouching(reference), IsEmpty())

@@ -109,8 +109,11 @@ TEST_F(Application, AttachesToALateDocumentManager) {
         Headless::refuse(Headless::HostCall::manager, true);
         ASSERT_EQ(load(), KzRx::done);
         KzApDocument* const closed = Headless::openDocument(u"closed");
+        KzApDocument* const other = Headless::openDocument(u"other");
         KzApDocument* const document = Headless::openDocument(u"document");
         const KzDbObjectId block = Headless::makeBlock(document, u"A");
+        const KzDbObjectId inOther = Headless::makeBlock(other, u"A");
+        ASSERT_EQ(watch(other, {inOther}, TestClients::client(2)), 1);
         ASSERT_EQ(watch(closed, {Headless::modelSpace(closed)}, TestClients::client(0)), 1);
         ASSERT_EQ(watch(document, {block}, TestClients::client(1)), 1);
         Headless::refuse(Headless::HostCall::manager, false);
@@ -123,6 +126,10 @@ TEST_F(Application, AttachesToALateDocumentManager) {
         Headless::idle();
         EXPECT_THAT(std::exchange(clients.calls, {}), testing::ElementsAre(1)) << isListing;
         Headless::refuse(Headless::HostCall::documentIterator, false);
+        ASSERT_TRUE(Headless::insert(Headless::modelSpace(other), inOther));
+        kzdxUpdateBlockGraph(other, false, true);
+        EXPECT_EQ(std::exchange(clients.calls, {}).size(), isListing ? 1U : 0U)
+            << "kept if the host lists it";
         EXPECT_FALSE(hasRecord(closed));
     }
 }
