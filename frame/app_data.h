@@ -65,8 +65,7 @@ public:
     virtual Data* docData(KzApDocument* document, bool create) {
         if (document == nullptr) return nullptr;
         if (!isAttached() && data_.contains(document)) static_cast<void>(setAttached(true));
-        const auto known = data_.find(document);
-        if (known != data_.end()) return known->second.get();
+        if (Data* const known = findData(document)) return known;
         return create ? makeData(document) : nullptr;
     }
 
@@ -153,17 +152,22 @@ private:
                                                                         : manager->newDocumentIterator());
     }
 
+    [[nodiscard]] Data* findData(KzApDocument* document) const {
+        const auto at = data_.find(document);
+        return at == data_.end() ? nullptr : at->second.get();
+    }
+
     Data* makeData(KzApDocument* document) {
         if (document->database() == nullptr) return nullptr;
         // Data can be created without a document manager or a list of documents. With `autoCreate`,
         // attaching creates the data.
         if (!isAttached()) static_cast<void>(setAttached(true));
-        if (data_.contains(document)) return docData(document, false);
+        if (Data* const known = findData(document)) return known;
         data_.emplace(document, std::make_unique<Data>(document));
         KzDxScopeGuard undo([&] { removeDocData(document); });
         static_cast<void>(purge());
         undo.dismiss();
-        return docData(document, false); // null if it was purged, because the host does not list the document
+        return findData(document); // null if it was purged, because the host does not list the document
     }
 
     Orvo::ErrorStatus purgeAgainstList() {
