@@ -61,7 +61,7 @@ public:
     KzDbObjectIdArray blocks;
 };
 
-/// A call under trial. It is made in a new drawing for each allocation that it comes to.
+/// A call under trial, in a new drawing for each allocation.
 struct Trial {
     std::function<void(Drawing&)> prepare;
     std::function<bool(Drawing&)> call; ///< whether it says that it succeeded

@@ -6,9 +6,7 @@
 
 #include <string>
 
-/// What the host still holds that a module should have taken along when it was unloaded: filters, reactors,
-/// services, libraries, opened objects; and what the module should not have passed to the host. Empty when
-/// there is nothing.
+/// What an unloaded module has left in the host, and what it passed wrongly. Empty if there is nothing.
 [[nodiscard]] inline std::string leakedRegistrations() {
     std::string found;
     const auto expectNone = [&found](std::size_t count, const char* what) {
