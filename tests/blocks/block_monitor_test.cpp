@@ -223,7 +223,6 @@ TEST_F(BlockMonitor, NodesReadOnRequest) {
     ASSERT_TRUE(Headless::releaseHold(door));
 }
 
-// What an update costs, in calls of the host.
 TEST_F(BlockMonitor, UpdateReadsOnlyPossibleChanges) {
     const KzDbObjectId edited = Headless::insert(space, door, {{u"TAG", u"1"}});
     for (const KzDbObjectId container : {space, frame}) Headless::insert(container, door);
@@ -255,7 +254,6 @@ TEST_F(BlockMonitor, UpdateReadsOnlyPossibleChanges) {
     EXPECT_FALSE(graph().updateState().needsReferenceLists());
 }
 
-// The same in a drawing in which records represent a block and an attached drawing.
 TEST_F(BlockMonitor, UncertainRecordsCostLittle) {
     KzApDocument* const site = Headless::openDocument(u"site");
     ASSERT_TRUE(Headless::insert(Headless::modelSpace(site), Headless::makeBlock(site, u"TREE")));
