@@ -1,5 +1,4 @@
-// Guards what others know by place or number instead of by name: the layout of arrays and the numbers of
-// statuses. The slots of virtual operations and the order of bases: slots/slots_test.py.
+// Guards the layout of arrays and the numbers of statuses. Slots and the order of bases: slots/slots_test.py.
 
 #include "blocks/block_graph.h"
 #include "blocks/block_node.h"
@@ -55,7 +54,9 @@ TEST_F(Interface, StatusesHaveTheirNumbers) {
     ASSERT_EQ(kzdbOpenKzDbObject(object, block, KzDb::OpenMode::forRead, false), 0);
     auto* const made = static_cast<KzDbBlockTableRecord*>(object);
     KzDxBlock* node = nullptr;
+    Headless::failHostCall(Headless::HostCall::references, 2, Headless::FaultSpan::once); // not the creation
     ASSERT_EQ(graph->addBlock(node, made), 0);
+    EXPECT_TRUE(Headless::endFaults() == 1 && node->needsScan());
     EXPECT_EQ(node->evaluate(KzDbObjectId()), 16);
     EXPECT_EQ(graph->addBlock(node, made), 260) << "has a node already";
     EXPECT_EQ(graph->addBlock(node, nullptr), 506);
