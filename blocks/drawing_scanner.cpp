@@ -33,6 +33,7 @@ bool KzDxDrawingScanner::visitUncertain(const KzDbDatabase& drawing) {
     bool isSame = true;
     Zelvane::forEachRecordId(drawing, [&](KzDbObjectId id) {
         isSame = next < records_.size() && records_[next].id == id;
+        assert(!isSame || records_[next].node != nullptr); // otherwise all records are visited
         if (isSame && records_[next].isUncertain) {
             isSame = visit(id, /*comparesLists=*/false).node == records_[next].node;
         }

@@ -3,10 +3,8 @@
 #include "blocks/remove_reactor.h"
 #include "zelvane/opened.h"
 
-#include <algorithm>
 #include <cassert>
 #include <memory>
-#include <utility>
 
 Orvo::ErrorStatus KzDxRegistrations::registerAll(const KzDbObjectIdArray& records,
                                                  const KzDxContainers& containers) {
