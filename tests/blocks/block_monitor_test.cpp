@@ -99,7 +99,6 @@ TEST_F(BlockMonitor, EditsInsideCallbackAreNotReported) {
     EXPECT_THAT(callsOfIdle(), ElementsAre(1)) << "a cleared mark is no change";
 }
 
-// A copy that is gone again when the drawing is read.
 TEST_F(BlockMonitor, CopyingIsAChange) {
     const KzDbObjectId reference = Headless::insert(space, door);
     attach(door, 0);
@@ -186,6 +185,19 @@ TEST_F(BlockMonitor, ScansRetryPendingUnregistrations) {
     graph().reset();
     EXPECT_EQ(Headless::endFaults(), 0U) << "what was left is not left again";
     EXPECT_FALSE(KzDxDeferredDeletion::hasPending()) << "only what cannot leave waits";
+}
+
+TEST_F(BlockMonitor, HeldReferenceOfErasedRepresentation) {
+    ASSERT_TRUE(Headless::enhance(door));
+    const KzDbObjectId representation = Headless::represent(door);
+    const KzDbObjectId reference = Headless::insert(space, representation);
+    attach(door, 0);
+    ASSERT_TRUE(Headless::holdOpen(reference) && Headless::erase(representation));
+    callsOfIdle();
+    EXPECT_EQ(Headless::reactorCount(reference), 1U);
+    ASSERT_TRUE(Headless::releaseHold(reference) && Headless::touch(space));
+    callsOfIdle();
+    EXPECT_EQ(Headless::reactorCount(reference), 0U);
 }
 
 TEST_F(BlockMonitor, NodesReadOnRequest) {

@@ -172,22 +172,6 @@ TEST_F(Memory, AttachingMonitorClients) {
     }
 }
 
-// Detaching builds a graph without a client; the next client does not depend on it.
-TEST_F(Memory, DetachingWithoutAnyAttached) {
-    sweep({.prepare = nothing,
-           .call =
-               [](Drawing& drawing) {
-                   kzdxBlockReferenceMonitorDetach(drawing.main, first);
-                   return true;
-               },
-           .verify =
-               [](Drawing& drawing, bool) {
-                   EXPECT_EQ(Headless::reactorCountOf(drawing.main), 0U);
-                   EXPECT_EQ(watch(drawing, first), 1);
-                   EXPECT_TRUE(drawing.isNotified());
-               }});
-}
-
 // Wherever updates are interrupted, with and without clients: the next update completes them, as its
 // self-check shows, and nothing stays registered.
 TEST_F(Memory, InterruptedUpdates) {
@@ -205,6 +189,7 @@ TEST_F(Memory, InterruptedUpdates) {
             {
                 const KzDxUpdateCheck::Pause pause;
                 AllocationGate::refuse(1 + random() % 60, isChosen() ? Span::once : Span::fromThenOn);
+                if (isChosen()) kzdxBlockReferenceMonitorDetach(drawing.document, second);
                 kzdxUpdateBlockGraph(drawing.document, isChosen(), false);
                 refusals_ += std::min<std::size_t>(AllocationGate::end(), 1);
             }
