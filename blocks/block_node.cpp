@@ -94,7 +94,6 @@ bool KzDxBlock::mayMissNotifications() const {
 
 void KzDxBlock::copied(const KzDbObject* object, const KzDbObject*) {
     setNeedsScan(true);
-    objectEdited(object);
     if (!isBlockTableRecord(object)) setHasChanges(true);
 }
 

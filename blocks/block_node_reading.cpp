@@ -71,7 +71,7 @@ Orvo::ErrorStatus KzDxBlock::readReferences(KzDxReferenceReader& reader) {
 
 /// Determines the containers of the references, and stores them if they are others than before.
 void KzDxBlock::resolve(KzDxReferenceReader& reader) {
-    if (isEnabled()) registrations_.reserveUnplaced(reader.reportedCount());
+    if (isEnabled()) registrations_.reserveUnplaced(reader.references().size());
     KzDxScopeGuard remember([&] { rememberRegistered(reader); });
     reader.resolveContainers(containers_, readLevel_, isEnabled() ? &registrations_ : nullptr);
     if (!reader.placementsUnchanged()) store(reader);

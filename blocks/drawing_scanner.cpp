@@ -58,14 +58,15 @@ void KzDxDrawingScanner::visitAll(const KzDbDatabase& drawing) {
 KzDxDrawingScanner::Record KzDxDrawingScanner::visit(KzDbObjectId id, bool comparesLists) {
     Record record{.id = id};
     const Zelvane::Opened<KzDbBlockTableRecord> opened(id);
-    // Held open. The graph is not notified when it is closed: without a node, the next scan visits it again.
-    if (!opened) return record;
-    record.isLayout = opened->isLayout();
-    record.isFromExternalReference = opened->isFromExternalReference();
-    record.node =
-        opened->isAnonymous() ? nodeOfAnonymous(record, *opened) : nodeUnder(knownNode(id), id, *opened);
-    if (record.node == nullptr) return record;
-    if (comparesLists && !isListUnchanged(*opened, *record.node)) {
+    if (opened) {
+        record.isLayout = opened->isLayout();
+        record.isFromExternalReference = opened->isFromExternalReference();
+        record.node =
+            opened->isAnonymous() ? nodeOfAnonymous(record, *opened) : nodeUnder(knownNode(id), id, *opened);
+    }
+    // A record that is held open has no node, so the next scan visits it again: the graph is not notified
+    // when the record is closed.
+    if (comparesLists && record.node != nullptr && !isListUnchanged(*opened, *record.node)) {
         graph_.updateState().markStale(*record.node, KzDxReadLevel::newReferences);
     }
     return record;

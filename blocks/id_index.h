@@ -16,7 +16,7 @@ class KzDxIdIndex {
 public:
     /// The number of `id`; if there is none, `number` is inserted and returned.
     std::uint32_t findOrInsert(KzDbObjectId id, std::uint32_t number) {
-        if (2 * (size_ + 1) > entries_.size()) grow();
+        if (entries_.size() <= 2 * size_) grow();
         Entry& entry = entries_[slotOf(id)];
         if (entry.round != round_) {
             entry = {id, round_, number};

@@ -19,7 +19,6 @@ Orvo::ErrorStatus kzdxCollectReferences(const KzDbBlockTableRecord& record, KzDb
 
 Orvo::ErrorStatus KzDxReferenceReader::queryReferences(const KzDbObjectIdArray& records) {
     reported_.clear();
-    references_ = {}; // those of the node before
     hasForeign_ = false;
     for (const KzDbObjectId id : records) {
         if (id.isErased()) continue;
@@ -29,24 +28,17 @@ Orvo::ErrorStatus KzDxReferenceReader::queryReferences(const KzDbObjectIdArray& 
         const Orvo::ErrorStatus status = kzdxCollectReferences(*record, reported_);
         if (status != Orvo::ok) return status;
     }
+    const std::span all(reported_.begin(), reported_.end());
+    references_ = all.first(kzdxSortUnique(all));
     return Orvo::ok;
 }
 
-void KzDxReferenceReader::sortReported() {
-    const std::span all(reported_.begin(), reported_.end());
-    references_ = all.first(kzdxSortUnique(all));
-}
-
-bool KzDxReferenceReader::listsUnchanged(const KzDxContainers& stored) {
-    // The reported ids are usually in ascending order, as the stored ones are.
-    if (kzdxAreSame({reported_.begin(), reported_.end()}, stored.references())) return true;
-    sortReported();
+bool KzDxReferenceReader::listsUnchanged(const KzDxContainers& stored) const {
     return kzdxAreSame(references_, stored.references());
 }
 
 /// Stored containers keep their numbers, so that placements can be compared by number.
 void KzDxReferenceReader::beginResolving(const KzDxContainers& stored) {
-    sortReported();
     stored_ = &stored;
     containers_.clear();
     for (const KzDxContainers::Entry& entry : stored) containers_.push_back(entry.container);
@@ -76,8 +68,7 @@ void KzDxReferenceReader::resolveContainers(const KzDxContainers& stored, KzDxRe
 
 bool KzDxReferenceReader::placementsUnchanged() const {
     assert(stored_ != nullptr);
-    return kzdxAreSame(references_, stored_->references()) &&
-           std::ranges::equal(numbers_, stored_->numbers());
+    return listsUnchanged(*stored_) && std::ranges::equal(numbers_, stored_->numbers());
 }
 
 /// The number of the container of a reference.

@@ -34,11 +34,11 @@ public:
     /// record that cannot be read.
     [[nodiscard]] Orvo::ErrorStatus queryReferences(const KzDbObjectIdArray& records);
 
-    /// The number of reported references; a reference that was reported twice counts twice.
-    [[nodiscard]] std::size_t reportedCount() const { return static_cast<std::size_t>(reported_.length()); }
+    /// Every reference that was reported, live and erased, in ascending order.
+    [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
 
     /// Whether the records reported the same references as when `stored` was read.
-    [[nodiscard]] bool listsUnchanged(const KzDxContainers& stored);
+    [[nodiscard]] bool listsUnchanged(const KzDxContainers& stored) const;
 
     // The references.
 
@@ -54,16 +54,12 @@ public:
     /// Stores the results.
     [[nodiscard]] KzDxContainers containers() const { return {references_, numbers_, containers_}; }
 
-    /// Every reference that was reported, live and erased, in ascending order.
-    [[nodiscard]] std::span<const KzDbObjectId> references() const { return references_; }
-
     /// Whether a reference is placed in another drawing, or may be, because a record is dependent.
     [[nodiscard]] bool hasForeign() const { return hasForeign_; }
 
 private:
     static constexpr std::uint32_t noContainer = KzDxContainers::noContainer;
 
-    void sortReported();
     void beginResolving(const KzDxContainers& stored);
     [[nodiscard]] std::uint32_t numberOf(KzDbObjectId reference);
     [[nodiscard]] std::uint32_t registeredNumberOf(KzDbObjectId reference, KzDxRegistrations& registrations);
@@ -74,8 +70,8 @@ private:
     const KzDbDatabase* own_;
     KzDxForeignDrawings& foreign_;
     const KzDxContainers* stored_ = nullptr; ///< the argument of `resolveContainers`
-    KzDbObjectIdArray reported_;             ///< as reported, until it is sorted in place
-    std::span<KzDbObjectId> references_;     ///< the part of `reported_` without duplicates, after sorting
+    KzDbObjectIdArray reported_;             ///< storage of `references_`
+    std::span<const KzDbObjectId> references_;
     std::vector<std::uint32_t> numbers_;
     /// The containers by number: first the stored ones, then new ones, so that equal numbers mean equal
     /// containers, stored or read.

@@ -21,7 +21,6 @@ Orvo::ErrorStatus KzDxRegistrations::unregisterAll(const KzDbObjectIdArray& reco
     // The steps are independent, so a failure does not end the operation.
     const bool areReferencesDone = tryUnregisterReferences(containers);
     const Orvo::ErrorStatus status = unregisterRecords(records);
-    registeredRecords_ = 0;
     // If the first record is invalid, the others were not visited.
     const bool areRecordsDone = status == Orvo::ok && records[0].isValid();
     state_ = areReferencesDone && areRecordsDone ? State::none : State::pending;
@@ -32,7 +31,6 @@ bool KzDxRegistrations::tryUnregisterAll(const KzDbObjectIdArray& records,
                                          const KzDxContainers& containers) noexcept {
     bool isDone = tryUnregisterReferences(containers);
     for (const KzDbObjectId record : records) isDone &= kzdxRemoveReactor(record, &reactor_);
-    registeredRecords_ = 0;
     state_ = isDone ? State::none : State::pending;
     return isDone;
 }

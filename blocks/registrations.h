@@ -69,7 +69,7 @@ public:
     }
     /// Whether all registrations with references have succeeded since the last switching on.
     [[nodiscard]] bool allReferencesRegistered() const { return allReferencesRegistered_; }
-    /// The number of records, from the first one, that are registered.
+    /// The number of records, from the first one, that the last switching on registered with.
     [[nodiscard]] std::int32_t registeredRecords() const { return registeredRecords_; }
 
 private:

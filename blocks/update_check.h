@@ -44,7 +44,7 @@ private:
     struct Reading {
         bool isComplete = true; ///< every record could be read
         References placed;
-        std::vector<KzDbObjectId> reported; ///< in ascending order
+        std::set<KzDbObjectId> reported;
     };
 
     static References referencesOf(const KzDxBlock& node);

@@ -25,7 +25,8 @@ enum class KzDxReadLevel : std::uint8_t {
 ///
 /// | what happens                                  | the node is read          | lists are needed |
 /// |-----------------------------------------------|---------------------------|------------------|
-/// | an attribute is about to change, or is copied | everything                |                  |
+/// | an object is copied                           | everything                |                  |
+/// | an attribute is about to change               | everything                |                  |
 /// | a reference or a record is                    | everything                | yes              |
 /// | a reference or a record is destroyed          |                           | yes              |
 /// | the block table is about to change            |                           | yes              |
@@ -59,7 +60,7 @@ public:
     /// Must be called before the nodes are deleted.
     void clear() noexcept;
 
-    /// An object that a node is registered with is about to change, was copied, or is about to be destroyed.
+    /// An object that a node is registered with is about to change or about to be destroyed.
     void objectEdited(const KzDbObject* object) noexcept;
 
     void requestReferenceLists() noexcept { needsReferenceLists_ = true; }

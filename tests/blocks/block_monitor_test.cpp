@@ -295,6 +295,9 @@ TEST_F(BlockMonitor, EmptiedGraphIsBuiltAgain) {
     EXPECT_TRUE(graph().needsScan());
     EXPECT_TRUE(graph().nodes().empty() && graph().blockMap().empty());
     EXPECT_EQ(graph().init(&data), Orvo::ok);
+    graph().node(door)->addClient(TestClients::client(1));
+    EXPECT_EQ(graph().init(&data), Orvo::ok);
+    EXPECT_TRUE(graph().node(door)->clients().isEmpty()) << "its nodes are new";
     for (const auto create : {KzDxBlocks::create, KzDxBlocks::createEnabled}) {
         KzDxBlocks* made = &graph();
         EXPECT_EQ(create(made, nullptr), Orvo::missingCollaborator);
