@@ -27,8 +27,7 @@ KzDbObjectIdArray representationsOf(const KzDbBlockTableRecord* record) {
     KzDbObjectIdArray ids;
     const KzDbBlockRepresentation* const protocol =
         asBlockRepresentation(KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc()));
-    if (protocol == nullptr) return ids;
-    if (protocol->getRepresentations(record->objectId(), ids) != Orvo::ok) ids.clear();
+    if (protocol == nullptr || protocol->getRepresentations(record->objectId(), ids) != Orvo::ok) ids.clear();
     return ids;
 }
 

@@ -42,7 +42,7 @@ KzDbObjectId keyOf(const KzDbBlockTableRecord& record) {
     KzDbObjectIdArray references;
     static_cast<void>(record.getBlockReferenceIds(references, true, true));
     for (const KzDbObjectId each : references) {
-        const Zelvane::Opened<KzDbBlockReference> reference(each, KzDb::OpenMode::forRead, true);
+        const Zelvane::Opened<KzDbBlockReference> reference(each);
         KzRxObject* const found = reference ? reference->queryX(KzDbBlockRepresentation::desc()) : nullptr;
         if (found == nullptr || !found->isA()->isDerivedFrom(KzDbBlockRepresentation::desc())) continue;
         const KzDbObjectId block =
@@ -77,7 +77,7 @@ bool canHaveNode(KzDbObjectId id) {
     if (found == nullptr) return true;
     KzDbObjectIdArray representations;
     const auto* const protocol = static_cast<const KzDbBlockRepresentation*>(found);
-    if (protocol->getRepresentations(id, representations) != Orvo::ok) return true;
+    static_cast<void>(protocol->getRepresentations(id, representations));
     return std::ranges::all_of(
         representations, [&](KzDbObjectId each) { return each.isErased() || collect(each, references); });
 }
@@ -133,7 +133,7 @@ void KzDxUpdateCheck::walkTable() {
     const Zelvane::Opened<KzDbBlockTable> table(graph_.database()->blockTableId());
     if (!table) return;
     KzDbBlockTableIterator* made = nullptr;
-    if (table->newIterator(made, true, true) != Orvo::ok || made == nullptr) return;
+    if (table->newIterator(made, true, true) != Orvo::ok) return;
     const std::unique_ptr<KzDbBlockTableIterator> each(made);
     for (each->start(true, true); !each->done(); each->step(true, true)) {
         KzDbObjectId id;
