@@ -69,15 +69,14 @@ bool collect(KzDbObjectId id, KzDbObjectIdArray& references) {
            record->getErasedBlockReferenceIds(references) == Orvo::ok;
 }
 
-/// Whether a node can be created for a record: the record and those that represent it can be read.
+/// Whether a node can be created for a record that is open: those that represent it can be read.
 bool canHaveNode(KzDbObjectId id) {
-    KzDbObjectIdArray references;
-    if (!collect(id, references)) return false;
     KzRxObject* const found = KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc());
     if (found == nullptr) return true;
     KzDbObjectIdArray representations;
     const auto* const protocol = static_cast<const KzDbBlockRepresentation*>(found);
     static_cast<void>(protocol->getRepresentations(id, representations));
+    KzDbObjectIdArray references;
     return std::ranges::all_of(
         representations, [&](KzDbObjectId each) { return each.isErased() || collect(each, references); });
 }
