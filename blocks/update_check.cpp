@@ -72,9 +72,8 @@ bool collect(KzDbObjectId id, KzDbObjectIdArray& references) {
 /// Whether a node can be created for a record that is open: those that represent it can be read.
 bool canHaveNode(KzDbObjectId id) {
     KzRxObject* const found = KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc());
-    if (found == nullptr) return true;
-    KzDbObjectIdArray representations;
     const auto* const protocol = static_cast<const KzDbBlockRepresentation*>(found);
+    KzDbObjectIdArray representations;
     static_cast<void>(protocol->getRepresentations(id, representations));
     KzDbObjectIdArray references;
     return std::ranges::all_of(

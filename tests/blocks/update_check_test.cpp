@@ -39,7 +39,11 @@ TEST_F(UpdateCheck, ReportsDifferences) {
         graph.updateState().clear();
         graph.setNeedsScan(false);
     });
-    expect("\"LAST\" has no node", [&](KzDxBlock&) { Headless::makeBlock(document, u"LAST"); });
+    expect("\"LAST\" has no node", [&](KzDxBlock&) {
+        const KzDbObjectId last = Headless::makeBlock(document, u"LAST");
+        Headless::enhance(last);
+        Headless::erase(Headless::represent(last));
+    });
     expect("the graph has other layouts", [&](KzDxBlock&) { Headless::erase(layout); });
     expect("\"DOOR\" has stored nothing but the drawing has .* in .* \"DESK\"",
            [&](KzDxBlock&) { Headless::insert(desk, door); });
@@ -60,6 +64,10 @@ TEST_F(UpdateCheck, ReportsDifferences) {
            [&](KzDxBlock& node) { graph.addBlockAlias(reference, &node); });
     expect("is not listed by the node that it leads to",
            [&](KzDxBlock&) { Headless::insert(space, Headless::represent(desk)); });
+    expect("contains other blocks than the nodes report", [&](KzDxBlock&) {
+        graph.nesting().invalidate();
+        graph.nesting().prepare({});
+    });
 }
 
 } // namespace
