@@ -60,7 +60,7 @@ private:
     static inline int pauses_ = 0;
 
     KzDxBlocks& graph_;
-    bool isActive_ = false;
+    bool isActive_;
     std::map<const KzDxBlock*, State> before_;
     std::set<KzDbObjectId> keysBefore_; ///< a record may be visited before the key of its node is added
     std::vector<KzDbObjectId> layouts_;
