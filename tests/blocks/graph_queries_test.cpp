@@ -166,30 +166,4 @@ TEST_F(GraphQueries, NestingFollowsItsDefinition) {
     }
 }
 
-TEST_F(GraphQueries, MarksSpreadToNestedBlocksOnly) {
-    for (unsigned seed = 0; seed < 40; ++seed) {
-        RandomDrawing drawing(seed);
-        KzDxBlocks& graph = graphOf(drawing.document);
-        IdSet changed;
-        for (const auto& [block, node] : graph.blockMap()) {
-            if ((block.value() + seed) % 7 == 0) {
-                node->setHasChanges(true);
-                changed.insert(node->id());
-            }
-        }
-        IdSet expected = changed;
-        for (const KzDbObjectId block : changed) {
-            IdSet visited;
-            collect(graph, block, true, expected, visited);
-        }
-        graph.propagateChanges();
-        IdSet marked;
-        for (const auto& [block, node] : graph.blockMap()) {
-            if (node->hasChanges()) marked.insert(node->id());
-        }
-        ASSERT_EQ(namesOf(marked), namesOf(expected)) << "seed " << seed;
-        graph.setHasChanges(false);
-    }
-}
-
 } // namespace

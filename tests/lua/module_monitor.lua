@@ -46,6 +46,8 @@ check.equal(callsAfter(function() doors[2]:move(space) end), {"door", "handle"},
 check.equal(callsAfter(function() doors[1]:copy(desk) end), {"door", "handle"}, "copy")
 check.equal(callsAfter(function() deskInSpace:erase() end), {"desk", "door", "handle"}, "erase")
 check.equal(callsAfter(function() deskInSpace:erase(false) end), {"desk", "door", "handle"}, "erasure taken back")
+check.equal(callsAfter(function() frameInSpace:touch() handleInDoor:touch() end), {"door", "frame", "handle"}, "two")
+check.equal(callsAfter(function() handleInDoor:touch() deskInSpace:touch() end), {"desk", "door", "handle"}, "inner")
 
 -- An edit of a plain record has it read again and changes nothing by itself; nor does a new record.
 check.equal(callsAfter(function() door:rename("DOOR2") end), {}, "rename")
