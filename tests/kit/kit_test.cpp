@@ -7,12 +7,12 @@
 #include "headless/session.h"
 #include "zelvane/block_watch.h"
 #include "zelvane/idle_timer.h"
+#include "zelvane/superimposed_code.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdlib>
 #include <memory>
-#include <random>
 #include <ranges>
 #include <stdexcept>
 #include <string>
@@ -320,36 +320,6 @@ TEST_F(Kit, MessageLoopInsideFunctionIsNotNested) {
     EXPECT_EQ(fired, 1);
 }
 
-// Attached, detached and edited at random: the watch that is meant is called, and no other.
-TEST_F(Kit, ManyWatchesAreCalledPrecisely) {
-    std::mt19937 random(7);
-    for (const std::size_t most : {128U, 300U}) {
-        std::vector<KzDbObjectId> blocks;
-        std::vector<std::unique_ptr<BlockWatch>> watches(most);
-        std::vector<int> called(most);
-        for (std::size_t at = 0; at < most; ++at) {
-            blocks.push_back(makeBlock(document, u"B" + Zelvane::utf16(std::to_string(most + at * 1000))));
-        }
-        for (int round = 0; round < 20; ++round) {
-            for (std::size_t at = 0; at < most; ++at) {
-                if (round != 0 && random() % 4 != 0) continue;
-                watches[at] = watches[at] ? nullptr : std::make_unique<BlockWatch>();
-                if (!watches[at]) continue;
-                const auto count = [&called, at](const BlockChanges&) { ++called[at]; };
-                ASSERT_EQ(watches[at]->attach(document, {blocks[at]}, count), Status::ok);
-            }
-            const std::size_t edited = random() % most;
-            insert(space, blocks[edited]);
-            called.assign(most, 0);
-            idle();
-            for (std::size_t at = 0; at < most; ++at)
-                ASSERT_EQ(called[at], watches[at] && at == edited ? 1 : 0);
-        }
-        watches.clear();
-        EXPECT_EQ(reactorCountOf(document), 0U);
-    }
-}
-
 #if GTEST_HAS_DEATH_TEST
 BlockWatch staticWatch;
 
@@ -417,6 +387,17 @@ TEST_F(Kit, LoopOverRecordsMayEditOthers) {
     EXPECT_EQ(Zelvane::findBlock(document->database(), "Room"), room);
     EXPECT_TRUE(Zelvane::findBlock(document->database(), "Floor").isNull());
     EXPECT_TRUE(Zelvane::recordIds(nullptr).isEmpty());
+}
+
+TEST(SuperimposedCode, OneChangedBlockIsExact) {
+    using Code = Zelvane::detail::SuperimposedCode;
+    for (std::size_t number = 0; number < 40'000; number += 61) {
+        Code::Called called;
+        for (std::size_t row = 0; row < Code::rows; ++row) called.set(Code::callback(number, row));
+        std::vector<std::size_t> covered;
+        Code::forEachCovered(called, 40'000, [&](std::size_t each) { covered.push_back(each); });
+        ASSERT_THAT(covered, ElementsAre(number));
+    }
 }
 
 TEST(KitNames, InvalidTextIsReplaced) {
