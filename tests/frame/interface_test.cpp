@@ -1,8 +1,7 @@
 // Guards the layout of arrays and the numbers of statuses. Slots and the order of bases: slots/slots_test.py.
 
-#include "blocks/block_graph.h"
 #include "blocks/block_node.h"
-#include "frame/application.h"
+#include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
 #include "timers/cmd_line_hook.h"
 
@@ -10,11 +9,7 @@
 
 namespace {
 
-class Interface : public ModuleTest {
-protected:
-    KzApDocument* document = Headless::openDocument(u"document");
-    KzDxDocument* record = KzDxApplication::instance()->docData(document, true);
-};
+using Interface = ModuleTest;
 
 /// Physical, logical and grow length as they follow the pointer to the elements.
 template <class T>
@@ -48,18 +43,19 @@ TEST(Array, GrowsByLengthThenByStep) {
 }
 
 TEST_F(Interface, StatusesHaveTheirNumbers) {
-    KzDxBlocks* const graph = record->blocks();
+    KzApDocument* const document = Headless::openDocument(u"document");
+    KzDxBlocks& graph = graphOf(document);
     KzDbObject* object = nullptr;
     const KzDbObjectId block = Headless::makeBlock(document, u"B");
     ASSERT_EQ(kzdbOpenKzDbObject(object, block, KzDb::OpenMode::forRead, false), 0);
     auto* const made = static_cast<KzDbBlockTableRecord*>(object);
     KzDxBlock* node = nullptr;
     Headless::failHostCall(Headless::HostCall::references, 2, Headless::FaultSpan::once); // not the creation
-    ASSERT_EQ(graph->addBlock(node, made), 0);
+    ASSERT_EQ(graph.addBlock(node, made), 0);
     EXPECT_TRUE(Headless::endFaults() == 1 && node->needsScan());
     EXPECT_EQ(node->evaluate(KzDbObjectId()), 16);
-    EXPECT_EQ(graph->addBlock(node, made), 260) << "has a node already";
-    EXPECT_EQ(graph->addBlock(node, nullptr), 506);
+    EXPECT_EQ(graph.addBlock(node, made), 260) << "has a node already";
+    EXPECT_EQ(graph.addBlock(node, nullptr), 506);
     made->close();
     Headless::refuse(Headless::HostCall::addFilter, true);
     KzDxCmdLineHook hook;

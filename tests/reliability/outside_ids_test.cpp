@@ -1,10 +1,8 @@
 // Guards the exports against invalid ids and documents: null, stale, made up, of another drawing or of
 // another kind. Such ids are ignored, such documents refused, without an effect on the rest.
 
-#include "blocks/block_graph.h"
-#include "blocks/block_node.h"
-#include "frame/application.h"
 #include "tests/support/figures.h"
+#include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
 
 #include <bit>
@@ -40,9 +38,6 @@ protected:
         makeCurrent(document);
     }
 
-    [[nodiscard]] KzDxBlocks& graph() const {
-        return *KzDxApplication::instance()->docData(document, true)->blocks();
-    }
     /// The callbacks of an update after an edit of each block in turn.
     std::vector<std::vector<int>> callsAfterEdits() {
         std::vector<std::vector<int>> calls;
@@ -94,7 +89,7 @@ TEST_F(OutsideIds, InvalidIdsAmongOthersAreIgnored) {
 
 TEST_F(OutsideIds, GraphHasNoNodesForThem) {
     ASSERT_EQ(watch(document, invalid, TestClients::client(0)), 1);
-    KzDxBlocks& asked = graph();
+    KzDxBlocks& asked = graphOf(document);
     for (const KzDbObjectId id : invalid) {
         EXPECT_EQ(asked.node(id), nullptr) << id.value();
         EXPECT_EQ(asked.countReferencesIn(id, modelSpace(document), true), 0U);

@@ -1,10 +1,9 @@
 // Guards drawings of a size that users do have: a million references fit into 2 GiB with everything around
 // them, and neither deep nor cyclic nesting exhausts the stack.
 
-#include "blocks/block_graph.h"
 #include "blocks/update_check.h"
-#include "frame/application.h"
 #include "tests/support/figures.h"
+#include "tests/support/graph_checks.h"
 #include "tests/support/module_test.h"
 
 #include <sys/resource.h>
@@ -30,7 +29,6 @@ private:
 
 class Scale : public ModuleTest {
 protected:
-    KzDxBlocks& graph() { return *KzDxApplication::instance()->docData(document, true)->blocks(); }
     std::vector<KzDbObjectId> makeBlocks(std::size_t count) {
         std::vector<KzDbObjectId> blocks;
         for (std::size_t at = 0; at < count; ++at) {
@@ -59,7 +57,7 @@ TEST_F(Scale, AMillionReferences) {
     ASSERT_TRUE(Headless::insert(modelSpace, blocks[0]));
     Headless::idle();
     EXPECT_THAT(clients.takeCalls(), testing::ElementsAre(0));
-    EXPECT_EQ(graph().countReferencesIn(blocks[0], modelSpace, false), 1U);
+    EXPECT_EQ(graphOf(document).countReferencesIn(blocks[0], modelSpace, false), 1U);
     EXPECT_GT(Headless::reactorCountOf(document), references);
     kzdxBlockReferenceMonitorDetach(document, TestClients::client(0));
     EXPECT_EQ(Headless::reactorCountOf(document), 0U);
@@ -84,9 +82,9 @@ TEST_F(Scale, ChainAndCycleOfBlocks) {
         Headless::idle();
         EXPECT_THAT(clients.takeCalls(), testing::ElementsAre(0)) << "through every block in between";
         KzDxIdSet nested;
-        EXPECT_EQ(graph().getNestedBlocks(modelSpace, true, nested), Orvo::ok);
+        EXPECT_EQ(graphOf(document).getNestedBlocks(modelSpace, true, nested), Orvo::ok);
         EXPECT_EQ(nested.size(), depth);
-        EXPECT_EQ(graph().countReferencesInLayouts(blocks.front(), false, true), 0U);
+        EXPECT_EQ(graphOf(document).countReferencesInLayouts(blocks.front(), false, true), 0U);
     }
     Headless::closeDocument(document);
 }
