@@ -55,16 +55,6 @@ TEST_F(Openings, ReadersShareWriterExcludes) {
     EXPECT_EQ(releaseHold(reference).error, EditError::notHeldOpen);
 }
 
-TEST_F(Openings, ClassIsCheckedBeforeOpening) {
-    KzDbObject* object = nullptr;
-    EXPECT_EQ(kzdbOpenKzDbObject(object, space, OpenMode::forRead, KzDbBlockReference::desc(), false),
-              Orvo::wrongClass);
-    EXPECT_EQ(openCount(space), 0U);
-    EXPECT_EQ(kzdbOpenKzDbObject(object, space, OpenMode::forRead, KzDbObject::desc(), false), Orvo::ok);
-    EXPECT_EQ(object->isA(), KzDbBlockTableRecord::desc());
-    object->close();
-}
-
 TEST_F(Openings, ErasedObjectsOpenWhenAllowed) {
     const KzDbObjectId attribute = attributeOf(reference, u"A");
     erase(space);
