@@ -41,17 +41,6 @@ TEST_F(Modules, RegistrationsDroppedBeforeLibraryCloses) {
     EXPECT_EQ(unloadModule(module), 0) << "it is not loaded any more";
 }
 
-TEST_F(Modules, LoadedTwiceStaysUntilUnloadedTwice) {
-    const ModuleId first = loadModule(probe, "").module;
-    const ModuleId second = loadModule(probe, "").module;
-    unloadModule(first);
-    EXPECT_TRUE(isLibraryOpen(probe));
-    EXPECT_EQ(filterCount(), 1U) << "the library is still in use";
-    unloadModule(second);
-    EXPECT_FALSE(isLibraryOpen(probe));
-    expectNothingRegistered();
-}
-
 TEST_F(Modules, LibraryStaysUntilItsCallReturns) {
     loadModule(probe, "");
     using SetCall = void (*)(void (*)());
