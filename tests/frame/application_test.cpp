@@ -142,27 +142,6 @@ TEST_F(Application, PurgedRecordLeavesNothingRegistered) {
     EXPECT_THAT(clients.calls, testing::IsEmpty());
 }
 
-/// Another module's reactor: requests a record of a document that closes, after our module was notified.
-class LateCaller final : public KzApDocManagerReactor {
-public:
-    void onDocumentRemoving(KzApDocument* document) override { kzdxUpdateBlockGraph(document, true, true); }
-};
-
-// A record that another module has requested too late outlives its document, and goes without touching it.
-TEST_F(Application, RecordMadeWhileClosingIsSafe) {
-    for (const bool isListing : {true, false}) {
-        KzApDocument* const document = Headless::openDocument(u"document");
-        LateCaller late;
-        kzDocManagerPtr()->addReactor(&late);
-        Headless::closeDocument(document);
-        kzDocManagerPtr()->removeReactor(&late);
-        Headless::refuse(Headless::HostCall::documentIterator, !isListing);
-        EXPECT_EQ(unload(), KzRx::done);
-        Headless::refuse(Headless::HostCall::documentIterator, false);
-        EXPECT_EQ(load(), KzRx::done);
-    }
-}
-
 /// Data that note when they are destroyed, and whether they were told to forget their document.
 struct LifetimeProbe {
     explicit LifetimeProbe(KzApDocument* given) : document(given) {}
