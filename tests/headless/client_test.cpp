@@ -8,9 +8,6 @@ using namespace Headless;
 
 namespace {
 
-int timerCalls = 0;
-int monitorCalls = 0;
-
 TEST_F(DrawingTest, ClientHeaderLeadsToEachExport) {
     EXPECT_FALSE(KzDxExports().isAvailable());
     const std::string folder = PROBE_FOLDER;
@@ -28,19 +25,17 @@ TEST_F(DrawingTest, ClientHeaderLeadsToEachExport) {
         EXPECT_TRUE(records.length() == 1 && records[0] == table);
         EXPECT_TRUE(tables.length() == 1 && tables[0] == placed);
 
-        const KzDxClientCallback timer = [] { ++timerCalls; };
-        const KzDxClientCallback monitor = [] { ++monitorCalls; };
-        EXPECT_EQ(zelvane.kzdxDocTimerAttach(document, timer, 0, 1), 1);
-        EXPECT_EQ(zelvane.kzdxBlockReferenceMonitorAttach(document, &records, monitor), 1);
-        insert(space, table);
-        idle();
+        static int calls = 0;
+        const KzDxClientCallback client = [] { ++calls; };
+        EXPECT_EQ(zelvane.kzdxBlockReferenceMonitorAttach(document, &records, client), 1);
         insert(space, table);
         EXPECT_EQ(zelvane.kzdxUpdateBlockGraph(document, false, true), 1);
-        zelvane.kzdxBlockReferenceMonitorDetach(document, monitor);
+        EXPECT_EQ(calls, 1);
+        zelvane.kzdxBlockReferenceMonitorDetach(document, client);
+        EXPECT_EQ(zelvane.kzdxDocTimerAttach(document, client, 0, 1), 1);
         insert(space, table);
         idle();
-        EXPECT_EQ(timerCalls, 2);
-        EXPECT_EQ(monitorCalls, 2);
+        EXPECT_EQ(calls, 2);
 
         std::vector<std::u16string> blocks{u"before"};
         std::vector<std::u16string> attributes{u"before"};
