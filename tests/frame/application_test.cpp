@@ -123,25 +123,6 @@ TEST_F(Application, AttachesToALateDocumentManager) {
     }
 }
 
-// A document that the host no longer lists: its record goes at the next purge, with all that was registered
-// for it, also in a drawing that lives on because it is attached elsewhere.
-TEST_F(Application, PurgedRecordLeavesNothingRegistered) {
-    KzApDocument* const document = Headless::openDocument(u"unlisted");
-    const KzDbObjectId block = Headless::makeBlock(document, u"A");
-    ASSERT_TRUE(Headless::insert(Headless::modelSpace(document), block, {{u"TAG", u"1"}}));
-    ASSERT_EQ(watch(document, {block}, TestClients::client(0)), 1);
-    ASSERT_EQ(kzdxDocTimerAttach(document, TestClients::client(1), 0, 1), 1);
-    ASSERT_GT(Headless::reactorCountOf(document), 0U);
-    Headless::documentState(document).isListed = false;
-    Headless::openDocument(u"next");
-    EXPECT_FALSE(hasRecord(document));
-    EXPECT_EQ(Headless::reactorCountOf(document), 0U);
-    Headless::documentState(document).isListed = true;
-    Headless::makeCurrent(document);
-    Headless::idle();
-    EXPECT_THAT(clients.calls, testing::IsEmpty());
-}
-
 /// Data that note when they are destroyed, and whether they were told to forget their document.
 struct LifetimeProbe {
     explicit LifetimeProbe(KzApDocument* given) : document(given) {}
