@@ -14,11 +14,6 @@ const std::string probe = folder + "/ProbeModule.hmx";
 
 class Modules : public DrawingTest {
 protected:
-    void expectNothingRegistered() {
-        EXPECT_EQ(filterCount(), 0U);
-        EXPECT_EQ(managerReactorCount(), 0U);
-        EXPECT_EQ(reactorCountOf(document), 0U);
-    }
     void callEverything() {
         touch(space);
         reportLockMode(document, u"X");
@@ -53,7 +48,7 @@ TEST_F(Modules, LibraryStaysUntilItsCallReturns) {
     post(1, 0, 0);
     EXPECT_EQ(pump().taken, 1U); // the filter has returned into its own code
     EXPECT_FALSE(isLibraryOpen(probe));
-    expectNothingRegistered();
+    EXPECT_EQ(filterCount() + managerReactorCount() + reactorCountOf(document), 0U);
     callEverything();
 }
 
