@@ -47,7 +47,6 @@ void KzDxBlock::addRecord(KzDbObjectId record) {
     owner_->addBlockAlias(record, this);
     recordIds_.append(record);
     furtherRecords_.insert(record);
-    owner_->updateState().markStale(*this, KzDxReadLevel::newReferences);
 }
 
 void KzDxBlock::read(KzDxReferenceReader& reader) {

@@ -31,7 +31,6 @@ enum class KzDxReadLevel : std::uint8_t {
 /// | a reference or a record is destroyed          |                           | yes              |
 /// | the block table is about to change            |                           | yes              |
 /// | a node is created                             | initial                   |                  |
-/// | a node gets a further record                  | new references            |                  |
 /// | `evaluate` or `setNeedsScan` is called        | everything                |                  |
 /// | graph switched on, or a full scan requested   | everything, of all nodes  | yes              |
 /// | switching finds that a node may miss          | everything                | if it is due     |
@@ -39,7 +38,9 @@ enum class KzDxReadLevel : std::uint8_t {
 /// | a scan finds:                                 |                           |                  |
 /// | - other ids in the table than last time, or   |                           | yes, at once     |
 /// |   that a record leads to another node         |                           |                  |
-/// | - that a list of references is another one    | new references            |                  |
+/// | - that its list of references is another one, | new references            |                  |
+/// |   or, with the lists, that it has further     |                           |                  |
+/// |   records                                     |                           |                  |
 /// | - a record or reference of another drawing    | new references, always    |                  |
 /// | - that another record or model space counts   | everything, if it has any |                  |
 /// |   for a drawing in which references are       |                           |                  |

@@ -115,6 +115,18 @@ TEST_F(Kit, RepresentationsCountAsTheirBlocks) {
     EXPECT_THAT(told(), ElementsAre("house|Door 2-2 +0 -0 in house"));
 }
 
+// The timer keeps what the kit has for the document.
+TEST_F(Kit, WatchAttachedAnewBesideATimer) {
+    IdleTimer timer;
+    ASSERT_EQ(timer.attach(document, 1000, [] {}), Status::ok);
+    for (const std::vector<KzDbObjectId>& blocks : {std::vector{door, room}, std::vector{room}}) {
+        BlockWatch watch;
+        ASSERT_EQ(watch.attach(document, blocks, log()), Status::ok);
+        insert(space, room);
+        EXPECT_EQ(told().size(), 1U);
+    }
+}
+
 TEST_F(Kit, UnreadableObjectsKeepTheirPlaces) {
     const KzDbObjectId first = insert(space, door);
     const KzDbObjectId key = makeBlock(document, u"Key");

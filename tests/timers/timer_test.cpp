@@ -48,6 +48,7 @@ TEST_F(Timer, OneShotFiresOnce) {
     timer->setEnabled(true);
     Headless::idle();
     Headless::idle();
+    timer->checkElapsed();
     EXPECT_THAT(counts(), testing::ElementsAre(1, 1, 1));
     EXPECT_FALSE(timer->isEnabled());
     EXPECT_TRUE(record->runningTimers().isEmpty());
