@@ -53,8 +53,8 @@ private:
     };
     /// What an anonymous record represents.
     struct Original {
-        KzDbObjectId block; ///< null if it represents none
-        bool isCertain;     ///< false if a reference could not be opened or read
+        KzDbObjectId block;     ///< null if it represents none
+        bool isCertain = false; ///< false if a reference could not be opened or read
     };
 
     [[nodiscard]] bool visitUncertain(const KzDbDatabase& drawing);
