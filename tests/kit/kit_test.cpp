@@ -116,7 +116,7 @@ TEST_F(Kit, RepresentationsCountAsTheirBlocks) {
 }
 
 // The timer keeps what the kit has for the document.
-TEST_F(Kit, WatchAttachedAnewBesideATimer) {
+TEST_F(Kit, WatchAttachedAgainBesideTimer) {
     IdleTimer timer;
     ASSERT_EQ(timer.attach(document, 1000, [] {}), Status::ok);
     for (const std::vector<KzDbObjectId>& blocks : {std::vector{door, room}, std::vector{room}}) {
