@@ -30,8 +30,8 @@ public:
 
     // The lists.
 
-    /// Queries the references of records; erased records are skipped. Returns the status of the first
-    /// record that cannot be read.
+    /// Queries the references of records, and sorts them; erased records are skipped. Returns the status of
+    /// the first record that cannot be read.
     [[nodiscard]] Orvo::ErrorStatus queryReferences(const KzDbObjectIdArray& records);
 
     /// Every reference that was reported, live and erased, in ascending order.

@@ -74,7 +74,7 @@ bool canHaveNode(KzDbObjectId id) {
     KzRxObject* const found = KzDbBlockReference::desc()->queryX(KzDbBlockRepresentation::desc());
     const auto* const protocol = static_cast<const KzDbBlockRepresentation*>(found);
     KzDbObjectIdArray representations;
-    static_cast<void>(protocol->getRepresentations(id, representations));
+    if (found != nullptr) static_cast<void>(protocol->getRepresentations(id, representations));
     KzDbObjectIdArray references;
     return std::ranges::all_of(
         representations, [&](KzDbObjectId each) { return each.isErased() || collect(each, references); });

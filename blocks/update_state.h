@@ -38,8 +38,8 @@ enum class KzDxReadLevel : std::uint8_t {
 /// | a scan finds:                                 |                           |                  |
 /// | - other ids in the table than last time, or   |                           | yes, at once     |
 /// |   that a record leads to another node         |                           |                  |
-/// | - that its list of references is another one, | new references            |                  |
-/// |   or, with the lists, that it has further     |                           |                  |
+/// | - that a list of references is another one    | new references            |                  |
+/// | - if lists are needed, a node with further    | new references            |                  |
 /// |   records                                     |                           |                  |
 /// | - a record or reference of another drawing    | new references, always    |                  |
 /// | - that another record or model space counts   | everything, if it has any |                  |
@@ -50,7 +50,8 @@ enum class KzDxReadLevel : std::uint8_t {
 /// | a scan is interrupted                         |                           | yes              |
 ///
 /// Only edits of attributes cannot change the references that a record reports. All others can: inserting a
-/// block edits the record that gets the reference, not the record that reports it.
+/// block edits the record that gets the reference, not the record that reports it. A copied reference is
+/// reported by a record of the same node, and copying a record also edits the block table.
 class KzDxUpdateState {
 public:
     using Nodes = std::vector<KzDxBlock*>;
